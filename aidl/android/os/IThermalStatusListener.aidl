@@ -1,0 +1,5 @@
+package android.os;
+
+oneway interface IThermalStatusListener {
+    void onStatusChange(int status);
+}

@@ -1,0 +1,3 @@
+package android.os;
+
+parcelable Temperature cpp_header "android/Temperature.h";

@@ -1,0 +1,6 @@
+package android.util;
+
+parcelable PropertyParcel {
+    String property;
+    String value;
+}

@@ -1,0 +1,5 @@
+package android.util;
+
+parcelable StatsEventParcel {
+    byte[] buffer;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zstats {
+
+/** Path whose existence marks a MediaTek device. */
+inline constexpr char kMtkChipIdPath[] = "/proc/device-tree/chosen/atag,chipid";
+
+/**
+ * Appends the whole content of a file to `out`, which is not cleared first. Any thread.
+ * Returns the number of bytes read, or -1 when the file cannot be opened or a read fails; what was
+ * read before a failure stays in `out`. errno is that of the failing call.
+ */
+int readFile(const std::string& path, std::string* out);
+
+/**
+ * Appends the numbers in `text`, separated by any run of characters of `delimiters`, to `out`.
+ * The int form reads decimal as atoi does; the 64-bit form reads 0x and leading-0 prefixes as
+ * strtoll with base 0 does. Returns 0, or -1 when memory for a copy of the text is short.
+ */
+int splitString(const char* text, const char* delimiters, std::vector<int>* out);
+int splitString(const char* text, const char* delimiters, std::vector<long long>* out);
+
+/** The value of a system property, empty when it does not exist. Not cached. Any thread. */
+std::string getSystemProperty(const std::string& name);
+
+/** Milliseconds since boot, suspend included (CLOCK_BOOTTIME), or -1 when the clock fails. */
+int64_t getBootTimeMs();
+
+/** True when "ro.hardware" is exactly "qcom". Reads the property at each call. */
+bool isQcomPlatform();
+
+/** True unless "ro.build.release_type" is exactly "false"; a missing property counts as release. */
+bool isReleaseType();
+
+/** True on builds for trials before release. Computed once per process, then fixed. */
+bool isPreVersion();
+
+/** True for a release build that is no pre-version. Computed once per process, then fixed. */
+bool isCommercialVersion();
+
+/** True when MemTotal of /proc/meminfo is above `thresholdKb` kB; true also when it is unreadable. */
+bool checkMemTotalOk(int thresholdKb);
+
+/** checkMemTotalOk for the meminfo at `path`. */
+bool checkMemTotalOkAt(const char* path, int thresholdKb);
+
+}  // namespace zstats

@@ -1,0 +1,146 @@
+#pragma once
+
+#include <aidl/vendor/norda/hardware/charger/ICharger.h>
+#include <android/os/IThermalService.h>
+#include <stats_pull_atom_callback.h>
+#include <vendor/norda/hardware/touch/INordaTouch.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "daemon/AtomicSp.h"
+#include "readers/GpuReader.h"
+#include "readers/ThermalReader.h"
+
+namespace zstats {
+
+using KeyValueMap = std::map<std::string, std::string>;
+
+/**
+ * The one object that every pull runs on: all atom handlers and the data sources they share.
+ * Created by the main service, which owns it and hands its address to statsd as cookie.
+ *
+ * Handlers run on binder threads, at the same time for different tags, never at the same time for
+ * one tag. Each appends its events to `data`, or none when it cannot get its value; it cannot make
+ * a pull fail.
+ */
+class ZStatsPullAtomCallback {
+  public:
+    using ICharger = aidl::vendor::norda::hardware::charger::ICharger;
+    using INordaTouch = ::vendor::norda::hardware::touch::INordaTouch;
+
+    ZStatsPullAtomCallback() = default;
+    ZStatsPullAtomCallback(const ZStatsPullAtomCallback&) = delete;
+    ZStatsPullAtomCallback& operator=(const ZStatsPullAtomCallback&) = delete;
+
+    // Battery: atoms/BatteryAtoms.cpp
+    void handleBatteryLevel(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryDod(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryHealth(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryCycleCount(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryVoltageNow(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryCurrentNow(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryFullChargedCapacity(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryPassedChg(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryPchgResetCount(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryTemperature(int32_t atomTag, AStatsEventList* data);
+    void handleRemainingBatteryPower(int32_t atomTag, AStatsEventList* data);
+    void handleBatteryCapacityLossRatio(int32_t atomTag, AStatsEventList* data);
+    void handleGaugeCarC(int32_t atomTag, AStatsEventList* data);
+
+    // Charging and USB input: atoms/ChargingAtoms.cpp
+    void handleChargeState(int32_t atomTag, AStatsEventList* data);
+    void handleUsbInputCurrentNow(int32_t atomTag, AStatsEventList* data);
+    void handleUsbInputVoltageNow(int32_t atomTag, AStatsEventList* data);
+    void handleChargeStateFromSysfs(int32_t atomTag, AStatsEventList* data);
+
+    // Display and touch: atoms/DisplayTouchAtoms.cpp
+    void handleScreenState(int32_t atomTag, AStatsEventList* data);
+    void handleScreenPanelBacklight(int32_t atomTag, AStatsEventList* data);
+    void handleTouchRefreshRateLevel(int32_t atomTag, AStatsEventList* data);
+    void handleDisplayDeviceInformation(int32_t atomTag, AStatsEventList* data);
+    void handleDisplayRGBHistogram(int32_t atomTag, AStatsEventList* data);
+
+    // GPU: atoms/GpuAtoms.cpp
+    void handleGpuFreqTimeInfo(int32_t atomTag, AStatsEventList* data);
+
+    // Temperatures: atoms/ThermalAtoms.cpp
+    void handleCpuTemperature(int32_t atomTag, AStatsEventList* data);
+    void handleThermalStatus(int32_t atomTag, AStatsEventList* data);
+    void handleAmbientTemperature(int32_t atomTag, AStatsEventList* data);
+    void handleBoardTemperature(int32_t atomTag, AStatsEventList* data);
+    void handleShellTemperature(int32_t atomTag, AStatsEventList* data);
+
+    // Memory and storage: atoms/MemoryStorageAtoms.cpp
+    void handleDdrLpmStats(int32_t atomTag, AStatsEventList* data);
+    void handleDdrFreqTimeInformation(int32_t atomTag, AStatsEventList* data);
+    void handleUfsTimeInformation(int32_t atomTag, AStatsEventList* data);
+    void handleAllocstallUxInformation(int32_t atomTag, AStatsEventList* data);
+    void handleUfsTotalReadWriteSize(int32_t atomTag, AStatsEventList* data);
+
+    // CPU: atoms/CpuAtoms.cpp
+    void handleCpuLeakageInformation(int32_t atomTag, AStatsEventList* data);
+    void handleCpuIdle(int32_t atomTag, AStatsEventList* data);
+    void handlePerfSchedinfo(int32_t atomTag, AStatsEventList* data);
+
+    // Wake-up sources: atoms/ActivityWakeUpSourceAtom.cpp
+    void handleActiveWakeUpSource(int32_t atomTag, AStatsEventList* data);
+
+    // Audio and usage data: atoms/AudioUsageAtoms.cpp
+    void handleAudioPAPower(int32_t atomTag, AStatsEventList* data);
+    void handleUahDataset(int32_t atomTag, AStatsEventList* data);
+
+    // Node content: sources/NodeContent.cpp. All are re-entrant and keep no state.
+
+    /** Text of the node behind a handle-factory key, empty on any failure. */
+    std::string getContentByHandleKey(const std::string& key);
+    /** The node's text as atoi reads it; -1 when it is empty or the service is absent. */
+    int32_t getValueByHandleKey(const std::string& key);
+    /**
+     * Map of the "key: value" lines of a node's text; the last of equal keys wins. Throws
+     * std::out_of_range at a line with nothing but blanks after its colon.
+     */
+    KeyValueMap parseKeyValueFromContent(const std::string& content);
+    /** The key's value as atoi reads it; -1 when the key is absent. */
+    int32_t getValueByKey(KeyValueMap& map, const std::string& key);
+
+    /**
+     * The charger service's proxy, connected on first use and again after the service died; empty
+     * when the service is not there. Any thread. sources/ChargerClient.cpp
+     */
+    std::shared_ptr<ICharger> getIChargeService();
+
+    /** Backlight levels of panel 0 and panel 1, 0 where a panel's node is missing. */
+    std::vector<int32_t> getScreenPanelBacklight();
+
+    /** Switch of the dump option "--rgbLog". No handler reads it. */
+    void setRgbHistogramLog(bool enabled) { mRgbHistogramLog = enabled; }
+    bool rgbHistogramLog() const { return mRgbHistogramLog; }
+
+    /** Guards the search of the handler table, for the pull dispatch alone. */
+    std::recursive_mutex& handlerLock() { return mHandlerLock; }
+
+  private:
+    /** Death notice of the charger service; the cookie is the callback object. */
+    static void onChargerDied(void* cookie);
+
+    std::atomic<bool> mRgbHistogramLog{false};
+    std::shared_ptr<ICharger> mChargerService;  // guarded by mChargerLock
+    /** The platform's thermal service; set once, kept even when that service dies. */
+    AtomicSp<android::os::IThermalService> mThermalService;
+    std::recursive_mutex mHandlerLock;
+    std::mutex mChargerLock;
+    GpuReader mGpuReader;
+    ThermalReader mThermalReader;
+    /** Set at the first connection, then kept for the life of the object. */
+    AtomicSp<INordaTouch> mTouchService;
+    /** Last cumulative residency in ms by DDR frequency in MHz. Used by one tag alone. */
+    std::map<int32_t, int64_t> mDdrResidencyMs;
+};
+
+}  // namespace zstats

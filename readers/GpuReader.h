@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zstats {
+
+/** Reads a GPU's frequency table and residency counters, as the chip vendor's kernel shows them. */
+class GpuStats {
+  public:
+    virtual ~GpuStats() = default;
+    /** Appends the frequencies in kHz, in node order; nothing when the node is unreadable. */
+    virtual void readFreqsKhz(std::vector<int>& out) = 0;
+    /** Appends the cumulative time counters, one per frequency, in the node's own unit. */
+    virtual void readFreqsTime(std::vector<long long>& out) = 0;
+};
+
+/** Nodes that list all numbers in one run: frequencies in MHz, times unscaled. */
+class QcomGpuStats : public GpuStats {
+  public:
+    void readFreqsKhz(std::vector<int>& out) override;
+    void readFreqsTime(std::vector<long long>& out) override;
+
+  private:
+    std::string mFreqTableKey = "gpu_freq_table_qual";
+    std::string mFreqTimeKey = "gpu_freq_time_qual";
+};
+
+/** Nodes with a line per frequency, each with a lead-in before its numbers; frequencies in Hz. */
+class MtkGpuStats : public GpuStats {
+  public:
+    void readFreqsKhz(std::vector<int>& out) override;
+    void readFreqsTime(std::vector<long long>& out) override;
+
+  private:
+    std::string mFreqTableKey = "gpu_freq_table_mtk";
+    std::string mFreqTimeKey = "gpu_freq_time_mtk";
+};
+
+/** The back-end for this device, empty on an unknown platform. `chipIdPath` exists on MediaTek. */
+std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath);
+
+/**
+ * Turns the GPU's cumulative residency counters into differences between two readings. Not
+ * thread-safe: one pull handler alone uses it.
+ */
+class GpuReader {
+  public:
+    /** Chooses the back-end of this device and takes the first reading as the baseline. */
+    GpuReader();
+    /** The same with a given back-end, which may be empty. */
+    explicit GpuReader(std::shared_ptr<GpuStats> stats);
+
+    /** Takes a reading: appends the cumulative counters to `out` and advances the read times. */
+    void readFreqsTime(std::vector<long long>& out);
+    /** The frequencies in kHz; read again at each call while there are none. */
+    std::vector<int> getGpuFreqsKhz();
+    /** Takes a reading and returns the time at each frequency since the last one that matched. */
+    std::vector<long long> getGpuFreqsTimeDelta();
+
+  private:
+    int64_t mLastReadTimeMs;
+    int64_t mCurrentReadTimeMs;
+    std::vector<int> mFreqsKhz;
+    std::vector<long long> mLastTimes;
+    std::vector<long long> mTimeDeltas;
+    std::shared_ptr<GpuStats> mStats;
+};
+
+}  // namespace zstats

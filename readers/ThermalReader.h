@@ -1,0 +1,56 @@
+#pragma once
+
+#include <binder/IBinder.h>
+#include <binder/Parcel.h>
+#include <utils/RefBase.h>
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "daemon/AtomicSp.h"
+
+namespace zstats {
+
+/**
+ * Client of the maker's thermal service "calda". Connects at construction and, when the service was
+ * absent or died, again at the next query. Queries may run on any thread.
+ */
+class ThermalReader {
+  public:
+    enum TemperatureType : int32_t { AMBIENT = 0, BOARD = 1, SHELL = 2 };
+
+    ThermalReader();
+    ~ThermalReader();
+    ThermalReader(const ThermalReader&) = delete;
+    ThermalReader& operator=(const ThermalReader&) = delete;
+
+    /** Connects to the service unless it is connected already. Never waits for it. */
+    void getCaldaService();
+    /** The service's own status code. Returns 0, or -1 with `status` untouched. */
+    int getThermalStatus(int& status);
+    /**
+     * Temperatures in milli-degrees Celsius: one for AMBIENT and BOARD, three for SHELL. Returns 0,
+     * or -1 on failure. `out` is cleared once the service is reached.
+     */
+    int getTemperatureInMilliCelsius(TemperatureType type, std::vector<int>& out);
+
+  private:
+    class ThermalDeathRecipient : public android::IBinder::DeathRecipient {
+      public:
+        explicit ThermalDeathRecipient(ThermalReader* reader) : mReader(reader) {}
+        void binderDied(const android::wp<android::IBinder>& who) override;
+
+      private:
+        ThermalReader* mReader;
+    };
+
+    const std::string mServiceName;
+    const std::string mDescriptor;
+    AtomicSp<android::IBinder> mCaldaBinder;
+    android::sp<ThermalDeathRecipient> mDeathRecipient;
+    std::recursive_mutex mLock;  // held while a death notice inspects and clears mCaldaBinder
+};
+
+}  // namespace zstats

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <aidl/vendor/norda/hardware/handlefactory/IHandleFactory.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace zstats {
+
+/**
+ * The process's one client of the handle-factory service, which maps a key to the text of a kernel
+ * node. Connects on first use and again after the service died; never waits for it. Any thread.
+ */
+class HalHandleFactoryProxyAidl {
+  public:
+    using IHandleFactory = aidl::vendor::norda::hardware::handlefactory::IHandleFactory;
+
+    static HalHandleFactoryProxyAidl& getInstance();
+
+    /** The cached proxy, connecting first if there is none; empty when the service is absent. */
+    std::shared_ptr<IHandleFactory> getService();
+    /** True when the service can be reached. Makes a whole connection attempt when not connected. */
+    bool exist();
+    /**
+     * Asks for the node behind `key`. Assigns its text to `out` and returns the service's result
+     * code; on any failure leaves `out` untouched and returns -1.
+     */
+    int read(const std::string& key, std::string& out);
+
+  private:
+    HalHandleFactoryProxyAidl() = default;
+    HalHandleFactoryProxyAidl(const HalHandleFactoryProxyAidl&) = delete;
+    HalHandleFactoryProxyAidl& operator=(const HalHandleFactoryProxyAidl&) = delete;
+
+    static void onServiceDied(void* cookie);
+
+    std::recursive_mutex mLock;  // guards connecting; the death notice does not take it
+    std::shared_ptr<IHandleFactory> mService;  // loaded and stored atomically
+};
+
+/**
+ * Replaces `out` by the text of the node behind `key`; leaves it untouched when the text is empty
+ * or cannot be had. For code outside the handlers.
+ */
+void getContentByHandleKey(const std::string& key, std::string& out);
+
+}  // namespace zstats
