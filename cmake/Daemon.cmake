@@ -1,0 +1,10 @@
+# The daemon: a library of all its parts, for the tests as well, and its executable.
+file(GLOB daemon_sources CONFIGURE_DEPENDS
+    daemon/*.cpp sources/*.cpp atoms/*.cpp readers/*.cpp acquire/*.cpp kernel/*.cpp)
+list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
+
+add_library(zstats STATIC ${daemon_sources})
+target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
+target_link_libraries(zstats
+    PUBLIC aosp_headers host_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
+    PRIVATE zstats_warnings PkgConfig::SELINUX)

@@ -1,0 +1,12 @@
+# One sanitizer for everything that is compiled, the platform libraries included.
+if(ZSTATS_SANITIZE STREQUAL "address")
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+elseif(ZSTATS_SANITIZE STREQUAL "thread")
+    # A fence is not modelled by the sanitizer; the platform's one use of them is compiled without.
+    add_compile_options(-fsanitize=thread -Wno-tsan -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+elseif(ZSTATS_SANITIZE)
+    message(FATAL_ERROR "ZSTATS_SANITIZE is '${ZSTATS_SANITIZE}'; use address or thread")
+endif()

@@ -1,0 +1,438 @@
+#include "host/inprocess/InProcessBinder.h"
+
+#include <android/binder_ibinder.h>
+#include <binder/Binder.h>
+#include <binder/BpBinder.h>
+#include <binder/IPCThreadState.h>
+#include <binder/IServiceManager.h>
+#include <binder/Stability.h>
+#include <utils/String8.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+// From the NDK library's internals: how it turns its handles into binders and back.
+#include "ibinder_internal.h"
+
+namespace zstats::inprocess {
+
+using android::BpBinder;
+using android::IBinder;
+using android::IPCThreadState;
+using android::Parcel;
+using android::sp;
+using android::status_t;
+using android::String16;
+using android::String8;
+using android::Vector;
+
+namespace {
+
+/** A pid that no process of the host has, so that a forged caller is nobody in particular. */
+constexpr int64_t kCallerPid = 1;
+
+/** Runs `action` under the identity of a caller with this uid, as the driver would arrange it. */
+template <typename Action>
+status_t asCaller(uid_t uid, const Action& action) {
+    IPCThreadState* self = IPCThreadState::self();
+    const int64_t before = self->clearCallingIdentity();
+    self->restoreCallingIdentity((static_cast<int64_t>(uid) << 32) | kCallerPid);
+    const status_t status = action();
+    self->restoreCallingIdentity(before);
+    return status;
+}
+
+}  // namespace
+
+/** The far side of a proxy: the local object, its faults, and a thread for its one-way calls. */
+class Target {
+  public:
+    Target(int32_t handle, sp<IBinder> local) : mHandle(handle), mLocal(std::move(local)) {}
+    ~Target() { stopOneway(); }
+
+    /** Made once, after the target is in the table of handles. */
+    void makeProxy() {
+        mProxy = BpBinder::create(mHandle);
+        android::internal::Stability::markCompilationUnit(mProxy.get());
+    }
+
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+        status_t status = admit(code);
+        if (status != android::OK) return status;
+        flags |= android::IBinder::FLAG_ONEWAY << 4;  // descriptors accepted, as the driver has it
+        if ((flags & IBinder::FLAG_ONEWAY) != 0) return enqueue(code, data, flags);
+        Parcel unwanted;
+        Parcel* answer = reply != nullptr ? reply : &unwanted;
+        status = asCaller(callerUid(), [&] { return mLocal->transact(code, data, answer, flags); });
+        if (status != android::OK) answer->freeData();
+        if (!alive()) return android::DEAD_OBJECT;
+        answer->setDataPosition(0);
+        return status;
+    }
+
+    void die() {
+        {
+            const std::lock_guard<std::mutex> lock(mLock);
+            mAlive = false;
+            mBlocked = false;
+        }
+        mChanged.notify_all();
+        std::thread([proxy = mProxy] { proxy->sendObituary(); }).join();
+    }
+
+    void failCalls(status_t status) { mFailure = status; }
+    void setCallerUid(uid_t uid) { mCallerUid = uid; }
+
+    void setBlocked(bool blocked) {
+        {
+            const std::lock_guard<std::mutex> lock(mLock);
+            mBlocked = blocked;
+        }
+        mChanged.notify_all();
+    }
+
+    void waitForBlocked(int count) {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [&] { return mHanging >= count; });
+    }
+
+    int calls(uint32_t code) const {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto found = mCalls.find(code);
+        return found == mCalls.end() ? 0 : found->second;
+    }
+
+    void drainOneway() {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [&] { return mOneway.empty() && !mServingOneway; });
+    }
+
+    sp<BpBinder> proxy() const { return mProxy; }
+
+  private:
+    struct OnewayCall {
+        uint32_t code;
+        Parcel data;
+        uint32_t flags;
+    };
+
+    bool alive() const {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return mAlive;
+    }
+
+    uid_t callerUid() const { return mCallerUid; }
+
+    /** Counts the call, lets it hang where told to, and says whether it may go on. */
+    status_t admit(uint32_t code) {
+        std::unique_lock<std::mutex> lock(mLock);
+        ++mCalls[code];
+        ++mHanging;
+        mChanged.notify_all();
+        mChanged.wait(lock, [&] { return !mBlocked; });
+        --mHanging;
+        return mAlive ? mFailure.load() : android::DEAD_OBJECT;
+    }
+
+    status_t enqueue(uint32_t code, const Parcel& data, uint32_t flags) {
+        auto call = std::make_unique<OnewayCall>();
+        call->code = code;
+        call->flags = flags;
+        const status_t status = call->data.appendFrom(&data, 0, data.dataSize());
+        if (status != android::OK) return status;
+        const std::lock_guard<std::mutex> lock(mLock);
+        mOneway.push_back(std::move(call));
+        if (!mOnewayThread.joinable()) mOnewayThread = std::thread([this] { serveOneway(); });
+        mChanged.notify_all();
+        return android::OK;
+    }
+
+    void serveOneway() {
+        std::unique_lock<std::mutex> lock(mLock);
+        while (true) {
+            mChanged.wait(lock, [&] { return mStopping || !mOneway.empty(); });
+            if (mOneway.empty()) return;
+            const std::unique_ptr<OnewayCall> call = std::move(mOneway.front());
+            mOneway.pop_front();
+            mServingOneway = true;
+            const bool deliver = mAlive;
+            lock.unlock();
+            if (deliver) {
+                asCaller(callerUid(), [&] {
+                    Parcel unwanted;
+                    return mLocal->transact(call->code, call->data, &unwanted, call->flags);
+                });
+            }
+            lock.lock();
+            mServingOneway = false;
+            mChanged.notify_all();
+        }
+    }
+
+    void stopOneway() {
+        {
+            const std::lock_guard<std::mutex> lock(mLock);
+            mStopping = true;
+        }
+        mChanged.notify_all();
+        if (mOnewayThread.joinable()) mOnewayThread.join();
+    }
+
+    const int32_t mHandle;
+    const sp<IBinder> mLocal;
+    sp<BpBinder> mProxy;
+    std::atomic<status_t> mFailure{android::OK};
+    std::atomic<uid_t> mCallerUid{getuid()};
+    mutable std::mutex mLock;  // guards all below
+    std::condition_variable mChanged;
+    bool mAlive = true;
+    bool mBlocked = false;
+    bool mStopping = false;
+    bool mServingOneway = false;
+    int mHanging = 0;
+    std::map<uint32_t, int> mCalls;
+    std::deque<std::unique_ptr<OnewayCall>> mOneway;
+    std::thread mOnewayThread;
+};
+
+namespace {
+
+/** The table that stands for the driver: every proxy's handle and what is behind it. */
+class Handles {
+  public:
+    std::shared_ptr<Target> add(const sp<IBinder>& local) {
+        std::shared_ptr<Target> target;
+        {
+            const std::lock_guard<std::mutex> lock(mLock);
+            target = std::make_shared<Target>(++mLast, local);
+            mTargets[mLast] = target;
+        }
+        target->makeProxy();
+        return target;
+    }
+
+    std::shared_ptr<Target> find(int32_t handle) const {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto found = mTargets.find(handle);
+        return found == mTargets.end() ? nullptr : found->second;
+    }
+
+    /** Targets live until the process ends: a proxy may outlast everything that a test holds. */
+    static Handles& instance() {
+        static Handles* const handles = new Handles;
+        return *handles;
+    }
+
+  private:
+    mutable std::mutex mLock;
+    int32_t mLast = 0;
+    std::map<int32_t, std::shared_ptr<Target>> mTargets;
+};
+
+/** The process's service manager. */
+class Registry : public android::IServiceManager {
+  public:
+    sp<IBinder> getService(const String16& name) const override { return checkService(name); }
+
+    sp<IBinder> checkService(const String16& name) const override {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto found = mServices.find(String8(name).c_str());
+        return found == mServices.end() ? nullptr : found->second;
+    }
+
+    status_t addService(const String16& name, const sp<IBinder>& service, bool allowIsolated,
+                        int dumpFlags) override {
+        const std::string key = String8(name).c_str();
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto refusal = mRefusals.find(key);
+        if (refusal != mRefusals.end()) return refusal->second;
+        mServices[key] = service;
+        mAdded.push_back({key, service, allowIsolated, dumpFlags});
+        mAppeared.notify_all();
+        return android::OK;
+    }
+
+    Vector<String16> listServices(int /*dumpFlags*/) override {
+        Vector<String16> names;
+        const std::lock_guard<std::mutex> lock(mLock);
+        for (const auto& service : mServices) names.push_back(String16(service.first.c_str()));
+        return names;
+    }
+
+    sp<IBinder> waitForService(const String16& name) override {
+        const std::string key = String8(name).c_str();
+        std::unique_lock<std::mutex> lock(mLock);
+        mAppeared.wait(lock, [&] { return mServices.count(key) != 0; });
+        return mServices[key];
+    }
+
+    bool isDeclared(const String16& name) override { return checkService(name) != nullptr; }
+
+    IBinder* onAsBinder() override { return nullptr; }
+
+    void publish(const std::string& name, const sp<IBinder>& binder) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        mServices[name] = binder;
+        mAppeared.notify_all();
+    }
+
+    void withdraw(const std::string& name, const sp<IBinder>& onlyIf) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto found = mServices.find(name);
+        if (found == mServices.end()) return;
+        if (onlyIf == nullptr || found->second == onlyIf) mServices.erase(found);
+    }
+
+    void withdrawAll(const sp<IBinder>& binder) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        for (auto it = mServices.begin(); it != mServices.end();) {
+            it = it->second == binder ? mServices.erase(it) : std::next(it);
+        }
+    }
+
+    void reset() {
+        std::map<std::string, sp<IBinder>> services;
+        std::vector<AddedService> added;
+        const std::lock_guard<std::mutex> lock(mLock);
+        services.swap(mServices);
+        added.swap(mAdded);
+        mRefusals.clear();
+        mHidden = false;
+    }
+
+    void refuse(const std::string& name, status_t status) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        mRefusals[name] = status;
+    }
+
+    std::vector<AddedService> added() const {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return mAdded;
+    }
+
+    std::atomic<bool> mHidden{false};
+
+    static sp<Registry> instance() {
+        static const sp<Registry>* const registry = new sp<Registry>(new Registry);
+        return *registry;
+    }
+
+  private:
+    mutable std::mutex mLock;  // guards all below
+    std::condition_variable mAppeared;
+    std::map<std::string, sp<IBinder>> mServices;
+    std::map<std::string, status_t> mRefusals;
+    std::vector<AddedService> mAdded;
+};
+
+}  // namespace
+
+RemoteService::RemoteService(std::shared_ptr<Target> target) : mTarget(std::move(target)) {}
+
+RemoteService::~RemoteService() {
+    unblock();
+}
+
+void RemoteService::die() {
+    Registry::instance()->withdrawAll(mTarget->proxy());
+    mTarget->die();
+}
+
+void RemoteService::failCalls(status_t status) {
+    mTarget->failCalls(status);
+}
+
+void RemoteService::setCallerUid(uid_t uid) {
+    mTarget->setCallerUid(uid);
+}
+
+void RemoteService::block() {
+    mTarget->setBlocked(true);
+}
+
+void RemoteService::unblock() {
+    mTarget->setBlocked(false);
+}
+
+void RemoteService::waitForBlocked(int count) {
+    mTarget->waitForBlocked(count);
+}
+
+int RemoteService::calls(uint32_t code) const {
+    return mTarget->calls(code);
+}
+
+void RemoteService::drainOneway() {
+    mTarget->drainOneway();
+}
+
+sp<IBinder> RemoteService::proxy() const {
+    return mTarget->proxy();
+}
+
+ndk::SpAIBinder RemoteService::ndkProxy() const {
+    const sp<AIBinder> binder = ABpBinder::lookupOrCreateFromBinder(mTarget->proxy());
+    AIBinder_incStrong(binder.get());
+    return ndk::SpAIBinder(binder.get());
+}
+
+std::shared_ptr<RemoteService> publish(const std::string& name, const sp<IBinder>& local) {
+    const std::shared_ptr<Target> target = Handles::instance().add(local);
+    Registry::instance()->publish(name, target->proxy());
+    return std::make_shared<RemoteService>(target);
+}
+
+std::shared_ptr<RemoteService> publish(const std::string& name, const ndk::SpAIBinder& local) {
+    return publish(name, local.get()->getBinder());
+}
+
+void withdraw(const std::string& name) {
+    Registry::instance()->withdraw(name, nullptr);
+}
+
+void reset() {
+    Registry::instance()->reset();
+}
+
+std::vector<AddedService> addedServices() {
+    return Registry::instance()->added();
+}
+
+void refuseService(const std::string& name, status_t status) {
+    Registry::instance()->refuse(name, status);
+}
+
+void hideServiceManager(bool hidden) {
+    Registry::instance()->mHidden = hidden;
+}
+
+}  // namespace zstats::inprocess
+
+// The linker sends the library's calls of these two functions here.
+
+android::status_t transactInProcess(android::IPCThreadState* self, int32_t handle, uint32_t code,
+                                    const android::Parcel& data, android::Parcel* reply,
+                                    uint32_t flags)
+        __asm__("__wrap__ZN7android14IPCThreadState8transactEijRKNS_6ParcelEPS1_j");
+
+android::status_t transactInProcess(android::IPCThreadState* /*self*/, int32_t handle,
+                                    uint32_t code, const android::Parcel& data,
+                                    android::Parcel* reply, uint32_t flags) {
+    const auto target = zstats::inprocess::Handles::instance().find(handle);
+    if (target == nullptr) return android::DEAD_OBJECT;
+    return target->transact(code, data, reply, flags);
+}
+
+android::sp<android::IServiceManager> inProcessServiceManager()
+        __asm__("__wrap__ZN7android21defaultServiceManagerEv");
+
+android::sp<android::IServiceManager> inProcessServiceManager() {
+    const auto registry = zstats::inprocess::Registry::instance();
+    if (registry->mHidden) return nullptr;
+    return registry;
+}

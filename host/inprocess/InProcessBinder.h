@@ -1,0 +1,85 @@
+#pragma once
+
+#include <android/binder_auto_utils.h>
+#include <binder/IBinder.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+/**
+ * Binder in one process, without a driver. A service published here is reached through a genuine
+ * proxy, by way of the process's default service manager: calls are marshalled, they arrive under
+ * the uid that the test chose, one-way calls run on a thread of the service in their order, and
+ * death is told by the platform's own code. All functions may be called on any thread.
+ */
+namespace zstats::inprocess {
+
+class Target;
+
+/** A published service as a test holds it. It stays reachable as long as somebody holds its proxy. */
+class RemoteService {
+  public:
+    explicit RemoteService(std::shared_ptr<Target> target);
+    ~RemoteService();
+    RemoteService(const RemoteService&) = delete;
+    RemoteService& operator=(const RemoteService&) = delete;
+
+    /**
+     * Ends the service: its name is gone, calls return DEAD_OBJECT, also those that hang, and every
+     * death notice has run, on a thread of its own, when this returns.
+     */
+    void die();
+    /** Every later call fails with this status before it reaches the service; 0 ends that. */
+    void failCalls(android::status_t status);
+    /** What the service sees as the caller's uid from now on; the process's own until set. */
+    void setCallerUid(uid_t uid);
+    /** Later calls hang until unblock() or die(). */
+    void block();
+    void unblock();
+    /** Returns when `count` calls hang at the same time. */
+    void waitForBlocked(int count);
+    /** How many transactions of this code were made, failed and hanging ones included. */
+    int calls(uint32_t code) const;
+    /** Returns when all one-way calls made so far have been served. */
+    void drainOneway();
+
+    android::sp<android::IBinder> proxy() const;
+    ndk::SpAIBinder ndkProxy() const;
+
+  private:
+    const std::shared_ptr<Target> mTarget;
+};
+
+/** Publishes `local`, replacing what had this name. */
+std::shared_ptr<RemoteService> publish(const std::string& name,
+                                       const android::sp<android::IBinder>& local);
+std::shared_ptr<RemoteService> publish(const std::string& name, const ndk::SpAIBinder& local);
+
+/** Makes the name unknown. The service lives on for those that hold its proxy. */
+void withdraw(const std::string& name);
+
+/** Withdraws every name and undoes refuseService, hideServiceManager and the record of additions. */
+void reset();
+
+/** A call of IServiceManager::addService. */
+struct AddedService {
+    std::string name;
+    android::sp<android::IBinder> binder;
+    bool allowIsolated;
+    int dumpFlags;
+};
+
+/** The additions made through the service manager so far, refused ones left out, in order. */
+std::vector<AddedService> addedServices();
+/** Makes addService of this name return `status`. */
+void refuseService(const std::string& name, android::status_t status);
+/** Makes the process have no service manager (true) or have it back (false). */
+void hideServiceManager(bool hidden);
+
+}  // namespace zstats::inprocess
