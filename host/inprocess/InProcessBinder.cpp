@@ -415,10 +415,10 @@ void hideServiceManager(bool hidden) {
 
 // The linker sends the library's calls of these two functions here.
 
-android::status_t transactInProcess(android::IPCThreadState* self, int32_t handle, uint32_t code,
-                                    const android::Parcel& data, android::Parcel* reply,
-                                    uint32_t flags)
-        __asm__("__wrap__ZN7android14IPCThreadState8transactEijRKNS_6ParcelEPS1_j");
+android::status_t transactInProcess(
+        android::IPCThreadState* self, int32_t handle, uint32_t code, const android::Parcel& data,
+        android::Parcel* reply,
+        uint32_t flags) __asm__("__wrap__ZN7android14IPCThreadState8transactEijRKNS_6ParcelEPS1_j");
 
 android::status_t transactInProcess(android::IPCThreadState* /*self*/, int32_t handle,
                                     uint32_t code, const android::Parcel& data,
@@ -428,8 +428,8 @@ android::status_t transactInProcess(android::IPCThreadState* /*self*/, int32_t h
     return target->transact(code, data, reply, flags);
 }
 
-android::sp<android::IServiceManager> inProcessServiceManager()
-        __asm__("__wrap__ZN7android21defaultServiceManagerEv");
+android::sp<android::IServiceManager> inProcessServiceManager() __asm__(
+        "__wrap__ZN7android21defaultServiceManagerEv");
 
 android::sp<android::IServiceManager> inProcessServiceManager() {
     const auto registry = zstats::inprocess::Registry::instance();

@@ -2,10 +2,9 @@
 
 #include <android/binder_auto_utils.h>
 #include <binder/IBinder.h>
+#include <sys/types.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
-
-#include <sys/types.h>
 
 #include <cstdint>
 #include <memory>
