@@ -1,0 +1,46 @@
+#include "acquire/AtomsAcquireService.h"
+
+#include <binder/IPCThreadState.h>
+#include <sys/types.h>
+
+#include "acquire/PushedAtomSubscription.h"
+#include "daemon/Log.h"
+
+using android::binder::Status;
+
+namespace zstats {
+
+namespace {
+
+constexpr uid_t kRootUid = 0;
+constexpr uid_t kSystemUid = 1000;
+
+}  // namespace
+
+bool AtomsAcquireService::checkCallingPermission() {
+    const uid_t uid = android::IPCThreadState::self()->getCallingUid();
+    ZLOG(INFO, "AtomsAcquireService checkCallingPermission callingUid =%d!\n", uid);
+    // statsd's own uid is not among them, although subscriptions name it as a package.
+    if (uid == kRootUid || uid == kSystemUid) return true;
+    ZLOG(ERROR, "AtomsAcquireService::checkCallingPermission calling from invalid uid:%d", uid);
+    return false;
+}
+
+Status AtomsAcquireService::getInfoForPulledAtoms(const std::vector<int32_t>&,
+                                                  std::vector<std::string>*) {
+    ZLOG(INFO, "AtomsAcquire pullAtomsAcquire");
+    return Status::ok();
+}
+
+Status AtomsAcquireService::registerFdForPushedAtoms(const std::vector<int32_t>& atomIds,
+                                                     const android::os::ParcelFileDescriptor& fd,
+                                                     int32_t* ret) {
+    if (!checkCallingPermission()) {
+        ZLOG(ERROR, "AtomsAcquireService checkCallingPermission filded!\n");
+        return Status::fromServiceSpecificError(-1);
+    }
+    *ret = dumpShellSubscriptionForPush(atomIds, fd);
+    return Status::ok();
+}
+
+}  // namespace zstats

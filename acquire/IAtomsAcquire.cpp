@@ -1,0 +1,149 @@
+#include "acquire/IAtomsAcquire.h"
+
+#include <binder/Stability.h>
+#include <cutils/trace.h>
+#include <utils/String8.h>
+#include <utils/Trace.h>
+
+using android::OK;
+using android::Parcel;
+using android::ScopedTrace;
+using android::status_t;
+using android::String8;
+using android::binder::Status;
+using android::os::ParcelFileDescriptor;
+
+namespace zstats {
+
+// The checked form of this macro lets no interface of ours through.
+DO_NOT_DIRECTLY_USE_ME_IMPLEMENT_META_INTERFACE(AtomsAcquire, "com.norda.quill.IAtomsAcquire")
+
+namespace {
+
+/** The status that the parcel itself gives to a vector with fewer values than its count tells. */
+status_t cutShortStatus() {
+    Parcel request;
+    request.writeInt32(1);
+    request.setDataPosition(0);
+    std::vector<int32_t> values;
+    return request.readInt32Vector(&values);
+}
+
+status_t readAtomIds(const Parcel& data, std::vector<int32_t>* atomIds) {
+    // Older versions of libbinder make room for the whole count before they look for the values, so
+    // a count that the request cannot hold must not reach them.
+    const size_t start = data.dataPosition();
+    int32_t count = 0;
+    if (data.readInt32(&count) == OK && count > 0 &&
+        static_cast<size_t>(count) > data.dataAvail() / sizeof(int32_t)) {
+        return cutShortStatus();
+    }
+    data.setDataPosition(start);
+    return data.readInt32Vector(atomIds);
+}
+
+/** Not ok when the request holds more than the arguments; libbinder has no such check everywhere. */
+Status requireAllRead(const Parcel& data) {
+    const size_t unread = data.dataAvail();
+    if (unread == 0) return Status::ok();
+    return Status::fromExceptionCode(
+            Status::EX_BAD_PARCELABLE,
+            String8::format("Parcel data not fully consumed, unread size: %zu", unread));
+}
+
+/** Replaces whatever the reply holds already. */
+status_t writeOver(Parcel* reply, const Status& status) {
+    reply->setDataSize(0);
+    reply->setDataPosition(0);
+    return status.writeToParcel(reply);
+}
+
+}  // namespace
+
+BnAtomsAcquire::BnAtomsAcquire() {
+    android::internal::Stability::markCompilationUnit(this);
+}
+
+status_t BnAtomsAcquire::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                    uint32_t flags) {
+    status_t result;
+    switch (code) {
+        case kGetInfoForPulledAtoms:
+            result = onGetInfo(data, reply);
+            break;
+        case kRegisterFdForPushedAtoms:
+            result = onRegisterFd(data, reply);
+            break;
+        default:
+            result = BBinder::onTransact(code, data, reply, flags);
+            break;
+    }
+    if (result == android::UNEXPECTED_NULL) {
+        return writeOver(reply, Status::fromExceptionCode(Status::EX_NULL_POINTER));
+    }
+    return result;
+}
+
+status_t BnAtomsAcquire::onGetInfo(const Parcel& data, Parcel* reply) {
+    if (!data.checkInterface(this)) return android::BAD_TYPE;
+    ScopedTrace trace(ATRACE_TAG_AIDL,
+                      "AIDL::cpp::IAtomsAcquire::getInfoForPulledAtoms::cppServer");
+
+    std::vector<int32_t> atomIds;
+    if (status_t result = readAtomIds(data, &atomIds); result != OK) return result;
+    if (Status status = requireAllRead(data); !status.isOk()) return status.writeToParcel(reply);
+
+    std::vector<std::string> info;
+    const Status status = getInfoForPulledAtoms(atomIds, &info);
+    if (status_t result = status.writeToParcel(reply); result != OK) return result;
+    return status.isOk() ? reply->writeUtf8VectorAsUtf16Vector(info) : OK;
+}
+
+status_t BnAtomsAcquire::onRegisterFd(const Parcel& data, Parcel* reply) {
+    if (!data.checkInterface(this)) return android::BAD_TYPE;
+    ScopedTrace trace(ATRACE_TAG_AIDL,
+                      "AIDL::cpp::IAtomsAcquire::registerFdForPushedAtoms::cppServer");
+
+    std::vector<int32_t> atomIds;
+    if (status_t result = readAtomIds(data, &atomIds); result != OK) return result;
+    ParcelFileDescriptor fd;
+    if (status_t result = data.readParcelable(&fd); result != OK) return result;
+    if (Status status = requireAllRead(data); !status.isOk()) return status.writeToParcel(reply);
+
+    int32_t ret = 0;
+    const Status status = registerFdForPushedAtoms(atomIds, fd, &ret);
+    if (status_t result = status.writeToParcel(reply); result != OK) return result;
+    return status.isOk() ? reply->writeInt32(ret) : OK;
+}
+
+BpAtomsAcquire::BpAtomsAcquire(const android::sp<android::IBinder>& remote)
+      : BpInterface<IAtomsAcquire>(remote) {}
+
+Status BpAtomsAcquire::getInfoForPulledAtoms(const std::vector<int32_t>& atomIds,
+                                             std::vector<std::string>* info) {
+    Parcel data;
+    Parcel reply;
+    status_t result = data.writeInterfaceToken(getInterfaceDescriptor());
+    if (result == OK) result = data.writeInt32Vector(atomIds);
+    if (result == OK) result = remote()->transact(kGetInfoForPulledAtoms, data, &reply);
+    Status status;
+    if (result == OK) result = status.readFromParcel(reply);
+    if (result == OK && status.isOk()) result = reply.readUtf8VectorFromUtf16Vector(info);
+    return result == OK ? status : Status::fromStatusT(result);
+}
+
+Status BpAtomsAcquire::registerFdForPushedAtoms(const std::vector<int32_t>& atomIds,
+                                                const ParcelFileDescriptor& fd, int32_t* ret) {
+    Parcel data;
+    Parcel reply;
+    status_t result = data.writeInterfaceToken(getInterfaceDescriptor());
+    if (result == OK) result = data.writeInt32Vector(atomIds);
+    if (result == OK) result = data.writeParcelable(fd);
+    if (result == OK) result = remote()->transact(kRegisterFdForPushedAtoms, data, &reply);
+    Status status;
+    if (result == OK) result = status.readFromParcel(reply);
+    if (result == OK && status.isOk()) result = reply.readInt32(ret);
+    return result == OK ? status : Status::fromStatusT(result);
+}
+
+}  // namespace zstats

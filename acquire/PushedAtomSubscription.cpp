@@ -1,0 +1,142 @@
+#include "acquire/PushedAtomSubscription.h"
+
+#include <binder/TextOutput.h>
+#include <proto/shell_config.pb.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+#include "acquire/Cmd.h"
+#include "daemon/Log.h"
+
+using android::os::ParcelFileDescriptor;
+using android::os::statsd::PulledAtomSubscription;
+using android::os::statsd::ShellSubscription;
+
+namespace zstats {
+
+namespace {
+
+constexpr int64_t kPullIntervalMs = 1000;
+constexpr const char* kPullPackages[] = {"AID_ROOT", "AID_SYSTEM", "AID_STATSD"};
+constexpr size_t kLengthBytes = 8;
+
+struct IdRange {
+    int32_t first;
+    int32_t last;
+    AtomSource source;
+};
+
+constexpr IdRange kIdRanges[] = {
+        {3, 749, AtomSource::kPushed},
+        {100000, 149999, AtomSource::kPushed},
+        {150000, INT32_MAX, AtomSource::kPulled},
+        // Narrow on purpose: the pulled ids above it are not offered.
+        {10000, 10499, AtomSource::kPulled},
+};
+
+/** The descriptors that one subscription's thread works with. */
+struct SubscriptionFds {
+    int controlRead;
+    int controlWrite;
+    int output;
+};
+
+void addPulled(ShellSubscription* subscription, int32_t atomId) {
+    PulledAtomSubscription* pulled = subscription->add_pulled();
+    pulled->mutable_matcher()->set_atom_id(atomId);
+    pulled->set_freq_millis(kPullIntervalMs);
+    for (const char* package : kPullPackages) pulled->add_packages(package);
+}
+
+/** Body of the detached thread. Leaves the pipe's write end alone: nobody closes it. */
+void runDataSubscribe(SubscriptionFds fds) {
+    ZLOG(INFO, "AtomsAcquire cmdMain in!!!\n");
+    cmdMain({"stats", "data-subscribe"}, android::aout, android::aerr, fds.controlRead, fds.output,
+            STDERR_FILENO, RunMode::kStandalone);
+    close(fds.controlRead);
+    close(fds.output);
+    ZLOG(INFO, "AtomsAcquire cmdMain done!!!\n");
+}
+
+/** Hands the frame to the pipe; false when that fails. What a short write leaves out is lost. */
+bool writeConfig(int fd, const std::string& frame) {
+    if (write(fd, frame.data(), frame.size()) >= 0) return true;
+    ZLOG(ERROR, "AtomsAcquire write to control pipe done with error(%s) \n", strerror(errno));
+    return false;
+}
+
+int32_t subscribe(const std::vector<int32_t>& atomIds, const ParcelFileDescriptor& fd) {
+    int control[2];
+    if (pipe(control) != 0) {
+        fprintf(stderr, "create control pipe failed\n");
+        return -1;
+    }
+    ZLOG(INFO, "AtomsAcquire write config \n");
+    const std::string message = serializeSubscription(atomIds);
+    ZLOG(INFO, "AtomsAcquire config.SerializeToString \n");
+    const std::string frame = frameMessage(message);
+    ZLOG(INFO, "AtomsAcquire sizeof(n):%d str.size():%d\n", static_cast<int>(kLengthBytes),
+         static_cast<int>(frame.size()));
+    if (!writeConfig(control[1], frame)) {
+        close(control[0]);
+        close(control[1]);
+        return -1;
+    }
+    ZLOG(INFO, "AtomsAcquire dumpShellSubscriptionForPush write to control pipe done  \n");
+    const int output = dup(fd.get());
+    ZLOG(INFO, "AtomsAcquire zstats data-subscribe in intInFd =%d,inFds.get()=%d\n", output,
+         fd.get());
+    std::thread(runDataSubscribe, SubscriptionFds{control[0], control[1], output}).detach();
+    return 1;
+}
+
+}  // namespace
+
+AtomSource classifyAtomId(int32_t atomId) {
+    for (const IdRange& range : kIdRanges) {
+        if (atomId >= range.first && atomId <= range.last) return range.source;
+    }
+    return AtomSource::kNone;
+}
+
+std::string serializeSubscription(const std::vector<int32_t>& atomIds) {
+    ShellSubscription subscription;
+    for (int32_t atomId : atomIds) {
+        switch (classifyAtomId(atomId)) {
+            case AtomSource::kPushed:
+                subscription.add_pushed()->set_atom_id(atomId);
+                break;
+            case AtomSource::kPulled:
+                addPulled(&subscription, atomId);
+                break;
+            case AtomSource::kNone:
+                break;
+        }
+    }
+    std::string message;
+    subscription.SerializeToString(&message);
+    return message;
+}
+
+std::string frameMessage(std::string_view message) {
+    std::string frame;
+    frame.reserve(kLengthBytes + message.size());
+    for (size_t i = 0; i < kLengthBytes; ++i) {
+        frame.push_back(static_cast<char>(uint64_t{message.size()} >> (8 * i) & 0xff));
+    }
+    return frame.append(message);
+}
+
+int32_t dumpShellSubscriptionForPush(const std::vector<int32_t>& atomIds,
+                                     const ParcelFileDescriptor& fd) {
+    ZLOG(INFO, "AtomsAcquire dumpShellSubscriptionForPush in!\n");
+    const int32_t ret = subscribe(atomIds, fd);
+    ZLOG(INFO, "dumpShellSubscriptionForPush done ret = %d", ret);
+    return ret;
+}
+
+}  // namespace zstats

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <binder/ParcelFileDescriptor.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zstats {
+
+/** How a subscription asks for an atom. */
+enum class AtomSource {
+    kNone,    // not subscribed
+    kPushed,  // delivered when somebody writes it
+    kPulled,  // pulled by statsd once a second
+};
+
+/** The source of an atom id. Ids that belong to neither range are left out of a subscription. */
+AtomSource classifyAtomId(int32_t atomId);
+
+/** A serialised statsd ShellSubscription for the ids, in their order, duplicates kept. */
+std::string serializeSubscription(const std::vector<int32_t>& atomIds);
+
+/** The message behind its length in bytes as 8 bytes, least significant first. */
+std::string frameMessage(std::string_view message);
+
+/**
+ * Subscribes to the atoms at statsd, which streams them into a duplicate of `fd`; `fd` itself is
+ * only borrowed. The subscription runs as a shell command on a detached thread until that command
+ * ends, and the write end of its control pipe stays open for the life of the process.
+ *
+ * Returns 1 when that thread was started, -1 when no pipe could be made or written. Throws
+ * std::system_error when no thread can be started. Any thread; calls share nothing.
+ *
+ * The frame goes into the pipe in one write before the thread exists, so a frame that is larger
+ * than a pipe holds blocks the call for ever. A pipe holds 65536 bytes unless the kernel is short
+ * of pipe memory. A pulled id from 150000 to 2097151 takes 45 bytes, a larger one up to 47, a
+ * pushed one up to 6: 1456 ordinary pulled ids fit, 1457 do not.
+ */
+int32_t dumpShellSubscriptionForPush(const std::vector<int32_t>& atomIds,
+                                     const android::os::ParcelFileDescriptor& fd);
+
+}  // namespace zstats

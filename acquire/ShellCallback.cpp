@@ -1,0 +1,108 @@
+#include <fcntl.h>
+#include <selinux/selinux.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utils/String8.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+
+#include "acquire/Cmd.h"
+
+using android::endl;
+using android::String16;
+using android::String8;
+
+namespace zstats {
+
+namespace {
+
+struct OpenMode {
+    const char16_t* name;
+    int flags;
+    bool checkRead;
+    bool checkWrite;
+};
+
+constexpr OpenMode kOpenModes[] = {
+        {u"w", O_WRONLY | O_CREAT | O_TRUNC, false, true},
+        {u"w+", O_RDWR | O_CREAT | O_TRUNC, true, true},
+        {u"r", O_RDONLY, true, false},
+        {u"r+", O_RDWR, true, true},
+};
+
+constexpr mode_t kNewFileMode = S_IRWXU | S_IRWXG;
+
+std::string toUtf8(const String16& text) {
+    return String8(text).c_str();
+}
+
+const OpenMode* findOpenMode(const String16& name) {
+    for (const OpenMode& mode : kOpenModes) {
+        if (name == String16(mode.name)) return &mode;
+    }
+    return nullptr;
+}
+
+/** `path` seen from the current directory; an absolute one stands for itself. */
+std::string fullPath(const std::string& path) {
+    std::error_code ignored;
+    const std::filesystem::path directory = std::filesystem::current_path(ignored);
+    return path.empty() ? directory.string() : (directory / path).string();
+}
+
+using FileContext = std::unique_ptr<char, decltype(&freecon)>;
+
+/** The file's security context; null when it has none that can be read. */
+FileContext fileContext(const std::string& path) {
+    char* context = nullptr;
+    if (getfilecon(path.c_str(), &context) < 0) context = nullptr;
+    return FileContext(context, freecon);
+}
+
+bool granted(const std::string& context, const char* fileContext, const char* permission) {
+    return selinux_check_access(context.c_str(), fileContext, "file", permission, nullptr) == 0;
+}
+
+}  // namespace
+
+bool MyShellCallback::accessAllowed(const std::string& path, const std::string& context, bool read,
+                                    bool write) {
+    const FileContext owner = fileContext(path);
+    // An empty context is known to nobody, so a file without one is checked like any other.
+    const char* file = owner != nullptr ? owner.get() : "";
+    const char* refused = nullptr;
+    if (write && !granted(context, file, "write")) {
+        refused = "System server has no access to write file context ";
+    } else if (read && !granted(context, file, "read")) {
+        refused = "System server has no access to read file context ";
+    }
+    if (refused == nullptr) return true;
+    mErrorLog << refused << file << " (from path " << path << ", context " << context << ")" << endl;
+    return false;
+}
+
+int MyShellCallback::openFile(const String16& path, const String16& seLinuxContext,
+                              const String16& mode) {
+    const std::string full = fullPath(toUtf8(path));
+    if (!mActive.load()) {
+        mErrorLog << "Open attempt after active for: " << full << endl;
+        return -EPERM;
+    }
+    const OpenMode* openMode = findOpenMode(mode);
+    if (openMode == nullptr) {
+        mErrorLog << "Invalid mode requested: " << toUtf8(mode) << endl;
+        return -EINVAL;
+    }
+    const int fd = open(full.c_str(), openMode->flags, kNewFileMode);
+    if (fd < 0) return fd;
+    if (is_selinux_enabled() && seLinuxContext.size() > 0 &&
+        !accessAllowed(full, toUtf8(seLinuxContext), openMode->checkRead, openMode->checkWrite)) {
+        close(fd);
+        return -EPERM;
+    }
+    return fd;
+}
+
+}  // namespace zstats
