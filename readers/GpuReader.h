@@ -39,6 +39,13 @@ class MtkGpuStats : public GpuStats {
     std::string mFreqTimeKey = "gpu_freq_time_mtk";
 };
 
+/** Appends the MHz values in `content`, separated by blanks or newlines, as kHz. */
+void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out);
+/** Appends the frequency in kHz of each line that holds a lead-in and a frequency in Hz. */
+void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out);
+/** Appends the time of each line that holds a lead-in, a frequency and a time. */
+void parseMtkGpuFreqsTime(const std::string& content, std::vector<long long>& out);
+
 /** The back-end for this device, empty on an unknown platform. `chipIdPath` exists on MediaTek. */
 std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath);
 

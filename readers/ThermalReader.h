@@ -21,7 +21,9 @@ class ThermalReader {
   public:
     enum TemperatureType : int32_t { AMBIENT = 0, BOARD = 1, SHELL = 2 };
 
+    /** Tries the connection once. */
     ThermalReader();
+    /** Gives the death notice up. No query may be running. */
     ~ThermalReader();
     ThermalReader(const ThermalReader&) = delete;
     ThermalReader& operator=(const ThermalReader&) = delete;
@@ -45,6 +47,9 @@ class ThermalReader {
       private:
         ThermalReader* mReader;
     };
+
+    /** Writes the interface token, connects, and returns the binder; null when either fails. */
+    android::sp<android::IBinder> beginQuery(android::Parcel& data);
 
     const std::string mServiceName;
     const std::string mDescriptor;

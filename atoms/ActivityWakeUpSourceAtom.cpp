@@ -1,0 +1,135 @@
+#include "atoms/ActivityWakeUpSourceAtom.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "atoms/AtomEvent.h"
+#include "daemon/Log.h"
+#include "daemon/SystemHelpers.h"
+#include "daemon/ZStatsPullAtomCallback.h"
+
+namespace zstats {
+
+namespace {
+
+/** A file of a wake-up source and the number it fills; the name's has no number. */
+struct Attribute {
+    const char* fileName;
+    int64_t WakeLockInfo::*number;
+};
+
+constexpr Attribute kAttributes[] = {
+        {"active_count", &WakeLockInfo::activeCount},
+        {"event_count", &WakeLockInfo::eventCount},
+        {"last_change_ms", &WakeLockInfo::lastChange},
+        {"name", nullptr},
+        {"expire_count", &WakeLockInfo::expireCount},
+        {"max_time_ms", &WakeLockInfo::maxTime},
+        {"prevent_suspend_time_ms", &WakeLockInfo::preventSuspendTime},
+        {"total_time_ms", &WakeLockInfo::totalTime},
+        {"wakeup_count", &WakeLockInfo::wakeupCount},
+};
+
+// Room for any entry's name and attribute behind the directory, so that a path never reallocates.
+constexpr size_t kLongestEntryPath = NAME_MAX + sizeof("/prevent_suspend_time_ms");
+
+/**
+ * Reads the sources of one directory. Path and content are buffers that all sources share, so that
+ * the many inactive ones allocate nothing.
+ */
+class WakeUpSourceReader {
+  public:
+    explicit WakeUpSourceReader(const char* directory) : mPath(directory) {
+        mDirectoryLength = mPath.size();
+        mPath.reserve(mDirectoryLength + kLongestEntryPath);
+    }
+
+    /** Fills `info` from the source `entry`; false when it is inactive or cannot be read. */
+    bool read(const char* entry, WakeLockInfo& info) {
+        mPath.resize(mDirectoryLength);
+        mPath.append(entry);
+        mSourceLength = mPath.size();
+        errno = 0;  // an empty file fails without an error of its own
+        if (!readAttribute("/active_time_ms")) {
+            ZLOG_AT(2, DEBUG, "ActivityWakeUpSourceAtom readFile is fail %d", -errno);
+            return false;
+        }
+        info.activeTime = atol(mContent.c_str());
+        if (info.activeTime == 0) return false;
+        readStatistics(info);
+        return true;
+    }
+
+  private:
+    void readStatistics(WakeLockInfo& info) {
+        for (const Attribute& attribute : kAttributes) {
+            if (!readAttribute("/", attribute.fileName)) continue;
+            if (attribute.number == nullptr) {
+                info.name = mContent;
+            } else {
+                info.*attribute.number = atol(mContent.c_str());
+            }
+        }
+        info.isActive = info.activeTime > 0;
+        info.isKernelWakelock = true;
+    }
+
+    /** Puts a file's text without its newlines into mContent; false when there is none. */
+    bool readAttribute(const char* separator, const char* fileName = "") {
+        mPath.resize(mSourceLength);
+        mPath.append(separator).append(fileName);
+        mContent.clear();
+        if (readFile(mPath, &mContent) < 1) return false;
+        mContent.erase(std::remove(mContent.begin(), mContent.end(), '\n'), mContent.end());
+        return true;
+    }
+
+    std::string mPath;
+    std::string mContent;
+    size_t mDirectoryLength = 0;
+    size_t mSourceLength = 0;
+};
+
+}  // namespace
+
+void getWakeLockStats(std::vector<WakeLockInfo>* out) {
+    getWakeLockStatsAt("/sys/class/wakeup/", out);
+}
+
+void getWakeLockStatsAt(const char* directory, std::vector<WakeLockInfo>* out) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(directory), closedir);
+    if (dir == nullptr) return;
+    WakeUpSourceReader reader(directory);
+    while (const dirent* entry = readdir(dir.get())) {
+        if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) continue;
+        WakeLockInfo info;
+        if (reader.read(entry->d_name, info) && info.activeTime >= 1) {
+            out->push_back(std::move(info));
+        }
+    }
+}
+
+void appendWakeLockEvents(const std::vector<WakeLockInfo>& records, int32_t atomTag,
+                          AStatsEventList* data) {
+    constexpr int32_t kNoProcess = -1;  // kernel wake-up sources belong to no process
+    for (const WakeLockInfo& info : records) {
+        if (info.activeTime < 1) continue;
+        appendEvent(data, atomTag, info.name, info.activeCount, info.lastChange, info.maxTime,
+                    info.totalTime, info.isActive, info.activeTime, info.isKernelWakelock,
+                    kNoProcess, info.eventCount, info.expireCount, info.preventSuspendTime,
+                    info.wakeupCount);
+    }
+}
+
+void ZStatsPullAtomCallback::handleActiveWakeUpSource(int32_t atomTag, AStatsEventList* data) {
+    std::vector<WakeLockInfo> records;
+    getWakeLockStats(&records);
+    appendWakeLockEvents(records, atomTag, data);
+}
+
+}  // namespace zstats

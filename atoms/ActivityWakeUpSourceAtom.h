@@ -1,0 +1,40 @@
+#pragma once
+
+#include <stats_pull_atom_callback.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zstats {
+
+/** Statistics of one active kernel wake-up source. What cannot be read stays 0 or empty. */
+struct WakeLockInfo {
+    std::string name;
+    int64_t activeCount = 0;
+    int64_t lastChange = 0;  // ms since boot
+    int64_t maxTime = 0;     // ms
+    int64_t totalTime = 0;   // ms
+    bool isActive = false;
+    int64_t activeTime = 0;  // ms since it became active
+    bool isKernelWakelock = true;
+    int64_t eventCount = 0;
+    int64_t expireCount = 0;
+    int64_t preventSuspendTime = 0;  // ms
+    int64_t wakeupCount = 0;
+};
+
+/**
+ * Appends the wake-up sources that are active now, in directory order; none when the kernel's
+ * directory cannot be opened. An inactive source costs one file read and no allocation. Any thread.
+ */
+void getWakeLockStats(std::vector<WakeLockInfo>* out);
+
+/** getWakeLockStats over `directory`, given with its final slash. */
+void getWakeLockStatsAt(const char* directory, std::vector<WakeLockInfo>* out);
+
+/** Appends an event for each record that is active. */
+void appendWakeLockEvents(const std::vector<WakeLockInfo>& records, int32_t atomTag,
+                          AStatsEventList* data);
+
+}  // namespace zstats

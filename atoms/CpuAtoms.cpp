@@ -1,0 +1,126 @@
+#include "atoms/CpuAtoms.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+#include <regex>
+
+#include "atoms/AtomEvent.h"
+#include "daemon/Log.h"
+#include "daemon/SystemHelpers.h"
+#include "daemon/ZStatsPullAtomCallback.h"
+
+namespace zstats {
+
+namespace {
+
+constexpr int kQcomIdleStates = 2;
+constexpr int kMtkIdleStates = 8;
+constexpr int64_t kUsPerMs = 1000;
+
+/** Replaces `content` by the file's text, empty when there is none. Its buffer is reused. */
+void readIdleFile(const char* path, std::string& content) {
+    constexpr char kFunction[] = "getContentByHandleKeyDebug";
+    content.clear();
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        ZLOG_AT(2, DEBUG,
+                "ZStatsPullAtomCallback::%s Failed to open the file! node path dir: %s, "
+                "isOpen:%d ",
+                kFunction, path, 0);
+        return;
+    }
+    char buffer[256];
+    ssize_t length;
+    while ((length = read(fd, buffer, sizeof(buffer))) > 0) {
+        content.append(buffer, static_cast<size_t>(length));
+    }
+    close(fd);
+    ZLOG_AT(2, DEBUG, "ZStatsPullAtomCallback::%s Print the content of the file: %s ", kFunction,
+            content.c_str());
+}
+
+/** Idle time in us of one CPU over its states; a nonsensical sum wraps around. */
+int64_t totalIdleUs(const std::string& cpuPrefix, int cpu, int stateCount, std::string& path,
+                    std::string& content) {
+    path.assign(cpuPrefix).append(std::to_string(cpu)).append("/cpuidle/state");
+    const size_t stem = path.size();
+    int64_t totalUs = 0;
+    for (int state = 0; state < stateCount; ++state) {
+        path.resize(stem);
+        path.append(std::to_string(state)).append("/time");
+        readIdleFile(path.c_str(), content);
+        const int64_t timeUs = strtoll(content.c_str(), nullptr, 10);
+        static_cast<void>(__builtin_add_overflow(totalUs, timeUs, &totalUs));
+    }
+    return totalUs;
+}
+
+}  // namespace
+
+int cpuIdleStateCount(const char* chipIdPath) {
+    if (isQcomPlatform()) return kQcomIdleStates;
+    return access(chipIdPath, F_OK) == 0 ? kMtkIdleStates : 0;
+}
+
+void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std::string& range,
+                         int32_t atomTag, AStatsEventList* data) {
+    const size_t dash = range.find('-');
+    if (dash == std::string::npos) return;
+    const int first = std::stoi(range.substr(0, dash));
+    const int last = std::stoi(range.substr(dash + 1));
+    int end = 0;  // the largest last CPU has no successor, and is refused with the negative ones
+    if (__builtin_add_overflow(last, 1, &end) || end <= 0 || first >= end) return;
+    std::string path;
+    std::string content;
+    for (int cpu = first; cpu < end; ++cpu) {
+        const int64_t totalUs = totalIdleUs(cpuPrefix, cpu, stateCount, path, content);
+        appendEvent(data, atomTag, int32_t{cpu}, totalUs / kUsPerMs);
+    }
+}
+
+void appendPerfSchedinfoEvents(const std::string& content, int32_t atomTag, AStatsEventList* data) {
+    const std::regex pattern("(cpu\\d):(\\d+)");
+    std::map<std::string, std::string> values;
+    for (std::sregex_iterator match(content.begin(), content.end(), pattern), end; match != end;
+         ++match) {
+        values[(*match)[1]] = (*match)[2];
+    }
+    for (const auto& [name, digits] : values) {
+        const int64_t value = std::stoll(digits);
+        appendEvent(data, atomTag, int32_t{std::stoi(name.substr(3))},
+                    static_cast<int32_t>(value % 10), static_cast<int32_t>(value / 10 % 1000),
+                    static_cast<int32_t>(value / 10'000 % 10),
+                    static_cast<int32_t>(value / 100'000 % 10),
+                    static_cast<int32_t>(value / 1'000'000 % 10'000),
+                    static_cast<int32_t>(value / 10'000'000'000 % 100));
+    }
+}
+
+void ZStatsPullAtomCallback::handleCpuLeakageInformation(int32_t atomTag, AStatsEventList* data) {
+    const int32_t leakageType = getValueByHandleKey("cpu_leakage_type");
+    const int32_t core = getValueByHandleKey("cpu_core");
+    appendEvent(data, atomTag, leakageType, core);
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s handler for cpuLeakageType = %d, cpuCore = %d",
+            "handleCpuLeakageInformation", leakageType, core);
+}
+
+void ZStatsPullAtomCallback::handleCpuIdle(int32_t atomTag, AStatsEventList* data) {
+    const int stateCount = cpuIdleStateCount(kMtkChipIdPath);
+    if (stateCount == 0) {
+        ZLOG(ERROR, "get cpu type failed");
+        return;
+    }
+    appendCpuIdleEvents("/sys/devices/system/cpu/cpu", stateCount,
+                        getContentByHandleKey("cpu_index_range"), atomTag, data);
+}
+
+void ZStatsPullAtomCallback::handlePerfSchedinfo(int32_t atomTag, AStatsEventList* data) {
+    const std::string content = getContentByHandleKey("perf_schedinfo");
+    if (content.empty()) return;
+    appendPerfSchedinfoEvents(content, atomTag, data);
+}
+
+}  // namespace zstats

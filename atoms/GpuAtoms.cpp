@@ -1,0 +1,20 @@
+#include "atoms/AtomEvent.h"
+#include "daemon/Log.h"
+#include "daemon/ZStatsPullAtomCallback.h"
+
+namespace zstats {
+
+void ZStatsPullAtomCallback::handleGpuFreqTimeInfo(int32_t atomTag, AStatsEventList* data) {
+    const std::vector<int> freqsKhz = mGpuReader.getGpuFreqsKhz();
+    const std::vector<long long> deltas = mGpuReader.getGpuFreqsTimeDelta();
+    if (freqsKhz.size() != deltas.size()) {
+        ZLOG(ERROR, "%s, freq size %lu, freq time size %lu", "handleGpuFreqTimeInfo",
+             freqsKhz.size(), deltas.size());
+        return;
+    }
+    for (size_t i = 0; i < freqsKhz.size(); ++i) {
+        appendEvent(data, atomTag, int32_t{freqsKhz[i]}, int64_t{deltas[i]});
+    }
+}
+
+}  // namespace zstats

@@ -1,0 +1,135 @@
+#include "readers/GpuReader.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "daemon/Log.h"
+#include "daemon/SystemHelpers.h"
+#include "readers/TextLines.h"
+#include "sources/HalHandleFactoryProxyAidl.h"
+
+namespace zstats {
+
+namespace {
+
+constexpr char kQcomDelimiters[] = " \t\n";
+
+std::string readNode(const std::string& key) {
+    std::string content;
+    getContentByHandleKey(key, content);
+    return content;
+}
+
+void logScanFailure(const char* operation, const std::string& line) {
+    ZLOG_AT(2, DEBUG, "%s %s scan failed", operation, line.c_str());
+}
+
+/** a - b, wrapping around where the node's counters are nonsense. */
+long long wrappingDifference(long long a, long long b) {
+    return static_cast<long long>(static_cast<unsigned long long>(a) -
+                                  static_cast<unsigned long long>(b));
+}
+
+}  // namespace
+
+void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
+    size_t i = out.size();
+    splitString(content.c_str(), kQcomDelimiters, &out);
+    for (; i < out.size(); ++i) out[i] = static_cast<int>(static_cast<unsigned>(out[i]) * 1000u);
+}
+
+void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
+    std::string line;
+    forEachLine(content, [&](std::string_view view) {
+        line.assign(view);
+        int freqHz = 0;
+        if (sscanf(line.c_str(), "%*[^1-9]%d", &freqHz) == 1) {
+            out.push_back(freqHz / 1000);
+        } else {
+            logScanFailure("readFreqsKhz", line);
+        }
+    });
+}
+
+void parseMtkGpuFreqsTime(const std::string& content, std::vector<long long>& out) {
+    std::string line;
+    forEachLine(content, [&](std::string_view view) {
+        line.assign(view);
+        int freqHz = 0;
+        long long time = 0;
+        if (sscanf(line.c_str(), "%*[^1-9]%d%lld", &freqHz, &time) == 2) {
+            out.push_back(time);
+        } else {
+            logScanFailure("readFreqsTime", line);
+        }
+    });
+}
+
+void QcomGpuStats::readFreqsKhz(std::vector<int>& out) {
+    parseQcomGpuFreqsKhz(readNode(mFreqTableKey), out);
+}
+
+void QcomGpuStats::readFreqsTime(std::vector<long long>& out) {
+    splitString(readNode(mFreqTimeKey).c_str(), kQcomDelimiters, &out);
+}
+
+void MtkGpuStats::readFreqsKhz(std::vector<int>& out) {
+    parseMtkGpuFreqsKhz(readNode(mFreqTableKey), out);
+}
+
+void MtkGpuStats::readFreqsTime(std::vector<long long>& out) {
+    parseMtkGpuFreqsTime(readNode(mFreqTimeKey), out);
+}
+
+std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath) {
+    if (isQcomPlatform()) return std::make_shared<QcomGpuStats>();
+    if (access(chipIdPath, F_OK) == 0) return std::make_shared<MtkGpuStats>();
+    ZLOG(ERROR, "%s With a unknown vendor platform!", "getGpuStats");
+    return nullptr;
+}
+
+GpuReader::GpuReader() : GpuReader(getGpuStats(kMtkChipIdPath)) {}
+
+GpuReader::GpuReader(std::shared_ptr<GpuStats> stats)
+      : mLastReadTimeMs(getBootTimeMs()),
+        mCurrentReadTimeMs(mLastReadTimeMs),
+        mStats(std::move(stats)) {
+    if (mStats != nullptr) mStats->readFreqsKhz(mFreqsKhz);
+    readFreqsTime(mLastTimes);
+    mTimeDeltas.assign(mLastTimes.size(), 0);
+}
+
+void GpuReader::readFreqsTime(std::vector<long long>& out) {
+    if (mStats == nullptr) return;
+    mLastReadTimeMs = mCurrentReadTimeMs;
+    mCurrentReadTimeMs = getBootTimeMs();
+    mStats->readFreqsTime(out);
+}
+
+std::vector<int> GpuReader::getGpuFreqsKhz() {
+    if (mFreqsKhz.empty() && mStats != nullptr) mStats->readFreqsKhz(mFreqsKhz);
+    return mFreqsKhz;
+}
+
+std::vector<long long> GpuReader::getGpuFreqsTimeDelta() {
+    std::vector<long long> times;
+    readFreqsTime(times);
+    if (times.size() != mLastTimes.size()) {
+        ZLOG(ERROR, "%s, last freq size %lu, curr freq size %lu", "getGpuFreqsTimeDelta",
+             mLastTimes.size(), times.size());
+        // The baseline stays, so a node whose length changed for good is reported at every pull.
+        mTimeDeltas.assign(mLastTimes.size(), 0);
+    } else {
+        for (size_t i = 0; i < times.size(); ++i) {
+            mTimeDeltas[i] = wrappingDifference(times[i], mLastTimes[i]);
+        }
+        mLastTimes = std::move(times);
+    }
+    ZLOG_AT(2, DEBUG, "%s last time %lld, current time %lld", "getGpuFreqsTimeDelta",
+            static_cast<long long>(mLastReadTimeMs), static_cast<long long>(mCurrentReadTimeMs));
+    return mTimeDeltas;
+}
+
+}  // namespace zstats

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string_view>
+
+namespace zstats {
+
+/**
+ * Calls `visit` with each line of `text`, without its newline. A last line without a newline
+ * counts; an empty text has no line. The views point into `text`.
+ */
+template <typename Visitor>
+void forEachLine(std::string_view text, Visitor visit) {
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        visit(text.substr(0, end));
+        if (end == std::string_view::npos) return;
+        text.remove_prefix(end + 1);
+    }
+}
+
+}  // namespace zstats

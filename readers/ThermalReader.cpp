@@ -1,0 +1,158 @@
+#include "readers/ThermalReader.h"
+
+#include <binder/IServiceManager.h>
+#include <utils/String16.h>
+
+#include "daemon/Log.h"
+
+namespace zstats {
+
+using android::IBinder;
+using android::Parcel;
+using android::sp;
+using android::status_t;
+using android::String16;
+
+namespace {
+
+// Transactions of the service.
+constexpr uint32_t kGetStatus = 4;
+constexpr uint32_t kGetShellTemperatures = 21;
+constexpr uint32_t kGetAmbientTemperature = 25;
+
+// The two leading words of the shell temperatures must both exceed this.
+constexpr int32_t kSizeWordLimit = 3;
+
+int32_t degreesToMilli(int32_t degrees) {
+    return static_cast<int32_t>(static_cast<uint32_t>(degrees) * 1000u);
+}
+
+status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& data,
+                        Parcel* reply) {
+    const status_t status = binder->transact(code, data, reply, 0);
+    if (status != android::OK) {
+        ZLOG(ERROR, "ThermalReader transact %d to calda failed! status: %d", static_cast<int>(code),
+             status);
+    }
+    return status;
+}
+
+int readShellTemperatures(const Parcel& reply, bool board, std::vector<int>& out) {
+    const int32_t first = reply.readInt32();
+    const int32_t second = first > kSizeWordLimit ? reply.readInt32() : 0;
+    if (second <= kSizeWordLimit) {
+        ZLOG_AT(1, INFO, "ThermalReader get all shell temperature return invalid vec size");
+        return -1;
+    }
+    const int32_t boardTemperature = reply.readInt32();
+    if (board) {
+        out.push_back(boardTemperature);
+        return 0;
+    }
+    for (int i = 0; i < 3; ++i) out.push_back(reply.readInt32());
+    return 0;
+}
+
+}  // namespace
+
+ThermalReader::ThermalReader()
+      : mServiceName("calda"),
+        mDescriptor("com.norda.calda.ICaldaService"),
+        mDeathRecipient(new ThermalDeathRecipient(this)) {
+    getCaldaService();
+}
+
+ThermalReader::~ThermalReader() {
+    const sp<IBinder> binder = mCaldaBinder.load();
+    if (binder != nullptr) binder->unlinkToDeath(mDeathRecipient);
+}
+
+void ThermalReader::getCaldaService() {
+    if (mCaldaBinder.load() != nullptr) {
+        ZLOG_AT(2, DEBUG, "ThermalReader Calda Binder already exists");
+        return;
+    }
+    const sp<android::IServiceManager> manager = android::defaultServiceManager();
+    if (manager == nullptr) {
+        ZLOG_AT(1, INFO, "ThermalReader getServiceManager failed");
+        return;
+    }
+    const sp<IBinder> binder = manager->checkService(String16(mServiceName.c_str()));
+    if (binder == nullptr) {
+        ZLOG_AT(1, INFO, "ThermalReader checkService failed");
+        return;
+    }
+    // Held before it is linked: a notice that comes at once must find it.
+    mCaldaBinder.store(binder);
+    if (mDeathRecipient != nullptr) {
+        const status_t status = binder->linkToDeath(mDeathRecipient, nullptr, 0);
+        if (status != android::OK) {
+            ZLOG_AT(0, WARN, "ThermalReader registBinder calda link to death failed! status %d",
+                    status);
+        }
+    }
+    ZLOG_AT(2, DEBUG, "ThermalReader Calda Binder linked");
+}
+
+sp<IBinder> ThermalReader::beginQuery(Parcel& data) {
+    const status_t status = data.writeInterfaceToken(String16(mDescriptor.c_str()));
+    if (status != android::OK) {
+        ZLOG(ERROR, "ThermalReader writeInterfaceToken calda failed! status: %d", status);
+        return nullptr;
+    }
+    getCaldaService();
+    const sp<IBinder> binder = mCaldaBinder.load();
+    if (binder == nullptr) {
+        ZLOG(ERROR, "ThermalReader connect calda failed in getThermalStatus");
+    }
+    return binder;
+}
+
+int ThermalReader::getThermalStatus(int& status) {
+    Parcel data;
+    Parcel reply;
+    const sp<IBinder> binder = beginQuery(data);
+    if (binder == nullptr) return -1;
+    if (transactLogged(binder, kGetStatus, data, &reply) != android::OK) return -1;
+    const int32_t exception = reply.readInt32();
+    if (exception != 0) {
+        ZLOG(ERROR, "ThermalReader transact reply exception: %d", exception);
+        return -1;
+    }
+    status = reply.readInt32();
+    return 0;
+}
+
+int ThermalReader::getTemperatureInMilliCelsius(TemperatureType type, std::vector<int>& out) {
+    Parcel data;
+    Parcel reply;
+    const sp<IBinder> binder = beginQuery(data);
+    if (binder == nullptr) return -1;
+    out.clear();
+    // The reply is read whatever the transport said: an empty one fails the size test or reads 0.
+    switch (type) {
+        case BOARD:
+        case SHELL:
+            transactLogged(binder, kGetShellTemperatures, data, &reply);
+            return readShellTemperatures(reply, type == BOARD, out);
+        case AMBIENT:
+            transactLogged(binder, kGetAmbientTemperature, data, &reply);
+            out.push_back(degreesToMilli(reply.readInt32()));
+            return 0;
+        default:
+            ZLOG_AT(1, INFO, "ThermalReader revieved invalid temperature type: %d", type);
+            return -1;
+    }
+}
+
+void ThermalReader::ThermalDeathRecipient::binderDied(const android::wp<IBinder>& who) {
+    const std::lock_guard<std::recursive_mutex> lock(mReader->mLock);
+    ZLOG_AT(2, DEBUG, "ThermalReader enter binderDied");
+    const sp<IBinder> held = mReader->mCaldaBinder.load();
+    const auto* heldRefs = held != nullptr ? held->getWeakRefs() : nullptr;
+    if (who.get_refs() != heldRefs) return;  // the notice is about another binder
+    ZLOG_AT(1, INFO, "ThermalReader calda binderDied!");
+    if (held != nullptr) mReader->mCaldaBinder.store(nullptr);
+}
+
+}  // namespace zstats
