@@ -1,0 +1,50 @@
+#include "tests/support/Events.h"
+
+#include <gtest/gtest.h>
+
+#include "daemon/PullDispatch.h"
+#include "host/stats/EventList.h"
+
+namespace zstats {
+namespace {
+
+Event decode(const std::vector<uint8_t>& bytes) {
+    const auto event = readEvent(bytes.data(), bytes.size());
+    if (!event) {
+        ADD_FAILURE() << "an event of " << bytes.size() << " bytes cannot be decoded";
+        return {};
+    }
+    EXPECT_EQ(event->errors, 0u);
+    EXPECT_EQ(event->trailingBytes, 0u);
+    return {event->atomId, event->built, event->fields};
+}
+
+}  // namespace
+
+std::vector<Event> pullEvents(ZStatsPullAtomCallback& callback, int32_t tag) {
+    AStatsEventList list;
+    EXPECT_EQ(onPullAtom(tag, &list, &callback), AStatsManager_PULL_SUCCESS);
+    std::vector<Event> events;
+    for (const auto& bytes : encodedEvents(list)) events.push_back(decode(bytes));
+    return events;
+}
+
+std::vector<int32_t> pullInts(ZStatsPullAtomCallback& callback, int32_t tag) {
+    const auto events = pullEvents(callback, tag);
+    if (events.empty()) return {};
+    EXPECT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].atomId, tag);
+    EXPECT_TRUE(events[0].built);
+    std::vector<int32_t> values;
+    for (const Field& field : events[0].fields) {
+        const int32_t* value = std::get_if<int32_t>(&field);
+        if (value == nullptr) {
+            ADD_FAILURE() << "field " << values.size() + 1 << " is no int32";
+            return {};
+        }
+        values.push_back(*value);
+    }
+    return values;
+}
+
+}  // namespace zstats

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "daemon/ZStatsPullAtomCallback.h"
+#include "host/stats/EventReader.h"
+
+namespace zstats {
+
+using Field = FieldValue;
+
+/** What statsd would make of one event of a pull. */
+struct Event {
+    int32_t atomId;
+    bool built;  // false: the handler never finished the event
+    std::vector<Field> fields;
+};
+
+/** Pulls `tag` as statsd does and decodes what the handler appended, in order. */
+std::vector<Event> pullEvents(ZStatsPullAtomCallback& callback, int32_t tag);
+
+/**
+ * Pulls an atom that has at most one event of int32 fields and returns these; empty when there was
+ * no event. Anything else, such as an unbuilt event or another field type, fails the test.
+ */
+std::vector<int32_t> pullInts(ZStatsPullAtomCallback& callback, int32_t tag);
+
+}  // namespace zstats
