@@ -1,0 +1,103 @@
+#include <binder/IServiceManager.h>
+#include <utils/String16.h>
+#include <utils/String8.h>
+
+#include <cstdlib>
+#include <optional>
+#include <sstream>
+
+#include "atoms/AtomEvent.h"
+#include "daemon/Log.h"
+#include "daemon/SystemHelpers.h"
+#include "daemon/ZStatsPullAtomCallback.h"
+
+namespace zstats {
+namespace {
+
+constexpr char kTouchService[] = "vendor.norda.hardware.touch.INordaTouch/default";
+constexpr int32_t kTouchDevice = 0;
+constexpr int32_t kRefreshRateNode = 26;
+
+/** A level of 1 is what a panel keeps while it is off. */
+constexpr int32_t kHighestOffLevel = 1;
+
+/** Answers an atom that holds a value for each panel, made from its backlight level. */
+template <typename ToField>
+void appendPanels(const std::vector<int32_t>& levels, const char* handler, int32_t atomTag,
+                  AStatsEventList* data, ToField toField) {
+    if (levels.size() >= 2) {
+        appendEvent(data, atomTag, toField(levels[0]), toField(levels[1]));
+    } else {
+        ZLOG_AT(2, DEBUG, "%s getScreenBrightness failed", handler);
+    }
+}
+
+android::sp<ZStatsPullAtomCallback::INordaTouch> findTouchService() {
+    return ZStatsPullAtomCallback::INordaTouch::asInterface(
+            android::defaultServiceManager()->checkService(android::String16(kTouchService)));
+}
+
+/**
+ * The number that the first word of `text` begins with, if that begins with a digit. Throws
+ * std::out_of_range when it does not fit an int.
+ */
+std::optional<int32_t> leadingNumber(const char* text) {
+    std::istringstream stream(text);
+    std::string word;
+    if (!(stream >> word) || word[0] < '0' || word[0] > '9') return std::nullopt;
+    return std::stoi(word);
+}
+
+}  // namespace
+
+std::vector<int32_t> ZStatsPullAtomCallback::getScreenPanelBacklight() {
+    const bool qcom = isQcomPlatform();
+    std::vector<int32_t> levels;
+    for (const char* key : {qcom ? "panel0_brightness_level_qcom" : "panel0_brightness_level_mtk",
+                            qcom ? "panel1_brightness_level_qcom" : "panel1_brightness_level_mtk"}) {
+        levels.push_back(atoi(getContentByHandleKey(key).c_str()));
+    }
+    return levels;
+}
+
+void ZStatsPullAtomCallback::handleScreenState(int32_t atomTag, AStatsEventList* data) {
+    appendPanels(getScreenPanelBacklight(), __func__, atomTag, data,
+                 [](int32_t level) { return int32_t{level > kHighestOffLevel}; });
+}
+
+void ZStatsPullAtomCallback::handleScreenPanelBacklight(int32_t atomTag, AStatsEventList* data) {
+    appendPanels(getScreenPanelBacklight(), __func__, atomTag, data,
+                 [](int32_t level) { return level; });
+}
+
+void ZStatsPullAtomCallback::handleTouchRefreshRateLevel(int32_t atomTag, AStatsEventList* data) {
+    // Two first pulls may both connect; either proxy serves.
+    android::sp<INordaTouch> touch = mTouchService.load();
+    if (touch == nullptr) {
+        touch = findTouchService();
+        mTouchService.store(touch);
+    }
+    if (touch == nullptr) {
+        ZLOG_AT(0, WARN, "%s getService failed", __func__);
+        return;
+    }
+    android::String16 text;
+    // The text decides: a failed call leaves none.
+    static_cast<void>(touch->touchReadNodeFile(kTouchDevice, kRefreshRateNode, &text));
+    if (const auto level = leadingNumber(android::String8(text).c_str())) {
+        appendEvent(data, atomTag, *level);
+    } else {
+        ZLOG_AT(2, DEBUG, "%s parse touchReadNodeFile failed", __func__);
+    }
+}
+
+void ZStatsPullAtomCallback::handleDisplayDeviceInformation(int32_t /*atomTag*/,
+                                                            AStatsEventList* /*data*/) {
+    // The node is read for the lines that this writes; the atom has no event.
+    static_cast<void>(getContentByHandleKey("devinfo_lcd"));
+}
+
+void ZStatsPullAtomCallback::handleDisplayRGBHistogram(int32_t /*atomTag*/,
+                                                       AStatsEventList* /*data*/) {}
+
+}  // namespace zstats

@@ -1,0 +1,32 @@
+#include <android/binder_auto_utils.h>
+#include <android/binder_manager.h>
+
+#include "daemon/Log.h"
+#include "daemon/ZStatsPullAtomCallback.h"
+#include "sources/DeathLink.h"
+
+namespace zstats {
+
+std::shared_ptr<ZStatsPullAtomCallback::ICharger> ZStatsPullAtomCallback::getIChargeService() {
+    const std::lock_guard<std::mutex> lock(mChargerLock);
+    if (mChargerService != nullptr) return mChargerService;
+
+    const std::string instance = std::string(ICharger::descriptor) + "/default";
+    const ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    mChargerService = ICharger::fromBinder(binder);
+    if (mChargerService == nullptr) {
+        ZLOG(ERROR, "pullerd:  Get charger service fromBinder fail");
+        return nullptr;
+    }
+    linkToDeathForever(binder.get(), onChargerDied, this);
+    return mChargerService;
+}
+
+void ZStatsPullAtomCallback::onChargerDied(void* cookie) {
+    ZLOG(ERROR, "charger service died, will try to reconnect.");
+    auto* self = static_cast<ZStatsPullAtomCallback*>(cookie);
+    const std::lock_guard<std::mutex> lock(self->mChargerLock);
+    self->mChargerService.reset();
+}
+
+}  // namespace zstats

@@ -1,0 +1,77 @@
+#include "sources/HalHandleFactoryProxyAidl.h"
+
+#include <android/binder_auto_utils.h>
+#include <android/binder_manager.h>
+
+#include <utility>
+
+#include "daemon/Log.h"
+#include "sources/DeathLink.h"
+
+namespace zstats {
+
+using aidl::vendor::norda::hardware::handlefactory::HandleResult;
+
+HalHandleFactoryProxyAidl& HalHandleFactoryProxyAidl::getInstance() {
+    static HalHandleFactoryProxyAidl instance;
+    return instance;
+}
+
+std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxyAidl::getService() {
+    const std::lock_guard<std::recursive_mutex> lock(mLock);
+    if (auto cached = std::atomic_load(&mService)) return cached;
+
+    const std::string instance = std::string(IHandleFactory::descriptor) + "/default";
+    const ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    if (binder.get() == nullptr) {
+        ZLOG(WARN, "get handlefactory aidl service failed");
+        return nullptr;
+    }
+    ZLOG(INFO, "Get handlefactory service success. Its ref count is %d",
+         AIBinder_debugGetRefCount(binder.get()));
+    const auto service = IHandleFactory::fromBinder(binder);
+    std::atomic_store(&mService, service);
+    linkToDeathForever(binder.get(), onServiceDied, this);
+    return service;
+}
+
+void HalHandleFactoryProxyAidl::onServiceDied(void* /*cookie*/) {
+    ZLOG(ERROR, "handlefactory service died, will try to reconnect.");
+    // No lock: a notice must not wait for a connection attempt.
+    std::atomic_store(&getInstance().mService, std::shared_ptr<IHandleFactory>());
+}
+
+bool HalHandleFactoryProxyAidl::exist() {
+    return getService() != nullptr;
+}
+
+int HalHandleFactoryProxyAidl::read(const std::string& key, std::string& out) {
+    if (!exist()) return -1;
+    HandleResult result{};
+    // Looked up anew: the service may have died since, which counts as a failed call.
+    const auto service = getService();
+    if (service == nullptr || !service->readHandle(key, 0, &result).isOk()) {
+        ZLOG(WARN, "handleFactory read failed.");
+        return -1;
+    }
+    out = std::move(result.content);
+    return result.code;
+}
+
+void getContentByHandleKey(const std::string& key, std::string& out) {
+    auto& factory = HalHandleFactoryProxyAidl::getInstance();
+    if (!factory.exist()) {
+        ZLOG(ERROR, "%s read nodeKey: %s, Proxy Aidl not exist.", __func__, key.c_str());
+        return;
+    }
+    std::string content;
+    factory.read(key, content);
+    if (content.empty()) {
+        ZLOG(ERROR, "%s read nodeKey: %s, len=%lu", __func__, key.c_str(), 0UL);
+        return;
+    }
+    ZLOG_AT(2, DEBUG, "%s read nodeKey: %s, result = %s", __func__, key.c_str(), content.c_str());
+    out = std::move(content);
+}
+
+}  // namespace zstats

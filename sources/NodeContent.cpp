@@ -1,0 +1,81 @@
+#include <cstdlib>
+#include <string_view>
+
+#include "daemon/Log.h"
+#include "daemon/ZStatsPullAtomCallback.h"
+#include "sources/HalHandleFactoryProxyAidl.h"
+
+namespace zstats {
+namespace {
+
+constexpr std::string_view kBlanks = " \n\r\t";
+
+std::string_view withoutTrailingBlanks(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
+/** Throws std::out_of_range when there is nothing but blanks; no node is to show such a line. */
+std::string_view withoutLeadingBlanks(std::string_view text) {
+    return text.substr(text.find_first_not_of(kBlanks));
+}
+
+}  // namespace
+
+std::string ZStatsPullAtomCallback::getContentByHandleKey(const std::string& key) {
+    std::string content;
+    auto& factory = HalHandleFactoryProxyAidl::getInstance();
+    if (!factory.exist()) {
+        ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, Proxy Aidl not exist.", __func__,
+             key.c_str());
+    } else {
+        factory.read(key, content);
+        if (content.empty()) {
+            ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, len=%lu", __func__, key.c_str(), 0UL);
+        }
+    }
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, result = %s", __func__, key.c_str(),
+            content.c_str());
+    return content;
+}
+
+int32_t ZStatsPullAtomCallback::getValueByHandleKey(const std::string& key) {
+    int32_t value = -1;
+    auto& factory = HalHandleFactoryProxyAidl::getInstance();
+    if (factory.exist()) {
+        std::string content;
+        factory.read(key, content);
+        if (!content.empty()) value = atoi(content.c_str());
+    }
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, value = %d", __func__, key.c_str(),
+            value);
+    return value;
+}
+
+KeyValueMap ZStatsPullAtomCallback::parseKeyValueFromContent(const std::string& content) {
+    KeyValueMap map;
+    std::string_view rest = content;
+    while (!rest.empty()) {
+        const size_t end = rest.find('\n');
+        const std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+
+        const size_t colon = line.find(':');
+        if (colon == std::string_view::npos) continue;
+        map.insert_or_assign(std::string(withoutTrailingBlanks(line.substr(0, colon))),
+                             std::string(withoutLeadingBlanks(line.substr(colon + 1))));
+    }
+    return map;
+}
+
+int32_t ZStatsPullAtomCallback::getValueByKey(KeyValueMap& map, const std::string& key) {
+    const auto found = map.find(key);
+    if (found == map.end()) {
+        ZLOG(ERROR, "PullAtomCallback %s node Key: %s not exist.", __func__, key.c_str());
+        return -1;
+    }
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s node Key: %s, value: %s ", __func__, key.c_str(),
+            found->second.c_str());
+    return atoi(found->second.c_str());
+}
+
+}  // namespace zstats
