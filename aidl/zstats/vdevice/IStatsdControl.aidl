@@ -1,0 +1,15 @@
+package zstats.vdevice;
+
+import zstats.vdevice.EncodedEvent;
+import zstats.vdevice.PullOutcome;
+import zstats.vdevice.PullRegistration;
+
+/** What tools may ask of the virtual device's statsd beyond what a device's statsd answers. */
+interface IStatsdControl {
+    /** Pulls one atom, by the rules of any other pull, from whoever registered it first. */
+    PullOutcome pull(int atomTag);
+    /** Registrations in the order in which they arrived. */
+    PullRegistration[] registrations();
+    /** The last pushed atoms, oldest first. */
+    EncodedEvent[] pushed();
+}

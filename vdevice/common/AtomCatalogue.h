@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/stats/EventReader.h"
+
+namespace zstats::vdevice {
+
+/** A field's value, of the type that the event carries. */
+using AtomValue = FieldValue;
+
+/** What the catalogue says of a field. */
+struct FieldInfo {
+    std::string name;
+    std::string unit;        // empty if the catalogue does not know
+    bool residency = false;  // a share of a time, worth a bar
+};
+
+/** What the catalogue says of an atom. */
+struct AtomInfo {
+    int32_t id = 0;
+    std::string name;
+    std::vector<FieldInfo> fields;  // in event order
+    std::string oneEventPer;        // empty: one event a pull at most
+    bool delta = false;             // values count from the pull before
+    bool neverFilled = false;       // has no event on any device
+    bool pushed = false;
+
+    /** Name of the field at `index`, also beyond what the catalogue knows. */
+    std::string fieldName(size_t index) const;
+};
+
+/** The catalogue's entry; for an id that it lacks, one named "unknown" without fields. */
+const AtomInfo& atomInfo(int32_t id);
+
+/** Ids of all pulled atoms in the catalogue, ascending. */
+std::vector<int32_t> pulledAtomIds();
+
+/** The type's name: int32, int64, float, bool or string. */
+const char* typeName(const AtomValue& value);
+
+/** The value as text, a float in the shortest form that reads back equal. */
+std::string valueText(const AtomValue& value);
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <android/binder_ibinder.h>
+#include <binder/IBinder.h>
+
+#include <string>
+
+namespace zstats::vdevice {
+
+/** Publishes an NDK service; ends the process with a message if the service manager refuses. */
+void publishOrDie(const std::string& name, AIBinder* binder);
+
+/** The same for a service of the C++ library. */
+void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder);
+
+/** Serves binder calls until the process is killed. Returns the process's exit status. */
+int serve();
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,32 @@
+#include "vdevice/statsd/PullAnswer.h"
+
+#include "vdevice/statsd/StatsdLog.h"
+
+namespace zstats::vdevice {
+
+ndk::ScopedAStatus PullAnswer::pullFinished(
+        int32_t atomTag, bool success,
+        const std::vector<aidl::android::util::StatsEventParcel>& output) {
+    std::lock_guard lock(mLock);
+    if (mExpired) {
+        STATSD_LOG(WARN, "late answer to a pull of %d dropped", atomTag);
+        return ndk::ScopedAStatus::ok();
+    }
+    if (mAnswer) return ndk::ScopedAStatus::ok();
+    mAnswer.emplace();
+    mAnswer->success = success;
+    for (const auto& parcel : output) {
+        mAnswer->events.emplace_back(parcel.buffer.begin(), parcel.buffer.end());
+    }
+    mArrived.notify_all();
+    return ndk::ScopedAStatus::ok();
+}
+
+std::optional<PullAnswer::Answer> PullAnswer::wait(std::chrono::nanoseconds timeout) {
+    std::unique_lock lock(mLock);
+    mArrived.wait_for(lock, timeout, [this] { return mAnswer.has_value(); });
+    mExpired = !mAnswer.has_value();
+    return std::move(mAnswer);
+}
+
+}  // namespace zstats::vdevice

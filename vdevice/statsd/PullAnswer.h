@@ -1,0 +1,40 @@
+#pragma once
+
+#include <aidl/android/os/BnPullAtomResultReceiver.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zstats::vdevice {
+
+/** What a pull's answer holds: the encoded events, byte for byte, in the order sent. */
+using EncodedEvents = std::vector<std::string>;
+
+/** Takes the answer to one pull. An answer after the wait has ended is dropped. Any thread. */
+class PullAnswer : public aidl::android::os::BnPullAtomResultReceiver {
+  public:
+    struct Answer {
+        bool success = false;
+        EncodedEvents events;
+    };
+
+    ndk::ScopedAStatus pullFinished(
+            int32_t atomTag, bool success,
+            const std::vector<aidl::android::util::StatsEventParcel>& output) override;
+
+    /** The answer, or nothing when none came in time. To be called once. */
+    std::optional<Answer> wait(std::chrono::nanoseconds timeout);
+
+  private:
+    std::mutex mLock;  // guards what follows
+    std::condition_variable mArrived;
+    std::optional<Answer> mAnswer;
+    bool mExpired = false;
+};
+
+}  // namespace zstats::vdevice
