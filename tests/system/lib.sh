@@ -1,0 +1,55 @@
+# Read before every case of the system tests, inside the device. A case prints one line a check:
+# "ok NAME" or "not ok NAME: reason".
+
+ok() { echo "ok $1"; }
+not_ok() { echo "not ok $1: $2"; }
+
+# is NAME EXPECTED ACTUAL: the two texts are equal.
+is() {
+    if [ "$2" = "$3" ]; then ok "$1"; else not_ok "$1" "expected '$2', got '$3'"; fi
+}
+
+# has NAME PATTERN TEXT: the text holds the fixed string.
+has() {
+    case $3 in
+    *"$2"*) ok "$1" ;;
+    *) not_ok "$1" "no '$2' in '$(echo "$3" | tail -n 5)'" ;;
+    esac
+}
+
+# has_not NAME PATTERN TEXT
+has_not() {
+    case $3 in
+    *"$2"*) not_ok "$1" "'$2' in '$(echo "$3" | tail -n 5)'" ;;
+    *) ok "$1" ;;
+    esac
+}
+
+# wait_for SECONDS COMMAND...: waits until the command succeeds; fails when it never does.
+wait_for() {
+    tries=$(($1 * 10))
+    shift
+    while ! "$@" >/dev/null 2>&1; do
+        tries=$((tries - 1))
+        [ $tries -gt 0 ] || return 1
+        usleep 100000
+    done
+}
+
+# Services as servicemanager knows them; the log of the daemon, or of another tag.
+service_is_there() { dumpsys -l | grep -qx "  $1"; }
+daemon_log() { logcat -d | grep " ${1:-zstats_pullerd}: "; }
+# How many lines of the whole log hold the fixed string.
+log_count() { logcat -d | grep -cF -- "$1"; }
+log_has_more() { [ "$(log_count "$1")" -gt "$2" ]; }
+
+# A pull of one tag as JSON, later than the cool-down of the one before.
+pull() { sleep 1.1; statsctl pull --json "$@"; }
+
+daemon_pid() { pidof zstats_pullerd; }
+restart_daemon() {
+    stop zstats_pullerd
+    wait_for 10 sh -c '! pidof zstats_pullerd'
+    start zstats_pullerd
+    wait_for 10 service_is_there zstats_pullerd
+}
