@@ -1,0 +1,108 @@
+#include "tests/unit/acquire/AcquireKit.h"
+
+#include <dirent.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+#include <utils/String8.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <thread>
+
+using android::Parcel;
+using android::sp;
+using android::status_t;
+
+namespace zstats {
+
+status_t TextCapture::print(const char* text, size_t length) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    mText.append(text, length);
+    return android::OK;
+}
+
+std::string TextCapture::text() const {
+    const std::lock_guard<std::mutex> lock(mLock);
+    return mText;
+}
+
+sp<FakeCommand> FakeCommand::answering(int32_t result) {
+    return new FakeCommand([result](const ShellCall& call) {
+        call.receiver->send(result);
+        return android::OK;
+    });
+}
+
+status_t FakeCommand::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+    if (code != SHELL_COMMAND_TRANSACTION) return BBinder::onTransact(code, data, reply, flags);
+    ShellCall call;
+    call.in = data.readFileDescriptor();
+    call.out = data.readFileDescriptor();
+    call.err = data.readFileDescriptor();
+    for (int32_t count = data.readInt32(); count > 0; --count) {
+        call.arguments.emplace_back(android::String8(data.readString16()).c_str());
+    }
+    call.callback = data.readStrongBinder();
+    call.receiver = android::interface_cast<android::IResultReceiver>(data.readStrongBinder());
+    return mBehaviour(call);
+}
+
+std::set<int> ownEntries(const char* directory) {
+    DIR* const dir = opendir((std::string("/proc/self/") + directory).c_str());
+    std::set<int> entries;
+    while (const dirent* entry = readdir(dir)) {
+        const int number = atoi(entry->d_name);
+        if (entry->d_name[0] != '.' && number != dirfd(dir)) entries.insert(number);
+    }
+    closedir(dir);
+    return entries;
+}
+
+void closeDescriptorsSince(const std::set<int>& before) {
+    for (int fd : ownEntries("fd")) {
+        if (before.count(fd) == 0) close(fd);
+    }
+}
+
+bool eventually(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        sched_yield();
+    }
+    return true;
+}
+
+namespace {
+
+void failCallsOfThisThread(const std::vector<int>& calls, int error) {
+    std::vector<sock_filter> program;
+    program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
+    for (int call : calls) {
+        program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(call), 0, 1));
+        program.push_back(
+                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<uint32_t>(error)));
+    }
+    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) != 0) {
+        abort();
+    }
+}
+
+}  // namespace
+
+void withFailingCalls(std::initializer_list<int> calls, int error,
+                      const std::function<void()>& action) {
+    std::thread([&] {
+        failCallsOfThisThread(calls, error);
+        action();
+    }).join();
+}
+
+}  // namespace zstats
