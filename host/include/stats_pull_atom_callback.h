@@ -1,0 +1,65 @@
+#pragma once
+
+/*
+ * Registration of pulled atoms with statsd, with the names and signatures of the platform's pull
+ * library. Every function may be called from any thread.
+ */
+
+#include <stats_event.h>
+#include <stdint.h>
+#include <sys/cdefs.h>
+
+__BEGIN_DECLS
+
+struct AStatsManager_PullAtomMetadata;
+typedef struct AStatsManager_PullAtomMetadata AStatsManager_PullAtomMetadata;
+
+/** Fresh metadata: cool-down 1000 ms, time-out 1500 ms, no additive field. */
+AStatsManager_PullAtomMetadata* AStatsManager_PullAtomMetadata_obtain(void);
+void AStatsManager_PullAtomMetadata_release(AStatsManager_PullAtomMetadata* metadata);
+
+/* Milliseconds. Values are stored as they come; statsd applies its own bounds. */
+void AStatsManager_PullAtomMetadata_setCoolDownMillis(AStatsManager_PullAtomMetadata* metadata,
+                                                      int64_t cool_down_millis);
+int64_t AStatsManager_PullAtomMetadata_getCoolDownMillis(AStatsManager_PullAtomMetadata* metadata);
+void AStatsManager_PullAtomMetadata_setTimeoutMillis(AStatsManager_PullAtomMetadata* metadata,
+                                                     int64_t timeout_millis);
+int64_t AStatsManager_PullAtomMetadata_getTimeoutMillis(AStatsManager_PullAtomMetadata* metadata);
+
+/** Copies `num_fields` field numbers; a null array with 0 is the empty list. */
+void AStatsManager_PullAtomMetadata_setAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
+                                                      int32_t* additive_fields, int32_t num_fields);
+int32_t AStatsManager_PullAtomMetadata_getNumAdditiveFields(AStatsManager_PullAtomMetadata* metadata);
+/** Copies all field numbers to `fields`, which has room for getNumAdditiveFields of them. */
+void AStatsManager_PullAtomMetadata_getAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
+                                                      int32_t* fields);
+
+typedef int32_t AStatsManager_PullAtomCallbackReturn;
+enum {
+    AStatsManager_PULL_SUCCESS = 0,
+    AStatsManager_PULL_SKIP = 1,
+};
+
+struct AStatsEventList;
+typedef struct AStatsEventList AStatsEventList;
+
+/** Appends a new event to the list, which owns it: the caller must not release it. */
+AStatsEvent* AStatsEventList_addStatsEvent(AStatsEventList* pull_data);
+
+/** Fills `data` with the atom's events. Runs on a binder thread. */
+typedef AStatsManager_PullAtomCallbackReturn (*AStatsManager_PullAtomCallback)(int32_t atom_tag,
+                                                                               AStatsEventList* data,
+                                                                               void* cookie);
+
+/**
+ * Registers `callback` for an atom, in place of an earlier one. Returns at once: the registration
+ * itself is made on a thread of the library, and made again whenever statsd comes back.
+ * `metadata` is copied and may be null for the defaults; `cookie` stays the caller's.
+ */
+void AStatsManager_setPullAtomCallback(int32_t atom_tag, AStatsManager_PullAtomMetadata* metadata,
+                                       AStatsManager_PullAtomCallback callback, void* cookie);
+
+/** Takes the atom's registration back; returns at once as well. */
+void AStatsManager_clearPullAtomCallback(int32_t atom_tag);
+
+__END_DECLS

@@ -1,0 +1,79 @@
+#include <android-base/file.h>
+#include <android-base/unique_fd.h>
+#include <errno.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "host/properties/PropertyStore.h"
+
+namespace zstats::properties {
+namespace {
+
+constexpr uint32_t kSetProperty2 = 0x00020001;
+/** Far above any real name or value; keeps a stray client from making init allocate. */
+constexpr uint32_t kMaxTextBytes = 4096;
+
+bool readText(int fd, std::string* text) {
+    uint32_t size = 0;
+    if (!android::base::ReadFully(fd, &size, sizeof(size)) || size > kMaxTextBytes) return false;
+    text->resize(size);
+    return android::base::ReadFully(fd, text->data(), size);
+}
+
+void appendNumber(std::string* out, uint32_t number) {
+    out->append(reinterpret_cast<const char*>(&number), sizeof(number));
+}
+
+void appendText(std::string* out, const std::string& text) {
+    appendNumber(out, static_cast<uint32_t>(text.size()));
+    out->append(text);
+}
+
+/** Sends without raising SIGPIPE in a process whose peer has gone. */
+bool sendAll(int fd, const void* data, size_t size) {
+    const auto* next = static_cast<const char*>(data);
+    while (size > 0) {
+        ssize_t sent = TEMP_FAILURE_RETRY(send(fd, next, size, MSG_NOSIGNAL));
+        if (sent <= 0) return false;
+        next += sent;
+        size -= static_cast<size_t>(sent);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool readPropertyRequest(int fd, PropertyRequest* request) {
+    uint32_t command = 0;
+    return android::base::ReadFully(fd, &command, sizeof(command)) && command == kSetProperty2 &&
+           readText(fd, &request->name) && readText(fd, &request->value);
+}
+
+bool sendPropertyResult(int fd, int32_t result) {
+    return sendAll(fd, &result, sizeof(result));
+}
+
+int requestProperty(const std::string& path, const PropertyRequest& request) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path)) return -ENAMETOOLONG;
+    memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    android::base::unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!fd.ok()) return -errno;
+    if (connect(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+        return -errno;
+    }
+    std::string message;
+    appendNumber(&message, kSetProperty2);
+    appendText(&message, request.name);
+    appendText(&message, request.value);
+    if (!sendAll(fd.get(), message.data(), message.size())) return -errno;
+    int32_t result = 0;
+    if (!android::base::ReadFully(fd.get(), &result, sizeof(result))) return -EPIPE;
+    return result;
+}
+
+}  // namespace zstats::properties

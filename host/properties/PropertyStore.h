@@ -1,0 +1,111 @@
+#pragma once
+
+#include <sys/system_properties.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+/** One property in a PropertyArea. */
+struct prop_info {
+    static constexpr size_t kValueWords = PROP_VALUE_MAX / sizeof(uint32_t);
+
+    /** Odd while the value is being written. */
+    std::atomic<uint32_t> serial;
+    std::atomic<uint32_t> value[kValueWords];
+    /** Fixed before the entry becomes visible. */
+    char name[128];
+};
+
+namespace zstats::properties {
+
+/** Where init serves the properties of the virtual device, and where it takes requests. */
+inline constexpr char kAreaPath[] = "/dev/__properties__";
+inline constexpr char kServicePath[] = "/dev/socket/property_service";
+
+/**
+ * Properties in memory of a fixed layout that several processes can share. One process writes;
+ * any number read at the same time, without a lock, also while a value changes. Properties are
+ * never removed.
+ */
+class PropertyArea {
+  public:
+    static constexpr size_t kCapacity = 1024;
+
+    /** A new, empty area in the file `path`, replaced if it exists; null with errno on failure. */
+    static std::unique_ptr<PropertyArea> create(const std::string& path);
+    /** A new area of this process alone; null with errno when memory is short. */
+    static std::unique_ptr<PropertyArea> createInMemory();
+    /** The area in the file `path`, for reading alone; null with errno, EINVAL if it is none. */
+    static std::unique_ptr<PropertyArea> map(const std::string& path);
+
+    ~PropertyArea();
+    PropertyArea(const PropertyArea&) = delete;
+    PropertyArea& operator=(const PropertyArea&) = delete;
+
+    /** Null if there is no such property. The entry lives as long as the area. */
+    const prop_info* find(const char* name) const;
+
+    /**
+     * Adds or changes a property. Returns 0, -EINVAL for a name or a value that does not fit,
+     * -ENOSPC when the area is full, -EROFS on an area that was mapped. Any thread.
+     */
+    int set(const std::string& name, const std::string& value);
+
+    /** Calls `visit` for each property, in the order in which they were added. */
+    void forEach(const std::function<void(const char* name, const char* value)>& visit) const;
+
+    /** Copies a consistent value with its NUL to `value`; returns the serial that it had. */
+    static uint32_t read(const prop_info& entry, char (&value)[PROP_VALUE_MAX]);
+
+  private:
+    struct Layout;
+
+    PropertyArea(Layout* layout, bool writable) : mLayout(layout), mWritable(writable) {}
+
+    Layout* const mLayout;
+    const bool mWritable;
+    std::mutex mWriteLock;  // one writer at a time
+};
+
+/** A write that a process asks init for. */
+struct PropertyRequest {
+    std::string name;
+    std::string value;
+};
+
+/**
+ * Reads one request from a connection to the property socket; blocks until it is complete, or for
+ * the receive time-out of the socket. False for an unknown command, a name or value of absurd
+ * length, or an early end.
+ */
+bool readPropertyRequest(int fd, PropertyRequest* request);
+
+/** Answers a request: 0 for success. False when the client has gone. */
+bool sendPropertyResult(int fd, int32_t result);
+
+/**
+ * The client's side: sends a request to the socket at `path` and waits for the answer. Returns the
+ * answer, or a negative errno when none arrived.
+ */
+int requestProperty(const std::string& path, const PropertyRequest& request);
+
+using ControlHandler = std::function<void(const std::string& name, const std::string& value)>;
+
+/**
+ * Takes the "ctl." writes of a process that has no init; null takes them no more, and then such
+ * writes fail. Called on the writing thread. Any thread may set it.
+ */
+void setControlHandler(ControlHandler handler);
+
+/**
+ * Starts the store of a process that has no init anew, empty. Entries found before stay readable.
+ * Does nothing on the virtual device.
+ */
+void clearProperties();
+
+}  // namespace zstats::properties

@@ -1,0 +1,126 @@
+#include <android/log.h>
+#include <sys/system_properties.h>
+
+#include <cstring>
+#include <vector>
+
+#include "host/properties/PropertyStore.h"
+
+namespace zstats::properties {
+namespace {
+
+/** The process's view of the properties: init's area where there is one, else an own one. */
+class Store {
+  public:
+    /** Never destroyed: properties are read until the process ends. */
+    static Store& instance() {
+        static auto* store = new Store;
+        return *store;
+    }
+
+    const PropertyArea* area() const { return mArea.load(std::memory_order_acquire); }
+
+    int set(const std::string& name, const std::string& value) {
+        if (mShared) return requestProperty(kServicePath, {name, value});
+        if (name.compare(0, 4, "ctl.") == 0) return control(name, value);
+        std::lock_guard<std::mutex> lock(mLock);
+        return mOwnAreas.back()->set(name, value);
+    }
+
+    void setHandler(ControlHandler handler) {
+        std::lock_guard<std::mutex> lock(mLock);
+        mHandler = std::move(handler);
+    }
+
+    void clear() {
+        if (mShared) return;
+        std::lock_guard<std::mutex> lock(mLock);
+        startOwnArea();
+    }
+
+  private:
+    Store() {
+        std::unique_ptr<PropertyArea> shared = PropertyArea::map(kAreaPath);
+        mShared = shared != nullptr;
+        if (mShared) {
+            mArea.store(shared.release(), std::memory_order_release);
+        } else {
+            startOwnArea();
+        }
+    }
+
+    void startOwnArea() {
+        std::unique_ptr<PropertyArea> area = PropertyArea::createInMemory();
+        if (area == nullptr) {
+            __android_log_assert(nullptr, "properties", "no memory for system properties");
+        }
+        mArea.store(area.get(), std::memory_order_release);
+        mOwnAreas.push_back(std::move(area));
+    }
+
+    int control(const std::string& name, const std::string& value) {
+        ControlHandler handler;
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            handler = mHandler;
+        }
+        if (!handler) return -ENOSYS;
+        handler(name, value);
+        return 0;
+    }
+
+    bool mShared;
+    std::atomic<PropertyArea*> mArea{nullptr};
+    std::mutex mLock;  // guards the rest
+    // Older areas stay, because readers may hold entries of them.
+    std::vector<std::unique_ptr<PropertyArea>> mOwnAreas;
+    ControlHandler mHandler;
+};
+
+}  // namespace
+
+void setControlHandler(ControlHandler handler) {
+    Store::instance().setHandler(std::move(handler));
+}
+
+void clearProperties() {
+    Store::instance().clear();
+}
+
+}  // namespace zstats::properties
+
+using zstats::properties::PropertyArea;
+using zstats::properties::Store;
+
+const prop_info* __system_property_find(const char* name) {
+    return Store::instance().area()->find(name);
+}
+
+void __system_property_read_callback(const prop_info* pi,
+                                     void (*callback)(void* cookie, const char* name,
+                                                      const char* value, uint32_t serial),
+                                     void* cookie) {
+    char value[PROP_VALUE_MAX];
+    const uint32_t serial = PropertyArea::read(*pi, value);
+    callback(cookie, pi->name, value, serial);
+}
+
+int __system_property_get(const char* name, char* value) {
+    value[0] = '\0';
+    const prop_info* entry = __system_property_find(name);
+    if (entry == nullptr) return 0;
+    char copy[PROP_VALUE_MAX];
+    PropertyArea::read(*entry, copy);
+    strcpy(value, copy);
+    return static_cast<int>(strlen(value));
+}
+
+int __system_property_set(const char* name, const char* value) {
+    if (name == nullptr) return -1;
+    if (value == nullptr) value = "";
+    const int result = Store::instance().set(name, value);
+    if (result == 0) return 0;
+    __android_log_print(ANDROID_LOG_ERROR, "properties", "cannot set \"%s\" to \"%s\": %s", name,
+                        value, result < 0 ? strerror(-result) : "refused by init");
+    return -1;
+}

@@ -1,0 +1,197 @@
+#include "host/stats/PullRegistry.h"
+
+#include <android/binder_manager.h>
+
+#include <algorithm>
+
+#include "host/stats/PullAtomCallback.h"
+
+namespace zstats {
+namespace {
+
+constexpr char kStatsdService[] = "stats";
+
+void registerWith(aidl::android::os::IStatsd& statsd, int32_t atomTag,
+                  const std::shared_ptr<PullAtomCallback>& callback) {
+    const AStatsManager_PullAtomMetadata& metadata = callback->metadata();
+    // A statsd that just died fails this call; its death notice brings the registration back.
+    statsd.registerNativePullAtomCallback(atomTag, metadata.coolDownMillis, metadata.timeoutMillis,
+                                          metadata.additiveFields, callback);
+}
+
+/** Ends the worker before the process takes down what it uses. */
+struct JoinAtExit {
+    ~JoinAtExit() { PullRegistry::instance().join(); }
+};
+
+}  // namespace
+
+PullRegistry& PullRegistry::instance() {
+    // Binder threads may still pull while the process exits, so only the worker is waited for.
+    static auto* registry = new PullRegistry;
+    return *registry;
+}
+
+PullRegistry::PullRegistry() : mDeathRecipient(AIBinder_DeathRecipient_new(&onStatsdDied)) {}
+
+void PullRegistry::set(int32_t atomTag, const AStatsManager_PullAtomMetadata& metadata,
+                       AStatsManager_PullAtomCallback callback, void* cookie) {
+    CallbackPtr binder = ndk::SharedRefBase::make<PullAtomCallback>(callback, cookie, metadata);
+    {
+        std::lock_guard<std::mutex> lock(mCallbacksLock);
+        mCallbacks[atomTag] = binder;
+    }
+    enqueue({atomTag, std::move(binder)});
+}
+
+void PullRegistry::clear(int32_t atomTag) {
+    {
+        std::lock_guard<std::mutex> lock(mCallbacksLock);
+        mCallbacks.erase(atomTag);
+    }
+    enqueue({atomTag, nullptr});
+}
+
+void PullRegistry::enqueue(Command command) {
+    static JoinAtExit joinAtExit;
+    std::lock_guard<std::mutex> lock(mQueueLock);
+    mQueue.push_back(std::move(command));
+    if (mWorkerRunning) return;
+    // The last worker takes no lock any more once it has said that it ends.
+    if (mWorker.joinable()) mWorker.join();
+    mWorkerRunning = true;
+    mWorker = std::thread(&PullRegistry::runCommands, this);
+}
+
+void PullRegistry::join() {
+    std::thread worker;
+    {
+        std::lock_guard<std::mutex> lock(mQueueLock);
+        worker.swap(mWorker);
+    }
+    if (worker.joinable()) worker.join();
+}
+
+void PullRegistry::runCommands() {
+    while (std::optional<Command> command = nextCommand()) {
+        std::shared_ptr<IStatsd> statsd = this->statsd();
+        if (statsd == nullptr) {
+            dropCommands();
+        } else if (command->callback != nullptr) {
+            registerWith(*statsd, command->atomTag, command->callback);
+        } else {
+            statsd->unregisterNativePullAtomCallback(command->atomTag);
+        }
+    }
+}
+
+std::optional<PullRegistry::Command> PullRegistry::nextCommand() {
+    std::lock_guard<std::mutex> lock(mQueueLock);
+    if (mQueue.empty()) {
+        mWorkerRunning = false;
+        return std::nullopt;
+    }
+    Command command = std::move(mQueue.front());
+    mQueue.pop_front();
+    return command;
+}
+
+void PullRegistry::dropCommands() {
+    std::lock_guard<std::mutex> lock(mQueueLock);
+    mQueue.clear();
+}
+
+std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
+    std::lock_guard<std::mutex> lock(mStatsdLock);
+    if (mStatsd != nullptr) return mStatsd;
+    ndk::SpAIBinder binder(AServiceManager_getService(kStatsdService));
+    std::shared_ptr<IStatsd> statsd = IStatsd::fromBinder(binder);
+    if (statsd == nullptr) return nullptr;
+    // One that died in between never sends a notice and must not be kept.
+    if (AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this) == STATUS_DEAD_OBJECT) {
+        return nullptr;
+    }
+    mStatsd = statsd;
+    return statsd;
+}
+
+void PullRegistry::onStatsdDied(void* cookie) {
+    auto* self = static_cast<PullRegistry*>(cookie);
+    self->forgetStatsd();
+    self->registerAll();
+}
+
+void PullRegistry::forgetStatsd() {
+    std::shared_ptr<IStatsd> dead;  // its binder is let go without the lock
+    std::lock_guard<std::mutex> lock(mStatsdLock);
+    dead.swap(mStatsd);
+}
+
+void PullRegistry::registerAll() {
+    std::shared_ptr<IStatsd> statsd = this->statsd();
+    if (statsd == nullptr) return;
+    std::map<int32_t, CallbackPtr> callbacks;
+    {
+        std::lock_guard<std::mutex> lock(mCallbacksLock);
+        callbacks = mCallbacks;
+    }
+    for (const auto& [atomTag, callback] : callbacks) registerWith(*statsd, atomTag, callback);
+}
+
+}  // namespace zstats
+
+using zstats::PullRegistry;
+
+AStatsManager_PullAtomMetadata* AStatsManager_PullAtomMetadata_obtain() {
+    return new AStatsManager_PullAtomMetadata;
+}
+
+void AStatsManager_PullAtomMetadata_release(AStatsManager_PullAtomMetadata* metadata) {
+    delete metadata;
+}
+
+void AStatsManager_PullAtomMetadata_setCoolDownMillis(AStatsManager_PullAtomMetadata* metadata,
+                                                      int64_t cool_down_millis) {
+    metadata->coolDownMillis = cool_down_millis;
+}
+
+int64_t AStatsManager_PullAtomMetadata_getCoolDownMillis(AStatsManager_PullAtomMetadata* metadata) {
+    return metadata->coolDownMillis;
+}
+
+void AStatsManager_PullAtomMetadata_setTimeoutMillis(AStatsManager_PullAtomMetadata* metadata,
+                                                     int64_t timeout_millis) {
+    metadata->timeoutMillis = timeout_millis;
+}
+
+int64_t AStatsManager_PullAtomMetadata_getTimeoutMillis(AStatsManager_PullAtomMetadata* metadata) {
+    return metadata->timeoutMillis;
+}
+
+void AStatsManager_PullAtomMetadata_setAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
+                                                      int32_t* additive_fields, int32_t num_fields) {
+    metadata->additiveFields.clear();
+    if (num_fields > 0) {
+        metadata->additiveFields.assign(additive_fields, additive_fields + num_fields);
+    }
+}
+
+int32_t AStatsManager_PullAtomMetadata_getNumAdditiveFields(AStatsManager_PullAtomMetadata* metadata) {
+    return static_cast<int32_t>(metadata->additiveFields.size());
+}
+
+void AStatsManager_PullAtomMetadata_getAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
+                                                      int32_t* fields) {
+    std::copy(metadata->additiveFields.begin(), metadata->additiveFields.end(), fields);
+}
+
+void AStatsManager_setPullAtomCallback(int32_t atom_tag, AStatsManager_PullAtomMetadata* metadata,
+                                       AStatsManager_PullAtomCallback callback, void* cookie) {
+    const AStatsManager_PullAtomMetadata defaults;
+    PullRegistry::instance().set(atom_tag, metadata != nullptr ? *metadata : defaults, callback,
+                                 cookie);
+}
+
+void AStatsManager_clearPullAtomCallback(int32_t atom_tag) {
+    PullRegistry::instance().clear(atom_tag);
+}

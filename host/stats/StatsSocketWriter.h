@@ -1,0 +1,48 @@
+#pragma once
+
+#include <android-base/unique_fd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace zstats {
+
+/**
+ * Sender of pushed events over statsd's datagram socket. Any thread; never blocks on statsd.
+ *
+ * A datagram is the packed log header (11 bytes), a 4-byte tag and the event. Events that could not
+ * be sent are counted, and the next datagram that gets through is preceded by a report of them.
+ */
+class StatsSocketWriter {
+  public:
+    explicit StatsSocketWriter(std::string socketPath) : mPath(std::move(socketPath)) {}
+    StatsSocketWriter(const StatsSocketWriter&) = delete;
+    StatsSocketWriter& operator=(const StatsSocketWriter&) = delete;
+
+    /** The process's writer to "/dev/socket/statsdw". */
+    static StatsSocketWriter& instance();
+
+    /**
+     * Sends one event. Returns `size` + 4, or a negative errno: -ENODEV when there is no socket
+     * to connect to, -EAGAIN when statsd does not keep up. A statsd that was restarted is
+     * connected to again within the call.
+     */
+    int write(const uint8_t* event, size_t size, uint32_t atomId);
+
+  private:
+    int connectLocked();
+    int sendLocked(const void* head, size_t headSize, const void* tail, size_t tailSize);
+    int sendEventLocked(const uint8_t* event, size_t size);
+    void reportLossLocked();
+
+    const std::string mPath;
+    std::mutex mLock;  // guards all below
+    android::base::unique_fd mSocket;
+    uint32_t mLost = 0;
+    int32_t mLastError = 0;
+    uint32_t mLastLostAtom = 0;
+};
+
+}  // namespace zstats

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <android/log.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace zstats {
+
+/** One log line as the program handed it to the log; `text` without what a device adds to it. */
+struct LogLine {
+    int priority;
+    std::string tag;
+    std::string text;
+};
+
+/**
+ * Collects the log lines of all threads, of every priority, for the lifetime of the object. Lines
+ * that no capture collects are not shown. Any thread.
+ *
+ * Texts are looked for as parts of a line's text, and in lines of every tag.
+ */
+class LogCapture {
+  public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    std::vector<LogLine> lines() const;
+    std::vector<LogLine> linesOf(const std::string& tag) const;
+    size_t count(int priority, const std::string& text) const;
+    bool contains(int priority, const std::string& text) const { return count(priority, text) > 0; }
+    /** Waits until such a line is there; false when none came in time. */
+    bool waitFor(int priority, const std::string& text,
+                 std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
+    void clear();
+
+  private:
+    static void onLine(const __android_logger_data* data, const char* message);
+
+    void add(LogLine line);
+    size_t countLocked(int priority, const std::string& text) const;
+
+    mutable std::mutex mLock;  // guards mLines
+    mutable std::condition_variable mAdded;
+    std::vector<LogLine> mLines;
+};
+
+}  // namespace zstats
