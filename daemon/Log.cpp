@@ -1,0 +1,7 @@
+#include "daemon/Log.h"
+
+namespace zstats {
+
+std::atomic<int32_t> gLogLevel{1};
+
+}  // namespace zstats

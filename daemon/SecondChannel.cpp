@@ -1,0 +1,40 @@
+#include "daemon/SecondChannel.h"
+
+#include <cutils/properties.h>
+
+#include <string>
+
+namespace zstats {
+
+namespace {
+
+constexpr char kEngineeringType[] = "ro.norda.image.my_engineering.type";
+
+std::string readProperty(const char* name, const char* defaultValue) {
+    char value[PROPERTY_VALUE_MAX] = {};
+    property_get(name, value, defaultValue);
+    return value;
+}
+
+/** Compares the first character alone, so that "0x" or "01" count as '0'. */
+bool startsWith(const char* name, const char* defaultValue, char expected) {
+    return readProperty(name, defaultValue)[0] == expected;
+}
+
+bool isUnlockedDebugBuild() {
+    return startsWith("ro.secure", "1", '0') && startsWith("ro.adb.secure", "1", '0') &&
+           startsWith("ro.debuggable", "0", '1');
+}
+
+}  // namespace
+
+bool opensSecondChannel() {
+    // The order counts: what makes a build a trial build outweighs what makes it a release.
+    if (readProperty(kEngineeringType, "release") == "preversion") return true;
+    if (readProperty("ro.sys.engineering.pre", "false") == "true") return true;
+    if (isUnlockedDebugBuild()) return true;
+    if (readProperty("ro.build.release_type", "false") == "true") return false;
+    return readProperty(kEngineeringType, "") != "release";
+}
+
+}  // namespace zstats

@@ -1,0 +1,111 @@
+#include "daemon/Startup.h"
+
+#include <android-base/properties.h>
+#include <binder/IPCThreadState.h>
+#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
+#include <cutils/properties.h>
+
+#include "acquire/AtomsAcquireService.h"
+#include "daemon/Log.h"
+#include "daemon/SystemHelpers.h"
+#include "daemon/ZstatsPullerService.h"
+#include "vendor/include/feature_switch.h"
+
+namespace zstats {
+
+namespace {
+
+using android::IPCThreadState;
+using android::IServiceManager;
+using android::ProcessState;
+using android::sp;
+using android::String16;
+
+constexpr char kServiceName[] = "zstats_pullerd";
+constexpr char kFeatureName[] = "os.tool.quill.zstats_pullerd.enable";
+constexpr int kMinMemTotalKb = 4194304;
+constexpr size_t kMaxBinderThreads = 4;
+
+bool refuse() {
+    property_set("ctl.stop", kServiceName);
+    return false;
+}
+
+bool isFeatureEnabled() {
+    if (isOsFeatureEnabled(kFeatureName)) return true;
+    ZLOG(INFO, "%s disabled.", kFeatureName);
+    return refuse();
+}
+
+/** A commercial build on a small device runs only when told to. */
+bool isStartForced() {
+    if (android::base::GetProperty("persist.sys.zstats_pullerd.start", "0") != "1") {
+        ZLOG(INFO, "It is Commercial Version, less than 4GB, zstats_pullerd is disabled.");
+        return refuse();
+    }
+    ZLOG(DEBUG, "It is Commercial Version, less than 4GB, start prop is true.");
+    return true;
+}
+
+bool publish(const char* name, const sp<android::IBinder>& service) {
+    const sp<IServiceManager> manager = android::defaultServiceManager();
+    return manager != nullptr &&
+           manager->addService(String16(name), service, false,
+                               IServiceManager::DUMP_FLAG_PRIORITY_DEFAULT) == android::OK;
+}
+
+void joinBinderThreads() {
+    // The maximum goes before the start: lowering it afterwards is not allowed everywhere.
+    const sp<ProcessState> process = ProcessState::self();
+    process->setThreadPoolMaxThreadCount(kMaxBinderThreads);
+    process->startThreadPool();
+    process->giveThreadPoolName();
+    IPCThreadState::self()->joinThreadPool(true);
+}
+
+}  // namespace
+
+bool mayRun() {
+    return mayRunWith("/proc/meminfo");
+}
+
+bool mayRunWith(const char* meminfoPath) {
+    if (!isFeatureEnabled()) return false;
+    ZLOG(DEBUG, "process isolation feature is enable.");
+    if (!checkMemTotalOkAt(meminfoPath, kMinMemTotalKb) && isCommercialVersion() &&
+        !isStartForced()) {
+        return false;
+    }
+    ZLOG(DEBUG, "start zstats_pullerd.");
+    return true;
+}
+
+int serve() {
+    ZLOG(INFO, "%s daemon start", kServiceName);
+    sp<AtomsAcquireService> acquireService(new AtomsAcquireService());
+    if (!publish("atomacq", acquireService)) {
+        ZLOG(ERROR, "Failed to add atomacq service");
+        return -1;
+    }
+    ZLOG(INFO, "addService atomacq service success.");
+
+    sp<ZstatsPullerService> pullerService(new ZstatsPullerService());
+    if (!publish(kServiceName, pullerService)) {
+        ZLOG(ERROR, "Failed to add %s service", kServiceName);
+        return -1;
+    }
+    ZLOG(INFO, "addService %s success.", kServiceName);
+
+    joinBinderThreads();
+    ZLOG(INFO, "%s daemon end", kServiceName);
+    pullerService.clear();
+    acquireService.clear();
+    return 0;
+}
+
+int runDaemon() {
+    return mayRun() ? serve() : -1;
+}
+
+}  // namespace zstats

@@ -1,0 +1,25 @@
+#pragma once
+
+namespace zstats {
+
+/**
+ * Decides whether the daemon may run here: the feature switch is on, and the device has more than
+ * 4 GiB of memory, or the build is not commercial, or the start override is set. A refusal is
+ * logged and asks init to stop the service, so that init does not start it again and again.
+ */
+bool mayRun();
+
+/** mayRun with the meminfo at `meminfoPath`. */
+bool mayRunWith(const char* meminfoPath);
+
+/**
+ * Publishes "atomacq", then "zstats_pullerd", whose construction registers the atoms, and serves
+ * binder calls on at most 4 pool threads and the calling one. Returns the process's exit status:
+ * 0 once the pool ends, which it does not in normal operation, or -1 when a name is refused.
+ */
+int serve();
+
+/** The whole daemon: mayRun, then serve. Returns the process's exit status, -1 on a refusal. */
+int runDaemon();
+
+}  // namespace zstats

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <aidl/android/os/IStatsd.h>
+#include <android/binder_auto_utils.h>
+#include <binder/IInterface.h>
+#include <binder/Parcel.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "daemon/ZStatsPullAtomCallback.h"
+
+namespace zstats {
+
+/** The main service's binder interface. It has no methods: dump is its only control surface. */
+class IZstatsPullerService : public android::IInterface {
+  public:
+    DECLARE_META_INTERFACE(ZstatsPullerService)
+};
+
+/** The client side, which the platform's interface macros want to exist. */
+class BpZstatsPullerService : public android::BpInterface<IZstatsPullerService> {
+  public:
+    explicit BpZstatsPullerService(const android::sp<android::IBinder>& impl)
+          : BpInterface<IZstatsPullerService>(impl) {}
+};
+
+/** True for the callers that may dump the service: system (1000) and root (0). */
+bool isDumpAllowed(uid_t callingUid);
+
+/**
+ * Registers the pulled atoms with statsd, answers them, and holds the kernel event channel.
+ *
+ * Construction never fails: when statsd is not running then, the object has no callback object, no
+ * registration and no channel, for good. When statsd dies later, mStatsd becomes empty and nothing
+ * else changes. The callbacks stay registered after destruction, so the object has to live as long
+ * as pulls can arrive.
+ */
+class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> {
+  public:
+    BnZstatsPullerService();
+    ~BnZstatsPullerService() override;
+
+    /**
+     * Serves "--loglevel N" and "--rgbLog N" and writes the reply to `fd`; help for any other
+     * number of arguments. Returns 0, or PERMISSION_DENIED with nothing written. Any thread.
+     */
+    android::status_t dump(int fd, const android::Vector<android::String16>& args) override;
+
+    /** Logs the transaction and hands it to the base. */
+    android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
+                                 uint32_t flags) override;
+
+    /**
+     * Connects to the kernel channel of the BPF program at `path`; mConnectFd becomes what the
+     * library returned, or stays as it is on a device without the channel. No retry.
+     */
+    void connectZbpfForKorkerInner(char* path);
+
+    /** Statsd's interface, empty when it was not reachable or has died. Any thread. */
+    std::shared_ptr<aidl::android::os::IStatsd> statsd() const;
+    /** The descriptor of the last connection, negative when there is none. */
+    int32_t connectFd() const { return mConnectFd; }
+
+  private:
+    /** Death notice of statsd, on a binder thread; the cookie is the service. */
+    static void onStatsdDied(void* cookie);
+
+    bool connectStatsd();
+    void registerPullAtomCallbacks();
+    void openKernelChannels();
+    std::string applyDumpOption(const android::String16& option, const android::String16& value);
+    int32_t setRgbHistogramLog(bool enabled);
+
+    std::shared_ptr<aidl::android::os::IStatsd> mStatsd;  // through std::atomic_load and _store
+    std::shared_ptr<ZStatsPullAtomCallback> mPullAtomCallback;
+    int32_t mConnectFd = -1;
+    std::vector<int32_t> mAtomTags;
+    /** Owns the link to statsd, so that no notice reaches a service that is gone. */
+    ndk::ScopedAIBinder_DeathRecipient mStatsdDeathRecipient;
+};
+
+/** The service that the daemon publishes; ends the kernel channel with itself. */
+class ZstatsPullerService : public BnZstatsPullerService {
+  public:
+    ~ZstatsPullerService() override;
+};
+
+}  // namespace zstats

@@ -1,0 +1,5 @@
+#include "daemon/Startup.h"
+
+int main() {
+    return zstats::runDaemon();
+}
