@@ -1,0 +1,47 @@
+#include "vendor/include/stats_write.h"
+
+#include <stats_event.h>
+
+#include <mutex>
+#include <utility>
+
+#include "vendor/substitute/Substitute.h"
+
+namespace {
+
+std::mutex gObserverLock;
+
+/** Guarded by gObserverLock. */
+std::function<void(const zstats::substitute::WrittenAtom&)>& observerLocked() {
+    static std::function<void(const zstats::substitute::WrittenAtom&)> observer;
+    return observer;
+}
+
+}  // namespace
+
+namespace zstats::substitute {
+
+void observeStatsWrites(std::function<void(const WrittenAtom&)> observer) {
+    const std::lock_guard<std::mutex> lock(gObserverLock);
+    observerLocked() = std::move(observer);
+}
+
+}  // namespace zstats::substitute
+
+namespace NordaFramework {
+
+int stats_write(int atomId, int type, int pe, int lnr, int bnr, const char* info) {
+    {
+        const std::lock_guard<std::mutex> lock(gObserverLock);
+        if (observerLocked()) observerLocked()({atomId, type, pe, lnr, bnr, info});
+    }
+    AStatsEvent* event = AStatsEvent_obtain();
+    AStatsEvent_setAtomId(event, static_cast<uint32_t>(atomId));
+    for (const int number : {type, pe, lnr, bnr}) AStatsEvent_writeInt32(event, number);
+    AStatsEvent_writeString(event, info);
+    const int result = AStatsEvent_write(event);
+    AStatsEvent_release(event);
+    return result < 0 ? result : 0;
+}
+
+}  // namespace NordaFramework
