@@ -1,0 +1,90 @@
+#include <set>
+#include <thread>
+
+#include "tests/support/FakeVendorServices.h"
+#include "tests/support/HandlerTest.h"
+
+namespace zstats {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr char kAbsent[] = "E pullerd:  Get charger service fromBinder fail";
+constexpr char kDied[] = "E charger service died, will try to reconnect.";
+
+using ChargerClientTest = HandlerTest;
+
+TEST_F(ChargerClientTest, looksAnAbsentServiceUpAtEachCall) {
+    EXPECT_EQ(callback.getIChargeService(), nullptr);
+    EXPECT_EQ(callback.getIChargeService(), nullptr);
+    EXPECT_THAT(takeLines(), ElementsAre(kAbsent, kAbsent));
+
+    FakeCharger charger;
+    EXPECT_NE(callback.getIChargeService(), nullptr);
+    EXPECT_THAT(takeLines(), IsEmpty());
+}
+
+TEST_F(ChargerClientTest, refusesAServiceOfAnotherInterface) {
+    FakeHandleFactory other;
+    other.set("k", "text");
+    inprocess::publish(FakeCharger::kName, other.remote().proxy());
+    EXPECT_EQ(callback.getIChargeService(), nullptr);
+    EXPECT_THAT(takeLines(), ElementsAre(kAbsent));
+}
+
+TEST_F(ChargerClientTest, reconnectsSilentlyAfterTheServiceDied) {
+    FakeCharger charger;
+    charger.set("getPsyBatteryCC", 7);
+    const auto first = callback.getIChargeService();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(callback.getIChargeService(), first);
+
+    charger.remote().die();
+    EXPECT_THAT(takeLines(), ElementsAre(kDied));
+    EXPECT_EQ(callback.getIChargeService(), nullptr);
+    EXPECT_THAT(takeLines(), ElementsAre(kAbsent));
+
+    charger.publish();
+    const auto second = callback.getIChargeService();
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(second, first);
+    int32_t value = 0;
+    EXPECT_TRUE(second->getPsyBatteryCC(&value).isOk());
+    EXPECT_EQ(value, 7);
+    EXPECT_THAT(takeLines(), IsEmpty());
+}
+
+TEST_F(ChargerClientTest, aHangingCallDoesNotHoldTheLock) {
+    FakeCharger charger;
+    const auto held = callback.getIChargeService();
+    ASSERT_NE(held, nullptr);
+    charger.remote().block();
+    bool ok = true;
+    std::thread caller([&] {
+        int32_t value = 0;
+        ok = held->getPsyBatteryCC(&value).isOk();
+    });
+    charger.remote().waitForBlocked(1);
+    EXPECT_EQ(callback.getIChargeService(), held);
+    charger.remote().die();  // its notice takes the lock
+    caller.join();
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(callback.getIChargeService(), nullptr);
+}
+
+TEST_F(ChargerClientTest, firstCallersAllGetTheOneProxy) {
+    FakeCharger charger;
+    std::vector<std::shared_ptr<ZStatsPullAtomCallback::ICharger>> proxies(8);
+    std::vector<std::thread> threads;
+    for (auto& proxy : proxies) {
+        threads.emplace_back([&] { proxy = callback.getIChargeService(); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_NE(proxies.front(), nullptr);
+    EXPECT_EQ(std::set(proxies.begin(), proxies.end()).size(), 1u);
+    EXPECT_THAT(takeLines(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace zstats
