@@ -51,7 +51,7 @@ class SubscriptionRunTest : public testing::Test {
     }
 
     void TearDown() override {
-        EXPECT_TRUE(eventually([&] { return ownEntries("task") == mThreads; }));
+        EXPECT_TRUE(threadsEnd());
         closeDescriptorsSince(mFds);
         inprocess::reset();
     }
@@ -66,8 +66,11 @@ class SubscriptionRunTest : public testing::Test {
     size_t moreFds() const { return ownEntries("fd").size() - mFds.size(); }
     size_t moreThreads() const { return ownEntries("task").size() - mThreads.size(); }
 
+    /** True once no subscription's thread is left; what they did can be looked at from then on. */
     bool threadsEnd() const {
-        return eventually([&] { return ownEntries("task") == mThreads; });
+        const bool ended = eventually([&] { return ownEntries("task") == mThreads; });
+        mLog.lines();  // each thread's last act was to write here
+        return ended;
     }
 
     LogCapture mLog;
