@@ -1,0 +1,156 @@
+#include <limits>
+
+#include "readers/GpuReader.h"
+#include "tests/unit/perf/PerfKit.h"
+
+namespace zstats {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Times = std::vector<long long>;
+
+constexpr int32_t kGpuTag = 150029;
+
+Fields residency(int32_t freqKhz, int64_t time) {
+    return {freqKhz, time};
+}
+
+/** A back-end whose readings are given one by one; the last one stays. */
+class ScriptedGpu : public GpuStats {
+  public:
+    explicit ScriptedGpu(std::vector<Times> readings) : mReadings(std::move(readings)) {}
+    void readFreqsKhz(std::vector<int>& out) override {
+        ++freqReads;
+        out = freqs;
+    }
+    void readFreqsTime(Times& out) override {
+        out = mReadings[mNext];
+        if (mNext + 1 < mReadings.size()) ++mNext;
+    }
+
+    std::vector<int> freqs;
+    int freqReads = 0;
+
+  private:
+    std::vector<Times> mReadings;
+    size_t mNext = 0;
+};
+
+class GpuTest : public PerfTest {};
+
+TEST_F(GpuTest, qcomReportsTheTimeSinceTheLastPull) {
+    useQcom();
+    mFactory.set("gpu_freq_table_qual", "100 200\n");
+    mFactory.setSeries("gpu_freq_time_qual", {"10\t20\n", "15 27\n", "0x20 0100"});
+    EXPECT_THAT(pull(kGpuTag), ElementsAre(residency(100'000, 5), residency(200'000, 7)));
+    // 0x20 and 0100 are 32 and 64: the counters' prefixes count.
+    EXPECT_THAT(pull(kGpuTag), ElementsAre(residency(100'000, 17), residency(200'000, 37)));
+    EXPECT_THAT(pull(kGpuTag), ElementsAre(residency(100'000, 0), residency(200'000, 0)));
+    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "freq size"), 0u);
+}
+
+TEST_F(GpuTest, mtkLinesNeedALeadIn) {
+    const struct {
+        std::string content;
+        std::vector<int> freqsKhz;
+        Times times;
+    } cases[] = {
+            {"opp 585000000\nopp 130000999", {585'000, 130'000}, {}},
+            {"585000000\n", {}, {}},               // the lead-in takes at least one character
+            {"0585000000 12\n", {585'000}, {12}},  // and a zero is part of it
+            {"\n\n[00]: 40000 7\n", {40}, {7}},
+            {"f 1000 -5\nf 2000 x\nf 3000 9", {1, 2, 3}, {-5, 9}},
+            {"no number", {}, {}},
+            {"", {}, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.content);
+        std::vector<int> freqs;
+        parseMtkGpuFreqsKhz(c.content, freqs);
+        EXPECT_EQ(freqs, c.freqsKhz);
+        Times times;
+        parseMtkGpuFreqsTime(c.content, times);
+        EXPECT_EQ(times, c.times);
+    }
+    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "readFreqsKhz 585000000 scan failed"));
+    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "readFreqsTime f 2000 x scan failed"));
+}
+
+TEST_F(GpuTest, aNodeThatChangesLengthKeepsItsFirstBaseline) {
+    const auto gpu = std::make_shared<ScriptedGpu>(
+            std::vector<Times>{{1, 2, 3, 4}, {1, 2, 3, 4, 5}, {}, {11, 12, 13, 14}});
+    GpuReader reader(gpu);
+    EXPECT_THAT(reader.getGpuFreqsTimeDelta(), ElementsAre(0, 0, 0, 0));
+    EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR,
+                              "getGpuFreqsTimeDelta, last freq size 4, curr freq size 5"));
+    EXPECT_THAT(reader.getGpuFreqsTimeDelta(), ElementsAre(0, 0, 0, 0));
+    EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR,
+                              "getGpuFreqsTimeDelta, last freq size 4, curr freq size 0"));
+    EXPECT_THAT(reader.getGpuFreqsTimeDelta(), ElementsAre(10, 10, 10, 10));
+    EXPECT_EQ(mLog.count(ANDROID_LOG_DEBUG, "getGpuFreqsTimeDelta last time"), 3u);
+}
+
+TEST_F(GpuTest, countersMayGoBackwardsAndWrap) {
+    constexpr long long kMax = std::numeric_limits<long long>::max();
+    constexpr long long kMin = std::numeric_limits<long long>::min();
+    GpuReader reader(std::make_shared<ScriptedGpu>(std::vector<Times>{{50, kMax}, {20, kMin}}));
+    EXPECT_THAT(reader.getGpuFreqsTimeDelta(), ElementsAre(-30, 1));
+
+    std::vector<int> freqs = {7};
+    parseQcomGpuFreqsKhz("2147483647 1", freqs);
+    EXPECT_THAT(freqs, ElementsAre(7, -1000, 1000));
+}
+
+TEST_F(GpuTest, frequenciesAreReadUntilThereAreSome) {
+    const auto gpu = std::make_shared<ScriptedGpu>(std::vector<Times>{{}});
+    GpuReader reader(gpu);
+    EXPECT_THAT(reader.getGpuFreqsKhz(), IsEmpty());
+    gpu->freqs = {300, 400};
+    EXPECT_THAT(reader.getGpuFreqsKhz(), ElementsAre(300, 400));
+    gpu->freqs = {500};
+    EXPECT_THAT(reader.getGpuFreqsKhz(), ElementsAre(300, 400));
+    EXPECT_EQ(gpu->freqReads, 3);
+}
+
+TEST_F(GpuTest, tablesOfDifferentLengthsAreNotReported) {
+    useQcom();
+    mFactory.set("gpu_freq_table_qual", "100 200 300");
+    mFactory.set("gpu_freq_time_qual", "1 2");
+    EXPECT_THAT(pull(kGpuTag), IsEmpty());
+    EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR,
+                              "handleGpuFreqTimeInfo, freq size 3, freq time size 2"));
+}
+
+TEST_F(GpuTest, theChipDecidesOnceWhoReads) {
+    const TempTree tree;
+    tree.write("atag,chipid", "");
+    EXPECT_NE(dynamic_cast<MtkGpuStats*>(getGpuStats(tree.path("atag,chipid").c_str()).get()),
+              nullptr);
+    EXPECT_EQ(getGpuStats(tree.path("absent").c_str()), nullptr);
+    EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR, "getGpuStats With a unknown vendor platform!"));
+
+    mLog.clear();
+    EXPECT_THAT(pull(kGpuTag), IsEmpty());
+    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "getGpuStats With a unknown vendor platform!"), 1u);
+    useQcom();
+    EXPECT_THAT(pull(kGpuTag), IsEmpty());
+    EXPECT_NE(dynamic_cast<QcomGpuStats*>(getGpuStats(tree.path("atag,chipid").c_str()).get()),
+              nullptr);
+    EXPECT_THAT(mFactory.reads(), IsEmpty());
+}
+
+TEST_F(GpuTest, mtkNodesHaveTheirOwnKeys) {
+    mFactory.set("gpu_freq_table_mtk", "a 26000\n");
+    mFactory.set("gpu_freq_time_mtk", "a 26000 99\n");
+    MtkGpuStats stats;
+    std::vector<int> freqs;
+    Times times;
+    stats.readFreqsKhz(freqs);
+    stats.readFreqsTime(times);
+    EXPECT_THAT(freqs, ElementsAre(26));
+    EXPECT_THAT(times, ElementsAre(99));
+}
+
+}  // namespace
+}  // namespace zstats
