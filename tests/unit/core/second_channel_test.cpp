@@ -1,0 +1,74 @@
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "daemon/SecondChannel.h"
+#include "host/properties/PropertyStore.h"
+
+namespace zstats {
+namespace {
+
+using Properties = std::vector<std::pair<const char*, const char*>>;
+
+constexpr char kImage[] = "ro.norda.image.my_engineering.type";
+constexpr char kPre[] = "ro.sys.engineering.pre";
+constexpr char kRelease[] = "ro.build.release_type";
+constexpr char kSecure[] = "ro.secure";
+constexpr char kAdbSecure[] = "ro.adb.secure";
+constexpr char kDebuggable[] = "ro.debuggable";
+
+std::string describe(const Properties& properties) {
+    std::string text = "[";
+    for (const auto& [name, value] : properties) text += std::string(name) + "=" + value + " ";
+    return text + "]";
+}
+
+TEST(SecondChannel, opensByTheFirstRuleThatHolds) {
+    const struct {
+        bool opens;
+        Properties properties;
+    } cases[] = {
+            {true, {}},
+            // An image for trials outweighs every sign of a release.
+            {true, {{kImage, "preversion"}, {kRelease, "true"}}},
+            {false, {{kImage, "preversion2"}, {kRelease, "true"}}},
+            {false, {{kImage, "Preversion"}, {kRelease, "true"}}},
+            {true, {{kImage, "preversion2"}}},
+            // So does the engineering flag, which is the word "true" alone.
+            {true, {{kPre, "true"}, {kRelease, "true"}, {kImage, "release"}}},
+            {false, {{kPre, "1"}, {kRelease, "true"}}},
+            {false, {{kPre, "TRUE"}, {kRelease, "true"}}},
+            // And an unlocked build, known by the first characters of three properties.
+            {true, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
+            {true, {{kSecure, "0x1"}, {kAdbSecure, "01"}, {kDebuggable, "1z"}, {kRelease, "true"}}},
+            {false, {{kSecure, "1"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
+            {false, {{kSecure, "0"}, {kAdbSecure, "1"}, {kDebuggable, "1"}, {kRelease, "true"}}},
+            {false, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "0"}, {kRelease, "true"}}},
+            {false, {{kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
+            {false, {{kSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
+            {false, {{kSecure, "0"}, {kAdbSecure, "0"}, {kRelease, "true"}}},
+            {false, {{kSecure, " 0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
+            // What then makes a release.
+            {false, {{kRelease, "true"}}},
+            {true, {{kRelease, "false"}}},
+            {true, {{kRelease, "True"}}},
+            {false, {{kImage, "release"}}},
+            {false, {{kImage, "release"}, {kRelease, "false"}}},
+            {true, {{kImage, "releases"}}},
+            {true, {{kImage, "eng"}, {kRelease, "false"}}},
+    };
+    for (const auto& row : cases) {
+        properties::clearProperties();
+        for (const auto& [name, value] : row.properties) {
+            ASSERT_EQ(property_set(name, value), 0) << name;
+        }
+        EXPECT_EQ(opensSecondChannel(), row.opens) << describe(row.properties);
+    }
+    properties::clearProperties();
+}
+
+}  // namespace
+}  // namespace zstats

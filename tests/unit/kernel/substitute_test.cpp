@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/SubstituteProfile.h"
+#include "vendor/include/feature_switch.h"
+#include "vendor/include/uah_client.h"
+#include "vendor/include/zbpf_connection.h"
+
+namespace zstats {
+namespace {
+
+using substitute::Injection;
+
+/** What the callbacks below saw; they run on the library's threads. */
+struct Arrivals {
+    std::mutex lock;
+    std::vector<std::string> texts;  // guarded by lock
+    std::thread::id thread;          // guarded by lock
+
+    void add(const std::string& text) {
+        const std::lock_guard<std::mutex> guard(lock);
+        texts.push_back(text);
+        thread = std::this_thread::get_id();
+    }
+
+    std::vector<std::string> take() {
+        const std::lock_guard<std::mutex> guard(lock);
+        return std::move(texts);
+    }
+};
+
+Arrivals gArrivals;
+
+void onData(int flag, short type, char* record) {
+    gArrivals.add(std::to_string(flag) + " " + std::to_string(type) + " " +
+                  (record == nullptr ? "null" : record + 16));
+}
+
+void onOtherData(int /*flag*/, short /*type*/, char* /*record*/) {
+    gArrivals.add("other");
+}
+
+void onGone() {
+    gArrivals.add("gone");
+}
+
+zbpf_connect_request requestFor(const std::string& path, zbpf_data_callback callback = onData) {
+    zbpf_connect_request request = {};
+    path.copy(request.path, sizeof(request.path) - 1);
+    std::string("test").copy(request.name, sizeof(request.name) - 1);
+    request.on_data = callback;
+    request.on_disconnect = onGone;
+    return request;
+}
+
+/** A connection for the life of the object. */
+class Connected {
+  public:
+    explicit Connected(const std::string& path, zbpf_data_callback callback = onData) {
+        zbpf_connect_request request = requestFor(path, callback);
+        mFd = zbpf_connect_start(&request);
+        EXPECT_GE(mFd, 0);
+    }
+    ~Connected() { EXPECT_EQ(zbpf_connect_exit(mFd, "test"), 0); }
+
+  private:
+    int mFd = -1;
+};
+
+class BpfSubstitute : public testing::Test {
+  protected:
+    BpfSubstitute() { gArrivals.take(); }
+
+    SubstituteProfile mProfile;
+};
+
+TEST_F(BpfSubstitute, aRecordArrivesOnceAtItsOwnConnectionAlone) {
+    const Connected connection("/bpf/a");
+    const Connected other("/bpf/a_too", onOtherData);
+    const Injection records[] = {
+            {1, 3, substitute::fatalDataRecord(7, 1, 2, 3, "text")},
+            {0, -1, std::nullopt},
+            {2, 0, substitute::fatalDataRecord(0, 0, 0, 0, "")},
+    };
+    for (const Injection& record : records)
+        EXPECT_EQ(substitute::injectRecord("/bpf/a", record), 0);
+    EXPECT_EQ(substitute::injectDisconnect("/bpf/a"), 0);
+    EXPECT_EQ(gArrivals.take(), (std::vector<std::string>{"1 3 text", "0 -1 null", "2 0 ", "gone"}));
+    EXPECT_NE(gArrivals.thread, std::this_thread::get_id());
+}
+
+TEST_F(BpfSubstitute, theLongestRecordFitsAndALongerOneIsRefused) {
+    const Connected connection("/bpf/a");
+    const size_t fits = substitute::kMaxRecordBytes - 17;
+    for (const size_t size : {fits, fits + 1}) {
+        const Injection record = {1, 0,
+                                  substitute::fatalDataRecord(0, 0, 0, 0, std::string(size, 'x'))};
+        EXPECT_EQ(substitute::injectRecord("/bpf/a", record), size == fits ? 0 : -EMSGSIZE);
+    }
+    EXPECT_EQ(gArrivals.take(), std::vector<std::string>{"1 0 " + std::string(fits, 'x')});
+}
+
+TEST_F(BpfSubstitute, nobodyListensBeforeAndAfterAConnection) {
+    EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), -ECONNREFUSED);
+    {
+        const Connected connection("/bpf/a");
+        EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), 0);
+    }
+    EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), -ECONNREFUSED);
+    EXPECT_EQ(substitute::injectDisconnect("/bpf/a"), -ECONNREFUSED);
+    EXPECT_EQ(gArrivals.take().size(), 1u);
+}
+
+TEST_F(BpfSubstitute, aConnectionCanBeMadeOnceAtATimeAndAgainAfterItsEnd) {
+    {
+        const Connected connection("/bpf/a");
+        zbpf_connect_request again = requestFor("/bpf/a");
+        EXPECT_EQ(zbpf_connect_start(&again), -EADDRINUSE);
+    }
+    const Connected connection("/bpf/a");
+    EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), 0);
+}
+
+TEST_F(BpfSubstitute, theProfileRefusesConnections) {
+    mProfile.write("features", "bpf_connect=-5\n");
+    zbpf_connect_request request = requestFor("/bpf/a");
+    EXPECT_EQ(zbpf_connect_start(&request), -5);
+    EXPECT_LT(zbpf_connect_exit(-5, "test"), 0);
+    const std::vector<std::string> calls = {"start /bpf/a test", "exit -5 test"};
+    EXPECT_EQ(substitute::bpfCalls(), calls);
+}
+
+TEST_F(BpfSubstitute, featuresAreOnUnlessTheProfileSaysOff) {
+    EXPECT_TRUE(isOsFeatureEnabled("os.some.feature"));
+    mProfile.write("features", "bpf=unsupported\nfeature=os.some.feature off \r\n");
+    EXPECT_FALSE(isOsFeatureEnabled("os.some.feature"));
+    EXPECT_TRUE(isOsFeatureEnabled("os.some.feature.more"));
+    EXPECT_TRUE(isOsFeatureEnabled("os.some"));
+}
+
+TEST_F(BpfSubstitute, usageRecordsComeLineByLine) {
+    std::vector<UahRecord> records;
+    EXPECT_EQ(Uah_fetch_dataset(&records), 0);
+    EXPECT_TRUE(records.empty());
+    mProfile.write("uah", "a,1,2\n\n!nontext\nb");
+    EXPECT_EQ(Uah_fetch_dataset(&records), 0);
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(std::get<1>(records[0].value), "a,1,2");
+    EXPECT_EQ(std::get<1>(records[1].value), "");
+    EXPECT_EQ(records[2].value.index(), 0u);
+    EXPECT_EQ(std::get<1>(records[3].value), "b");
+    mProfile.write("uah", "!fail\n");
+    EXPECT_LT(Uah_fetch_dataset(&records), 0);
+}
+
+}  // namespace
+}  // namespace zstats
