@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""The virtual device from outside: `vdev exec`, `vdev shell` and `run` (see vdevice/README.md)."""
+
+import argparse
+import os
+import shlex
+import signal
+import sys
+import tempfile
+import termios
+
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+from vdevice.outside import build, image, profile  # noqa: E402
+from vdevice.outside.device import Device  # noqa: E402
+from vdevice.outside.progress import Failure, say  # noqa: E402
+
+_DEFAULT_SECONDS = 900
+_STATUS_USAGE = 2
+_STATUS_INTERRUPTED = 130
+
+
+class _Parser(argparse.ArgumentParser):
+    """Says what is wrong in one line."""
+
+    def error(self, message):
+        sys.stderr.write("%s: %s\n" % (self.prog, message))
+        sys.exit(_STATUS_USAGE)
+
+
+def _seconds(text):
+    value = float(text)
+    if not 0 < value < 1e6:
+        raise ValueError
+    return value
+
+
+def _tag(text):
+    value = int(text)
+    if not (text.isdecimal() and text.isascii() and value < 2**31):
+        raise ValueError
+    return value
+
+
+_seconds.__name__ = "number of seconds"
+_tag.__name__ = "atom tag"
+
+
+def _add_common(parser):
+    parser.add_argument("--profile", default="qcom", metavar="NAME|DIR",
+                        help="one of vdevice/profiles, or a folder (default: qcom)")
+    parser.add_argument("--build-dir", default=os.path.join(image.ROOT, "build", "device"),
+                        metavar="DIR", help="where the device's programs are built")
+    parser.add_argument("--log", metavar="FILE", help="keep the device's log in FILE")
+    parser.add_argument("--timeout", type=_seconds, default=_DEFAULT_SECONDS, metavar="SECONDS",
+                        help="for what runs in the device (default: %d)" % _DEFAULT_SECONDS)
+
+
+def _run_parser():
+    parser = _Parser(prog="run", description="Boots the virtual device, pulls atoms from "
+                     "zstats_pullerd, prints them and powers the device off.")
+    _add_common(parser)
+    parser.add_argument("--json", action="store_true", help="one line of JSON an event")
+    parser.add_argument("tags", nargs="*", type=_tag, metavar="TAG", help="all 39 if none is named")
+    return parser
+
+
+def _vdev_parser():
+    parser = _Parser(prog="vdev", description="Runs a shell script, or a console, in the virtual "
+                     "device.")
+    commands = parser.add_subparsers(dest="command", required=True, metavar="exec|shell")
+    execute = commands.add_parser("exec", help="run a script and exit with its status")
+    _add_common(execute)
+    execute.add_argument("script", metavar="-- 'SHELL SCRIPT'")
+    _add_common(commands.add_parser("shell", help="open a console; `exit` powers off"))
+    return parser
+
+
+def _profile_folder(name):
+    shipped = os.path.join(image.ROOT, "vdevice", "profiles", name)
+    return shipped if "/" not in name and os.path.isdir(shipped) else name
+
+
+def _prepare(options):
+    """Everything up to the boot. Returns the profile's folder."""
+    build.set_up()
+    folder = _profile_folder(options.profile)
+    profile.check(folder, image.service_names())
+    with build.lock(options.build_dir):
+        build.build_programs(options.build_dir)
+        image.base(options.build_dir)
+    return folder
+
+
+def _boot(options, script):
+    folder = _prepare(options)
+    log = open(options.log, "wb") if options.log else None
+    with tempfile.TemporaryDirectory(prefix="vdev.") as work:
+        device = Device(work, options.build_dir, folder, script)
+        say("booting profile %s" % os.path.basename(os.path.normpath(folder)))
+        try:
+            return device.run(options.timeout)
+        finally:
+            if log is not None:
+                with log:
+                    log.write(device.log())
+
+
+def _boot_console(options):
+    if not (sys.stdin.isatty() and sys.stdout.isatty()):
+        raise Failure("shell wants a terminal; use exec for a script")
+    state = termios.tcgetattr(sys.stdin)
+    try:
+        return _boot(options, None)
+    finally:
+        termios.tcsetattr(sys.stdin, termios.TCSADRAIN, state)
+
+
+def _pull_script(options):
+    words = ["statsctl", "pull", "--settle"] + (["--json"] if options.json else [])
+    return "exec " + " ".join(shlex.quote(word) for word in words + [str(t) for t in options.tags])
+
+
+def _main(program, arguments):
+    if program == "run":
+        options = _run_parser().parse_intermixed_args(arguments)
+        return _boot(options, _pull_script(options))
+    options = _vdev_parser().parse_args(arguments)
+    return _boot_console(options) if options.command == "shell" else _boot(options, options.script)
+
+
+def _interrupt(*_):
+    raise KeyboardInterrupt
+
+
+if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, _interrupt)
+    try:
+        sys.exit(_main(sys.argv[1], sys.argv[2:]))
+    except Failure as failure:
+        sys.stderr.write("%s: %s\n" % (sys.argv[1], failure))
+        sys.exit(failure.status)
+    except BrokenPipeError:
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        sys.stderr.write("%s: nobody reads the standard output\n" % sys.argv[1])
+        sys.exit(1)
+    except OSError as error:
+        sys.stderr.write("%s: %s\n" % (sys.argv[1], error))
+        sys.exit(1)
+    except KeyboardInterrupt:
+        sys.exit(_STATUS_INTERRUPTED)

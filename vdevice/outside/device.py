@@ -1,0 +1,213 @@
+"""Boots the virtual device in the emulator and takes in what arrives on its second serial port.
+
+That port carries frames, each a type byte, a length (32 bits, little endian) and as many bytes.
+vdevice/init/Channel.h has their list.
+"""
+
+import ctypes
+import os
+import selectors
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import time
+
+from . import image
+from .progress import Failure, say
+
+STATUS_TIMED_OUT = 124
+STATUS_DIED = 125
+
+_BOOT_SECONDS = 60
+_SILENCE_SECONDS = 45
+_POWER_OFF_SECONDS = 15
+_LOG_LINES_SHOWN = 60
+_KERNEL_OPTIONS = ("console=ttyS0 quiet panic=-1 mitigations=off cryptomgr.notests tsc=reliable "
+                   "no_timer_check nowatchdog security=selinux selinux=1 enforcing=0")
+_HEAD = struct.Struct("<cI")
+
+
+def _die_with_parent():
+    pr_set_pdeathsig = 1
+    ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
+
+
+class Device:
+    """One boot. `output` and `errors` are the binary streams that the script's output goes to."""
+
+    def __init__(self, folder, build, profile, script, output=None, errors=None):
+        self._folder = folder
+        self._interactive = script is None
+        self._output = output or sys.stdout.buffer
+        self._errors = errors or sys.stderr.buffer
+        self._pending = bytearray()
+        self._console = bytearray()
+        self._log = bytearray()
+        self._status = None
+        self._refusal = None
+        self._ready = False
+        self._process = None
+        self._handlers = {b"O": self._on_output, b"E": self._on_errors, b"L": self._log.extend,
+                          b"H": lambda data: None, b"S": self._on_state, b"X": self._on_exit,
+                          b"F": self._on_refusal}
+        self._ramdisk = os.path.join(folder, "ramdisk")
+        with open(self._ramdisk, "wb") as file, open(image.base(build), "rb") as base:
+            file.write(base.read())
+            file.write(image.boot_part(profile, script))
+
+    def log(self):
+        """What the device logged, as far as it arrived."""
+        return bytes(self._log)
+
+    def run(self, timeout):
+        """Boots, waits for the end, returns the script's status. `timeout` (seconds) counts from
+        when the device is up. Raises Failure on a panic or a hang."""
+        started = time.time()
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(os.path.join(self._folder, "port"))
+            listener.listen(1)
+            self._start()
+            try:
+                listener.settimeout(_BOOT_SECONDS)
+                self._take_in(self._accept(listener), started, timeout)
+            finally:
+                self._stop()
+        return self._result()
+
+    def _start(self):
+        kernel, _ = image.kernel()
+        port = os.path.join(self._folder, "port")
+        command = ["qemu-system-x86_64", "-accel", "tcg", "-m", "512", "-smp", "2", "-display",
+                   "none", "-no-reboot", "-monitor", "none", "-nodefaults",
+                   "-chardev", "stdio,id=console,signal=off", "-serial", "chardev:console",
+                   "-chardev", "socket,id=port,path=" + port, "-serial", "chardev:port",
+                   "-kernel", kernel, "-initrd", self._ramdisk, "-append", _KERNEL_OPTIONS]
+        streams = {} if self._interactive else {
+            "stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+        self._process = subprocess.Popen(command, preexec_fn=_die_with_parent, **streams)
+
+    def _accept(self, listener):
+        """The emulator's connection; it connects before it starts the machine."""
+        while True:
+            listener.settimeout(0.2)
+            try:
+                return listener.accept()[0]
+            except TimeoutError:
+                if self._process.poll() is not None:
+                    raise Failure("the emulator does not start: %s" % self._console_rest().strip(),
+                                  STATUS_DIED) from None
+
+    def _console_rest(self):
+        if self._process.stdout is None:
+            return ""
+        self._console.extend(self._process.stdout.read() or b"")
+        return self._console.decode("utf-8", "replace")
+
+    def _take_in(self, port, started, timeout):
+        limits = _Limits(started, None if self._interactive else timeout)
+        with port, selectors.DefaultSelector() as selector:
+            selector.register(port, selectors.EVENT_READ, self._on_port)
+            if self._process.stdout is not None:
+                selector.register(self._process.stdout, selectors.EVENT_READ, None)
+            while self._status is None and self._refusal is None:
+                limits.check(self)
+                for key, _ in selector.select(0.5):
+                    data = os.read(key.fd, 65536)
+                    if key.data is None:
+                        self._console.extend(data)
+                    elif data:
+                        self._on_port(data)
+                        limits.heard(self._ready)
+                    else:
+                        return
+                    if not data:
+                        selector.unregister(key.fileobj)
+
+    def _on_port(self, data):
+        self._pending.extend(data)
+        while len(self._pending) >= _HEAD.size:
+            kind, length = _HEAD.unpack_from(self._pending)
+            if len(self._pending) < _HEAD.size + length:
+                return
+            payload = bytes(self._pending[_HEAD.size:_HEAD.size + length])
+            del self._pending[:_HEAD.size + length]
+            if kind not in self._handlers:
+                raise Failure("the device sent an unknown frame %r" % kind, STATUS_DIED)
+            self._handlers[kind](payload)
+
+    def _on_output(self, data):
+        self._output.write(data)
+        self._output.flush()
+
+    def _on_errors(self, data):
+        self._errors.write(data)
+        self._errors.flush()
+
+    def _on_state(self, data):
+        self._ready = True
+        say("the device is up: zstats_pullerd %s" % data.decode("utf-8", "replace"))
+
+    def _on_exit(self, data):
+        self._status = struct.unpack("<i", data)[0]
+
+    def _on_refusal(self, data):
+        self._refusal = data.decode("utf-8", "replace")
+
+    def _stop(self):
+        """Lets the device power itself off once it has said its status; ends it otherwise."""
+        try:
+            if self._status is not None:
+                self._process.wait(_POWER_OFF_SECONDS)
+        except subprocess.TimeoutExpired:
+            pass
+        self._process.kill()
+        self._process.wait()
+
+    def _result(self):
+        if self._status is not None:
+            return self._status
+        if self._refusal is not None:
+            raise Failure("the device refuses to start: " + self._refusal)
+        console = self._console_rest()
+        panic = console.find("Kernel panic")
+        self.show_log()
+        for line in console[-4000:].splitlines():
+            say("  console: " + line)
+        raise Failure("the device's kernel panicked: " + console[panic:].splitlines()[0]
+                      if panic >= 0 else "the device died before the script ended", STATUS_DIED)
+
+    def show_log(self):
+        """Prints the log's end, for a reader who has to find out what went wrong."""
+        lines = self._log.decode("utf-8", "replace").splitlines()
+        say("the device's log (the last %d of %d lines):" %
+            (min(len(lines), _LOG_LINES_SHOWN), len(lines)))
+        for line in lines[-_LOG_LINES_SHOWN:]:
+            sys.stderr.write("  %s\n" % line)
+
+
+class _Limits:
+    """How long a boot, a silence and a script may take."""
+
+    def __init__(self, started, timeout):
+        self._started = self._heard = started
+        self._up = None
+        self._timeout = timeout
+
+    def heard(self, ready):
+        self._heard = time.time()
+        if ready and self._up is None:
+            self._up = self._heard
+
+    def check(self, device):
+        now, reason = time.time(), None
+        if self._up is None and now - self._started > _BOOT_SECONDS:
+            reason = "the device was not up after %d s" % _BOOT_SECONDS
+        elif self._up is not None and now - self._heard > _SILENCE_SECONDS:
+            reason = "the device hangs: nothing heard of it for %d s" % _SILENCE_SECONDS
+        elif None not in (self._up, self._timeout) and now - self._up > self._timeout:
+            reason = "the script was not done after %g s" % self._timeout
+        if reason is not None:
+            device.show_log()
+            raise Failure(reason, STATUS_TIMED_OUT)
