@@ -1,0 +1,99 @@
+// statsctl: what an engineer asks the virtual device's statsd and the daemon behind it.
+
+#include <cstdio>
+#include <string_view>
+
+#include "vdevice/common/ProfileFiles.h"
+#include "vdevice/statsctl/Statsctl.h"
+
+using namespace zstats::vdevice;
+
+namespace {
+
+constexpr char kUsage[] =
+        "usage: statsctl pull [--json] [--settle] [TAG...]\n"
+        "       statsctl registrations\n"
+        "       statsctl pushed [--json]\n"
+        "       statsctl explain TAG\n"
+        "       statsctl subscribe ID... [--uid N] [--for SECONDS] [--json]\n";
+
+/** A command and the words that it takes. */
+struct Command {
+    const char* name;
+    int (*run)(const Words& words);
+    std::string_view options;  // each with blanks around
+    size_t minIds;
+    size_t maxIds;
+};
+
+constexpr size_t kAnyNumber = SIZE_MAX;
+
+constexpr Command kCommands[] = {
+        {"pull", pullCommand, " --json --settle ", 0, kAnyNumber},
+        {"registrations", [](const Words&) { return registrationsCommand(); }, "", 0, 0},
+        {"pushed", pushedCommand, " --json ", 0, 0},
+        {"explain", explainCommand, "", 1, 1},
+        {"subscribe", subscribeCommand, " --json --uid --for ", 0, kAnyNumber},
+};
+
+int complain(const Command& command, const char* what, std::string_view word) {
+    fprintf(stderr, "statsctl %s: %s '%.*s'\n", command.name, what, static_cast<int>(word.size()),
+            word.data());
+    return kExitUsage;
+}
+
+/** Puts an option into `words`; false if it wants a number and `value` is none. */
+bool takeOption(std::string_view option, const char* value, Words* words) {
+    if (option == "--json") {
+        words->json = true;
+    } else if (option == "--settle") {
+        words->settle = true;
+    } else {
+        const auto number = value == nullptr ? std::nullopt : parseInt(value);
+        if (!number || *number < 0) return false;
+        (option == "--uid" ? words->uid : words->seconds) = number;
+    }
+    return true;
+}
+
+int run(const Command& command, int argc, char** argv) {
+    Words words;
+    for (int i = 2; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word.substr(0, 2) == "--") {
+            const std::string padded = " " + std::string(word) + " ";
+            if (command.options.find(padded) == std::string_view::npos) {
+                return complain(command, "unknown option", word);
+            }
+            if (!takeOption(word, argv[i + 1], &words)) {
+                return complain(command, "a number must follow", word);
+            }
+            if (word == "--uid" || word == "--for") ++i;
+            continue;
+        }
+        const auto id = parseInt(word);
+        if (!id) return complain(command, "not an atom id:", word);
+        words.ids.push_back(*id);
+    }
+    if (words.ids.size() < command.minIds || words.ids.size() > command.maxIds) {
+        fprintf(stderr, "statsctl %s: %s\n", command.name,
+                command.maxIds == 0 ? "takes no atom id" : "takes one atom id");
+        return kExitUsage;
+    }
+    return command.run(words);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    const std::string_view name = argc > 1 ? argv[1] : "";
+    for (const Command& command : kCommands) {
+        if (name == command.name) return run(command, argc, argv);
+    }
+    if (!name.empty() && name != "--help") {
+        fprintf(stderr, "statsctl: unknown command '%s'\n", argv[1]);
+    }
+    fputs(kUsage, name == "--help" ? stdout : stderr);
+    return name == "--help" ? kExitOk : kExitUsage;
+}
