@@ -12,6 +12,7 @@ std::shared_ptr<ZStatsPullAtomCallback::ICharger> ZStatsPullAtomCallback::getICh
     if (mChargerService != nullptr) return mChargerService;
 
     const std::string instance = std::string(ICharger::descriptor) + "/default";
+    // Does not wait: a pull must be answered while the charger is still starting.
     const ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
     mChargerService = ICharger::fromBinder(binder);
     if (mChargerService == nullptr) {
@@ -25,6 +26,7 @@ std::shared_ptr<ZStatsPullAtomCallback::ICharger> ZStatsPullAtomCallback::getICh
 void ZStatsPullAtomCallback::onChargerDied(void* cookie) {
     ZLOG(ERROR, "charger service died, will try to reconnect.");
     auto* self = static_cast<ZStatsPullAtomCallback*>(cookie);
+    // Handlers under way keep their own copy of the proxy; the next pull connects anew.
     const std::lock_guard<std::mutex> lock(self->mChargerLock);
     self->mChargerService.reset();
 }

@@ -22,6 +22,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
     if (auto cached = std::atomic_load(&mService)) return cached;
 
     const std::string instance = std::string(IHandleFactory::descriptor) + "/default";
+    // Does not wait: without the service every atom is answered at once, with its fallback.
     const ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
     if (binder.get() == nullptr) {
         ZLOG(WARN, "get handlefactory aidl service failed");
@@ -30,6 +31,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
     ZLOG(INFO, "Get handlefactory service success. Its ref count is %d",
          AIBinder_debugGetRefCount(binder.get()));
     const auto service = IHandleFactory::fromBinder(binder);
+    // Stored before it is linked, so that no notice comes too early to be of use.
     std::atomic_store(&mService, service);
     linkToDeathForever(binder.get(), onServiceDied, this);
     return service;
@@ -48,6 +50,7 @@ bool HalHandleFactoryProxyAidl::exist() {
 int HalHandleFactoryProxyAidl::read(const std::string& key, std::string& out) {
     if (!exist()) return -1;
     HandleResult result{};
+    // The call is made without the lock, so that a slow node holds up no other reader.
     // Looked up anew: the service may have died since, which counts as a failed call.
     const auto service = getService();
     if (service == nullptr || !service->readHandle(key, 0, &result).isOk()) {

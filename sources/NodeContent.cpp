@@ -33,12 +33,14 @@ std::string ZStatsPullAtomCallback::getContentByHandleKey(const std::string& key
             ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, len=%lu", __func__, key.c_str(), 0UL);
         }
     }
+    // Failures, too, are followed by the (empty) result.
     ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, result = %s", __func__, key.c_str(),
             content.c_str());
     return content;
 }
 
 int32_t ZStatsPullAtomCallback::getValueByHandleKey(const std::string& key) {
+    // What atoms report for a missing node; a node that holds -1 looks the same.
     int32_t value = -1;
     auto& factory = HalHandleFactoryProxyAidl::getInstance();
     if (factory.exist()) {
@@ -53,6 +55,7 @@ int32_t ZStatsPullAtomCallback::getValueByHandleKey(const std::string& key) {
 
 KeyValueMap ZStatsPullAtomCallback::parseKeyValueFromContent(const std::string& content) {
     KeyValueMap map;
+    // Views of the content: only what ends up in the map is copied.
     std::string_view rest = content;
     while (!rest.empty()) {
         const size_t end = rest.find('\n');
