@@ -52,7 +52,7 @@ std::optional<std::string> NodeSequence::next(pid_t reader, const std::string& k
     {
         std::lock_guard lock(mLock);
         size_t& stored = mSteps[{reader, key}];
-        if (stored > 0 && access(path(key, stored).c_str(), F_OK) != 0) --stored;
+        while (stored > 0 && access(path(key, stored).c_str(), F_OK) != 0) --stored;
         step = stored++;
     }
     return readProfileFile(path(key, step));

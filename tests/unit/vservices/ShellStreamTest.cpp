@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "vdevice/common/ShellStream.h"
+
+namespace zstats::vdevice {
+namespace {
+
+/** The message of a frame, its length word checked. */
+std::string messageOf(const std::string& frame) {
+    ShellFrameCutter cutter;
+    cutter.append(frame.data(), frame.size());
+    const auto message = cutter.next();
+    EXPECT_TRUE(message.has_value());
+    EXPECT_EQ(message.value_or("").size() + 8, frame.size());
+    return message.value_or("");
+}
+
+TEST(ShellStream, writesTheFrameToTheByte) {
+    const std::string frame = shellFrame({{150006, 5, 1000, {int32_t{-1}}}}, true);
+    const unsigned char kBytes[] = {0x15, 0,    0,    0,    0,    0,    0,    0,  // length 21
+                                    0x0a, 0x0f,                                   // atom
+                                    0xb2, 0x9f, 0x49, 0x0b,  // 150006, 11 bytes
+                                    0x08, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
+                                    0xff, 0xff, 0x01, 0x10, 0x05,  // time stamp
+                                    0x18, 0xe8, 0x07};             // uid
+    EXPECT_EQ(frame.substr(8), std::string(std::begin(kBytes) + 8, std::end(kBytes)));
+    EXPECT_EQ(static_cast<unsigned char>(frame[0]), frame.size() - 8);
+    EXPECT_EQ(frame.substr(1, 7), std::string(7, '\0'));
+    EXPECT_EQ(shellFrame({}, false), std::string(8, '\0'));
+}
+
+TEST(ShellStream, bringsEveryTypeBack) {
+    const std::vector<AtomValue> fields = {std::string("wlan"),
+                                           int64_t{1} << 40,
+                                           int64_t{-7},
+                                           int64_t{0},
+                                           int64_t{3},
+                                           true,
+                                           int64_t{4},
+                                           false,
+                                           int32_t{-1},
+                                           int64_t{5},
+                                           int64_t{6},
+                                           int64_t{7},
+                                           std::numeric_limits<int64_t>::min()};
+    const std::vector<StreamedAtom> sent = {{150020, 11, 0, fields}, {150112, 12, 0, {1.25f}}};
+    const auto received = parseShellData(messageOf(shellFrame(sent, false)));
+    ASSERT_TRUE(received && received->size() == 2);
+    EXPECT_EQ(received->at(0).id, 150020);
+    EXPECT_EQ(received->at(0).timestampNs, 11);
+    EXPECT_EQ(received->at(0).uid, -1);
+    EXPECT_EQ(received->at(0).fields, fields);
+    EXPECT_EQ(received->at(1).fields, sent[1].fields);
+    EXPECT_EQ(received->at(1).timestampNs, 12);
+}
+
+TEST(ShellStream, showsWhatTheCatalogueLacks) {
+    const std::vector<AtomValue> fields = {int64_t{9}, 0.5f, std::string("text")};
+    const auto foreign = parseShellData(messageOf(shellFrame({{10001, 1, 0, fields}}, true)));
+    ASSERT_TRUE(foreign && foreign->size() == 1);
+    EXPECT_EQ(foreign->front().id, 10001);
+    EXPECT_EQ(foreign->front().fields, fields);
+
+    // One field more than this atom has.
+    const auto longer = parseShellData(messageOf(shellFrame({{150006, 1, 0, {1, 2}}}, false)));
+    ASSERT_TRUE(longer && longer->size() == 1);
+    EXPECT_EQ(longer->front().fields, (std::vector<AtomValue>{1, int64_t{2}}));
+}
+
+TEST(ShellStream, refusesWhatIsNoMessage) {
+    for (const std::string bytes :
+         {"\x0a\x05", "\x0a", "\xff\xff\xff", "\x0a\x04\xb2\x9f\x49\x7f"}) {
+        EXPECT_FALSE(parseShellData(bytes).has_value());
+    }
+    const auto empty = parseShellData("");
+    ASSERT_TRUE(empty.has_value());
+    EXPECT_TRUE(empty->empty());
+}
+
+TEST(ShellFrameCutter, cutsHoweverTheBytesArrive) {
+    const std::string stream = shellFrame({{150006, 1, 0, {5}}}, false) + shellFrame({}, false) +
+                               shellFrame({{150006, 2, 0, {6}}}, false);
+    for (size_t step : {size_t{1}, size_t{3}, size_t{9}, stream.size()}) {
+        ShellFrameCutter cutter;
+        std::vector<size_t> sizes;
+        for (size_t at = 0; at < stream.size(); at += step) {
+            cutter.append(stream.data() + at, std::min(step, stream.size() - at));
+            while (const auto message = cutter.next()) sizes.push_back(message->size());
+        }
+        const size_t size = (stream.size() - 24) / 2;
+        EXPECT_EQ(sizes, (std::vector<size_t>{size, 0, size})) << step;
+        EXPECT_FALSE(cutter.broken());
+    }
+}
+
+TEST(ShellFrameCutter, stopsAtALengthThatCannotBe) {
+    ShellFrameCutter cutter;
+    cutter.append("\0\0\0\0\1\0\0\0abcdefgh", 16);
+    EXPECT_FALSE(cutter.next().has_value());
+    EXPECT_TRUE(cutter.broken());
+    cutter.append("\0\0\0\0\0\0\0\0", 8);
+    EXPECT_FALSE(cutter.next().has_value());
+}
+
+}  // namespace
+}  // namespace zstats::vdevice
