@@ -10,6 +10,7 @@ namespace zstats {
 namespace {
 
 constexpr char kStatsdService[] = "stats";
+constexpr int kMaxLookUps = 3;
 
 void registerWith(aidl::android::os::IStatsd& statsd, int32_t atomTag,
                   const std::shared_ptr<PullAtomCallback>& callback) {
@@ -103,16 +104,22 @@ void PullRegistry::dropCommands() {
 
 std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
     std::lock_guard<std::mutex> lock(mStatsdLock);
-    if (mStatsd != nullptr) return mStatsd;
-    ndk::SpAIBinder binder(AServiceManager_getService(kStatsdService));
+    for (int i = 0; mStatsd == nullptr && i < kMaxLookUps; ++i) {
+        ndk::SpAIBinder binder(AServiceManager_getService(kStatsdService));
+        mStatsd = connect(binder);
+        // One that is dying may still be found; nothing would tell when the next one comes.
+        if (binder.get() == nullptr || AIBinder_isAlive(binder.get())) break;
+    }
+    return mStatsd;
+}
+
+std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::connect(const ndk::SpAIBinder& binder) {
     std::shared_ptr<IStatsd> statsd = IStatsd::fromBinder(binder);
     if (statsd == nullptr) return nullptr;
-    // One that died in between never sends a notice and must not be kept.
-    if (AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this) == STATUS_DEAD_OBJECT) {
-        return nullptr;
-    }
-    mStatsd = statsd;
-    return statsd;
+    // A dead one never sends a notice and must not be kept.
+    const bool dead =
+            AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this) == STATUS_DEAD_OBJECT;
+    return dead ? nullptr : statsd;
 }
 
 void PullRegistry::onStatsdDied(void* cookie) {

@@ -67,6 +67,7 @@ class PullRegistry {
     std::optional<Command> nextCommand();
     void dropCommands();
     std::shared_ptr<IStatsd> statsd();
+    std::shared_ptr<IStatsd> connect(const ndk::SpAIBinder& binder);
     void forgetStatsd();
     void registerAll();
 

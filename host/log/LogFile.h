@@ -1,0 +1,85 @@
+#pragma once
+
+#include <android/log.h>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+
+namespace zstats {
+
+/**
+ * A log file that several processes append to, in the form that logcat prints:
+ * "MM-DD HH:MM:SS.mmm uid pid tid P tag: text". Any thread; uses no memory but the stack.
+ *
+ * All of it is in this header, so that programs without the rest of the host's code can have it.
+ */
+class LogFile {
+  public:
+    /** The file has to exist when the first line comes; it is never created. */
+    explicit constexpr LogFile(const char* path) : mPath(path) {}
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+
+    /**
+     * Appends each line of `text` as a line of its own, 4000 bytes of it at most; a line end that
+     * closes the text makes no empty line. False, and nothing done, while there is no file.
+     */
+    bool write(int priority, const char* tag, const char* text) {
+        const int fd = descriptor();
+        if (fd < 0) return false;
+        char line[kMaxHeadBytes + kMaxTextBytes + 1];
+        const size_t head = formatHead(line, priority, tag);
+        do {
+            const char* end = strchrnul(text, '\n');
+            const size_t length = std::min(static_cast<size_t>(end - text), kMaxTextBytes);
+            memcpy(line + head, text, length);
+            line[head + length] = '\n';
+            // One write a line: appended lines of several processes never mix.
+            (void)!TEMP_FAILURE_RETRY(::write(fd, line, head + length + 1));
+            text = *end == '\0' ? end : end + 1;
+        } while (*text != '\0');
+        return true;
+    }
+
+  private:
+    static constexpr size_t kMaxHeadBytes = 256;
+    static constexpr size_t kMaxTextBytes = 4000;
+
+    /** Opened at the first line that finds the file, then kept for the life of the process. */
+    int descriptor() {
+        int fd = mFd.load(std::memory_order_acquire);
+        if (fd >= 0) return fd;
+        const int opened = open(mPath, O_WRONLY | O_APPEND | O_CLOEXEC);
+        if (opened < 0) return -1;
+        if (mFd.compare_exchange_strong(fd, opened, std::memory_order_acq_rel)) return opened;
+        close(opened);
+        return fd;
+    }
+
+    static size_t formatHead(char* out, int priority, const char* tag) {
+        static constexpr char kLetters[] = "VDIWEF";
+        const bool known = priority >= ANDROID_LOG_VERBOSE && priority <= ANDROID_LOG_FATAL;
+        timespec now = {};
+        clock_gettime(CLOCK_REALTIME, &now);
+        tm local = {};
+        localtime_r(&now.tv_sec, &local);
+        const int length = snprintf(
+                out, kMaxHeadBytes,
+                "%02d-%02d %02d:%02d:%02d.%03ld %5u %5d %5ld %c %.120s: ", local.tm_mon + 1,
+                local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, now.tv_nsec / 1000000,
+                getuid(), getpid(), syscall(SYS_gettid),
+                known ? kLetters[priority - ANDROID_LOG_VERBOSE] : '?', tag != nullptr ? tag : "");
+        return std::min(static_cast<size_t>(std::max(length, 0)), kMaxHeadBytes - 1);
+    }
+
+    const char* const mPath;
+    std::atomic<int> mFd{-1};
+};
+
+}  // namespace zstats

@@ -1,0 +1,267 @@
+#include <aidl/android/os/BnPullAtomResultReceiver.h>
+#include <aidl/android/os/IPullAtomCallback.h>
+#include <gtest/gtest.h>
+#include <stats_pull_atom_callback.h>
+
+#include <numeric>
+#include <thread>
+
+#include "host/inprocess/InProcessBinder.h"
+#include "host/stats/EventReader.h"
+#include "host/stats/PullRegistry.h"
+#include "tests/unit/core/FakeStatsd.h"
+
+namespace zstats {
+namespace {
+
+using aidl::android::os::IPullAtomCallback;
+using aidl::android::os::IPullAtomResultReceiver;
+using aidl::android::util::StatsEventParcel;
+
+/** A FakeStatsd that also notes what is registered and taken back, as "+tag" and "-tag". */
+class NotingStatsd : public FakeStatsd {
+  public:
+    std::vector<std::string> waitForNotes(size_t count) {
+        std::unique_lock<std::mutex> lock(mNotesLock);
+        mNoted.wait_for(lock, std::chrono::seconds(20), [&] { return mNotes.size() >= count; });
+        return mNotes;
+    }
+
+  protected:
+    android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
+                                 uint32_t flags) override {
+        const size_t start = data.dataPosition();
+        if (code == kRegisterNative || code == kUnregisterNative) {
+            if (!data.checkInterface(this)) return android::BAD_TYPE;
+            const std::lock_guard<std::mutex> lock(mNotesLock);
+            mNotes.push_back((code == kRegisterNative ? "+" : "-") +
+                             std::to_string(data.readInt32()));
+            mNoted.notify_all();
+        }
+        data.setDataPosition(start);
+        return FakeStatsd::onTransact(code, data, reply, flags);
+    }
+
+  private:
+    static constexpr uint32_t kUnregisterNative = FIRST_CALL_TRANSACTION + 24;
+
+    std::mutex mNotesLock;
+    std::condition_variable mNoted;
+    std::vector<std::string> mNotes;  // guarded by mNotesLock
+};
+
+/** statsd's side of one pull; takes no answer of more than `maxBytes`. */
+class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
+  public:
+    struct Answer {
+        int32_t tag;
+        bool success;
+        std::vector<std::vector<int8_t>> events;
+    };
+
+    explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
+
+    ndk::ScopedAStatus pullFinished(int32_t tag, bool success,
+                                    const std::vector<StatsEventParcel>& output) override {
+        size_t bytes = 0;
+        Answer answer{tag, success, {}};
+        for (const StatsEventParcel& parcel : output) {
+            bytes += parcel.buffer.size();
+            answer.events.push_back(parcel.buffer);
+        }
+        if (bytes > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
+        answers.push_back(std::move(answer));
+        return ndk::ScopedAStatus::ok();
+    }
+
+    std::vector<Answer> answers;
+
+  private:
+    const size_t mMaxBytes;
+};
+
+AStatsManager_PullAtomCallbackReturn answerNothing(int32_t, AStatsEventList*, void*) {
+    return AStatsManager_PULL_SUCCESS;
+}
+
+void registerTag(int32_t tag) {
+    AStatsManager_setPullAtomCallback(tag, nullptr, answerNothing, nullptr);
+}
+
+class PullLibraryTest : public testing::Test {
+  protected:
+    void SetUp() override { startStatsd(); }
+
+    void TearDown() override {
+        for (int32_t tag = 0; tag < 100; ++tag) AStatsManager_clearPullAtomCallback(tag);
+        PullRegistry::instance().join();
+        mRemote->die();
+        inprocess::reset();
+    }
+
+    void startStatsd() {
+        mStatsd = new NotingStatsd;
+        mRemote = inprocess::publish("stats", mStatsd);
+    }
+
+    /** A death with statsd back before anyone looks. */
+    void restartStatsd() {
+        std::shared_ptr<inprocess::RemoteService> old = mRemote;
+        startStatsd();
+        old->die();
+    }
+
+    /** Waits until statsd has served all that was asked of the library. */
+    void settle() {
+        PullRegistry::instance().join();
+        mRemote->drainOneway();
+    }
+
+    /** What one pull of `tag` by statsd is answered with. */
+    std::vector<Receiver::Answer> pull(int32_t tag, size_t maxBytes = 1 << 20) {
+        settle();
+        auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
+        auto remote = inprocess::publish("callback", mStatsd->callbackOf(tag));
+        auto callback = IPullAtomCallback::fromBinder(remote->ndkProxy());
+        EXPECT_TRUE(callback->onPullAtom(tag, receiver).isOk());
+        remote->drainOneway();
+        return receiver->answers;
+    }
+
+    android::sp<NotingStatsd> mStatsd;
+    std::shared_ptr<inprocess::RemoteService> mRemote;
+};
+
+using Notes = std::vector<std::string>;
+
+TEST_F(PullLibraryTest, registersInOrderWithoutMakingTheCallerWait) {
+    mRemote->block();
+    for (int32_t tag : {30, 10, 20}) registerTag(tag);
+    AStatsManager_clearPullAtomCallback(10);
+    mRemote->unblock();
+    EXPECT_EQ(mStatsd->waitForNotes(4), (Notes{"+30", "+10", "+20", "-10"}));
+}
+
+TEST_F(PullLibraryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
+    AStatsManager_PullAtomMetadata* metadata = AStatsManager_PullAtomMetadata_obtain();
+    AStatsManager_setPullAtomCallback(1, metadata, answerNothing, nullptr);
+    int32_t fields[] = {3, 5};
+    AStatsManager_PullAtomMetadata_setCoolDownMillis(metadata, -7);
+    AStatsManager_PullAtomMetadata_setTimeoutMillis(metadata, INT64_C(1) << 40);
+    AStatsManager_PullAtomMetadata_setAdditiveFields(metadata, fields, 2);
+    AStatsManager_setPullAtomCallback(2, metadata, answerNothing, nullptr);
+    AStatsManager_PullAtomMetadata_setAdditiveFields(metadata, nullptr, 0);
+    EXPECT_EQ(AStatsManager_PullAtomMetadata_getNumAdditiveFields(metadata), 0);
+    AStatsManager_PullAtomMetadata_release(metadata);
+    registerTag(3);
+    const std::vector<Registration> got = mStatsd->waitForRegistrations(3);
+    ASSERT_EQ(got.size(), 3u);
+    for (size_t i : {0, 2}) {
+        EXPECT_EQ(got[i].coolDownMillis, 1000);
+        EXPECT_EQ(got[i].timeoutMillis, 1500);
+        EXPECT_TRUE(got[i].additiveFields.empty());
+    }
+    EXPECT_EQ(got[1].coolDownMillis, -7);
+    EXPECT_EQ(got[1].timeoutMillis, INT64_C(1) << 40);
+    EXPECT_EQ(got[1].additiveFields, (std::vector<int32_t>{3, 5}));
+}
+
+/** Answers with one built event and one that nobody built; the cookie holds the verdict. */
+AStatsManager_PullAtomCallbackReturn answerTwo(int32_t tag, AStatsEventList* data, void* cookie) {
+    for (int32_t value : {1, 2}) {
+        AStatsEvent* event = AStatsEventList_addStatsEvent(data);
+        AStatsEvent_setAtomId(event, static_cast<uint32_t>(tag));
+        AStatsEvent_writeInt32(event, value);
+        if (value == 1) AStatsEvent_build(event);
+    }
+    return *static_cast<int32_t*>(cookie);
+}
+
+TEST_F(PullLibraryTest, answersWithEveryEventAndTheCallbacksVerdict) {
+    for (int32_t verdict : {0, 1, -1}) {
+        AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
+        const auto answers = pull(7);
+        ASSERT_EQ(answers.size(), 1u);
+        EXPECT_EQ(answers[0].tag, 7);
+        EXPECT_EQ(answers[0].success, verdict == AStatsManager_PULL_SUCCESS);
+        ASSERT_EQ(answers[0].events.size(), 2u);
+        for (size_t i : {0, 1}) {
+            const auto& bytes = answers[0].events[i];
+            const auto event =
+                    readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+            ASSERT_TRUE(event.has_value());
+            EXPECT_EQ(event->built, i == 0);
+            EXPECT_EQ(event->atomId, 7);
+            EXPECT_EQ(event->fields, std::vector<FieldValue>{static_cast<int32_t>(i + 1)});
+        }
+    }
+}
+
+TEST_F(PullLibraryTest, turnsAnAnswerThatDoesNotGoThroughIntoAFailure) {
+    int32_t verdict = AStatsManager_PULL_SUCCESS;
+    AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
+    EXPECT_TRUE(pull(7, 42)[0].success);
+    const auto answers = pull(7, 41);
+    ASSERT_EQ(answers.size(), 1u);
+    EXPECT_FALSE(answers[0].success);
+    EXPECT_TRUE(answers[0].events.empty());
+}
+
+TEST_F(PullLibraryTest, letsTheLastRegistrationOfATagWin) {
+    int32_t verdict = AStatsManager_PULL_SUCCESS;
+    registerTag(7);
+    AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
+    EXPECT_EQ(mStatsd->waitForNotes(2), (Notes{"+7", "+7"}));
+    EXPECT_EQ(pull(7)[0].events.size(), 2u);
+    restartStatsd();
+    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+7"});
+    EXPECT_EQ(pull(7)[0].events.size(), 2u);
+}
+
+TEST_F(PullLibraryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
+    for (int32_t tag : {30, 10, 20, 15}) registerTag(tag);
+    AStatsManager_clearPullAtomCallback(15);
+    EXPECT_EQ(mStatsd->waitForNotes(5).size(), 5u);
+    for (int round = 0; round < 2; ++round) {
+        restartStatsd();
+        EXPECT_EQ(mStatsd->waitForNotes(3), (Notes{"+10", "+20", "+30"}));
+    }
+}
+
+TEST_F(PullLibraryTest, keepsRegistrationsThatFoundNoStatsd) {
+    registerTag(30);
+    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+30"});
+    mRemote->die();
+    registerTag(10);
+    PullRegistry::instance().join();
+    startStatsd();
+    // Nothing tells the library that statsd is back; the next registration finds it.
+    registerTag(20);
+    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+20"});
+    settle();
+    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+20"});
+    restartStatsd();
+    EXPECT_EQ(mStatsd->waitForNotes(3), (Notes{"+10", "+20", "+30"}));
+}
+
+TEST_F(PullLibraryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
+    std::vector<std::thread> threads;
+    for (int32_t first : {0, 1, 2}) {
+        threads.emplace_back([first] {
+            for (int32_t tag = first; tag < 60; tag += 3) {
+                registerTag(tag);
+                if (tag % 2 != 0) AStatsManager_clearPullAtomCallback(tag);
+            }
+        });
+    }
+    for (int i = 0; i < 10; ++i) restartStatsd();
+    for (std::thread& thread : threads) thread.join();
+    PullRegistry::instance().join();
+    restartStatsd();
+    Notes expected;
+    for (int32_t tag = 0; tag < 60; tag += 2) expected.push_back("+" + std::to_string(tag));
+    EXPECT_EQ(mStatsd->waitForNotes(expected.size()), expected);
+}
+
+}  // namespace
+}  // namespace zstats

@@ -1,0 +1,139 @@
+#include <android-base/file.h>
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <stats_event.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "host/stats/StatsSocketWriter.h"
+
+namespace zstats {
+namespace {
+
+/** statsd's end of the socket, in a folder of the test's own. */
+class StatsSocket {
+  public:
+    explicit StatsSocket(const std::string& path) : mPath(path) {
+        mFd.reset(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+        EXPECT_EQ(bind(mFd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    }
+    ~StatsSocket() { unlink(mPath.c_str()); }
+
+    /** The next datagram, empty if there is none. */
+    std::string receive() {
+        char bytes[8192];
+        ssize_t size = recv(mFd.get(), bytes, sizeof(bytes), 0);
+        return size < 0 ? "" : std::string(bytes, static_cast<size_t>(size));
+    }
+
+  private:
+    const std::string mPath;
+    android::base::unique_fd mFd;
+};
+
+class StatsSocketTest : public testing::Test {
+  protected:
+    int write(const std::string& event, uint32_t atomId = 7) {
+        return mWriter.write(reinterpret_cast<const uint8_t*>(event.data()), event.size(), atomId);
+    }
+
+    TemporaryDir mDir;
+    const std::string mPath = std::string(mDir.path) + "/statsdw";
+    StatsSocketWriter mWriter{mPath};
+};
+
+constexpr char kTagBytes[] = "tats";
+
+TEST_F(StatsSocketTest, sendsHeaderTagAndEventInOneDatagram) {
+    StatsSocket statsd(mPath);
+    const time_t before = time(nullptr);
+    EXPECT_EQ(write("event"), 9);
+    const std::string datagram = statsd.receive();
+    ASSERT_EQ(datagram.size(), 11 + 4 + 5u);
+    uint16_t tid = 0;
+    uint32_t seconds = 0;
+    memcpy(&tid, &datagram[1], sizeof(tid));
+    memcpy(&seconds, &datagram[3], sizeof(seconds));
+    EXPECT_EQ(datagram[0], 5);
+    EXPECT_EQ(tid, static_cast<uint16_t>(syscall(SYS_gettid)));
+    EXPECT_GE(seconds, static_cast<uint32_t>(before));
+    EXPECT_EQ(datagram.substr(11), std::string(kTagBytes) + "event");
+    EXPECT_EQ(statsd.receive(), "");
+}
+
+TEST_F(StatsSocketTest, triesAgainAtEachWriteWhileThereIsNoSocket) {
+    EXPECT_EQ(write("a"), -ENODEV);
+    EXPECT_EQ(write("b"), -ENODEV);
+    StatsSocket statsd(mPath);
+    EXPECT_EQ(write("c"), 5);
+    EXPECT_NE(statsd.receive(), "");
+}
+
+TEST_F(StatsSocketTest, followsAStatsdThatRestarts) {
+    std::optional<StatsSocket> statsd(mPath);
+    EXPECT_EQ(write("a"), 5);
+    statsd.reset();
+    EXPECT_EQ(write("lost"), -ENODEV);
+    statsd.emplace(mPath);
+    EXPECT_EQ(write("b"), 5);
+    statsd.reset();
+    statsd.emplace(mPath);
+    EXPECT_EQ(write("c"), 5);
+    EXPECT_EQ(statsd->receive().substr(11), std::string(kTagBytes) + "c");
+}
+
+TEST_F(StatsSocketTest, reportsLossesBeforeTheNextEventThatGetsThrough) {
+    EXPECT_EQ(write("x", 100), -ENODEV);
+    EXPECT_EQ(write("y", 101), -ENODEV);
+    StatsSocket statsd(mPath);
+    EXPECT_EQ(write("z", 102), 5);
+    const std::string report = statsd.receive().substr(11);
+    ASSERT_EQ(report.size(), 13u);
+    int32_t error = 0;
+    uint64_t atomAndCount = 0;
+    memcpy(&error, &report[0], sizeof(error));
+    memcpy(&atomAndCount, &report[5], sizeof(atomAndCount));
+    EXPECT_EQ(error, -ENODEV);
+    EXPECT_EQ(report[4], 1);
+    EXPECT_EQ(atomAndCount, uint64_t{101} << 32 | 2);
+    EXPECT_EQ(statsd.receive().substr(11), std::string(kTagBytes) + "z");
+    EXPECT_EQ(write("again", 102), 9);
+    EXPECT_EQ(statsd.receive().substr(11), std::string(kTagBytes) + "again");
+}
+
+TEST_F(StatsSocketTest, losesEventsRatherThanWaitForStatsd) {
+    StatsSocket statsd(mPath);
+    int result = 0;
+    int sent = 0;
+    for (; sent < 100000 && (result = write("burst")) > 0; ++sent) {
+    }
+    EXPECT_EQ(result, -EAGAIN);
+    for (int i = 0; i < sent; ++i) EXPECT_NE(statsd.receive(), "");
+    EXPECT_EQ(write("after"), 9);
+    EXPECT_EQ(statsd.receive().size(), 11 + 13u);
+    EXPECT_EQ(statsd.receive().substr(15), "after");
+}
+
+TEST(PushedEventTest, isBuiltWithTheLimitOfALogEntry) {
+    for (size_t excess : {0, 1}) {
+        AStatsEvent* event = AStatsEvent_obtain();
+        AStatsEvent_setAtomId(event, 1);
+        AStatsEvent_writeString(event, std::string(4064 - 16 - 5 + excess, 'x').c_str());
+        // There is no stats socket on a PC.
+        EXPECT_EQ(AStatsEvent_write(event), -ENODEV);
+        EXPECT_EQ(AStatsEvent_getErrors(event), excess == 0 ? 0u : 4u);
+        AStatsEvent_release(event);
+    }
+}
+
+}  // namespace
+}  // namespace zstats
