@@ -1,0 +1,20 @@
+# profile: qcom
+# The dump switches levels for root and system alone.
+
+has root/help 'dumpsys zstats_pullerd --rgbLog INPUT_1_OR_0' "$(dumpsys zstats_pullerd 2>&1)"
+has system/level 'Zstats_pullerd set gLogLevel: 2' \
+    "$(asuid 1000 dumpsys zstats_pullerd --loglevel 2 2>&1)"
+pull 150006 >/dev/null
+has system/level-in-force 'find matching handler for atomTag = 150006' "$(daemon_log)"
+refused=$(asuid 2000 dumpsys zstats_pullerd --loglevel 1 2>&1)
+has_not shell/no-reply 'ZstatsPullerService::dump' "$refused"
+has shell/refused 'Error dumping service info' "$refused"
+seen=$(log_count 'find matching handler for atomTag = 150009')
+pull 150009 >/dev/null
+is shell/no-change $((seen + 1)) "$(log_count 'find matching handler for atomTag = 150009')"
+has root/flag 'Zstats_pullerd set RGB Histogram Log: 1' "$(dumpsys zstats_pullerd --rgbLog 5 2>&1)"
+dumpsys zstats_pullerd --rgbLog 0 >/dev/null
+has root/negative 'Zstats_pullerd set gLogLevel: 0' "$(dumpsys zstats_pullerd --loglevel -3 2>&1)"
+is root/unknown-option 1 "$(dumpsys zstats_pullerd --RGBLOG 1 2>/dev/null | grep -c .)"
+has root/restored 'gLogLevel: 1' "$(dumpsys zstats_pullerd --loglevel 1 2>&1)"
+has transaction-logged 'BnZstatsPullerService onTransact code 1598311760' "$(daemon_log)"
