@@ -2,12 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/system_properties.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +16,7 @@
 #include "tests/support/FakePlatformServices.h"
 #include "tests/support/FakeVendorServices.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/TempTree.h"
 
 namespace zstats {
 
@@ -49,33 +46,6 @@ std::vector<Event> eventsFrom(Append append) {
     }
     return events;
 }
-
-/** A folder of its own with files in it, removed at the end. */
-class TempTree {
-  public:
-    TempTree() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zstatsXXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::filesystem::filesystem_error(
-                    "mkdtemp", std::error_code(errno, std::generic_category()));
-        mRoot = pattern;
-    }
-    ~TempTree() { std::filesystem::remove_all(mRoot); }
-    TempTree(const TempTree&) = delete;
-    TempTree& operator=(const TempTree&) = delete;
-
-    /** Path of `name` in the folder. */
-    std::string path(const std::string& name) const { return mRoot + "/" + name; }
-
-    void write(const std::string& name, const std::string& content) const {
-        const std::filesystem::path file = path(name);
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file) << content;
-    }
-
-  private:
-    std::string mRoot;
-};
 
 /** Vendor and platform services, properties and log of a device of which nothing is set yet. */
 class PerfTest : public testing::Test {

@@ -7,14 +7,13 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "atoms/ActivityWakeUpSourceAtom.h"
+#include "tests/support/TempTree.h"
 
 // A program of its own, because it counts every allocation of the process.
 namespace {
@@ -36,35 +35,19 @@ void operator delete(void* memory, size_t) noexcept {
 namespace zstats {
 namespace {
 
-/** A wake-up class folder with so many sources, the first few of them active. */
-class WakeUpTree {
-  public:
-    WakeUpTree(int sources, int active) {
-        std::string pattern = (std::filesystem::temp_directory_path() / "wakeupXXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) abort();
-        mRoot = pattern + "/";
-        for (int i = 0; i < sources; ++i) writeSource("wakeup" + std::to_string(i), i < active);
-    }
-    ~WakeUpTree() { std::filesystem::remove_all(mRoot); }
-    WakeUpTree(const WakeUpTree&) = delete;
-    WakeUpTree& operator=(const WakeUpTree&) = delete;
-
-    const char* root() const { return mRoot.c_str(); }
-
-  private:
-    void writeSource(const std::string& source, bool active) const {
-        std::filesystem::create_directory(mRoot + source);
-        std::ofstream(mRoot + source + "/active_time_ms") << (active ? "12\n" : "0\n");
-        if (!active) return;
+/** Fills `tree` with so many sources, the first few of them active. */
+void writeSources(const TempTree& tree, int sources, int active) {
+    for (int i = 0; i < sources; ++i) {
+        const std::string source = "wakeup" + std::to_string(i) + "/";
+        tree.write(source + "active_time_ms", i < active ? "12\n" : "0\n");
+        if (i >= active) continue;
         for (const char* attribute :
              {"active_count", "event_count", "last_change_ms", "name", "expire_count",
               "max_time_ms", "prevent_suspend_time_ms", "total_time_ms", "wakeup_count"}) {
-            std::ofstream(mRoot + source + "/" + attribute) << "7\n";
+            tree.write(source + attribute, "7\n");
         }
     }
-
-    std::string mRoot;
-};
+}
 
 /** Lets the stopped child run to its end; how often it entered each system call. */
 std::map<uint64_t, int> traceToEnd(pid_t child) {
@@ -115,10 +98,11 @@ TEST(WakeUpCost, aSourceIsOpenedOnceUnlessItIsActive) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.sources << " sources, " << c.active << " active");
-        const WakeUpTree tree(c.sources, c.active);
+        const TempTree tree;
+        writeSources(tree, c.sources, c.active);
         auto calls = systemCalls([&] {
             std::vector<WakeLockInfo> records;
-            getWakeLockStatsAt(tree.root(), &records);
+            getWakeLockStatsAt(tree.path("").c_str(), &records);
             return records.size() == static_cast<size_t>(c.active);
         });
         EXPECT_EQ(opens(calls), c.opens);
@@ -127,22 +111,25 @@ TEST(WakeUpCost, aSourceIsOpenedOnceUnlessItIsActive) {
     }
 }
 
-size_t allocationsFor(const WakeUpTree& tree, size_t active) {
+size_t allocationsFor(int sources, size_t active) {
+    const TempTree tree;
+    writeSources(tree, sources, static_cast<int>(active));
+    const std::string folder = tree.path("");
     std::vector<WakeLockInfo> records;
     records.reserve(active);
     const size_t before = gAllocations;
-    getWakeLockStatsAt(tree.root(), &records);
+    getWakeLockStatsAt(folder.c_str(), &records);
     const size_t allocations = gAllocations - before;
     EXPECT_EQ(records.size(), active);
     return allocations;
 }
 
 TEST(WakeUpCost, inactiveSourcesAllocateNothing) {
-    const size_t few = allocationsFor(WakeUpTree(4, 0), 0);
-    EXPECT_EQ(allocationsFor(WakeUpTree(600, 0), 0), few);
+    const size_t few = allocationsFor(4, 0);
+    EXPECT_EQ(allocationsFor(200, 0), few);
     EXPECT_LE(few, 2u);
-    EXPECT_EQ(allocationsFor(WakeUpTree(600, 2), 2), few);
-    EXPECT_GT(gAllocations, 600u);  // the counter does count
+    EXPECT_EQ(allocationsFor(200, 2), few);
+    EXPECT_GT(gAllocations, 200u);  // the counter does count
 }
 
 }  // namespace
