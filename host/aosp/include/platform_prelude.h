@@ -25,8 +25,8 @@
 #include <thread>
 
 // Not declared by <assert.h> in a build without assertions.
-extern "C" [[noreturn]] void __assert_fail(const char* assertion, const char* file, unsigned line,
-                                           const char* function) noexcept;
+extern "C" void __assert_fail(const char* assertion, const char* file, unsigned line,
+                              const char* function) noexcept __attribute__((__noreturn__));
 
 /** The device's C library has this with the parameters in this order. */
 [[noreturn]] inline void __assert(const char* file, int line, const char* message) {
