@@ -1,0 +1,37 @@
+#pragma once
+
+#include <android-base/unique_fd.h>
+
+#include <string_view>
+
+namespace zstats::vdevice {
+
+/** What a frame on the channel carries. The type is the frame's first byte. */
+enum class FrameType : char {
+    kOutput = 'O',     // of the script, as written
+    kErrors = 'E',     // of the script, as written
+    kLog = 'L',        // text of the device's log, in whole or in part lines
+    kHeartbeat = 'H',  // nothing; the device still runs
+    kState = 'S',      // why the script starts: the daemon "registered", "stopped" or "exited"
+    kRefusal = 'F',    // why the device does not start
+    kExit = 'X',       // the script's status, 32 bits
+};
+
+/**
+ * The way out of the device: its second serial port, with frames of a type, a length (32 bits,
+ * little endian) and as many bytes. One thread.
+ */
+class Channel {
+  public:
+    /** Opens the port and takes it out of terminal mode. */
+    Channel();
+
+    void send(FrameType type, std::string_view bytes);
+    /** Returns once all has left the port. */
+    void drain();
+
+  private:
+    android::base::unique_fd mPort;
+};
+
+}  // namespace zstats::vdevice

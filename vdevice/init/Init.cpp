@@ -1,0 +1,264 @@
+#include "vdevice/init/Init.h"
+
+#include <android-base/file.h>
+#include <errno.h>
+#include <poll.h>
+#include <sys/reboot.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include "vdevice/common/ProfileFiles.h"
+#include "vdevice/init/Boot.h"
+#include "vdevice/init/InitLog.h"
+#include "vdevice/init/Process.h"
+
+namespace zstats::vdevice {
+namespace {
+
+using android::base::unique_fd;
+
+constexpr char kRcFolder[] = "/system/etc/init";
+constexpr char kWatchProgram[] = "/system/bin/svcwait";
+constexpr char kDaemon[] = "zstats_pullerd";
+constexpr char kReadyProperty[] = "vdev.ready";
+
+/** The profile lists the service as absent, or lacks what it serves. */
+bool isAbsent(const RcService& rc, const std::set<std::string>& absent) {
+    const auto listed = [&](const std::string& name) { return absent.count(name) != 0; };
+    const auto missing = [](const std::string& name) {
+        return access((std::string(kProfileRoot) + "/" + name).c_str(), F_OK) != 0;
+    };
+    return listed(rc.name) || std::any_of(rc.interfaces.begin(), rc.interfaces.end(), listed) ||
+           std::any_of(rc.needs.begin(), rc.needs.end(), missing);
+}
+
+}  // namespace
+
+Init::Init()
+      : mProperties([this](const std::string& action, const std::string& name) {
+            return control(action, name);
+        }) {}
+
+void Init::run() {
+    signal(SIGPIPE, SIG_IGN);
+    setenv("PATH", "/system_ext/bin:/system/bin:/bin:/sbin", 1);
+    setenv("HOME", "/", 1);
+    setenv("TERM", "linux", 1);
+    mountFileSystems();
+    mDeaths = childDeaths();
+    mSession = std::make_unique<Session>();
+    const std::string error = prepare();
+    if (error.empty()) {
+        startWatch();
+        trigger("boot");
+        watchFor("");
+    } else {
+        mSession->refuse(error);
+    }
+    loop();
+    reboot(RB_POWER_OFF);
+}
+
+std::string Init::prepare() {
+    std::string error;
+    const auto step = [&](const std::string& result) {
+        error = result;
+        return error.empty();
+    };
+    if (step(loadBinder()) && step(loadPolicy()) && step(showProfileFiles()) &&
+        step(mProperties.open()) && step(mProperties.load("/profile/build.prop"))) {
+        error = readRcFiles();
+    }
+    return error;
+}
+
+std::string Init::readRcFiles() {
+    std::set<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(kRcFolder)) {
+        paths.insert(entry.path());
+    }
+    RcFile rc;
+    for (const auto& path : paths) {
+        std::string text;
+        if (!android::base::ReadFileToString(path, &text)) return path.string() + " is unreadable";
+        const std::string error = parseRcFile(path.filename(), text, &rc);
+        if (!error.empty()) return error;
+    }
+    mActions = rc.actions;
+    const std::string listed = readProfileFile(std::string(kProfileRoot) + "/absent").value_or("");
+    const std::vector<std::string> lines = profileLines(listed);
+    const std::set<std::string> absent(lines.begin(), lines.end());
+    for (const RcService& service : rc.services) {
+        mServices.push_back(std::make_unique<Service>(
+                service, isAbsent(service, absent),
+                [this](const std::string& name, const std::string& state) {
+                    onServiceState(name, state);
+                }));
+    }
+    return "";
+}
+
+void Init::startWatch() {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return;
+    if (fork() == 0) {
+        becomeChild();
+        const char* const command[] = {kWatchProgram, nullptr};
+        execProgram(kWatchProgram, command, {ends[1], ends[1], 2});
+    }
+    close(ends[1]);
+    mWatch.reset(ends[0]);
+}
+
+void Init::watchFor(const std::string& names) {
+    android::base::WriteStringToFd(names + "\n", mWatch.get());
+}
+
+void Init::loop() {
+    while (!mEnded) {
+        std::vector<pollfd> waiting = {{mDeaths.get(), POLLIN, 0},
+                                       {mProperties.fd(), POLLIN, 0},
+                                       {mWatch.get(), POLLIN, 0}};
+        for (const auto& service : mServices) waiting.push_back({service->outputFd(), POLLIN, 0});
+        poll(waiting.data(), waiting.size(), millisecondsToRestart());
+        for (size_t i = 0; i < mServices.size(); ++i) {
+            if (waiting[i + 3].revents != 0) mServices[i]->collectOutput();
+        }
+        if (waiting[0].revents != 0) reapChildren();
+        if (waiting[1].revents != 0) mProperties.serve();
+        if (waiting[2].revents != 0) onWatchAnswer();
+        restartDue();
+    }
+}
+
+int Init::millisecondsToRestart() const {
+    using std::chrono::milliseconds;
+    const auto now = Service::Clock::now();
+    int shortest = -1;
+    for (const auto& service : mServices) {
+        const auto due = service->restartTime();
+        if (!due) continue;
+        const auto left = std::chrono::duration_cast<milliseconds>(*due - now).count() + 1;
+        const int wait = static_cast<int>(std::max<decltype(left)>(left, 0));
+        if (shortest < 0 || wait < shortest) shortest = wait;
+    }
+    return shortest;
+}
+
+void Init::restartDue() {
+    const auto now = Service::Clock::now();
+    for (const auto& service : mServices) {
+        if (service->restartTime() && *service->restartTime() <= now) service->start();
+    }
+}
+
+void Init::reapChildren() {
+    signalfd_siginfo info;
+    while (read(mDeaths.get(), &info, sizeof(info)) > 0) {
+    }
+    int status = 0;
+    for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
+        if (pid == mSession->pid()) mEnded = true;
+        for (const auto& service : mServices) {
+            if (service->pid() == pid) service->onEnd(status);
+        }
+    }
+}
+
+void Init::onWatchAnswer() {
+    char answer[4096];
+    if (read(mWatch.get(), answer, sizeof(answer)) <= 0) return mWatch.reset();
+    if (mStage == Stage::kManager) {
+        mStage = Stage::kServices;
+        trigger("manager-ready");
+        std::string names;
+        for (const auto& service : mServices) {
+            if (!service->isRunning()) continue;
+            for (const std::string& name : service->rc().interfaces) names += name + " ";
+        }
+        watchFor(names);
+    } else if (mStage == Stage::kServices) {
+        mStage = Stage::kDaemon;
+        trigger("services-registered");
+        const Service* const daemon = find(kDaemon);
+        if (daemon == nullptr || !daemon->isRunning()) return ready("absent");
+        watchFor(kDaemon);
+    } else {
+        ready("registered");
+    }
+}
+
+void Init::trigger(const std::string& name) {
+    for (const RcAction& action : mActions) {
+        if (action.trigger != name) continue;
+        for (const auto& command : action.commands) execute(command);
+    }
+}
+
+void Init::execute(const std::vector<std::string>& command) {
+    const std::string& name = command[0];
+    if (name == "class_start") {
+        startClass(command[1]);
+    } else if (name == "setprop") {
+        mProperties.set(command[1], command[2]);
+    } else if (name == "mkdir") {
+        mkdir(command[1].c_str(), 0755);
+    } else if (!control(name, command[1])) {
+        INIT_LOG(ERROR, "%s: there is no service '%s'", name.c_str(), command[1].c_str());
+    }
+}
+
+void Init::startClass(const std::string& name) {
+    for (const auto& service : mServices) {
+        if (service->rc().className == name && !service->isDisabled()) service->start();
+    }
+}
+
+bool Init::control(const std::string& action, const std::string& name) {
+    Service* const service = find(name);
+    if (service == nullptr) return false;
+    if (action == "start") {
+        service->start();
+    } else if (action == "stop") {
+        service->stop();
+    } else if (action == "restart") {
+        service->restart();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+Service* Init::find(const std::string& name) const {
+    const auto found = std::find_if(mServices.begin(), mServices.end(), [&](const auto& service) {
+        return service->rc().name == name;
+    });
+    return found == mServices.end() ? nullptr : found->get();
+}
+
+void Init::onServiceState(const std::string& name, const std::string& state) {
+    mProperties.set("init.svc." + name, state);
+    if (name != kDaemon) return;
+    if (state == "stopped") ready("stopped");
+    if (state == "restarting") ready("exited");
+}
+
+void Init::ready(const std::string& state) {
+    if (mStage == Stage::kUp) return;
+    mStage = Stage::kUp;
+    mWatch.reset();
+    mProperties.set(kReadyProperty, state);
+    mSession->begin(state);
+}
+
+}  // namespace zstats::vdevice

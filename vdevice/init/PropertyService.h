@@ -1,0 +1,47 @@
+#pragma once
+
+#include <android-base/unique_fd.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "host/properties/PropertyStore.h"
+
+namespace zstats::vdevice {
+
+/**
+ * Holds the device's properties and answers the requests to change them. "ro." properties are set
+ * once; a write to "ctl.start", "ctl.stop" or "ctl.restart" is a request about a service.
+ */
+class PropertyService {
+  public:
+    /** Carries out `action` ("start", ...) on the service of that name; false if there is none. */
+    using ControlHandler = std::function<bool(const std::string& action, const std::string& name)>;
+
+    explicit PropertyService(ControlHandler control) : mControl(std::move(control)) {}
+
+    /** Makes the store and its socket. Returns what went wrong, empty if nothing. */
+    std::string open();
+    /** Sets the `key=value` lines of a file. Returns what went wrong, empty if nothing. */
+    std::string load(const std::string& path);
+
+    /** Readable when a request waits. */
+    int fd() const { return mSocket.get(); }
+    /** Answers one request. A client that stalls is dropped. */
+    void serve();
+
+    /** From init itself. Returns 0 or a negative errno. */
+    int set(const std::string& name, const std::string& value);
+
+  private:
+    int handle(const zstats::properties::PropertyRequest& request, pid_t pid);
+    int control(const zstats::properties::PropertyRequest& request, pid_t pid);
+
+    const ControlHandler mControl;
+    std::unique_ptr<zstats::properties::PropertyArea> mArea;
+    android::base::unique_fd mSocket;
+};
+
+}  // namespace zstats::vdevice

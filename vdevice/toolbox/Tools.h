@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zstats::vdevice {
+
+using Arguments = std::vector<std::string>;
+
+/** Each takes its arguments without its own name and returns its exit status. */
+int logcatMain(const Arguments& arguments);
+int getpropMain(const Arguments& arguments);
+int setpropMain(const Arguments& arguments);
+int startMain(const Arguments& arguments);
+int stopMain(const Arguments& arguments);
+int asuidMain(const Arguments& arguments);
+
+/** Says on standard error how `tool` is used; returns the exit status for that. */
+int usage(const char* text);
+
+}  // namespace zstats::vdevice
