@@ -64,7 +64,8 @@ KeyValueMap ZStatsPullAtomCallback::parseKeyValueFromContent(const std::string& 
 
         const size_t colon = line.find(':');
         if (colon == std::string_view::npos) continue;
-        map.insert_or_assign(std::string(withoutTrailingBlanks(line.substr(0, colon))),
+        // Numbered keys come in order, and then each belongs at the end.
+        map.insert_or_assign(map.end(), std::string(withoutTrailingBlanks(line.substr(0, colon))),
                              std::string(withoutLeadingBlanks(line.substr(colon + 1))));
     }
     return map;
