@@ -22,7 +22,7 @@ ndk::ScopedAStatus PullAnswer::pullFinished(
     return ndk::ScopedAStatus::ok();
 }
 
-std::optional<PullAnswer::Answer> PullAnswer::wait(std::chrono::nanoseconds timeout) {
+std::optional<Answer> PullAnswer::wait(std::chrono::nanoseconds timeout) {
     std::unique_lock lock(mLock);
     mArrived.wait_for(lock, timeout, [this] { return mAnswer.has_value(); });
     mExpired = !mAnswer.has_value();

@@ -15,14 +15,15 @@ namespace zstats::vdevice {
 /** What a pull's answer holds: the encoded events, byte for byte, in the order sent. */
 using EncodedEvents = std::vector<std::string>;
 
+/** What the puller said. */
+struct Answer {
+    bool success = false;
+    EncodedEvents events;
+};
+
 /** Takes the answer to one pull. An answer after the wait has ended is dropped. Any thread. */
 class PullAnswer : public aidl::android::os::BnPullAtomResultReceiver {
   public:
-    struct Answer {
-        bool success = false;
-        EncodedEvents events;
-    };
-
     ndk::ScopedAStatus pullFinished(
             int32_t atomTag, bool success,
             const std::vector<aidl::android::util::StatsEventParcel>& output) override;

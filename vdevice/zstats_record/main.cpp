@@ -30,8 +30,9 @@ constexpr const char* kKernelFiles[] = {
         "/proc/meminfo",
         "/proc/device-tree/chosen/atag,chipid",
         "/sys/devices/system/cpu/cpu*/cpuidle/state*/{name,time}",
-        "/sys/class/wakeup/*/{name,active_count,active_time_ms,event_count,expire_count,"
-        "last_change_ms,max_time_ms,prevent_suspend_time_ms,total_time_ms,wakeup_count}",
+        // In parentheses: one pattern in two lines.
+        ("/sys/class/wakeup/*/{name,active_count,active_time_ms,event_count,expire_count,"
+         "last_change_ms,max_time_ms,prevent_suspend_time_ms,total_time_ms,wakeup_count}"),
 };
 
 void note(const char* what) {
