@@ -24,6 +24,7 @@ _BOOT_SECONDS = 60
 _SILENCE_SECONDS = 45
 _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
+_CONSOLE_LINES_SHOWN = 20
 _KERNEL_OPTIONS = ("console=ttyS0 quiet panic=-1 mitigations=off cryptomgr.notests tsc=reliable "
                    "no_timer_check nowatchdog security=selinux selinux=1 enforcing=0")
 _HEAD = struct.Struct("<cI")
@@ -173,8 +174,8 @@ class Device:
         console = self._console_rest()
         panic = console.find("Kernel panic")
         self.show_log()
-        for line in console[-4000:].splitlines():
-            say("  console: " + line)
+        for line in console[max(panic, 0):].splitlines()[:_CONSOLE_LINES_SHOWN]:
+            sys.stderr.write("  console: %s\n" % line)
         raise Failure("the device's kernel panicked: " + console[panic:].splitlines()[0]
                       if panic >= 0 else "the device died before the script ended", STATUS_DIED)
 
