@@ -13,6 +13,7 @@
 #include <filesystem>
 
 #include "vdevice/common/OverlayPlan.h"
+#include "vdevice/init/ProcLinks.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -107,6 +108,7 @@ std::string showProfileFiles() {
     try {
         for (const auto& step : planOverlay(kOverlay, kKernelTrees, kKernelTrees, kMaxPid)) {
             if (!apply(step)) return failed("root" + step.path);
+            if (step.kind == OverlayStep::Kind::kTmpfs && step.path == "/proc") hideThreads();
         }
     } catch (const std::filesystem::filesystem_error& error) {
         return error.what();
