@@ -30,7 +30,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
     }
     ZLOG(INFO, "Get handlefactory service success. Its ref count is %d",
          AIBinder_debugGetRefCount(binder.get()));
-    const auto service = IHandleFactory::fromBinder(binder);
+    auto service = IHandleFactory::fromBinder(binder);
     // Stored before it is linked, so that no notice comes too early to be of use.
     std::atomic_store(&mService, service);
     linkToDeathForever(binder.get(), onServiceDied, this);
