@@ -1,6 +1,7 @@
 #include "tests/unit/acquire/AcquireKit.h"
 
-#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sched.h>
@@ -10,7 +11,7 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdlib>
+#include <filesystem>
 #include <thread>
 
 using android::Parcel;
@@ -18,17 +19,6 @@ using android::sp;
 using android::status_t;
 
 namespace zstats {
-
-status_t TextCapture::print(const char* text, size_t length) {
-    const std::lock_guard<std::mutex> lock(mLock);
-    mText.append(text, length);
-    return android::OK;
-}
-
-std::string TextCapture::text() const {
-    const std::lock_guard<std::mutex> lock(mLock);
-    return mText;
-}
 
 sp<FakeCommand> FakeCommand::answering(int32_t result) {
     return new FakeCommand([result](const ShellCall& call) {
@@ -51,14 +41,15 @@ status_t FakeCommand::onTransact(uint32_t code, const Parcel& data, Parcel* repl
     return mBehaviour(call);
 }
 
-std::set<int> ownEntries(const char* directory) {
-    DIR* const dir = opendir((std::string("/proc/self/") + directory).c_str());
+std::set<int> ownEntries(const std::string& directory) {
     std::set<int> entries;
-    while (const dirent* entry = readdir(dir)) {
-        const int number = atoi(entry->d_name);
-        if (entry->d_name[0] != '.' && number != dirfd(dir)) entries.insert(number);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/" + directory)) {
+        entries.insert(std::stoi(entry.path().filename()));
     }
-    closedir(dir);
+    // The iterator's own descriptor was among them.
+    for (int fd : directory == "fd" ? std::set<int>(entries) : std::set<int>()) {
+        if (fcntl(fd, F_GETFD) < 0) entries.erase(fd);
+    }
     return entries;
 }
 
@@ -79,25 +70,23 @@ bool eventually(const std::function<bool()>& condition) {
 
 namespace {
 
+/** Each call has a row in the filter that skips to the next where the number is another. */
 void failCallsOfThisThread(const std::vector<int>& calls, int error) {
-    std::vector<sock_filter> program;
-    program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
+    std::vector<sock_filter> program = {
+            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
     for (int call : calls) {
         program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(call), 0, 1));
-        program.push_back(
-                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<uint32_t>(error)));
+        program.push_back(BPF_STMT(BPF_RET, SECCOMP_RET_ERRNO | static_cast<uint32_t>(error)));
     }
-    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    program.push_back(BPF_STMT(BPF_RET, SECCOMP_RET_ALLOW));
     const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) != 0) {
-        abort();
-    }
+    ASSERT_EQ(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+    ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
 }
 
 }  // namespace
 
-void withFailingCalls(std::initializer_list<int> calls, int error,
+void withFailingCalls(const std::vector<int>& calls, int error,
                       const std::function<void()>& action) {
     std::thread([&] {
         failCallsOfThisThread(calls, error);

@@ -7,7 +7,6 @@
 #include <binder/TextOutput.h>
 
 #include <functional>
-#include <initializer_list>
 #include <mutex>
 #include <set>
 #include <string>
@@ -18,12 +17,19 @@ namespace zstats {
 /** A text stream that keeps what was printed. Any thread. */
 class TextCapture : public android::TextOutput {
   public:
-    android::status_t print(const char* text, size_t length) override;
+    android::status_t print(const char* text, size_t length) override {
+        const std::lock_guard<std::mutex> lock(mLock);
+        mText.append(text, length);
+        return android::OK;
+    }
     void moveIndent(int) override {}
     void pushBundle() override {}
     void popBundle() override {}
 
-    std::string text() const;
+    std::string text() const {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return mText;
+    }
 
   private:
     mutable std::mutex mLock;
@@ -59,7 +65,7 @@ class FakeCommand : public android::BBinder {
 };
 
 /** The numbers in a directory of /proc/self: "fd" or "task". */
-std::set<int> ownEntries(const char* directory);
+std::set<int> ownEntries(const std::string& directory);
 
 /** Closes descriptors that were opened since `before`, such as those that nobody else closes. */
 void closeDescriptorsSince(const std::set<int>& before);
@@ -68,7 +74,6 @@ void closeDescriptorsSince(const std::set<int>& before);
 bool eventually(const std::function<bool()>& condition);
 
 /** Runs `action` on a thread on which these system calls fail with `error`. */
-void withFailingCalls(std::initializer_list<int> calls, int error,
-                      const std::function<void()>& action);
+void withFailingCalls(const std::vector<int>& calls, int error, const std::function<void()>& action);
 
 }  // namespace zstats

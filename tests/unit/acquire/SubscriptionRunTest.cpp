@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <condition_variable>
+#include <regex>
 #include <system_error>
 #include <thread>
 
@@ -33,6 +34,12 @@ std::string drain(int fd) {
     const ssize_t count = read(fd, text.data(), text.size());
     text.resize(count > 0 ? static_cast<size_t>(count) : 0);
     return text;
+}
+
+ino_t inodeOf(int fd) {
+    struct stat status {};
+    fstat(fd, &status);
+    return status.st_ino;
 }
 
 /** "atomacq" with a "stats" service that a test provides; gives back what the daemon keeps open. */
@@ -63,6 +70,14 @@ class SubscriptionRunTest : public testing::Test {
                 ->registerFdForPushedAtoms(ids, mWriter, ret != nullptr ? ret : &ignored);
     }
 
+    static void publishStats(FakeCommand::Behaviour behaviour) {
+        inprocess::publish("stats", sp<IBinder>(new FakeCommand(std::move(behaviour))));
+    }
+    static android::status_t answerAtOnce(const ShellCall& call) {
+        call.receiver->send(0);
+        return android::OK;
+    }
+
     size_t moreFds() const { return ownEntries("fd").size() - mFds.size(); }
     size_t moreThreads() const { return ownEntries("task").size() - mThreads.size(); }
 
@@ -83,35 +98,22 @@ class SubscriptionRunTest : public testing::Test {
 };
 
 TEST_F(SubscriptionRunTest, HandsTheFrameAndTheCallersPipeToStatsd) {
-    ino_t outputInode = 0;
-    std::vector<std::string> arguments;
     std::string frame;
-    int error = -1;
-    bool duplicated = false;
-    inprocess::publish("stats", sp<IBinder>(new FakeCommand([&](const ShellCall& call) {
-                           struct stat status {};
-                           fstat(call.out, &status);
-                           outputInode = status.st_ino;
-                           duplicated = call.out != mWriter.get();
-                           arguments = call.arguments;
-                           frame = drain(call.in);
-                           error = call.err;
-                           EXPECT_EQ(write(call.out, "data", 4), 4);
-                           call.receiver->send(5);
-                           return android::OK;
-                       })));
+    publishStats([&](const ShellCall& call) {
+        EXPECT_EQ(inodeOf(call.out), inodeOf(mWriter.get()));
+        EXPECT_NE(call.out, mWriter.get());
+        EXPECT_EQ(call.arguments, std::vector<std::string>{"data-subscribe"});
+        EXPECT_EQ(call.err, STDERR_FILENO);
+        frame = drain(call.in);
+        EXPECT_EQ(write(call.out, "data", 4), 4);
+        call.receiver->send(5);
+        return android::OK;
+    });
     int32_t ret = 0;
     EXPECT_TRUE(subscribe({150005, 100207, 9}, 1000, &ret).isOk());
     EXPECT_EQ(ret, 1);
     ASSERT_TRUE(threadsEnd());
-
-    struct stat status {};
-    fstat(mWriter.get(), &status);
-    EXPECT_EQ(outputInode, status.st_ino);
-    EXPECT_TRUE(duplicated);
-    EXPECT_EQ(arguments, std::vector<std::string>{"data-subscribe"});
     EXPECT_EQ(frame, frameMessage(serializeSubscription({150005, 100207, 9})));
-    EXPECT_EQ(error, 2);
     EXPECT_EQ(drain(mReader.get()), "data");
     mWriter.reset();
     char byte;
@@ -119,73 +121,53 @@ TEST_F(SubscriptionRunTest, HandsTheFrameAndTheCallersPipeToStatsd) {
 }
 
 TEST_F(SubscriptionRunTest, LogsEachStep) {
-    inprocess::publish("stats", sp<IBinder>(FakeCommand::answering(0)));
+    publishStats(answerAtOnce);
     subscribe({}, 0);
     ASSERT_TRUE(threadsEnd());
-    std::vector<std::string> caller;
-    std::vector<std::string> thread;
+    std::string caller;
+    std::string thread;
     for (const LogLine& line : mLog.linesOf("zstats_pullerd")) {
         EXPECT_EQ(line.priority, ANDROID_LOG_INFO) << line.text;
         const bool ofThread = line.text.find("AtomsAcquire cmdMain") == 0;
-        (ofThread ? thread : caller).push_back(line.text);
+        (ofThread ? thread : caller) += line.text + "|";
     }
-    ASSERT_EQ(caller.size(), 8U);
-    const std::string duplicate = "AtomsAcquire zstats data-subscribe in intInFd =";
-    EXPECT_EQ(caller[6].substr(0, duplicate.size()), duplicate);
-    caller.erase(caller.begin() + 6);
+    caller = std::regex_replace(caller, std::regex("(InFd =|get\\(\\)=)[0-9]+"), "$1N");
     EXPECT_EQ(caller,
-              (std::vector<std::string>{
-                      "AtomsAcquireService checkCallingPermission callingUid =0!\n",
-                      "AtomsAcquire dumpShellSubscriptionForPush in!\n",
-                      "AtomsAcquire write config \n", "AtomsAcquire config.SerializeToString \n",
-                      "AtomsAcquire sizeof(n):8 str.size():8\n",
-                      "AtomsAcquire dumpShellSubscriptionForPush write to control pipe "
-                      "done  \n",
-                      "dumpShellSubscriptionForPush done ret = 1"}));
-    EXPECT_EQ(thread, (std::vector<std::string>{"AtomsAcquire cmdMain in!!!\n",
-                                                "AtomsAcquire cmdMain done!!!\n"}));
+              "AtomsAcquireService checkCallingPermission callingUid =0!\n|"
+              "AtomsAcquire dumpShellSubscriptionForPush in!\n|"
+              "AtomsAcquire write config \n|AtomsAcquire config.SerializeToString \n|"
+              "AtomsAcquire sizeof(n):8 str.size():8\n|"
+              "AtomsAcquire dumpShellSubscriptionForPush write to control pipe done  \n|"
+              "AtomsAcquire zstats data-subscribe in intInFd =N,inFds.get()=N\n|"
+              "dumpShellSubscriptionForPush done ret = 1|");
+    EXPECT_EQ(thread, "AtomsAcquire cmdMain in!!!\n|AtomsAcquire cmdMain done!!!\n|");
 }
 
 TEST_F(SubscriptionRunTest, LeavesNothingBehindForARefusedCaller) {
-    inprocess::publish("stats", sp<IBinder>(FakeCommand::answering(0)));
-    for (uid_t uid : {1U, 999U, 1001U, 1066U, 2000U, 10123U, 101000U, UINT32_MAX}) {
+    publishStats(answerAtOnce);
+    for (uid_t uid : {1U, 999U, 1001U, 1066U, 2000U, 101000U, UINT32_MAX}) {
         mLog.clear();
         int32_t ret = 77;
         const Status status = subscribe({150005}, uid, &ret);
         EXPECT_EQ(status.exceptionCode(), Status::EX_SERVICE_SPECIFIC) << uid;
         EXPECT_EQ(status.serviceSpecificErrorCode(), -1);
         EXPECT_EQ(ret, 77);
+        std::string log;
+        for (const LogLine& line : mLog.linesOf("zstats_pullerd")) {
+            log += (line.priority == ANDROID_LOG_ERROR ? "E " : "I ") + line.text + "|";
+        }
         const std::string id = std::to_string(static_cast<int>(uid));
-        const auto lines = mLog.linesOf("zstats_pullerd");
-        ASSERT_EQ(lines.size(), 3U);
-        EXPECT_EQ(lines[0].text,
-                  "AtomsAcquireService checkCallingPermission callingUid =" + id + "!\n");
-        EXPECT_EQ(lines[1].text,
-                  "AtomsAcquireService::checkCallingPermission calling from invalid uid:" + id);
-        EXPECT_EQ(lines[1].priority, ANDROID_LOG_ERROR);
-        EXPECT_EQ(lines[2].text, "AtomsAcquireService checkCallingPermission filded!\n");
-        EXPECT_EQ(lines[2].priority, ANDROID_LOG_ERROR);
+        EXPECT_EQ(log, "I AtomsAcquireService checkCallingPermission callingUid =" + id +
+                               "!\n|E AtomsAcquireService::checkCallingPermission calling from "
+                               "invalid uid:" +
+                               id + "|E AtomsAcquireService checkCallingPermission filded!\n|");
     }
     EXPECT_EQ(ownEntries("fd"), mFds);
     EXPECT_EQ(ownEntries("task"), mThreads);
 }
 
-TEST_F(SubscriptionRunTest, RefusesWithTheBareStatus) {
-    mRemote->setCallerUid(1066);
-    android::Parcel request;
-    android::Parcel reply;
-    request.writeInterfaceToken(IAtomsAcquire::descriptor);
-    request.writeInt32Vector(std::vector<int32_t>{10});
-    request.writeParcelable(mWriter);
-    EXPECT_EQ(mRemote->proxy()->transact(IAtomsAcquire::kRegisterFdForPushedAtoms, request, &reply),
-              android::OK);
-    const int32_t expected[] = {-8, 0, 0, 0, -1};
-    ASSERT_EQ(reply.dataSize(), sizeof(expected));
-    EXPECT_EQ(memcmp(reply.data(), expected, sizeof(expected)), 0);
-}
-
 TEST_F(SubscriptionRunTest, KeepsOneDescriptorAndNoThreadForEachOfTwenty) {
-    inprocess::publish("stats", sp<IBinder>(FakeCommand::answering(0)));
+    publishStats(answerAtOnce);
     mRemote->setCallerUid(1000);
     std::atomic<int> accepted{0};
     std::vector<std::thread> callers;
@@ -209,11 +191,11 @@ TEST_F(SubscriptionRunTest, KeepsOneDescriptorAndNoThreadForEachOfTwenty) {
 TEST_F(SubscriptionRunTest, WaitsOnAThreadEachForCommandsWithoutAnAnswer) {
     std::mutex lock;
     std::vector<sp<IResultReceiver>> waiting;
-    inprocess::publish("stats", sp<IBinder>(new FakeCommand([&](const ShellCall& call) {
-                           const std::lock_guard<std::mutex> guard(lock);
-                           waiting.push_back(call.receiver);
-                           return android::OK;
-                       })));
+    publishStats([&](const ShellCall& call) {
+        const std::lock_guard<std::mutex> guard(lock);
+        waiting.push_back(call.receiver);
+        return android::OK;
+    });
     constexpr size_t kCalls = 6;
     for (size_t i = 0; i < kCalls; ++i) subscribe({150005}, 0);
     EXPECT_TRUE(eventually([&] {
@@ -237,27 +219,33 @@ TEST_F(SubscriptionRunTest, AcceptsAlthoughStatsdIsNotThere) {
     EXPECT_EQ(moreFds(), 1U);
 }
 
-TEST_F(SubscriptionRunTest, FailsWithoutAPipe) {
-    int32_t ret = 0;
-    testing::internal::CaptureStderr();
-    withFailingCalls({SYS_pipe, SYS_pipe2}, EMFILE,
-                     [&] { ret = dumpShellSubscriptionForPush({10}, mWriter); });
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "create control pipe failed\n");
-    EXPECT_EQ(ret, -1);
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_INFO, "dumpShellSubscriptionForPush done ret = -1"));
-    EXPECT_FALSE(mLog.contains(ANDROID_LOG_INFO, "write config"));
-    EXPECT_EQ(ownEntries("fd"), mFds);
-}
-
-TEST_F(SubscriptionRunTest, ClosesThePipeThatItCannotWrite) {
-    int32_t ret = 0;
-    withFailingCalls({SYS_write}, EIO, [&] { ret = dumpShellSubscriptionForPush({10}, mWriter); });
-    EXPECT_EQ(ret, -1);
-    EXPECT_TRUE(mLog.contains(
-            ANDROID_LOG_ERROR,
-            "AtomsAcquire write to control pipe done with error(Input/output error) \n"));
-    EXPECT_EQ(ownEntries("fd"), mFds);
-    EXPECT_FALSE(mLog.contains(ANDROID_LOG_INFO, "cmdMain in"));
+TEST_F(SubscriptionRunTest, GivesUpWithoutAPipeThatTakesTheFrame) {
+    struct {
+        std::vector<int> calls;
+        int error;
+        const char* onStandardError;
+        const char* log;
+    } const rows[] = {
+            {{SYS_pipe, SYS_pipe2}, EMFILE, "create control pipe failed\n", ""},
+            {{SYS_write},
+             EIO,
+             "",
+             "AtomsAcquire write to control pipe done with error(Input/output error) \n"},
+    };
+    for (const auto& row : rows) {
+        mLog.clear();
+        int32_t ret = 0;
+        testing::internal::CaptureStderr();
+        withFailingCalls(row.calls, row.error,
+                         [&] { ret = dumpShellSubscriptionForPush({10}, mWriter); });
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), row.onStandardError);
+        EXPECT_EQ(ret, -1);
+        EXPECT_TRUE(mLog.contains(ANDROID_LOG_INFO, "dumpShellSubscriptionForPush done ret = -1"));
+        EXPECT_EQ(mLog.contains(ANDROID_LOG_ERROR, row.log), *row.log != 0);
+        EXPECT_EQ(mLog.contains(ANDROID_LOG_INFO, "write config"), *row.log != 0);
+        EXPECT_FALSE(mLog.contains(ANDROID_LOG_INFO, "cmdMain in"));
+        EXPECT_EQ(ownEntries("fd"), mFds);
+    }
 }
 
 TEST_F(SubscriptionRunTest, DoesNotHideThatNoThreadCanBeStarted) {
