@@ -45,3 +45,11 @@ is profile_cpuidle "$(cat "/profile/root/$file")" "$(cat "/$file")"
 is kernel_beside_profile 0-1 "$(cat /sys/devices/system/cpu/online)"
 logcat extra 2>/dev/null
 is logcat_usage 2 $?
+logcat >/tmp/followed &
+follower=$!
+wait_for 5 grep -q nosuch /tmp/followed
+start nosuch-as-well 2>/dev/null
+wait_for 5 grep -q nosuch-as-well /tmp/followed && ok logcat_follows || not_ok logcat_follows "no new line"
+kill -0 $follower && ok logcat_goes_on || not_ok logcat_goes_on "it has ended"
+kill $follower
+is logcat_all "$(logcat -d | head -n 20)" "$(head -n 20 /tmp/followed)"
