@@ -22,18 +22,20 @@ TEST(AtomText, putsASmallAtomIntoOneLine) {
     EXPECT_EQ(atomText({150030, "", {event({31, 30500})}}),
               "150030  battery_temperature             degrees 31 \u00b0C, "
               "milli_degrees 30500 m\u00b0C\n");
-    const std::string level = atomText({150005, "", {event({80, 82, -2, 2})}});
-    EXPECT_EQ(linesOf(level).size(), 1u);
-    EXPECT_NE(level.find("difference -2 %, absolute_difference 2 %"), std::string::npos);
-}
-
-TEST(AtomText, saysPlainlyThatThereIsNothing) {
-    EXPECT_NE(atomText({150014, "", {}}).find("  no event (this atom never has one)\n"),
-              std::string::npos);
-    EXPECT_NE(atomText({150112, "", {}}).find("  no event\n"), std::string::npos);
-    EXPECT_NE(atomText({150112, "no answer within 2000 ms", {}})
-                      .find("FAILED: no answer within 2000 ms\n"),
-              std::string::npos);
+    const struct {
+        PulledAtom atom;
+        const char* end;
+    } kCases[] = {
+            {{150005, "", {event({80, 82, -2, 2})}}, "difference -2 %, absolute_difference 2 %\n"},
+            {{150014, "", {}}, "  no event (this atom never has one)\n"},
+            {{150112, "", {}}, "  no event\n"},
+            {{150112, "no answer within 2000 ms", {}}, "FAILED: no answer within 2000 ms\n"},
+    };
+    for (const auto& item : kCases) {
+        const auto lines = linesOf(atomText(item.atom));
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_NE((lines[0] + "\n").find(item.end), std::string::npos) << lines[0];
+    }
 }
 
 TEST(AtomText, drawsResidenciesAgainstTheLongest) {
@@ -43,18 +45,15 @@ TEST(AtomText, drawsResidenciesAgainstTheLongest) {
                           event({900000, int64_t{0}}), event({950000, int64_t{-5}})}};
     const auto lines = linesOf(atomText(gpu));
     ASSERT_EQ(lines.size(), 6u);
-    EXPECT_NE(lines[0].find("4 events, one for each GPU frequency, since the pull before"),
-              std::string::npos);
-    EXPECT_NE(lines[2].find("160000 kHz   300  ########################   75.0 %"), std::string::npos)
-            << lines[2];
-    EXPECT_NE(lines[3].find("########................   25.0 %"), std::string::npos) << lines[3];
-    EXPECT_NE(lines[4].find("........................    0.0 %"), std::string::npos) << lines[4];
-    EXPECT_NE(lines[5].find("........................    0.0 %"), std::string::npos) << lines[5];
-}
-
-TEST(AtomText, drawsNothingWhenNoTimePassed) {
-    const PulledAtom idle{150121, "", {event({0, int64_t{0}}), event({1, int64_t{0}})}};
-    EXPECT_EQ(atomText(idle).find('#'), std::string::npos);
+    constexpr const char* kParts[] = {"4 events, one for each GPU frequency, since the pull before",
+                                      "",
+                                      "160000 kHz   300  ########################   75.0 %",
+                                      "########................   25.0 %",
+                                      "........................    0.0 %",
+                                      "........................    0.0 %"};
+    for (size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_NE(lines[i].find(kParts[i]), std::string::npos) << lines[i];
+    }
 }
 
 TEST(AtomText, writesWideEventsOutAndKeepsLinesShort) {
@@ -69,10 +68,19 @@ TEST(AtomText, writesWideEventsOutAndKeepsLinesShort) {
 }
 
 TEST(AtomText, survivesEventsThatTheCatalogueDoesNotExpect) {
-    const PulledAtom odd{150121, "", {event({}), event({1, int64_t{5}, 7})}};
-    EXPECT_NE(atomText(odd).find("field_3 7"), std::string::npos);
-    const PulledAtom mixed{150029, "", {event({std::string("text"), std::string("text")})}};
-    EXPECT_NE(atomText(mixed).find("text kHz   text  ...."), std::string::npos) << atomText(mixed);
+    const std::string text("text");
+    const struct {
+        PulledAtom atom;
+        const char* part;
+    } kCases[] = {
+            {{150121, "", {event({}), event({1, int64_t{5}, 7})}}, "field_3 7"},
+            {{150029, "", {event({text, text})}}, "text kHz   text  ...."},
+            // No time passed.
+            {{150121, "", {event({0, int64_t{0}}), event({1, int64_t{0}})}}, "0 ms  ...."},
+    };
+    for (const auto& item : kCases) {
+        EXPECT_NE(atomText(item.atom).find(item.part), std::string::npos) << atomText(item.atom);
+    }
     EXPECT_EQ(eventText(1, {true}), "field_1 true");
 }
 

@@ -32,19 +32,15 @@ TEST(ShellStream, writesTheFrameToTheByte) {
 }
 
 TEST(ShellStream, bringsEveryTypeBack) {
-    const std::vector<AtomValue> fields = {std::string("wlan"),
-                                           int64_t{1} << 40,
-                                           int64_t{-7},
-                                           int64_t{0},
-                                           int64_t{3},
-                                           true,
-                                           int64_t{4},
-                                           false,
-                                           int32_t{-1},
-                                           int64_t{5},
-                                           int64_t{6},
-                                           int64_t{7},
-                                           std::numeric_limits<int64_t>::min()};
+    // The catalogue has a bool sixth and eighth, and an int32 ninth.
+    std::vector<AtomValue> fields(13, int64_t{0});
+    fields[0] = std::string("wlan");
+    fields[1] = int64_t{1} << 40;
+    fields[2] = int64_t{-7};
+    fields[5] = true;
+    fields[7] = false;
+    fields[8] = int32_t{-1};
+    fields[12] = std::numeric_limits<int64_t>::min();
     const std::vector<StreamedAtom> sent = {{150020, 11, 0, fields}, {150112, 12, 0, {1.25f}}};
     const auto received = parseShellData(messageOf(shellFrame(sent, false)));
     ASSERT_TRUE(received && received->size() == 2);
@@ -57,16 +53,21 @@ TEST(ShellStream, bringsEveryTypeBack) {
 }
 
 TEST(ShellStream, showsWhatTheCatalogueLacks) {
-    const std::vector<AtomValue> fields = {int64_t{9}, 0.5f, std::string("text")};
-    const auto foreign = parseShellData(messageOf(shellFrame({{10001, 1, 0, fields}}, true)));
-    ASSERT_TRUE(foreign && foreign->size() == 1);
-    EXPECT_EQ(foreign->front().id, 10001);
-    EXPECT_EQ(foreign->front().fields, fields);
-
-    // One field more than this atom has.
-    const auto longer = parseShellData(messageOf(shellFrame({{150006, 1, 0, {1, 2}}}, false)));
-    ASSERT_TRUE(longer && longer->size() == 1);
-    EXPECT_EQ(longer->front().fields, (std::vector<AtomValue>{1, int64_t{2}}));
+    const struct {
+        int32_t id;
+        std::vector<AtomValue> sent;
+        std::vector<AtomValue> received;
+    } kCases[] = {
+            {10001, {int64_t{9}, 0.5f, std::string("t")}, {int64_t{9}, 0.5f, std::string("t")}},
+            // One field more than this atom has.
+            {150006, {1, 2}, {1, int64_t{2}}},
+    };
+    for (const auto& item : kCases) {
+        const auto atoms = parseShellData(messageOf(shellFrame({{item.id, 1, 0, item.sent}}, true)));
+        ASSERT_TRUE(atoms && atoms->size() == 1);
+        EXPECT_EQ(atoms->front().id, item.id);
+        EXPECT_EQ(atoms->front().fields, item.received);
+    }
 }
 
 TEST(ShellStream, refusesWhatIsNoMessage) {
