@@ -44,54 +44,46 @@ class OverlayPlanTest : public testing::Test {
     TemporaryDir mFolder;
 };
 
-TEST_F(OverlayPlanTest, nothingToShowNeedsNoStep) {
-    EXPECT_TRUE(plan().empty());
-}
-
-TEST_F(OverlayPlanTest, filesOfTheKernelAreMountedOver) {
-    lay("/proc/meminfo");
-    lay("/sys/cpu/cpu0/online");
-    EXPECT_EQ((std::vector<OverlayStep>{bind("/proc/meminfo"), bind("/sys/cpu/cpu0/online")}),
-              plan());
-}
-
-TEST_F(OverlayPlanTest, aMissingNameReplacesOnlyTheFolderThatLacksIt) {
-    lay("/sys/cpu/cpu0/cpuidle/state0/time");
-    EXPECT_EQ((std::vector<OverlayStep>{{Kind::kTmpfs, "/sys/cpu/cpu0", ""},
-                                        link("/sys/cpu/cpu0/online"),
-                                        {Kind::kFolder, "/sys/cpu/cpu0/cpuidle", ""},
-                                        bind("/sys/cpu/cpu0/cpuidle")}),
-              plan());
-}
-
-TEST_F(OverlayPlanTest, foldersInsideAReplacedOneAreMadeAnew) {
-    lay("/sys/cpu/cpu0/cpuidle/time");
-    lay("/sys/cpu/cpu1/online");
-    EXPECT_EQ((std::vector<OverlayStep>{{Kind::kTmpfs, "/sys/cpu", ""},
-                                        {Kind::kFolder, "/sys/cpu/cpu0", ""},
-                                        link("/sys/cpu/cpu0/online"),
-                                        {Kind::kFolder, "/sys/cpu/cpu0/cpuidle", ""},
-                                        bind("/sys/cpu/cpu0/cpuidle"),
-                                        {Kind::kFolder, "/sys/cpu/cpu1", ""},
-                                        bind("/sys/cpu/cpu1")}),
-              plan());
-}
-
-TEST_F(OverlayPlanTest, aFolderOfAClassTakesTheKernelsPlaceAsAWhole) {
-    lay("/sys/class/wakeup/w9/name");
-    EXPECT_EQ(std::vector<OverlayStep>{bind("/sys/class/wakeup")}, plan());
-}
-
-TEST_F(OverlayPlanTest, aReplacedProcHasALinkForEachProcess) {
-    lay("/proc/device-tree/chosen/atag,chipid");
-    EXPECT_EQ((std::vector<OverlayStep>{{Kind::kTmpfs, "/proc", ""},
-                                        link("/proc/meminfo"),
-                                        link("/proc/1"),
-                                        link("/proc/2"),
-                                        link("/proc/3"),
-                                        {Kind::kFolder, "/proc/device-tree", ""},
-                                        bind("/proc/device-tree")}),
-              plan());
+TEST_F(OverlayPlanTest, showsTheProfilesFilesInTheKernelsTree) {
+    const auto folder = [](const std::string& path) {
+        return OverlayStep{Kind::kFolder, path, ""};
+    };
+    const auto tmpfs = [](const std::string& path) { return OverlayStep{Kind::kTmpfs, path, ""}; };
+    const struct {
+        const char* name;
+        std::vector<std::string> files;
+        std::vector<OverlayStep> steps;
+    } kCases[] = {
+            {"nothing", {}, {}},
+            {"the kernel's files are mounted over",
+             {"/proc/meminfo", "/sys/cpu/cpu0/online"},
+             {bind("/proc/meminfo"), bind("/sys/cpu/cpu0/online")}},
+            {"a missing name replaces only the folder that lacks it",
+             {"/sys/cpu/cpu0/cpuidle/state0/time"},
+             {tmpfs("/sys/cpu/cpu0"), link("/sys/cpu/cpu0/online"), folder("/sys/cpu/cpu0/cpuidle"),
+              bind("/sys/cpu/cpu0/cpuidle")}},
+            {"folders inside a replaced one are made anew",
+             {"/sys/cpu/cpu0/cpuidle/time", "/sys/cpu/cpu1/online"},
+             {tmpfs("/sys/cpu"), folder("/sys/cpu/cpu0"), link("/sys/cpu/cpu0/online"),
+              folder("/sys/cpu/cpu0/cpuidle"), bind("/sys/cpu/cpu0/cpuidle"),
+              folder("/sys/cpu/cpu1"), bind("/sys/cpu/cpu1")}},
+            {"a class takes the kernel's place as a whole",
+             {"/sys/class/wakeup/w9/name"},
+             {bind("/sys/class/wakeup")}},
+            {"a replaced /proc has a link for each process",
+             {"/proc/device-tree/chosen/atag,chipid"},
+             {tmpfs("/proc"), link("/proc/meminfo"), link("/proc/1"), link("/proc/2"),
+              link("/proc/3"), folder("/proc/device-tree"), bind("/proc/device-tree")}},
+            {"elsewhere files are made where they belong",
+             {"/data/a/b"},
+             {folder("/data"), folder("/data/a"), {Kind::kFile, "/data/a/b", ""}, bind("/data/a/b")}},
+    };
+    for (const auto& item : kCases) {
+        fs::remove_all(overlay());
+        fs::create_directories(overlay());
+        for (const std::string& file : item.files) lay(file);
+        EXPECT_EQ(plan(), item.steps) << item.name;
+    }
 }
 
 TEST_F(OverlayPlanTest, aNameOfAnotherKindReplacesTheFolder) {
@@ -103,15 +95,6 @@ TEST_F(OverlayPlanTest, aNameOfAnotherKindReplacesTheFolder) {
     fs::remove(overlay() + "/sys/cpu/cpu0");
     fs::create_symlink("../class", overlay() + "/sys/cpu/cpu0");
     EXPECT_EQ((OverlayStep{Kind::kLink, "/sys/cpu/cpu0", "../class"}), plan().at(1));
-}
-
-TEST_F(OverlayPlanTest, elsewhereFilesAreMadeWhereTheyBelong) {
-    lay("/data/a/b");
-    EXPECT_EQ((std::vector<OverlayStep>{{Kind::kFolder, "/data", ""},
-                                        {Kind::kFolder, "/data/a", ""},
-                                        {Kind::kFile, "/data/a/b", ""},
-                                        bind("/data/a/b")}),
-              plan());
 }
 
 }  // namespace
