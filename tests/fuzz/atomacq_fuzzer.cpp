@@ -1,28 +1,25 @@
-#include <android/log.h>
+// Arbitrary transactions on the acquisition service, and id lists through its message.
+
 #include <binder/IPCThreadState.h>
 #include <binder/Parcel.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "acquire/AtomsAcquireService.h"
 #include "acquire/PushedAtomSubscription.h"
-
-namespace {
+#include "tests/fuzz/FuzzKit.h"
 
 using android::Parcel;
-using android::sp;
+using zstats::fuzz::require;
+
+namespace {
 
 constexpr int64_t kShellUid = 2000;
 
 /** Bits of an input's first byte; the rest of it is the request's data. */
 enum : uint8_t { kCodeBits = 0x03, kWithToken = 0x04, kWithDescriptor = 0x08 };
-
-void require(bool condition) {
-    if (!condition) abort();
-}
 
 /** The data with, where asked for, a descriptor behind the part that its second byte measures. */
 void writeRequest(Parcel* request, uint8_t flags, const uint8_t* data, size_t size) {
@@ -39,7 +36,7 @@ void writeRequest(Parcel* request, uint8_t flags, const uint8_t* data, size_t si
 
 /** Whatever arrives, a reply is empty or starts with a status that a client can read. */
 void fuzzTransaction(const uint8_t* data, size_t size) {
-    static const sp<zstats::AtomsAcquireService> service(new zstats::AtomsAcquireService);
+    static const android::sp service(new zstats::AtomsAcquireService);
     Parcel request;
     Parcel reply;
     writeRequest(&request, data[0], data + 1, size - 1);
@@ -68,7 +65,6 @@ void fuzzMessage(const uint8_t* data, size_t size) {
 
 /** Under the uid of a caller that is refused, so that no input starts a subscription. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    __android_log_set_minimum_priority(ANDROID_LOG_FATAL);
     android::IPCThreadState::self()->restoreCallingIdentity(kShellUid << 32 | 1);
     if (size == 0) return 0;
     fuzzTransaction(data, size);

@@ -1,36 +1,23 @@
 // Arbitrary dump arguments, from callers that may dump and from one that may not.
 
 #include <android-base/unique_fd.h>
-#include <android/log.h>
 #include <binder/IPCThreadState.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
 #include "daemon/Log.h"
 #include "daemon/ZstatsPullerService.h"
+#include "tests/fuzz/FuzzKit.h"
+
+using namespace zstats::fuzz;
 
 namespace {
 
-using android::sp;
-using android::String16;
-
-constexpr int64_t kCallers[] = {0, 1000, 2000};
-
-void require(bool condition) {
-    if (!condition) abort();
-}
-
 /** The arguments stand between NUL bytes. */
-android::Vector<String16> splitArguments(const std::string& text) {
-    android::Vector<String16> args;
-    for (size_t at = 0; at < text.size();) {
-        const std::string arg = text.c_str() + at;
-        args.add(String16(arg.c_str()));
-        at += arg.size() + 1;
+android::Vector<android::String16> splitArguments(const std::string& text) {
+    android::Vector<android::String16> args;
+    for (size_t at = 0; at < text.size(); at += strlen(&text[at]) + 1) {
+        args.add(android::String16(&text[at]));
     }
     return args;
 }
@@ -44,12 +31,12 @@ std::string contentOf(int fd) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    __android_log_set_minimum_priority(ANDROID_LOG_FATAL);
-    static const sp<zstats::ZstatsPullerService> service(new zstats::ZstatsPullerService());
+    constexpr int64_t kCallers[] = {0, 1000, 2000};
+    static const android::sp service(new zstats::ZstatsPullerService());
     if (size == 0) return 0;
     const int64_t caller = kCallers[data[0] % 3];
     android::IPCThreadState::self()->restoreCallingIdentity(caller << 32 | 1);
-    const auto args = splitArguments(std::string(reinterpret_cast<const char*>(data + 1), size - 1));
+    const auto args = splitArguments(textOf(data + 1, size - 1));
 
     zstats::gLogLevel = 1;
     const android::base::unique_fd out(memfd_create("dump", MFD_CLOEXEC));

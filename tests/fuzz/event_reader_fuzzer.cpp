@@ -1,18 +1,17 @@
-#include <cstdint>
-#include <cstdlib>
+// The reader takes bytes of any process: none may make it read past them or contradict itself.
 
-#include "host/stats/EventReader.h"
+#include "tests/fuzz/FuzzKit.h"
 
-/** The reader takes bytes of any process: nothing may make it read past them or contradict itself. */
+using namespace zstats::fuzz;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // A copy of the exact size, so that a sanitizer sees a read past its end.
     const std::vector<uint8_t> bytes(data, data + size);
     const auto event = zstats::readEvent(bytes.data(), bytes.size());
-    if (zstats::isValidEvent(bytes.data(), bytes.size()) != (event && event->valid())) abort();
+    require(zstats::isValidEvent(bytes.data(), bytes.size()) == (event && event->valid()));
     if (!event) return 0;
-    if (event->trailingBytes > size || event->fields.size() > size) abort();
-    if (event->built != (bytes[1] != 0)) abort();
-    const size_t elements = 2 + event->fields.size();
-    if (event->valid() && elements != bytes[1]) abort();
+    require(event->trailingBytes <= size && event->fields.size() <= size);
+    require(event->built == (bytes[1] != 0));
+    require(!event->valid() || event->fields.size() + 2 == bytes[1]);
     return 0;
 }
