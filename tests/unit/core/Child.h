@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cutils/properties.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,11 +8,19 @@
 #include <array>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zstats {
 
 using Report = std::vector<std::string>;
+
+/** Sets the properties that have a value. */
+inline void setProperties(std::initializer_list<std::pair<const char*, const char*>> properties) {
+    for (const auto& [name, value] : properties) {
+        if (value != nullptr) property_set(name, value);
+    }
+}
 
 namespace child {
 

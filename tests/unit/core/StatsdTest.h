@@ -4,17 +4,31 @@
 #include <stats_pull_atom_callback.h>
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "daemon/AtomTable.h"
 #include "daemon/Log.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
 #include "host/stats/PullRegistry.h"
+#include "tests/support/FakeStatsd.h"
+#include "tests/support/HandlerTest.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SubstituteProfile.h"
-#include "tests/unit/core/FakeStatsd.h"
 
 namespace zstats {
+
+using Lines = std::vector<std::string>;
+
+/** The daemon's lines so far, as "W text". */
+inline Lines daemonLines(const LogCapture& log) {
+    Lines lines;
+    for (const LogLine& line : log.linesOf(kLogTag)) {
+        lines.push_back(logLetter(line.priority) + " " + line.text);
+    }
+    return lines;
+}
 
 /**
  * A test with a statsd of its own. The pull library keeps its connection for the whole process, so

@@ -11,7 +11,7 @@
 namespace zstats {
 namespace {
 
-using Properties = std::vector<std::pair<const char*, const char*>>;
+using Properties = std::vector<std::pair<std::string, const char*>>;
 
 constexpr char kImage[] = "ro.norda.image.my_engineering.type";
 constexpr char kPre[] = "ro.sys.engineering.pre";
@@ -19,12 +19,6 @@ constexpr char kRelease[] = "ro.build.release_type";
 constexpr char kSecure[] = "ro.secure";
 constexpr char kAdbSecure[] = "ro.adb.secure";
 constexpr char kDebuggable[] = "ro.debuggable";
-
-std::string describe(const Properties& properties) {
-    std::string text = "[";
-    for (const auto& [name, value] : properties) text += std::string(name) + "=" + value + " ";
-    return text + "]";
-}
 
 TEST(SecondChannel, opensByTheFirstRuleThatHolds) {
     const struct {
@@ -63,9 +57,9 @@ TEST(SecondChannel, opensByTheFirstRuleThatHolds) {
     for (const auto& row : cases) {
         properties::clearProperties();
         for (const auto& [name, value] : row.properties) {
-            ASSERT_EQ(property_set(name, value), 0) << name;
+            ASSERT_EQ(property_set(name.c_str(), value), 0) << name;
         }
-        EXPECT_EQ(opensSecondChannel(), row.opens) << describe(row.properties);
+        EXPECT_EQ(opensSecondChannel(), row.opens) << testing::PrintToString(row.properties);
     }
     properties::clearProperties();
 }

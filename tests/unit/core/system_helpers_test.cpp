@@ -4,11 +4,9 @@
 
 #include <cerrno>
 
-#include "daemon/Log.h"
 #include "daemon/SystemHelpers.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/SubstituteProfile.h"
 #include "tests/unit/core/Child.h"
+#include "tests/unit/core/StatsdTest.h"
 
 namespace zstats {
 namespace {
@@ -21,55 +19,38 @@ class SystemHelpers : public testing::Test {
     SubstituteProfile mFiles;
 };
 
-struct Setting {
-    const char* name;
-    const char* value;  // null: the property is left out
-};
-
-void set(std::initializer_list<Setting> settings) {
-    for (const Setting& setting : settings) {
-        if (setting.value != nullptr) property_set(setting.name, setting.value);
-    }
-}
-
 TEST_F(SystemHelpers, readFileAppendsFilesOfEverySizeAroundItsBuffer) {
     for (const size_t size : {0, 1, 1023, 1024, 1025, 2560}) {
-        SCOPED_TRACE(size);
         std::string content;
-        for (size_t i = 0; i < size; ++i) content += static_cast<char>('a' + i % 26);
+        for (size_t i = 0; i < size; ++i) content += static_cast<char>(i % 26);
         std::string out = "kept ";
         EXPECT_EQ(readFile(mFiles.write("node", content), &out), static_cast<int>(size));
-        EXPECT_EQ(out, "kept " + content);
+        EXPECT_EQ(out, "kept " + content) << size;
     }
 }
 
-TEST_F(SystemHelpers, readFileKeepsZeroBytes) {
-    std::string out;
-    EXPECT_EQ(readFile(mFiles.write("node", std::string("a\0b", 3)), &out), 3);
-    EXPECT_EQ(out, std::string("a\0b", 3));
-}
-
-TEST_F(SystemHelpers, readFileTellsOfAMissingFileAtLevelTwoOnly) {
-    LogCapture log;
-    std::string out = "kept";
-    EXPECT_EQ(readFile("/nowhere/node", &out), -1);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_TRUE(log.lines().empty());
-    gLogLevel = 2;
-    EXPECT_EQ(readFile("/nowhere/node", &out), -1);
-    EXPECT_TRUE(log.contains(ANDROID_LOG_DEBUG,
-                             "Open /nowhere/node failed(No such file or directory)"));
-    EXPECT_EQ(out, "kept");
-}
-
-TEST_F(SystemHelpers, readFileTellsOfAFailingReadAtEveryLevel) {
-    gLogLevel = 0;
-    LogCapture log;
-    std::string out = "kept";
-    EXPECT_EQ(readFile("/proc", &out), -1);
-    EXPECT_EQ(errno, EISDIR);
-    EXPECT_TRUE(log.contains(ANDROID_LOG_ERROR, "Read file /proc failed.(Is a directory)"));
-    EXPECT_EQ(out, "kept");
+TEST_F(SystemHelpers, readFileTellsOfAMissingFileAtLevelTwoAndOfAFailingReadAlways) {
+    const struct {
+        const char* path;
+        int error;
+        Lines linesBelowTwo, linesAtTwo;
+    } cases[] = {
+            {"/nowhere/node", ENOENT, {}, {"D Open /nowhere/node failed(No such file or directory)"}},
+            {"/proc",
+             EISDIR,
+             {"E Read file /proc failed.(Is a directory)"},
+             {"E Read file /proc failed.(Is a directory)"}}};
+    for (const auto& row : cases) {
+        for (const int32_t level : {0, 1, 2}) {
+            gLogLevel = level;
+            LogCapture log;
+            std::string out = "kept";
+            EXPECT_EQ(readFile(row.path, &out), -1);
+            EXPECT_EQ(errno, row.error);
+            EXPECT_EQ(daemonLines(log), level == 2 ? row.linesAtTwo : row.linesBelowTwo);
+            EXPECT_EQ(out, "kept");
+        }
+    }
 }
 
 TEST_F(SystemHelpers, splitStringReadsDecimalInts) {
@@ -121,14 +102,13 @@ TEST_F(SystemHelpers, splitStringReadsPrefixedLongNumbers) {
 TEST_F(SystemHelpers, getSystemPropertyLogsItsAnswerAtLevelTwo) {
     property_set("test.helpers.name", "value");
     LogCapture log;
-    EXPECT_EQ(getSystemProperty("test.helpers.name"), "value");
-    EXPECT_EQ(getSystemProperty("test.helpers.absent"), "");
-    EXPECT_TRUE(log.lines().empty());
-    gLogLevel = 2;
-    getSystemProperty("test.helpers.name");
-    getSystemProperty("test.helpers.absent");
-    EXPECT_TRUE(log.contains(ANDROID_LOG_DEBUG, "property test.helpers.name:value"));
-    EXPECT_TRUE(log.contains(ANDROID_LOG_DEBUG, "property test.helpers.absent:"));
+    for (const int32_t level : {1, 2}) {
+        gLogLevel = level;
+        EXPECT_EQ(getSystemProperty("test.helpers.name"), "value");
+        EXPECT_EQ(getSystemProperty("test.helpers.absent"), "");
+    }
+    EXPECT_EQ(daemonLines(log),
+              (Lines{"D property test.helpers.name:value", "D property test.helpers.absent:"}));
 }
 
 TEST_F(SystemHelpers, bootTimeLiesBetweenTwoReadingsOfTheBootClock) {
@@ -143,68 +123,30 @@ TEST_F(SystemHelpers, bootTimeLiesBetweenTwoReadingsOfTheBootClock) {
     EXPECT_LE(read, now());
 }
 
-TEST_F(SystemHelpers, qcomIsTheWholeHardwareName) {
-    const struct {
-        const char* hardware;
-        bool isQcom;
-    } cases[] = {{"qcom", true}, {"qcom2", false},  {"Qcom", false},
-                 {"qco", false}, {"mt6985", false}, {nullptr, false}};
-    for (const auto& row : cases) {
-        const Report report = inChild([&](Report& lines) {
-            set({{"ro.hardware", row.hardware}});
-            lines.push_back(isQcomPlatform() ? "qcom" : "other");
-        });
-        EXPECT_EQ(report, Report{row.isQcom ? "qcom" : "other"}) << (row.hardware ?: "absent");
-    }
-}
-
-TEST_F(SystemHelpers, onlyTheWordFalseMakesABuildNoRelease) {
-    const struct {
-        const char* type;
-        bool isRelease;
-    } cases[] = {{"true", true}, {"false", false}, {"False", true}, {"0", true}, {nullptr, true}};
-    for (const auto& row : cases) {
-        const std::string type = row.type ?: "";
-        const Report report = inChild([&](Report& lines) {
-            set({{"ro.build.release_type", row.type}});
-            gLogLevel = 0;
-            LogCapture log;
-            lines.push_back(isReleaseType() ? "release" : "trial");
-            for (const LogLine& line : log.lines()) lines.push_back(line.text);
-        });
-        const Report expected = {row.isRelease ? "release" : "trial",
-                                 "isReleaseType: releaseType: " + type};
-        EXPECT_EQ(report, expected);
-    }
-}
-
-TEST_F(SystemHelpers, preVersionAndCommercialVersionFollowThreeProperties) {
+TEST_F(SystemHelpers, theBuildIsWhatItsPropertiesSay) {
     const struct {
         const char* alwaysOn;
         const char* engineeringPre;
         const char* releaseType;
         const char* expected;
-    } cases[] = {
-            {nullptr, nullptr, nullptr, "final commercial"},
-            {"true", nullptr, nullptr, "pre plain"},
-            {"true", "false", "true", "pre plain"},
-            {"TRUE", nullptr, "true", "final commercial"},
-            {"1", "no", "true", "final commercial"},
-            {nullptr, "true", "true", "pre plain"},
-            {nullptr, "1", nullptr, "pre plain"},
-            {nullptr, "yes", nullptr, "pre plain"},
-            {nullptr, "on", nullptr, "pre plain"},
-            {"false", "y", nullptr, "pre plain"},
-            {nullptr, "True", nullptr, "final commercial"},
-            {nullptr, "garbage", nullptr, "final commercial"},
-            {nullptr, "false", "false", "final plain"},
-    };
+    } cases[] = {{nullptr, nullptr, nullptr, "release final commercial"},
+                 {"true", "false", "true", "release pre plain"},
+                 {"TRUE", nullptr, "false", "trial final plain"},
+                 {"1", "no", "False", "release final commercial"},
+                 {nullptr, "true", "0", "release pre plain"},
+                 {nullptr, "1", nullptr, "release pre plain"},
+                 {nullptr, "yes", nullptr, "release pre plain"},
+                 {nullptr, "on", nullptr, "release pre plain"},
+                 {"false", "y", "false", "trial pre plain"},
+                 {nullptr, "True", nullptr, "release final commercial"},
+                 {nullptr, "garbage", nullptr, "release final commercial"}};
     for (const auto& row : cases) {
         const Report report = inChild([&](Report& lines) {
-            set({{"persist.sys.alwayson.switch", row.alwaysOn},
-                 {"ro.sys.engineering.pre", row.engineeringPre},
-                 {"ro.build.release_type", row.releaseType}});
-            lines.push_back(std::string(isPreVersion() ? "pre " : "final ") +
+            setProperties({{"persist.sys.alwayson.switch", row.alwaysOn},
+                           {"ro.sys.engineering.pre", row.engineeringPre},
+                           {"ro.build.release_type", row.releaseType}});
+            lines.push_back(std::string(isReleaseType() ? "release " : "trial ") +
+                            (isPreVersion() ? "pre " : "final ") +
                             (isCommercialVersion() ? "commercial" : "plain"));
         });
         EXPECT_EQ(report, Report{row.expected})
@@ -212,12 +154,23 @@ TEST_F(SystemHelpers, preVersionAndCommercialVersionFollowThreeProperties) {
     }
 }
 
+TEST_F(SystemHelpers, qcomIsTheWholeHardwareNameAndAskedForEachTime) {
+    EXPECT_FALSE(isQcomPlatform());
+    for (const char* hardware : {"qcom2", "Qcom", "qco", "mt6985", "qcom"}) {
+        const Report report = inChild([&](Report& lines) {
+            isQcomPlatform();
+            setProperties({{"ro.hardware", hardware}});
+            lines.push_back(isQcomPlatform() ? "qcom" : "other");
+        });
+        EXPECT_EQ(report[0], hardware == std::string("qcom") ? "qcom" : "other") << hardware;
+    }
+}
+
 TEST_F(SystemHelpers, theFirstAnswerAboutTheBuildStays) {
     const Report report = inChild([](Report& lines) {
-        lines.push_back(isPreVersion() ? "pre" : "final");
-        lines.push_back(isCommercialVersion() ? "commercial" : "plain");
-        set({{"persist.sys.alwayson.switch", "true"}, {"ro.build.release_type", "false"}});
-        LogCapture log;
+        lines = {isPreVersion() ? "pre" : "final", isCommercialVersion() ? "commercial" : "plain"};
+        setProperties({{"persist.sys.alwayson.switch", "true"}, {"ro.build.release_type", "false"}});
+        const LogCapture log;
         lines.push_back(isPreVersion() ? "pre" : "final");
         lines.push_back(isCommercialVersion() ? "commercial" : "plain");
         lines.push_back(std::to_string(log.lines().size()));
@@ -227,53 +180,42 @@ TEST_F(SystemHelpers, theFirstAnswerAboutTheBuildStays) {
 
 TEST_F(SystemHelpers, aTrialBuildIsNotAskedForItsPreVersion) {
     const Report report = inChild([](Report& lines) {
-        set({{"ro.build.release_type", "false"}});
+        setProperties({{"ro.build.release_type", "false"}});
         gLogLevel = 2;
-        LogCapture log;
-        lines.push_back(isCommercialVersion() ? "commercial" : "plain");
-        lines.push_back(log.contains(ANDROID_LOG_DEBUG, "property persist.sys.alwayson.switch:")
-                                ? "asked"
-                                : "not asked");
+        const LogCapture log;
+        isCommercialVersion();
+        lines = daemonLines(log);
     });
-    EXPECT_EQ(report, (Report{"plain", "not asked"}));
+    EXPECT_EQ(report, (Report{"D property ro.build.release_type:false",
+                              "I isReleaseType: releaseType: false"}));
 }
 
 TEST_F(SystemHelpers, memTotalIsComparedStrictly) {
     const struct {
         const char* meminfo;
         bool isOk;
-        int priority;
         const char* line;
     } cases[] = {
-            {"MemTotal:        4194304 kB\n", false, ANDROID_LOG_INFO, "memTotal: 4194304Kb"},
-            {"MemTotal:        4194305 kB\n", true, ANDROID_LOG_INFO, "memTotal: 4194305Kb"},
-            {"MemTotal:        4194303 kB", false, ANDROID_LOG_INFO, "memTotal: 4194303Kb"},
-            {"MemFree: 9 kB\nMemTotal: 5000000 kB\nMemTotal: 1 kB\n", true, ANDROID_LOG_INFO,
-             "memTotal: 5000000Kb"},
-            {" MemTotal: 5000000 kB\nx MemTotal: 5000000 kB\n", false, ANDROID_LOG_INFO,
-             "memTotal: -1Kb"},
-            {"", false, ANDROID_LOG_INFO, "memTotal: -1Kb"},
-            {"MemTotal: -7 kB\n", false, ANDROID_LOG_INFO, "memTotal: -7Kb"},
-            {"MemTotal:5000 kB\n", true, ANDROID_LOG_ERROR, "sscanf not match"},
-            {"MemTotal:\t5000 kB\n", true, ANDROID_LOG_ERROR, "sscanf not match"},
-            {"MemTotal: lots\n", true, ANDROID_LOG_ERROR, "sscanf not match"},
-            {"MemTotalX: 1 kB\nMemTotal: 1 kB\n", true, ANDROID_LOG_ERROR, "sscanf not match"},
+            {"MemTotal:        4194304 kB\n", false, "I memTotal: 4194304Kb"},
+            {"MemTotal:        4194305 kB\n", true, "I memTotal: 4194305Kb"},
+            {"MemTotal:        4194303 kB", false, "I memTotal: 4194303Kb"},
+            {"MemFree: 9 kB\nMemTotal: 5000000 kB\nMemTotal: 1 kB\n", true, "I memTotal: 5000000Kb"},
+            {" MemTotal: 5000000 kB\nx MemTotal: 5000000 kB\n", false, "I memTotal: -1Kb"},
+            {"", false, "I memTotal: -1Kb"},
+            {"MemTotal: -7 kB\n", false, "I memTotal: -7Kb"},
+            {"MemTotal:5000 kB\n", true, "E sscanf not match"},
+            {"MemTotal:\t5000 kB\n", true, "E sscanf not match"},
+            {"MemTotal: lots\n", true, "E sscanf not match"},
+            {"MemTotalX: 1 kB\nMemTotal: 1 kB\n", true, "E sscanf not match"},
+            {nullptr, true, "I Failed to open /proc/meminfo"},
     };
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.meminfo);
-        const std::string path = mFiles.write("meminfo", row.meminfo);
-        LogCapture log;
-        EXPECT_EQ(checkMemTotalOkAt(path.c_str(), 4194304), row.isOk);
-        EXPECT_TRUE(log.contains(row.priority, row.line));
-        EXPECT_EQ(log.lines().size(), 1u);
+        const std::string path =
+                row.meminfo != nullptr ? mFiles.write("meminfo", row.meminfo) : "/nowhere/meminfo";
+        const LogCapture log;
+        EXPECT_EQ(checkMemTotalOkAt(path.c_str(), 4194304), row.isOk) << row.line;
+        EXPECT_EQ(daemonLines(log), Lines{row.line});
     }
-}
-
-TEST_F(SystemHelpers, anUnreadableMeminfoLetsTheDaemonStart) {
-    LogCapture log;
-    EXPECT_TRUE(checkMemTotalOkAt("/nowhere/meminfo", 4194304));
-    EXPECT_EQ(log.lines().size(), 1u);
-    EXPECT_TRUE(log.contains(ANDROID_LOG_INFO, "Failed to open /proc/meminfo"));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include "host/inprocess/InProcessBinder.h"
 #include "host/stats/EventReader.h"
 #include "host/stats/PullRegistry.h"
-#include "tests/unit/core/FakeStatsd.h"
+#include "tests/support/FakeStatsd.h"
 
 namespace zstats {
 namespace {
