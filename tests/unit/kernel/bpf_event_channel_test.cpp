@@ -2,6 +2,8 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "daemon/Log.h"
 #include "kernel/BpfEventChannel.h"
@@ -30,94 +32,77 @@ class BpfEventChannel : public testing::Test {
 };
 
 TEST_F(BpfEventChannel, everyQuestionIsAskedOnlyAfterTheOneBefore) {
+    const std::vector<std::string> questions = {"is_enable", "btf_support", "region_support"};
     const struct {
         const char* features;
         bool isSupported;
-        std::vector<std::string> calls;
-    } cases[] = {
-            {"", true, {"is_enable", "btf_support", "region_support"}},
-            {"bpf_enable=3\nbpf_btf=-1\n", true, {"is_enable", "btf_support", "region_support"}},
-            {"bpf_enable=2\n", false, {"is_enable"}},
-            {"bpf=unsupported\n", false, {"is_enable"}},
-            {"bpf_btf=0\n", false, {"is_enable", "btf_support"}},
-            {"bpf_region=0\n", false, {"is_enable", "btf_support", "region_support"}},
-            {"bpf_region=2\n", false, {"is_enable", "btf_support", "region_support"}},
-    };
+        std::ptrdiff_t asked;
+    } cases[] = {{"", true, 3},
+                 {"bpf_enable=3\nbpf_btf=-1\n", true, 3},
+                 {"bpf_enable=2\n", false, 1},
+                 {"bpf=unsupported\n", false, 1},
+                 {"bpf_btf=0\n", false, 2},
+                 {"bpf_region=0\n", false, 3},
+                 {"bpf_region=2\n", false, 3}};
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.features);
         mProfile.write("features", row.features);
         substitute::clearBpfCalls();
-        EXPECT_EQ(isBpfChannelSupported(), row.isSupported);
-        EXPECT_EQ(substitute::bpfCalls(), row.calls);
+        EXPECT_EQ(isBpfChannelSupported(), row.isSupported) << row.features;
+        EXPECT_EQ(substitute::bpfCalls(),
+                  std::vector<std::string>(questions.begin(), questions.begin() + row.asked));
     }
 }
 
-TEST_F(BpfEventChannel, theRequestHasTheLibrarysLayout) {
-    const zbpf_connect_request request = buildConnectionRequest("/bpf/program");
-    char bytes[1064];
-    memcpy(bytes, &request, sizeof(bytes));
-
-    std::string expected(1048, '\0');
-    expected.replace(0, 12, "/bpf/program");
-    expected[1024] = 1;
-    expected[1028] = 1;
-    expected.replace(1032, 10, "pullerd_kw");
-    EXPECT_EQ(std::string(bytes, 1048), expected);
-
-    void (*onData)(int, short, char*) = nullptr;
-    void (*onDisconnect)() = nullptr;
-    memcpy(&onData, bytes + 1048, sizeof(onData));
-    memcpy(&onDisconnect, bytes + 1056, sizeof(onDisconnect));
-    EXPECT_EQ(onData, &onBpfDataArrived);
-    EXPECT_EQ(onDisconnect, &onBpfDisconnect);
-}
-
-TEST_F(BpfEventChannel, aLongPathIsCutToWhatFitsBeforeItsNul) {
-    for (const size_t length : {0, 1, 1022, 1023, 1024, 4000}) {
+TEST_F(BpfEventChannel, theRequestHasTheLibrarysLayoutAndAPathCutToFit) {
+    for (const size_t length : {0, 12, 1022, 1023, 1024, 4000}) {
         SCOPED_TRACE(length);
         std::string path;
         for (size_t i = 0; i < length; ++i) path += static_cast<char>('a' + i % 26);
         const zbpf_connect_request request = buildConnectionRequest(path.c_str());
-        EXPECT_EQ(std::string(request.path), path.substr(0, 1023));
-        EXPECT_EQ(request.path[1023], '\0');
-        EXPECT_EQ(request.option_a, 1);
-        EXPECT_EQ(request.option_b, 1);
+        char bytes[1064];
+        memcpy(bytes, &request, sizeof(bytes));
+        std::string expected = path.substr(0, 1023);
+        expected.resize(1048, '\0');
+        expected[1024] = 1;
+        expected[1028] = 1;
+        expected.replace(1032, 10, "pullerd_kw");
+        EXPECT_EQ(std::string(bytes, 1048), expected);
+        void (*onData)(int, short, char*) = nullptr;
+        void (*onDisconnect)() = nullptr;
+        memcpy(&onData, bytes + 1048, sizeof(onData));
+        memcpy(&onDisconnect, bytes + 1056, sizeof(onDisconnect));
+        EXPECT_EQ(onData, &onBpfDataArrived);
+        EXPECT_EQ(onDisconnect, &onBpfDisconnect);
     }
 }
 
 TEST_F(BpfEventChannel, aFatalDataRecordBecomesOneAtom) {
-    const struct {
-        int32_t type, pe, lnr, bnr;
-        std::string info;
-    } cases[] = {
-            {7, 1, 2, 3, "x"},
-            {0, 0, 0, 0, ""},
-            {INT32_MAX, INT32_MIN, -1, 1, "a, b:c %s"},
-            {1, 2, 3, 4, std::string(900, 'i')},
+    const WrittenAtom cases[] = {{100207, 7, 1, 2, 3, "x"},
+                                 {100207, 0, 0, 0, 0, ""},
+                                 {100207, INT32_MAX, INT32_MIN, -1, 1, "a, b:c %s"},
+                                 {100207, 1, 2, 3, 4, std::string(900, 'i')}};
+    const auto asTuple = [](const WrittenAtom& atom) {
+        return std::tie(atom.atomId, atom.type, atom.pe, atom.lnr, atom.bnr, atom.info);
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.info);
+    for (const WrittenAtom& row : cases) {
         mAtoms.clear();
         // One byte off, since nobody promises where a record lies.
         std::string record =
                 "?" + substitute::fatalDataRecord(row.type, row.pe, row.lnr, row.bnr, row.info);
         onBpfDataArrived(1, 5, record.data() + 1);
         ASSERT_EQ(mAtoms.size(), 1u);
-        EXPECT_EQ(mAtoms[0].atomId, 100207);
-        EXPECT_EQ(mAtoms[0].type, row.type);
-        EXPECT_EQ(mAtoms[0].pe, row.pe);
-        EXPECT_EQ(mAtoms[0].lnr, row.lnr);
-        EXPECT_EQ(mAtoms[0].bnr, row.bnr);
-        EXPECT_EQ(mAtoms[0].info, row.info);
+        EXPECT_EQ(asTuple(mAtoms[0]), asTuple(row));
     }
     EXPECT_TRUE(mLog.linesOf("zstats_pullerd").empty());
 }
 
-TEST_F(BpfEventChannel, levelTwoShowsTheRecord) {
-    gLogLevel = 2;
+TEST_F(BpfEventChannel, levelTwoAloneShowsRecordAndDisconnect) {
     std::string record = substitute::fatalDataRecord(7, 1, 2, 3, "x");
-    onBpfDataArrived(1, -4, record.data());
-    onBpfDisconnect();
+    for (const int32_t level : {1, 2}) {
+        gLogLevel = level;
+        onBpfDataArrived(1, -4, record.data());
+        onBpfDisconnect();
+    }
     const auto lines = mLog.linesOf("zstats_pullerd");
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0].text, "onBpfDataArrived: bpf data arrived, dispatch_flag(1)");
@@ -134,25 +119,17 @@ TEST_F(BpfEventChannel, whatIsNoFatalDataIsToldAtEveryLevelAndDropped) {
         int flag;
         char* record;
         std::string warning;
-    } cases[] = {
-            {0, record.data(), "unknown dispatch flag 0\n"},
-            {2, record.data(), "unknown dispatch flag 2\n"},
-            {-1, nullptr, "unknown dispatch flag -1\n"},
-            {1, nullptr, "onKestrelFatalDataArrived, bpf_data is null\n"},
-    };
+    } cases[] = {{0, record.data(), "unknown dispatch flag 0\n"},
+                 {2, record.data(), "unknown dispatch flag 2\n"},
+                 {-1, nullptr, "unknown dispatch flag -1\n"},
+                 {1, nullptr, "onKestrelFatalDataArrived, bpf_data is null\n"}};
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.warning);
         mLog.clear();
         onBpfDataArrived(row.flag, 0, row.record);
-        EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, row.warning), 1);
-        EXPECT_EQ(mLog.linesOf("zstats_pullerd").size(), 1u);
-        EXPECT_TRUE(mAtoms.empty());
+        EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, row.warning), 1) << row.warning;
+        EXPECT_EQ(mLog.linesOf("zstats_pullerd").size(), 1u) << row.warning;
     }
-}
-
-TEST_F(BpfEventChannel, aDisconnectIsSilentBelowLevelTwo) {
-    onBpfDisconnect();
-    EXPECT_TRUE(mLog.linesOf("zstats_pullerd").empty());
+    EXPECT_TRUE(mAtoms.empty());
 }
 
 }  // namespace

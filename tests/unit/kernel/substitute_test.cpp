@@ -49,27 +49,26 @@ void onGone() {
     gArrivals.add("gone");
 }
 
-zbpf_connect_request requestFor(const std::string& path, zbpf_data_callback callback = onData) {
+int connect(const std::string& path, zbpf_data_callback callback = onData) {
     zbpf_connect_request request = {};
     path.copy(request.path, sizeof(request.path) - 1);
     std::string("test").copy(request.name, sizeof(request.name) - 1);
     request.on_data = callback;
     request.on_disconnect = onGone;
-    return request;
+    return zbpf_connect_start(&request);
 }
 
 /** A connection for the life of the object. */
 class Connected {
   public:
-    explicit Connected(const std::string& path, zbpf_data_callback callback = onData) {
-        zbpf_connect_request request = requestFor(path, callback);
-        mFd = zbpf_connect_start(&request);
+    explicit Connected(const std::string& path, zbpf_data_callback callback = onData)
+          : mFd(connect(path, callback)) {
         EXPECT_GE(mFd, 0);
     }
     ~Connected() { EXPECT_EQ(zbpf_connect_exit(mFd, "test"), 0); }
 
   private:
-    int mFd = -1;
+    const int mFd;
 };
 
 class BpfSubstitute : public testing::Test {
@@ -105,34 +104,23 @@ TEST_F(BpfSubstitute, theLongestRecordFitsAndALongerOneIsRefused) {
     EXPECT_EQ(gArrivals.take(), std::vector<std::string>{"1 0 " + std::string(fits, 'x')});
 }
 
-TEST_F(BpfSubstitute, nobodyListensBeforeAndAfterAConnection) {
-    EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), -ECONNREFUSED);
-    {
+TEST_F(BpfSubstitute, aConnectionListensOnceAtATimeFromItsStartToItsEnd) {
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), -ECONNREFUSED);
         const Connected connection("/bpf/a");
+        EXPECT_EQ(connect("/bpf/a"), -EADDRINUSE);
         EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), 0);
     }
-    EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), -ECONNREFUSED);
     EXPECT_EQ(substitute::injectDisconnect("/bpf/a"), -ECONNREFUSED);
-    EXPECT_EQ(gArrivals.take().size(), 1u);
-}
-
-TEST_F(BpfSubstitute, aConnectionCanBeMadeOnceAtATimeAndAgainAfterItsEnd) {
-    {
-        const Connected connection("/bpf/a");
-        zbpf_connect_request again = requestFor("/bpf/a");
-        EXPECT_EQ(zbpf_connect_start(&again), -EADDRINUSE);
-    }
-    const Connected connection("/bpf/a");
-    EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), 0);
+    EXPECT_EQ(gArrivals.take().size(), 2u);
 }
 
 TEST_F(BpfSubstitute, theProfileRefusesConnections) {
     mProfile.write("features", "bpf_connect=-5\n");
-    zbpf_connect_request request = requestFor("/bpf/a");
-    EXPECT_EQ(zbpf_connect_start(&request), -5);
+    EXPECT_EQ(connect("/bpf/a"), -5);
     EXPECT_LT(zbpf_connect_exit(-5, "test"), 0);
-    const std::vector<std::string> calls = {"start /bpf/a test", "exit -5 test"};
-    EXPECT_EQ(substitute::bpfCalls(), calls);
+    EXPECT_EQ(substitute::bpfCalls(),
+              (std::vector<std::string>{"start /bpf/a test", "exit -5 test"}));
 }
 
 TEST_F(BpfSubstitute, featuresAreOnUnlessTheProfileSaysOff) {
