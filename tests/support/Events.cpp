@@ -21,16 +21,20 @@ Event decode(const std::vector<uint8_t>& bytes) {
 
 }  // namespace
 
-std::vector<Event> pullEvents(ZStatsPullAtomCallback& callback, int32_t tag) {
-    AStatsEventList list;
-    EXPECT_EQ(onPullAtom(tag, &list, &callback), AStatsManager_PULL_SUCCESS);
+std::vector<Event> eventsOf(const AStatsEventList& list) {
     std::vector<Event> events;
     for (const auto& bytes : encodedEvents(list)) events.push_back(decode(bytes));
     return events;
 }
 
+void pullInto(AStatsEventList* list, ZStatsPullAtomCallback& callback, int32_t tag) {
+    EXPECT_EQ(onPullAtom(tag, list, &callback), AStatsManager_PULL_SUCCESS);
+}
+
 std::vector<int32_t> pullInts(ZStatsPullAtomCallback& callback, int32_t tag) {
-    const auto events = pullEvents(callback, tag);
+    AStatsEventList list;
+    pullInto(&list, callback, tag);
+    const auto events = eventsOf(list);
     if (events.empty()) return {};
     EXPECT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].atomId, tag);

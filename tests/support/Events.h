@@ -17,8 +17,11 @@ struct Event {
     std::vector<Field> fields;
 };
 
-/** Pulls `tag` as statsd does and decodes what the handler appended, in order. */
-std::vector<Event> pullEvents(ZStatsPullAtomCallback& callback, int32_t tag);
+/** The decoded events of a list, in order. */
+std::vector<Event> eventsOf(const AStatsEventList& list);
+
+/** Pulls `tag` into `list` as statsd does. */
+void pullInto(AStatsEventList* list, ZStatsPullAtomCallback& callback, int32_t tag);
 
 /**
  * Pulls an atom that has at most one event of int32 fields and returns these; empty when there was

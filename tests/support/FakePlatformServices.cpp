@@ -20,12 +20,11 @@ using android::os::IThermalEventListener;
 using android::os::IThermalStatusListener;
 using android::os::Temperature;
 
-class FakeCalda::Service : public android::BBinder {
-  public:
+struct FakeCalda::Service : android::BBinder {
     const String16& getInterfaceDescriptor() const override { return mDescriptor; }
 
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const std::lock_guard lock(mLock);
         const auto words = mWords.find(code);
         if (words == mWords.end()) return BBinder::onTransact(code, data, reply, flags);
         if (!data.checkInterface(this)) {
@@ -40,36 +39,27 @@ class FakeCalda::Service : public android::BBinder {
     std::map<uint32_t, std::vector<int32_t>> mWords;
     int mWrongTokens = 0;
 
-  private:
     const String16 mDescriptor{"com.norda.calda.ICaldaService"};
 };
 
-FakeCalda::FakeCalda() : mService(new Service) {
-    publish();
-}
+FakeCalda::FakeCalda() : FakeCalda(new Service) {}
 
-FakeCalda::~FakeCalda() {
-    inprocess::withdraw(kName);
-}
-
-void FakeCalda::publish() {
-    mRemote = inprocess::publish(kName, sp<android::IBinder>(mService));
-}
+FakeCalda::FakeCalda(Service* service)
+      : PublishedFake(kName, sp<android::IBinder>(service)), mService(service) {}
 
 void FakeCalda::set(uint32_t code, std::vector<int32_t> words) {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
+    const std::lock_guard lock(mService->mLock);
     mService->mWords[code] = std::move(words);
 }
 
 int FakeCalda::wrongTokens() const {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
+    const std::lock_guard lock(mService->mLock);
     return mService->mWrongTokens;
 }
 
-class FakeThermalService::Service : public android::os::BnThermalService {
-  public:
+struct FakeThermalService::Service : android::os::BnThermalService {
     Status getCurrentTemperaturesWithType(int32_t type, std::vector<Temperature>* out) override {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const std::lock_guard lock(mLock);
         mTypes.push_back(type);
         if (mException != 0) return Status::fromExceptionCode(mException);
         for (const float value : mTemperatures) {
@@ -102,40 +92,35 @@ class FakeThermalService::Service : public android::os::BnThermalService {
     std::vector<int32_t> mTypes;
     int32_t mException = 0;
 
-  private:
     static Status unsupported() {
         return Status::fromExceptionCode(Status::EX_UNSUPPORTED_OPERATION);
     }
 };
 
-FakeThermalService::FakeThermalService() : mService(new Service) {
-    mRemote = inprocess::publish(kName, sp<android::IBinder>(mService));
-}
+FakeThermalService::FakeThermalService() : FakeThermalService(new Service) {}
 
-FakeThermalService::~FakeThermalService() {
-    inprocess::withdraw(kName);
-}
+FakeThermalService::FakeThermalService(Service* service)
+      : PublishedFake(kName, sp<android::IBinder>(service)), mService(service) {}
 
 void FakeThermalService::set(std::vector<float> temperatures) {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
+    const std::lock_guard lock(mService->mLock);
     mService->mTemperatures = std::move(temperatures);
 }
 
 void FakeThermalService::setException(int32_t code) {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
+    const std::lock_guard lock(mService->mLock);
     mService->mException = code;
 }
 
 std::vector<int32_t> FakeThermalService::types() const {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
+    const std::lock_guard lock(mService->mLock);
     return mService->mTypes;
 }
 
-class FakeAudio::Service : public android::BBinder {
-  public:
+struct FakeAudio::Service : android::BBinder {
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         if (code != kMonitor) return BBinder::onTransact(code, data, reply, flags);
-        const std::lock_guard<std::mutex> lock(mLock);
+        const std::lock_guard lock(mLock);
         mRequest.assign(reinterpret_cast<const char*>(data.data()), data.dataSize());
         return mText ? reply->writeCString(mText->c_str()) : android::OK;
     }
@@ -145,26 +130,18 @@ class FakeAudio::Service : public android::BBinder {
     std::string mRequest;
 };
 
-FakeAudio::FakeAudio() : mService(new Service) {
-    mRemote = inprocess::publish(kName, sp<android::IBinder>(mService));
-}
+FakeAudio::FakeAudio() : FakeAudio(new Service) {}
 
-FakeAudio::~FakeAudio() {
-    inprocess::withdraw(kName);
-}
+FakeAudio::FakeAudio(Service* service)
+      : PublishedFake(kName, sp<android::IBinder>(service)), mService(service) {}
 
-void FakeAudio::set(const std::string& text) {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
-    mService->mText = text;
-}
-
-void FakeAudio::setNoText() {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
-    mService->mText.reset();
+void FakeAudio::set(const char* text) {
+    const std::lock_guard lock(mService->mLock);
+    mService->mText = text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
 std::string FakeAudio::request() const {
-    const std::lock_guard<std::mutex> lock(mService->mLock);
+    const std::lock_guard lock(mService->mLock);
     return mService->mRequest;
 }
 

@@ -6,26 +6,17 @@
 namespace zstats {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr int32_t kLeakageTag = 150018;
 constexpr int32_t kIdleTag = 150121;
 constexpr int32_t kSchedTag = 150141;
+const std::string kReading = "ZStatsPullAtomCallback::getContentByHandleKeyDebug ";
 
 class CpuTest : public PerfTest {
   protected:
     std::vector<Fields> idleEvents(int stateCount, const std::string& range) {
-        return fieldsOf(eventsFrom([&](AStatsEventList* list) {
-                            appendCpuIdleEvents(mTree.path("cpu"), stateCount, range, kIdleTag,
-                                                list);
-                        }),
-                        kIdleTag);
-    }
-
-    void writeIdle(int cpu, int state, const std::string& content) {
-        mTree.write("cpu" + std::to_string(cpu) + "/cpuidle/state" + std::to_string(state) + "/time",
-                    content);
+        return fieldsFrom(kIdleTag, [&](AStatsEventList* list) {
+            appendCpuIdleEvents(mTree.path("cpu"), stateCount, range, kIdleTag, list);
+        });
     }
 
     TempTree mTree;
@@ -36,22 +27,21 @@ Fields idle(int32_t cpu, int64_t timeMs) {
 }
 
 TEST_F(CpuTest, idleTimeIsTheSumOverTheStates) {
-    writeIdle(0, 0, "1000000\n");
-    writeIdle(0, 1, "999999\n");
-    writeIdle(0, 2, "5000000\n");
-    writeIdle(1, 1, "-1999\n");
-    writeIdle(3, 0, "9223372036854775807");
-    writeIdle(3, 1, "1");
+    const std::pair<const char*, const char*> files[] = {
+            {"cpu0/cpuidle/state0/time", "1000000\n"},
+            {"cpu0/cpuidle/state1/time", "999999\n"},
+            {"cpu0/cpuidle/state2/time", "5000000\n"},
+            {"cpu1/cpuidle/state1/time", "-1999\n"},
+            {"cpu3/cpuidle/state0/time", "9223372036854775807"},
+            {"cpu3/cpuidle/state1/time", "1"},
+    };
+    for (const auto& [name, content] : files) mTree.write(name, content);
     EXPECT_THAT(idleEvents(2, "0-1\n"), ElementsAre(idle(0, 1999), idle(1, -1)));
     EXPECT_THAT(idleEvents(8, "0-0"), ElementsAre(idle(0, 6999)));
     EXPECT_THAT(idleEvents(2, "2-3"), ElementsAre(idle(2, 0), idle(3, INT64_MIN / 1000)));
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG,
-                              "ZStatsPullAtomCallback::getContentByHandleKeyDebug Print the "
-                              "content of the file: 999999\n "));
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG,
-                              "ZStatsPullAtomCallback::getContentByHandleKeyDebug Failed to open "
-                              "the file! node path dir: " +
-                                      mTree.path("cpu2/cpuidle/state0/time") + ", isOpen:0 "));
+    EXPECT_TRUE(debugs(kReading + "Print the content of the file: 999999\n "));
+    EXPECT_TRUE(debugs(kReading + "Failed to open the file! node path dir: " +
+                       mTree.path("cpu2/cpuidle/state0/time") + ", isOpen:0 "));
 }
 
 TEST_F(CpuTest, rangesOfCpus) {
@@ -72,22 +62,17 @@ TEST_F(CpuTest, theChipDecidesHowManyStatesThereAre) {
     EXPECT_EQ(cpuIdleStateCount(mTree.path("atag,chipid").c_str()), 8);
     EXPECT_EQ(cpuIdleStateCount(mTree.path("absent").c_str()), 0);
     EXPECT_THAT(pull(kIdleTag), IsEmpty());
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "get cpu type failed"), 1u);
+    EXPECT_EQ(errors("get cpu type failed"), 1u);
 
     useQcom();
     EXPECT_EQ(cpuIdleStateCount(mTree.path("atag,chipid").c_str()), 2);
     EXPECT_THAT(pull(kIdleTag), ElementsAre(idle(990, 0), idle(991, 0)));
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG,
-                              "ZStatsPullAtomCallback::getContentByHandleKeyDebug Failed to open "
-                              "the file! node path dir: "
-                              "/sys/devices/system/cpu/cpu991/cpuidle/state1/time, isOpen:0 "));
+    EXPECT_TRUE(debugs(kReading + "Failed to open the file! node path dir: "
+                                  "/sys/devices/system/cpu/cpu991/cpuidle/state1/time, isOpen:0 "));
 }
 
 TEST_F(CpuTest, schedulingWordsAreCutByDigits) {
-    const struct {
-        const char* content;
-        std::vector<Fields> events;
-    } cases[] = {
+    const std::pair<const char*, std::vector<Fields>> cases[] = {
             {"cpu3:123456789012", {Fields{3, 2, 901, 8, 7, 3456, 12}}},
             {"cpu0:99123456789012", {Fields{0, 2, 901, 8, 7, 3456, 12}}},
             {"cpu1:5 cpu0:0\ncpu1:7", {Fields{0, 0, 0, 0, 0, 0, 0}, Fields{1, 7, 0, 0, 0, 0, 0}}},
@@ -97,10 +82,9 @@ TEST_F(CpuTest, schedulingWordsAreCutByDigits) {
             {"", {}},
             {"cpu9:9223372036854775807", {Fields{9, 7, 580, 7, 7, 6854, 3}}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.content);
-        mFactory.set("perf_schedinfo", c.content);
-        EXPECT_EQ(pull(kSchedTag), c.events);
+    for (const auto& [content, events] : cases) {
+        mFactory.set("perf_schedinfo", content);
+        EXPECT_EQ(pull(kSchedTag), events) << content;
     }
     AStatsEventList list;
     EXPECT_THROW(appendPerfSchedinfoEvents("cpu0:1 cpu1:9223372036854775808", kSchedTag, &list),
@@ -113,9 +97,9 @@ TEST_F(CpuTest, leakageIsAlwaysReported) {
     mFactory.set("cpu_leakage_type", "3\n");
     mFactory.set("cpu_core", "8");
     EXPECT_THAT(pull(kLeakageTag), ElementsAre(Fields{3, 8}));
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG,
-                              "PullAtomCallback handleCpuLeakageInformation handler for "
-                              "cpuLeakageType = 3, cpuCore = 8"));
+    EXPECT_TRUE(
+            debugs("PullAtomCallback handleCpuLeakageInformation handler for "
+                   "cpuLeakageType = 3, cpuCore = 8"));
 }
 
 }  // namespace

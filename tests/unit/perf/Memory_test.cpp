@@ -6,33 +6,26 @@
 namespace zstats {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr int32_t kLpmTag = 150013;
 constexpr int32_t kDdrTag = 150027;
 constexpr int32_t kUfsTimeTag = 150028;
 constexpr int32_t kAllocstallTag = 150113;
 constexpr int32_t kUfsTotalTag = 150135;
 
-class MemoryTest : public PerfTest {};
+using MemoryTest = PerfTest;
 
 Fields residency(int32_t freqMhz, int64_t timeMs) {
     return {freqMhz, timeMs};
 }
 
 std::vector<Fields> ddrEvents(const std::string& content, std::map<int32_t, int64_t>& lastMs) {
-    return fieldsOf(eventsFrom([&](AStatsEventList* list) {
-                        appendDdrResidencyEvents(content, lastMs, kDdrTag, list);
-                    }),
-                    kDdrTag);
+    return fieldsFrom(kDdrTag, [&](AStatsEventList* list) {
+        appendDdrResidencyEvents(content, lastMs, kDdrTag, list);
+    });
 }
 
 TEST_F(MemoryTest, ddrLinesAreReadByTheirMarks) {
-    const struct {
-        std::string content;
-        std::vector<Fields> events;
-    } cases[] = {
+    const std::pair<const char*, std::vector<Fields>> cases[] = {
             {"Freq: 2133 Mhz Time(msec):123456 x", {residency(2133, 123456)}},
             {"Freq:\t547Mhz,Time(msec):\r\t7", {residency(547, 7)}},
             {"Freq:1 Mhz Time(msec):2\nFreq:3 Mhz Time(msec):4\n",
@@ -46,10 +39,9 @@ TEST_F(MemoryTest, ddrLinesAreReadByTheirMarks) {
             {"Freq:1 Mhz Time(msec):\f\n7", {residency(1, 0)}},  // a number ends with its line
             {"", {}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.content);
+    for (const auto& [content, events] : cases) {
         std::map<int32_t, int64_t> lastMs;
-        EXPECT_EQ(ddrEvents(c.content, lastMs), c.events);
+        EXPECT_EQ(ddrEvents(content, lastMs), events) << content;
     }
 }
 
@@ -78,13 +70,13 @@ TEST_F(MemoryTest, aBlankNumberInADdrLineThrows) {
 
 TEST_F(MemoryTest, ddrTimesAreThoseSinceTheLastPull) {
     useQcom();
-    mFactory.setSeries("power_ddr_residency", {
-                                                      "Freq: 2133 Mhz Time(msec):123456 \n",
-                                                      "Freq: 2133 Mhz Time(msec):123999 \n"
-                                                      "Freq: 547 Mhz Time(msec):40 \n",
-                                                      "Freq: 547 Mhz Time(msec):30 \n",
-                                                      "Freq: 2133 Mhz Time(msec):124000 \n",
-                                              });
+    const std::vector<std::string> texts = {
+            "Freq: 2133 Mhz Time(msec):123456 \n",
+            "Freq: 2133 Mhz Time(msec):123999 \nFreq: 547 Mhz Time(msec):40 \n",
+            "Freq: 547 Mhz Time(msec):30 \n",
+            "Freq: 2133 Mhz Time(msec):124000 \n",
+    };
+    mFactory.setSeries("power_ddr_residency", texts);
     EXPECT_THAT(pull(kDdrTag), ElementsAre(residency(2133, 123456)));
     EXPECT_THAT(pull(kDdrTag), ElementsAre(residency(2133, 543), residency(547, 40)));
     EXPECT_THAT(pull(kDdrTag), ElementsAre(residency(547, -10)));
@@ -103,13 +95,9 @@ TEST_F(MemoryTest, ddrNodeOfOtherPlatforms) {
 }
 
 TEST_F(MemoryTest, nodesThatAreMissingOrShort) {
-    struct Node {
-        const char* key;
-        const char* content;
-    };
     const struct {
         int32_t tag;
-        std::vector<Node> nodes;
+        std::map<std::string, std::string> nodes;
         std::vector<Fields> events;
     } cases[] = {
             {kLpmTag, {}, {Fields{-1, -1, -1, -1, -1}}},
@@ -130,11 +118,11 @@ TEST_F(MemoryTest, nodesThatAreMissingOrShort) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.tag << " with " << c.nodes.size() << " nodes");
-        for (const Node& node : c.nodes) mFactory.set(node.key, node.content);
+        for (const auto& [key, content] : c.nodes) mFactory.set(key, content);
         EXPECT_EQ(pull(c.tag), c.events);
-        for (const Node& node : c.nodes) mFactory.fail(node.key);
+        for (const auto& node : c.nodes) mFactory.fail(node.first);
     }
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "Ufs get Node file is fail"), 1u);
+    EXPECT_EQ(errors("Ufs get Node file is fail"), 1u);
 }
 
 }  // namespace

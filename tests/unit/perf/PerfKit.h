@@ -20,31 +20,23 @@
 
 namespace zstats {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+
 using Fields = std::vector<Field>;
 
-/** The fields of each event, all of which must be built and of the atom `tag`. */
-inline std::vector<Fields> fieldsOf(const std::vector<Event>& events, int32_t tag) {
+/** The fields of each event that `append` puts into a list; all must be built and of `tag`. */
+template <typename Append>
+std::vector<Fields> fieldsFrom(int32_t tag, Append append) {
+    AStatsEventList list;
+    append(&list);
     std::vector<Fields> fields;
-    for (const Event& event : events) {
+    for (const Event& event : eventsOf(list)) {
         EXPECT_TRUE(event.built);
         EXPECT_EQ(event.atomId, tag);
         fields.push_back(event.fields);
     }
     return fields;
-}
-
-/** The events that `append` puts into a list. */
-template <typename Append>
-std::vector<Event> eventsFrom(Append append) {
-    AStatsEventList list;
-    append(&list);
-    std::vector<Event> events;
-    for (const std::vector<uint8_t>& bytes : encodedEvents(list)) {
-        const auto event = readEvent(bytes.data(), bytes.size());
-        EXPECT_TRUE(event.has_value());
-        if (event) events.push_back({event->atomId, event->built, event->fields});
-    }
-    return events;
 }
 
 /** Vendor and platform services, properties and log of a device of which nothing is set yet. */
@@ -67,7 +59,13 @@ class PerfTest : public testing::Test {
         if (mCallback == nullptr) mCallback = std::make_unique<ZStatsPullAtomCallback>();
         return *mCallback;
     }
-    std::vector<Fields> pull(int32_t tag) { return fieldsOf(pullEvents(callback(), tag), tag); }
+    std::vector<Fields> pull(int32_t tag) {
+        return fieldsFrom(tag, [&](AStatsEventList* list) { pullInto(list, callback(), tag); });
+    }
+    size_t errors(const std::string& text) { return mLog.count(ANDROID_LOG_ERROR, text); }
+    size_t debugs(const std::string& text) { return mLog.count(ANDROID_LOG_DEBUG, text); }
+    size_t infos(const std::string& text) { return mLog.count(ANDROID_LOG_INFO, text); }
+    size_t warnings(const std::string& text) { return mLog.count(ANDROID_LOG_WARN, text); }
 
     LogCapture mLog;
     FakeHandleFactory mFactory;

@@ -14,8 +14,6 @@ namespace {
 
 using android::IBinder;
 using android::sp;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr int32_t kStatusTag = 150126;
 constexpr int32_t kAmbientTag = 150127;
@@ -25,58 +23,58 @@ constexpr int32_t kCpuTag = 150031;
 
 constexpr char kNotConnected[] = "ThermalReader connect calda failed in getThermalStatus";
 
-class CaldaTest : public PerfTest {};
+using CaldaTest = PerfTest;
 
 TEST_F(CaldaTest, temperaturesByType) {
     FakeCalda calda;
     ThermalReader reader;
     const struct {
         int type;
-        uint32_t code;
         std::vector<int32_t> reply;
         int result;
         std::vector<int> values;
     } cases[] = {
-            {ThermalReader::BOARD, 21, {4, 4, 41000, 38000, 37500, 36900}, 0, {41000}},
-            {ThermalReader::SHELL, 21, {4, 9, 41000, 1, -2, 3, 4}, 0, {1, -2, 3}},
-            {ThermalReader::SHELL, 21, {4, 4, 41000, 1}, 0, {1, 0, 0}},
-            {ThermalReader::BOARD, 21, {3, 4, 41000}, -1, {}},
-            {ThermalReader::BOARD, 21, {4, 3, 41000}, -1, {}},
-            {ThermalReader::SHELL, 21, {}, -1, {}},
-            {ThermalReader::AMBIENT, 25, {35}, 0, {35000}},
-            {ThermalReader::AMBIENT, 25, {-7, 1}, 0, {-7000}},
-            {ThermalReader::AMBIENT, 25, {}, 0, {0}},
-            {ThermalReader::AMBIENT, 25, {2147484}, 0, {-2147483296}},
-            {3, 21, {4, 4, 1, 1, 1, 1}, -1, {}},
+            {ThermalReader::BOARD, {4, 4, 41000, 38000, 37500, 36900}, 0, {41000}},
+            {ThermalReader::SHELL, {4, 9, 41000, 1, -2, 3, 4}, 0, {1, -2, 3}},
+            {ThermalReader::SHELL, {4, 4, 41000, 1}, 0, {1, 0, 0}},
+            {ThermalReader::BOARD, {3, 4, 41000}, -1, {}},
+            {ThermalReader::BOARD, {4, 3, 41000}, -1, {}},
+            {ThermalReader::SHELL, {}, -1, {}},
+            {ThermalReader::AMBIENT, {35}, 0, {35000}},
+            {ThermalReader::AMBIENT, {-7, 1}, 0, {-7000}},
+            {ThermalReader::AMBIENT, {}, 0, {0}},
+            {ThermalReader::AMBIENT, {2147484}, 0, {-2147483296}},
+            {3, {4, 4, 1, 1, 1, 1}, -1, {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.reply));
-        calda.set(c.code, c.reply);
+        calda.set(c.type == ThermalReader::AMBIENT ? FakeCalda::kAmbient : FakeCalda::kShell,
+                  c.reply);
         std::vector<int> values = {99};
         const auto type = static_cast<ThermalReader::TemperatureType>(c.type);
         EXPECT_EQ(reader.getTemperatureInMilliCelsius(type, values), c.result);
         EXPECT_EQ(values, c.values);
     }
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "invalid vec size"), 3u);
-    EXPECT_TRUE(
-            mLog.contains(ANDROID_LOG_INFO, "ThermalReader revieved invalid temperature type: 3"));
+    EXPECT_EQ(infos("invalid vec size"), 3u);
+    EXPECT_TRUE(infos("ThermalReader revieved invalid temperature type: 3"));
     EXPECT_EQ(calda.wrongTokens(), 0);
 }
 
 TEST_F(CaldaTest, statusAndItsException) {
     FakeCalda calda;
     ThermalReader reader;
-    int status = 77;
-    calda.set(FakeCalda::kStatus, {-3, 5});
-    EXPECT_EQ(reader.getThermalStatus(status), -1);
-    EXPECT_EQ(status, 77);
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR, "ThermalReader transact reply exception: -3"));
-    calda.set(FakeCalda::kStatus, {0, 5});
-    EXPECT_EQ(reader.getThermalStatus(status), 0);
-    EXPECT_EQ(status, 5);
-    calda.set(FakeCalda::kStatus, {});
-    EXPECT_EQ(reader.getThermalStatus(status), 0);
-    EXPECT_EQ(status, 0);
+    const struct {
+        std::vector<int32_t> reply;
+        int result;
+        int status;
+    } cases[] = {{{-3, 5}, -1, 77}, {{0, 5}, 0, 5}, {{}, 0, 0}};
+    for (const auto& c : cases) {
+        int status = 77;
+        calda.set(FakeCalda::kStatus, c.reply);
+        EXPECT_EQ(reader.getThermalStatus(status), c.result);
+        EXPECT_EQ(status, c.status);
+    }
+    EXPECT_EQ(errors("ThermalReader transact reply exception: -3"), 1u);
 }
 
 TEST_F(CaldaTest, aTransportErrorEndsTheStatusButNotTheTemperatures) {
@@ -91,11 +89,10 @@ TEST_F(CaldaTest, aTransportErrorEndsTheStatusButNotTheTemperatures) {
     EXPECT_EQ(reader.getTemperatureInMilliCelsius(ThermalReader::SHELL, values), -1);
     EXPECT_THAT(values, IsEmpty());
     for (const int code : {4, 25, 21}) {
-        EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR, "ThermalReader transact " +
-                                                             std::to_string(code) +
-                                                             " to calda failed! status: -110"));
+        EXPECT_TRUE(errors("ThermalReader transact " + std::to_string(code) +
+                           " to calda failed! status: -110"));
     }
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "invalid vec size"), 1u);
+    EXPECT_EQ(infos("invalid vec size"), 1u);
 }
 
 TEST_F(CaldaTest, handlersWriteWhatTheReaderGives) {
@@ -113,15 +110,14 @@ TEST_F(CaldaTest, handlersWithoutTheServiceSayWhyAndWriteNothing) {
     for (const int32_t tag : {kStatusTag, kAmbientTag, kBoardTag, kShellTag}) {
         EXPECT_THAT(pull(tag), IsEmpty());
     }
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "handleThermalStatus getThermalStatus failed"));
+    EXPECT_TRUE(debugs("handleThermalStatus getThermalStatus failed"));
     for (const char* handler :
          {"handleAmbientTemperature", "handleBoardTemperature", "handleShellTemperature"}) {
-        EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG,
-                                  std::string(handler) + " getTemperatureInMilliCelsius failed"));
+        EXPECT_TRUE(debugs(std::string(handler) + " getTemperatureInMilliCelsius failed"));
     }
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, kNotConnected), 4u);
+    EXPECT_EQ(errors(kNotConnected), 4u);
     // The construction of the callback object tried as well.
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "ThermalReader checkService failed"), 5u);
+    EXPECT_EQ(infos("ThermalReader checkService failed"), 5u);
 }
 
 TEST_F(CaldaTest, reconnectsAfterADeath) {
@@ -130,25 +126,25 @@ TEST_F(CaldaTest, reconnectsAfterADeath) {
     ThermalReader reader;
     int status = 0;
     EXPECT_EQ(reader.getThermalStatus(status), 0);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_DEBUG, "ThermalReader Calda Binder linked"), 1u);
+    EXPECT_EQ(debugs("ThermalReader Calda Binder linked"), 1u);
     calda.remote().die();
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "ThermalReader calda binderDied!"), 1u);
+    EXPECT_EQ(infos("ThermalReader calda binderDied!"), 1u);
     EXPECT_EQ(reader.getThermalStatus(status), -1);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, kNotConnected), 1u);
+    EXPECT_EQ(errors(kNotConnected), 1u);
     calda.publish();
     EXPECT_EQ(reader.getThermalStatus(status), 0);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_DEBUG, "ThermalReader Calda Binder linked"), 2u);
+    EXPECT_EQ(debugs("ThermalReader Calda Binder linked"), 2u);
 }
 
 TEST_F(CaldaTest, connectsOnceThereIsAServiceManager) {
     inprocess::hideServiceManager(true);
     ThermalReader reader;
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_INFO, "ThermalReader getServiceManager failed"));
+    EXPECT_TRUE(infos("ThermalReader getServiceManager failed"));
     inprocess::hideServiceManager(false);
     FakeCalda calda;
     reader.getCaldaService();
     reader.getCaldaService();
-    EXPECT_EQ(mLog.count(ANDROID_LOG_DEBUG, "ThermalReader Calda Binder already exists"), 1u);
+    EXPECT_EQ(debugs("ThermalReader Calda Binder already exists"), 1u);
 }
 
 /** A calda whose death link is under the test's control. */
@@ -173,22 +169,21 @@ TEST_F(CaldaTest, noticesAboutOtherBindersAreIgnored) {
     calda->mStatus = android::INVALID_OPERATION;
     android::defaultServiceManager()->addService(android::String16("calda"), calda);
     ThermalReader reader;
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_WARN,
-                              "ThermalReader registBinder calda link to death failed! status -38"));
+    EXPECT_TRUE(warnings("ThermalReader registBinder calda link to death failed! status -38"));
     ASSERT_NE(calda->mRecipient, nullptr);
 
     calda->mRecipient->binderDied(other);
     calda->mRecipient->binderDied(android::wp<IBinder>());
     reader.getCaldaService();
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "ThermalReader Calda Binder already exists"));
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "ThermalReader calda binderDied!"), 0u);
+    EXPECT_TRUE(debugs("ThermalReader Calda Binder already exists"));
+    EXPECT_EQ(infos("ThermalReader calda binderDied!"), 0u);
 
     calda->mRecipient->binderDied(sp<IBinder>(calda));
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "ThermalReader calda binderDied!"), 1u);
+    EXPECT_EQ(infos("ThermalReader calda binderDied!"), 1u);
     calda->mRecipient->binderDied(other);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "ThermalReader calda binderDied!"), 1u);
+    EXPECT_EQ(infos("ThermalReader calda binderDied!"), 1u);
     calda->mRecipient->binderDied(android::wp<IBinder>());
-    EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "ThermalReader calda binderDied!"), 2u);
+    EXPECT_EQ(infos("ThermalReader calda binderDied!"), 2u);
 }
 
 TEST_F(CaldaTest, queriesSurviveDeathsOnOtherThreads) {
@@ -221,14 +216,14 @@ TEST_F(CaldaTest, queriesSurviveDeathsOnOtherThreads) {
     EXPECT_EQ(reader.getThermalStatus(status), 0);
 }
 
-class CpuTemperatureTest : public PerfTest {};
+using CpuTemperatureTest = PerfTest;
 
 TEST_F(CpuTemperatureTest, valuesAreTruncatedAndNumbered) {
     FakeThermalService thermal;
     thermal.set({36.7f, -0.5f, 41.9f});
     EXPECT_THAT(pull(kCpuTag), ElementsAre(Fields{0, 36}, Fields{1, 0}, Fields{2, 41}));
     EXPECT_THAT(thermal.types(), ElementsAre(0));
-    EXPECT_EQ(mLog.count(ANDROID_LOG_DEBUG, "get thermalservice succeed"), 1u);
+    EXPECT_EQ(debugs("get thermalservice succeed"), 1u);
 
     constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
     constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
@@ -242,9 +237,8 @@ TEST_F(CpuTemperatureTest, valuesAreTruncatedAndNumbered) {
 
 TEST_F(CpuTemperatureTest, theProxyIsFetchedOnceAndKeptForGood) {
     EXPECT_THAT(pull(kCpuTag), IsEmpty());
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "get thermalservice failed"), 1u);
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_WARN,
-                              "handleCpuTemperature line 940, checkIThermalService return false"));
+    EXPECT_EQ(errors("get thermalservice failed"), 1u);
+    EXPECT_TRUE(warnings("handleCpuTemperature line 940, checkIThermalService return false"));
 
     FakeThermalService thermal;
     thermal.set({50.0f});
@@ -252,11 +246,9 @@ TEST_F(CpuTemperatureTest, theProxyIsFetchedOnceAndKeptForGood) {
     thermal.remote().die();
     const FakeThermalService successor;
     EXPECT_THAT(pull(kCpuTag), IsEmpty());
-    EXPECT_EQ(
-            mLog.count(ANDROID_LOG_WARN, "handleCpuTemperature line 947, temperatureVec is empty"),
-            1);
+    EXPECT_EQ(warnings("handleCpuTemperature line 947, temperatureVec is empty"), 1);
     EXPECT_THAT(successor.types(), IsEmpty());
-    EXPECT_EQ(mLog.count(ANDROID_LOG_DEBUG, "get thermalservice succeed"), 1u);
+    EXPECT_EQ(debugs("get thermalservice succeed"), 1u);
 }
 
 TEST_F(CpuTemperatureTest, aRefusalLeavesAnEmptyList) {
@@ -264,7 +256,7 @@ TEST_F(CpuTemperatureTest, aRefusalLeavesAnEmptyList) {
     thermal.set({50.0f});
     thermal.setException(android::binder::Status::EX_SECURITY);
     EXPECT_THAT(pull(kCpuTag), IsEmpty());
-    EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, "temperatureVec is empty"), 1u);
+    EXPECT_EQ(warnings("temperatureVec is empty"), 1u);
     thermal.setException(0);
     EXPECT_THAT(pull(kCpuTag), ElementsAre(Fields{0, 50}));
 }

@@ -4,8 +4,6 @@
 namespace zstats {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Attributes = std::map<std::string, std::string>;
 
 constexpr int32_t kWakeUpTag = 150020;
@@ -17,12 +15,11 @@ class WakeUpSourceTest : public PerfTest {
     }
 
     std::vector<Fields> wakeUpEvents() {
-        return fieldsOf(eventsFrom([&](AStatsEventList* list) {
-                            std::vector<WakeLockInfo> records;
-                            getWakeLockStatsAt(mTree.path("").c_str(), &records);
-                            appendWakeLockEvents(records, kWakeUpTag, list);
-                        }),
-                        kWakeUpTag);
+        return fieldsFrom(kWakeUpTag, [&](AStatsEventList* list) {
+            std::vector<WakeLockInfo> records;
+            getWakeLockStatsAt(mTree.path("").c_str(), &records);
+            appendWakeLockEvents(records, kWakeUpTag, list);
+        });
     }
 
     const Attributes mComplete = {
@@ -71,10 +68,10 @@ TEST_F(WakeUpSourceTest, sourcesWithoutActiveTimeAreLeftOut) {
     EXPECT_THAT(mLog.linesOf(kLogTag), IsEmpty());
     add("wakeup2", {{"active_time_ms", ""}});
     EXPECT_THAT(wakeUpEvents(), IsEmpty());
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "ActivityWakeUpSourceAtom readFile is fail 0"));
+    EXPECT_TRUE(debugs("ActivityWakeUpSourceAtom readFile is fail 0"));
     mTree.write("wakeup3/name", "x");
     EXPECT_THAT(wakeUpEvents(), IsEmpty());
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "ActivityWakeUpSourceAtom readFile is fail -2"));
+    EXPECT_TRUE(debugs("ActivityWakeUpSourceAtom readFile is fail -2"));
 }
 
 TEST_F(WakeUpSourceTest, oneBrokenSourceDoesNotLoseTheOthers) {
@@ -86,8 +83,8 @@ TEST_F(WakeUpSourceTest, oneBrokenSourceDoesNotLoseTheOthers) {
     ASSERT_EQ(records.size(), 2u);
     EXPECT_EQ(records[1].name, "abc");
     EXPECT_TRUE(records[1].isActive);
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "ActivityWakeUpSourceAtom readFile is fail -21"));
-    EXPECT_TRUE(mLog.contains(ANDROID_LOG_DEBUG, "ActivityWakeUpSourceAtom readFile is fail -20"));
+    EXPECT_TRUE(debugs("ActivityWakeUpSourceAtom readFile is fail -21"));
+    EXPECT_TRUE(debugs("ActivityWakeUpSourceAtom readFile is fail -20"));
 
     mLog.clear();
     getWakeLockStatsAt(mTree.path("absent/").c_str(), &records);
