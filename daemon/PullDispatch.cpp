@@ -9,6 +9,7 @@ namespace zstats {
 
 namespace {
 
+/** emplace() keeps the first of equal tags. */
 AtomHandlerTable makeAtomHandlers() {
     AtomHandlerTable handlers;
     for (const AtomEntry& entry : kAtomTable) handlers.emplace(entry.tag, entry.handler);
@@ -17,6 +18,7 @@ AtomHandlerTable makeAtomHandlers() {
 
 }  // namespace
 
+// Made from constants alone, so the order of static initialisation does not matter.
 const AtomHandlerTable gAtomHandlers = makeAtomHandlers();
 
 AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallback& callback,

@@ -27,6 +27,7 @@ constexpr char kFeatureName[] = "os.tool.quill.zstats_pullerd.enable";
 constexpr int kMinMemTotalKb = 4194304;
 constexpr size_t kMaxBinderThreads = 4;
 
+/** Init restarts whatever ends by itself, so a daemon that may not run has to be stopped there. */
 bool refuse() {
     property_set("ctl.stop", kServiceName);
     return false;
@@ -73,6 +74,8 @@ bool mayRun() {
 bool mayRunWith(const char* meminfoPath) {
     if (!isFeatureEnabled()) return false;
     ZLOG(DEBUG, "process isolation feature is enable.");
+    // Cheapest question first: the build is asked about on small devices alone, the override only
+    // on commercial ones. A small device with a trial build runs, so that trials cover it.
     if (!checkMemTotalOkAt(meminfoPath, kMinMemTotalKb) && isCommercialVersion() &&
         !isStartForced()) {
         return false;
@@ -90,6 +93,7 @@ int serve() {
     }
     ZLOG(INFO, "addService atomacq service success.");
 
+    // Registers with statsd as it is made, hence only once the other name is known to be free.
     sp<ZstatsPullerService> pullerService(new ZstatsPullerService());
     if (!publish(kServiceName, pullerService)) {
         ZLOG(ERROR, "Failed to add %s service", kServiceName);
@@ -99,6 +103,7 @@ int serve() {
 
     joinBinderThreads();
     ZLOG(INFO, "%s daemon end", kServiceName);
+    // Its kernel channel ends while the process is still whole.
     pullerService.clear();
     acquireService.clear();
     return 0;

@@ -24,6 +24,7 @@ constexpr size_t kReadChunk = 1024;
 /** Calls `take` for each token of a copy of `text`; -1 when there is no memory for the copy. */
 template <typename Take>
 int forEachToken(const char* text, const char* delimiters, Take take) {
+    // strtok_r writes into the text that it walks.
     const std::unique_ptr<char, decltype(&free)> copy(strdup(text), &free);
     if (copy == nullptr) return -1;
     char* state = nullptr;
@@ -34,6 +35,7 @@ int forEachToken(const char* text, const char* delimiters, Take take) {
     return 0;
 }
 
+/** Takes values of any length, which the older fixed-size read would cut. */
 void copyPropertyValue(void* cookie, const char* /*name*/, const char* value, uint32_t /*serial*/) {
     auto* result = static_cast<std::string*>(cookie);
     if (result != nullptr) *result = value;
@@ -65,11 +67,12 @@ int readAll(int fd, const std::string& path, std::string* out) {
 int readFile(const std::string& path, std::string* out) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
+        // Absent nodes are usual on devices that lack a part: no line at the levels in use.
         ZLOG_AT(2, DEBUG, "Open %s failed(%s)", path.c_str(), strerror(errno));
         return -1;
     }
     const int result = readAll(fd, path, out);
-    const int readError = errno;
+    const int readError = errno;  // close() may set its own
     close(fd);
     errno = readError;
     return result;
@@ -116,6 +119,7 @@ bool isPreVersion() {
 }
 
 bool isCommercialVersion() {
+    // Fixed at the first question, so that one process never acts on two answers.
     static const bool commercial = isReleaseType() && !isPreVersion();
     return commercial;
 }
@@ -128,6 +132,7 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
     int memTotal = -1;
     std::ifstream meminfo(path);
     if (!meminfo.is_open()) {
+        // Better to run without need than to be missing where there is memory enough.
         ZLOG(INFO, "Failed to open /proc/meminfo");
         return true;
     }
@@ -141,6 +146,7 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
         break;
     }
     meminfo.close();
+    // Still -1 when no line had it: the device then counts as small.
     ZLOG(INFO, "memTotal: %dKb", memTotal);
     return memTotal > thresholdKb;
 }

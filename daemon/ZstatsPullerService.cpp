@@ -38,6 +38,7 @@ constexpr char kDumpHelp[] =
         "\tdumpsys zstats_pullerd --loglevel INPUT_0(WARN)_OR_1(INFO)_OR_2(DEBUG): switch log "
         "level\n";
 
+/** In the table's order, which is the order of registration. */
 std::vector<int32_t> allAtomTags() {
     std::vector<int32_t> tags;
     tags.reserve(kAtomCount);
@@ -68,6 +69,7 @@ bool isDumpAllowed(uid_t callingUid) {
 
 BnZstatsPullerService::BnZstatsPullerService()
       : mAtomTags(allAtomTags()), mStatsdDeathRecipient(AIBinder_DeathRecipient_new(onStatsdDied)) {
+    // Nobody would pull: no callback object, no registration, no kernel channel, and no retry.
     if (!connectStatsd()) return;
     mPullAtomCallback = std::make_shared<ZStatsPullAtomCallback>();
     registerPullAtomCallbacks();
@@ -77,6 +79,7 @@ BnZstatsPullerService::BnZstatsPullerService()
 BnZstatsPullerService::~BnZstatsPullerService() = default;
 
 ZstatsPullerService::~ZstatsPullerService() {
+    // Called even without a connection; the library refuses what is no descriptor of its own.
     zbpf_connect_exit(connectFd(), kBpfClientName);
 }
 
@@ -102,6 +105,7 @@ void BnZstatsPullerService::registerPullAtomCallbacks() {
 }
 
 void BnZstatsPullerService::openKernelChannels() {
+    // The library's interface takes paths that it could write to, hence no literals.
     char schedPath[] = "/system_ext/bin/zcvt/norda_sched";
     connectZbpfForKorkerInner(schedPath);
     if (!opensSecondChannel()) return;
@@ -118,6 +122,7 @@ void BnZstatsPullerService::connectZbpfForKorkerInner(char* path) {
     mConnectFd = zbpf_connect_start(&request);
     ZLOG_AT(2, DEBUG, "kworker mConnectFd = %d", mConnectFd);
     if (mConnectFd < 0) {
+        // The value stays: the end of the connection is asked for with it all the same.
         ZLOG_AT(0, WARN, "kworker connect fail fd = %d", mConnectFd);
     }
 }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kFatalDataFlag = 1;
 
+// The two ones are the library's to interpret.
 constexpr zbpf_connect_request kRequestTemplate = {
         {}, 1, 1, {}, {}, onBpfDataArrived, onBpfDisconnect};
 
@@ -46,6 +47,7 @@ bool isBpfChannelSupported() {
 }
 
 zbpf_connect_request buildConnectionRequest(const char* path) {
+    // The template's zeros end both texts.
     zbpf_connect_request request = kRequestTemplate;
     memcpy(request.path, path, strnlen(path, sizeof(request.path) - 1));
     static_assert(sizeof(request.name) == sizeof(kBpfClientName));
@@ -63,6 +65,7 @@ void onBpfDataArrived(int dispatchFlag, short dataType, char* record) {
 }
 
 void onBpfDisconnect() {
+    // The descriptor is kept: the connection is still to be ended with it.
     ZLOG_AT(2, DEBUG, "kworker :on_bpf_disconnect");
 }
 

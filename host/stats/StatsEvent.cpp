@@ -21,6 +21,9 @@ struct AStatsEvent {
 
 namespace {
 
+/** Room that an event starts with: whatever a daemon's atom writes fits without growing. */
+constexpr size_t kUsualBytes = 1024;
+
 void appendBytes(AStatsEvent* event, const void* data, size_t size) {
     std::vector<uint8_t>& bytes = event->bytes;
     // Both sides matter: a corrupt size must not wrap round the sum.
@@ -136,7 +139,7 @@ int64_t bootTimeNs() {
 
 AStatsEvent* AStatsEvent_obtain() {
     auto* event = new AStatsEvent;
-    event->bytes.reserve(128);
+    event->bytes.reserve(kUsualBytes);
     append(event, static_cast<uint8_t>(kTypeObject));
     append(event, uint8_t{0});
     append(event, static_cast<uint8_t>(kTypeInt64));
