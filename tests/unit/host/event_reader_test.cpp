@@ -50,22 +50,16 @@ std::optional<ReadEvent> read(const Bytes& bytes) {
     return readEvent(bytes.data(), bytes.size());
 }
 
-TEST(EventReaderTest, readsEveryKindOfField) {
-    std::optional<ReadEvent> event = read(richEvent(true));
-    ASSERT_TRUE(event.has_value());
-    EXPECT_TRUE(event->valid());
-    EXPECT_EQ(event->timestampNs, 99);
-    EXPECT_EQ(event->atomId, 42);
-    EXPECT_EQ(event->fields, richFields());
-}
-
-TEST(EventReaderTest, readsAnUnbuiltEventWithoutTakingItForValid) {
-    std::optional<ReadEvent> event = read(richEvent(false));
-    ASSERT_TRUE(event.has_value());
-    EXPECT_FALSE(event->built);
-    EXPECT_FALSE(event->valid());
-    EXPECT_EQ(event->atomId, 42);
-    EXPECT_EQ(event->fields, richFields());
+TEST(EventReaderTest, readsEveryKindOfFieldOfBuiltAndUnbuiltEvents) {
+    for (const bool built : {true, false}) {
+        const std::optional<ReadEvent> event = read(richEvent(built));
+        ASSERT_TRUE(event.has_value());
+        EXPECT_EQ(event->built, built);
+        EXPECT_EQ(event->valid(), built);
+        EXPECT_EQ(event->timestampNs, 99);
+        EXPECT_EQ(event->atomId, 42);
+        EXPECT_EQ(event->fields, richFields());
+    }
 }
 
 TEST(EventReaderTest, refusesABuiltEventCutAnywhere) {

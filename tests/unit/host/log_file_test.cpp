@@ -14,10 +14,9 @@ namespace {
 
 class LogFileTest : public testing::Test {
   protected:
-    std::vector<std::string> lines() {
+    std::vector<std::string> lines() const {
         std::string content;
         EXPECT_TRUE(android::base::ReadFileToString(mFile.path, &content));
-        EXPECT_TRUE(content.empty() || content.back() == '\n');
         std::vector<std::string> result;
         std::istringstream stream(content);
         for (std::string line; std::getline(stream, line);) result.push_back(line);
@@ -25,15 +24,12 @@ class LogFileTest : public testing::Test {
     }
 
     /** What stands behind the tag in each line. */
-    std::vector<std::string> texts(const std::string& head = " I tag: ") {
+    std::vector<std::string> texts() const {
+        const std::string head = " I tag: ";
         std::vector<std::string> result;
         for (const std::string& line : lines()) {
             const size_t at = line.find(head);
-            if (at == std::string::npos) {
-                ADD_FAILURE() << line;
-            } else {
-                result.push_back(line.substr(at + head.size()));
-            }
+            result.push_back(at == std::string::npos ? line : line.substr(at + head.size()));
         }
         return result;
     }
@@ -42,19 +38,20 @@ class LogFileTest : public testing::Test {
     LogFile mLog{mFile.path};
 };
 
-TEST_F(LogFileTest, writesTheFormOfLogcat) {
-    EXPECT_TRUE(mLog.write(ANDROID_LOG_WARN, "some_tag", "a text: 5%"));
-    ASSERT_EQ(lines().size(), 1u);
-    std::smatch parts;
-    const std::string line = lines()[0];
-    ASSERT_TRUE(std::regex_match(
-            line, parts,
-            std::regex("\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} +(\\d+) +(\\d+) +(\\d+) W "
-                       "some_tag: a text: 5%")))
-            << line;
-    EXPECT_EQ(parts[1], std::to_string(getuid()));
-    EXPECT_EQ(parts[2], std::to_string(getpid()));
-    EXPECT_EQ(parts[3], std::to_string(syscall(SYS_gettid)));
+TEST_F(LogFileTest, writesTheFormOfLogcatWithALetterForEachPriority) {
+    const std::string letters = "VDIWEF";
+    for (int i = 0; i < 6; ++i) mLog.write(ANDROID_LOG_VERBOSE + i, "some_tag", "a text: 5%");
+    mLog.write(99, nullptr, "text");
+    const std::vector<std::string> all = lines();
+    ASSERT_EQ(all.size(), 7u);
+    const std::string ids = " +" + std::to_string(getuid()) + " +" + std::to_string(getpid()) +
+                            " +" + std::to_string(syscall(SYS_gettid)) + " ";
+    for (size_t i = 0; i < letters.size(); ++i) {
+        const std::regex form("\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}" + ids + letters[i] +
+                              " some_tag: a text: 5%");
+        EXPECT_TRUE(std::regex_match(all[i], form)) << all[i];
+    }
+    EXPECT_NE(all[6].find(" ? : text"), std::string::npos);
 }
 
 TEST_F(LogFileTest, makesALineOfEachLineOfAText) {
@@ -64,18 +61,6 @@ TEST_F(LogFileTest, makesALineOfEachLineOfAText) {
     }
     EXPECT_EQ(texts(),
               (std::vector<std::string>{"one", "two", "", "four", "", std::string(4000, 'x')}));
-}
-
-TEST_F(LogFileTest, namesEachPriorityByItsLetter) {
-    const char letters[] = "VDIWEF";
-    for (int i = 0; i < 6; ++i) mLog.write(ANDROID_LOG_VERBOSE + i, "tag", "text");
-    mLog.write(99, nullptr, "text");
-    const std::vector<std::string> all = lines();
-    ASSERT_EQ(all.size(), 7u);
-    for (size_t i = 0; i < 6; ++i) {
-        EXPECT_NE(all[i].find(std::string(" ") + letters[i] + " tag: "), std::string::npos);
-    }
-    EXPECT_NE(all[6].find(" ? : text"), std::string::npos);
 }
 
 TEST_F(LogFileTest, keepsLinesOfSeveralWritersWhole) {

@@ -1,5 +1,6 @@
 #include <android-base/file.h>
 #include <android-base/properties.h>
+#include <android-base/unique_fd.h>
 #include <cutils/properties.h>
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -202,60 +203,44 @@ TEST(PropertyAreaTest, hasRoomForItsCapacity) {
     EXPECT_NE(area->find("n1023"), nullptr);
 }
 
-class PropertyProtocolTest : public testing::Test {
-  protected:
-    void SetUp() override { ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, mFds), 0); }
-    void TearDown() override {
-        close(mFds[0]);
-        close(mFds[1]);
-    }
-
-    /** Reads a request of which these bytes are all that a client sends. */
-    bool readFrom(const std::string& bytes, PropertyRequest* request) {
-        EXPECT_TRUE(android::base::WriteFully(mFds[0], bytes.data(), bytes.size()));
-        shutdown(mFds[0], SHUT_WR);
-        return readPropertyRequest(mFds[1], request);
-    }
-
-    int mFds[2] = {-1, -1};
-};
+/** Reads a request of which these bytes are all that a client sends. */
+bool readFrom(const std::string& bytes, PropertyRequest* request) {
+    int fds[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
+    const android::base::unique_fd reader(fds[1]);
+    android::base::unique_fd writer(fds[0]);
+    EXPECT_TRUE(android::base::WriteFully(writer.get(), bytes.data(), bytes.size()));
+    writer.reset();
+    return readPropertyRequest(reader.get(), request);
+}
 
 const std::string kWireRequest("\x01\0\x02\0\x08\0\0\0ctl.stop\x03\0\0\0abc", 23);
 
-TEST_F(PropertyProtocolTest, readsTheDevicesWireForm) {
-    PropertyRequest request;
-    EXPECT_TRUE(readFrom(kWireRequest, &request));
-    EXPECT_EQ(request.name, "ctl.stop");
-    EXPECT_EQ(request.value, "abc");
-}
-
-TEST_F(PropertyProtocolTest, refusesRequestsCutShort) {
-    for (size_t size = 0; size < kWireRequest.size(); ++size) {
-        TearDown();
-        SetUp();
-        PropertyRequest request;
-        EXPECT_FALSE(readFrom(kWireRequest.substr(0, size), &request)) << size;
-    }
-}
-
-TEST_F(PropertyProtocolTest, refusesAnotherCommandAndAbsurdLengths) {
-    const struct {
-        const char* name;
-        size_t offset;
-        std::string bytes;
-    } cases[] = {
-            {"old command", 0, std::string("\x01\0\0\0", 4)},
-            {"huge name", 4, std::string("\xff\xff\xff\xff", 4)},
-            {"huge value", 16, std::string("\x01\x10\0\0", 4)},
+TEST(PropertyProtocolTest, readsTheDevicesWireFormAlone) {
+    struct Case {
+        std::string wire;
+        bool readable;
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
-        TearDown();
-        SetUp();
+    std::vector<Case> cases = {{kWireRequest, true}};
+    for (size_t size = 0; size < kWireRequest.size(); ++size) {
+        cases.push_back({kWireRequest.substr(0, size), false});
+    }
+    const std::pair<size_t, std::string> faults[] = {
+            {0, std::string("\x01\0\0\0", 4)},        // the old command
+            {4, std::string("\xff\xff\xff\xff", 4)},  // a huge name
+            {16, std::string("\x01\x10\0\0", 4)},     // a huge value
+    };
+    for (const auto& [offset, bytes] : faults) {
+        std::string wire = kWireRequest + std::string(5000, 'x');
+        cases.push_back({wire.replace(offset, bytes.size(), bytes), false});
+    }
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.wire.size());
         PropertyRequest request;
-        std::string wire = kWireRequest;
-        wire.replace(row.offset, row.bytes.size(), row.bytes);
-        EXPECT_FALSE(readFrom(wire + std::string(5000, 'x'), &request));
+        EXPECT_EQ(readFrom(row.wire, &request), row.readable);
+        if (!row.readable) continue;
+        EXPECT_EQ(request.name, "ctl.stop");
+        EXPECT_EQ(request.value, "abc");
     }
 }
 
