@@ -59,6 +59,7 @@ class FakeResultReceiver : public android::BBinder {
 class FakeStatsd : public android::BBinder {
   public:
     static constexpr uint32_t kRegisterNative = FIRST_CALL_TRANSACTION + 22;
+    static constexpr uint32_t kUnregisterNative = FIRST_CALL_TRANSACTION + 24;
 
     const android::String16& getInterfaceDescriptor() const override { return mDescriptor; }
 
@@ -68,6 +69,13 @@ class FakeStatsd : public android::BBinder {
         mArrived.wait_for(lock, std::chrono::seconds(20),
                           [&] { return mRegistrations.size() >= count; });
         return mRegistrations;
+    }
+
+    /** Waits for `count` requests and returns all there are by then, as "+tag" and "-tag". */
+    std::vector<std::string> waitForRequests(size_t count) {
+        std::unique_lock<std::mutex> lock(mLock);
+        mArrived.wait_for(lock, std::chrono::seconds(20), [&] { return mRequests.size() >= count; });
+        return mRequests;
     }
 
     /** The pull callback that came with a tag's last registration, null if there was none. */
@@ -96,17 +104,22 @@ class FakeStatsd : public android::BBinder {
   protected:
     android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
                                  uint32_t flags) override {
-        if (code != kRegisterNative) return BBinder::onTransact(code, data, reply, flags);
+        if (code != kRegisterNative && code != kUnregisterNative) {
+            return BBinder::onTransact(code, data, reply, flags);
+        }
         if (!data.checkInterface(this)) return android::BAD_TYPE;
+        const std::lock_guard<std::mutex> lock(mLock);
         Registration registration;
         registration.tag = data.readInt32();
-        registration.coolDownMillis = data.readInt64();
-        registration.timeoutMillis = data.readInt64();
-        data.readInt32Vector(&registration.additiveFields);
-        const android::sp<android::IBinder> callback = data.readStrongBinder();
-        const std::lock_guard<std::mutex> lock(mLock);
-        mRegistrations.push_back(registration);
-        mCallbacks.push_back(callback);
+        mRequests.push_back((code == kRegisterNative ? "+" : "-") +
+                            std::to_string(registration.tag));
+        if (code == kRegisterNative) {
+            registration.coolDownMillis = data.readInt64();
+            registration.timeoutMillis = data.readInt64();
+            data.readInt32Vector(&registration.additiveFields);
+            mRegistrations.push_back(registration);
+            mCallbacks.push_back(data.readStrongBinder());
+        }
         mArrived.notify_all();
         return android::OK;
     }
@@ -115,6 +128,7 @@ class FakeStatsd : public android::BBinder {
     const android::String16 mDescriptor{"android.os.IStatsd"};
     std::mutex mLock;
     std::condition_variable mArrived;
+    std::vector<std::string> mRequests;                     // guarded by mLock
     std::vector<Registration> mRegistrations;               // guarded by mLock
     std::vector<android::sp<android::IBinder>> mCallbacks;  // guarded by mLock
 };

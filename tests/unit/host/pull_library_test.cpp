@@ -18,45 +18,13 @@ using aidl::android::os::IPullAtomCallback;
 using aidl::android::os::IPullAtomResultReceiver;
 using aidl::android::util::StatsEventParcel;
 
-/** A FakeStatsd that also notes what is registered and taken back, as "+tag" and "-tag". */
-class NotingStatsd : public FakeStatsd {
-  public:
-    std::vector<std::string> waitForNotes(size_t count) {
-        std::unique_lock<std::mutex> lock(mNotesLock);
-        mNoted.wait_for(lock, std::chrono::seconds(20), [&] { return mNotes.size() >= count; });
-        return mNotes;
-    }
-
-  protected:
-    android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
-                                 uint32_t flags) override {
-        const size_t start = data.dataPosition();
-        if (code == kRegisterNative || code == kUnregisterNative) {
-            if (!data.checkInterface(this)) return android::BAD_TYPE;
-            const std::lock_guard<std::mutex> lock(mNotesLock);
-            mNotes.push_back((code == kRegisterNative ? "+" : "-") +
-                             std::to_string(data.readInt32()));
-            mNoted.notify_all();
-        }
-        data.setDataPosition(start);
-        return FakeStatsd::onTransact(code, data, reply, flags);
-    }
-
-  private:
-    static constexpr uint32_t kUnregisterNative = FIRST_CALL_TRANSACTION + 24;
-
-    std::mutex mNotesLock;
-    std::condition_variable mNoted;
-    std::vector<std::string> mNotes;  // guarded by mNotesLock
-};
-
 /** statsd's side of one pull; takes no answer of more than `maxBytes`. */
 class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
   public:
     struct Answer {
         int32_t tag;
         bool success;
-        std::vector<std::vector<int8_t>> events;
+        std::vector<StatsEventParcel> events;
     };
 
     explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
@@ -64,13 +32,9 @@ class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
     ndk::ScopedAStatus pullFinished(int32_t tag, bool success,
                                     const std::vector<StatsEventParcel>& output) override {
         size_t bytes = 0;
-        Answer answer{tag, success, {}};
-        for (const StatsEventParcel& parcel : output) {
-            bytes += parcel.buffer.size();
-            answer.events.push_back(parcel.buffer);
-        }
+        for (const StatsEventParcel& parcel : output) bytes += parcel.buffer.size();
         if (bytes > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
-        answers.push_back(std::move(answer));
+        answers.push_back({tag, success, output});
         return ndk::ScopedAStatus::ok();
     }
 
@@ -100,13 +64,13 @@ class PullLibraryTest : public testing::Test {
     }
 
     void startStatsd() {
-        mStatsd = new NotingStatsd;
+        mStatsd = new FakeStatsd;
         mRemote = inprocess::publish("stats", mStatsd);
     }
 
     /** A death with statsd back before anyone looks. */
     void restartStatsd() {
-        std::shared_ptr<inprocess::RemoteService> old = mRemote;
+        const std::shared_ptr<inprocess::RemoteService> old = mRemote;
         startStatsd();
         old->die();
     }
@@ -128,18 +92,18 @@ class PullLibraryTest : public testing::Test {
         return receiver->answers;
     }
 
-    android::sp<NotingStatsd> mStatsd;
+    android::sp<FakeStatsd> mStatsd;
     std::shared_ptr<inprocess::RemoteService> mRemote;
 };
 
-using Notes = std::vector<std::string>;
+using Requests = std::vector<std::string>;
 
 TEST_F(PullLibraryTest, registersInOrderWithoutMakingTheCallerWait) {
     mRemote->block();
     for (int32_t tag : {30, 10, 20}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(10);
     mRemote->unblock();
-    EXPECT_EQ(mStatsd->waitForNotes(4), (Notes{"+30", "+10", "+20", "-10"}));
+    EXPECT_EQ(mStatsd->waitForRequests(4), (Requests{"+30", "+10", "+20", "-10"}));
 }
 
 TEST_F(PullLibraryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
@@ -186,7 +150,7 @@ TEST_F(PullLibraryTest, answersWithEveryEventAndTheCallbacksVerdict) {
         EXPECT_EQ(answers[0].success, verdict == AStatsManager_PULL_SUCCESS);
         ASSERT_EQ(answers[0].events.size(), 2u);
         for (size_t i : {0, 1}) {
-            const auto& bytes = answers[0].events[i];
+            const auto& bytes = answers[0].events[i].buffer;
             const auto event =
                     readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
             ASSERT_TRUE(event.has_value());
@@ -207,41 +171,34 @@ TEST_F(PullLibraryTest, turnsAnAnswerThatDoesNotGoThroughIntoAFailure) {
     EXPECT_TRUE(answers[0].events.empty());
 }
 
-TEST_F(PullLibraryTest, letsTheLastRegistrationOfATagWin) {
-    int32_t verdict = AStatsManager_PULL_SUCCESS;
-    registerTag(7);
-    AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
-    EXPECT_EQ(mStatsd->waitForNotes(2), (Notes{"+7", "+7"}));
-    EXPECT_EQ(pull(7)[0].events.size(), 2u);
-    restartStatsd();
-    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+7"});
-    EXPECT_EQ(pull(7)[0].events.size(), 2u);
-}
-
 TEST_F(PullLibraryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
+    int32_t verdict = AStatsManager_PULL_SUCCESS;
     for (int32_t tag : {30, 10, 20, 15}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(15);
-    EXPECT_EQ(mStatsd->waitForNotes(5).size(), 5u);
+    // The last registration of a tag wins, now and later.
+    AStatsManager_setPullAtomCallback(20, nullptr, answerTwo, &verdict);
+    EXPECT_EQ(mStatsd->waitForRequests(6).size(), 6u);
     for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(pull(20)[0].events.size(), 2u);
         restartStatsd();
-        EXPECT_EQ(mStatsd->waitForNotes(3), (Notes{"+10", "+20", "+30"}));
+        EXPECT_EQ(mStatsd->waitForRequests(3), (Requests{"+10", "+20", "+30"}));
     }
 }
 
 TEST_F(PullLibraryTest, keepsRegistrationsThatFoundNoStatsd) {
     registerTag(30);
-    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+30"});
+    EXPECT_EQ(mStatsd->waitForRequests(1), Requests{"+30"});
     mRemote->die();
     registerTag(10);
     PullRegistry::instance().join();
     startStatsd();
     // Nothing tells the library that statsd is back; the next registration finds it.
     registerTag(20);
-    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+20"});
+    EXPECT_EQ(mStatsd->waitForRequests(1), Requests{"+20"});
     settle();
-    EXPECT_EQ(mStatsd->waitForNotes(1), Notes{"+20"});
+    EXPECT_EQ(mStatsd->waitForRequests(1), Requests{"+20"});
     restartStatsd();
-    EXPECT_EQ(mStatsd->waitForNotes(3), (Notes{"+10", "+20", "+30"}));
+    EXPECT_EQ(mStatsd->waitForRequests(3), (Requests{"+10", "+20", "+30"}));
 }
 
 TEST_F(PullLibraryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
@@ -258,9 +215,9 @@ TEST_F(PullLibraryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
     for (std::thread& thread : threads) thread.join();
     PullRegistry::instance().join();
     restartStatsd();
-    Notes expected;
+    Requests expected;
     for (int32_t tag = 0; tag < 60; tag += 2) expected.push_back("+" + std::to_string(tag));
-    EXPECT_EQ(mStatsd->waitForNotes(expected.size()), expected);
+    EXPECT_EQ(mStatsd->waitForRequests(expected.size()), expected);
 }
 
 }  // namespace

@@ -139,86 +139,81 @@ TEST(StatsEventTest, annotatesTheAtomItself) {
     EXPECT_EQ(read(event)->fields, std::vector<FieldValue>{5});
 }
 
-struct ErrorCase {
-    const char* name;
-    uint32_t atomId;
-    Writer write;
-    uint32_t errors;
-};
+constexpr int kManyTags = 200;
 
-const char* const* hundredTags() {
-    static const std::vector<const char*> tags(200, "t");
+const char* const* manyTags() {
+    static const std::vector<const char*> tags(kManyTags, "t");
     return tags.data();
 }
 
-const ErrorCase kErrorCases[] = {
-        {"no time stamp", 1, [](auto* e) { AStatsEvent_overwriteTimestamp(e, 0); },
-         kErrorNoTimestamp},
-        {"no atom id", 0, [](auto*) {}, kErrorNoAtomId},
-        {"late atom id", 0,
-         [](auto* e) {
-             AStatsEvent_writeInt64(e, -1);
-             AStatsEvent_setAtomId(e, 5);
-         },
-         kErrorNoAtomId | kErrorAtomIdMisplaced},
-        {"second atom id", 1, [](auto* e) { AStatsEvent_setAtomId(e, 2); }, 0},
-        {"annotation before all", 0, [](auto* e) { AStatsEvent_addBoolAnnotation(e, 1, true); },
-         kErrorNoAtomId | kErrorAnnotationWithoutField},
-        {"annotation id 127", 1, [](auto* e) { AStatsEvent_addInt32Annotation(e, 127, 1); }, 0},
-        {"annotation id 128", 1, [](auto* e) { AStatsEvent_addInt32Annotation(e, 128, 1); },
-         kErrorAnnotationIdTooLarge},
-        {"15 annotations", 1,
-         [](auto* e) {
-             for (int i = 0; i < 15; ++i) AStatsEvent_addBoolAnnotation(e, 1, true);
-         },
-         0},
-        {"16 annotations", 1,
-         [](auto* e) {
-             for (int i = 0; i < 16; ++i) AStatsEvent_addBoolAnnotation(e, 1, true);
-         },
-         kErrorTooManyAnnotations},
-        {"125 fields", 1, [](auto* e) { writeInts(e, 125); }, 0},
-        {"126 fields", 1, [](auto* e) { writeInts(e, 126); }, kErrorTooManyFields},
-        {"300 fields", 1, [](auto* e) { writeInts(e, 300); }, kErrorTooManyFields},
-        {"127 in a list", 1, [](auto* e) { AStatsEvent_writeStringArray(e, hundredTags(), 127); },
-         0},
-        {"128 in a list", 1, [](auto* e) { AStatsEvent_writeStringArray(e, hundredTags(), 128); },
-         kErrorListTooLong},
-        {"127 nodes", 1,
-         [](auto* e) {
-             std::vector<uint32_t> uids(127);
-             AStatsEvent_writeAttributionChain(e, uids.data(), hundredTags(), 127);
-         },
-         0},
-        {"128 nodes", 1,
-         [](auto* e) {
-             std::vector<uint32_t> uids(128);
-             AStatsEvent_writeAttributionChain(e, uids.data(), hundredTags(), 128);
-         },
-         kErrorChainTooLong},
-        {"two errors", 0,
-         [](auto* e) {
-             AStatsEvent_writeStringArray(e, hundredTags(), 128);
-             writeInts(e, 127);
-         },
-         kErrorNoAtomId | kErrorListTooLong | kErrorTooManyFields},
-};
+/** Writes that may be faulty, each with a count or an id. */
+void setLateId(AStatsEvent* event, int id) {
+    AStatsEvent_writeInt64(event, -1);
+    AStatsEvent_setAtomId(event, static_cast<uint32_t>(id));
+}
+void setId(AStatsEvent* event, int id) {
+    AStatsEvent_setAtomId(event, static_cast<uint32_t>(id));
+}
+void stamp(AStatsEvent* event, int time) {
+    AStatsEvent_overwriteTimestamp(event, static_cast<uint64_t>(time));
+}
+void annotate(AStatsEvent* event, int id) {
+    AStatsEvent_addInt32Annotation(event, static_cast<uint8_t>(id), 1);
+}
+void annotateOften(AStatsEvent* event, int count) {
+    for (int i = 0; i < count; ++i) AStatsEvent_addBoolAnnotation(event, 1, true);
+}
+void writeList(AStatsEvent* event, int count) {
+    AStatsEvent_writeStringArray(event, manyTags(), static_cast<size_t>(count));
+}
+void writeChain(AStatsEvent* event, int count) {
+    const uint32_t uids[kManyTags] = {};
+    AStatsEvent_writeAttributionChain(event, uids, manyTags(), static_cast<uint8_t>(count));
+}
+void writeListAndInts(AStatsEvent* event, int count) {
+    writeList(event, count);
+    writeInts(event, count);
+}
 
 TEST(StatsEventTest, replacesTheFieldsOfAFaultyEventByItsErrors) {
-    for (const ErrorCase& errorCase : kErrorCases) {
-        SCOPED_TRACE(errorCase.name);
-        EventPtr event = newEvent(errorCase.atomId);
-        errorCase.write(event.get());
+    const struct {
+        const char* name;
+        uint32_t atomId;
+        void (*write)(AStatsEvent* event, int argument);
+        int argument;
+        uint32_t errors;
+    } cases[] = {
+            {"no time stamp", 1, stamp, 0, kErrorNoTimestamp},
+            {"no atom id", 0, writeInts, 0, kErrorNoAtomId},
+            {"late atom id", 0, setLateId, 5, kErrorNoAtomId | kErrorAtomIdMisplaced},
+            {"second atom id", 1, setId, 2, 0},
+            {"no field", 0, annotateOften, 1, kErrorNoAtomId | kErrorAnnotationWithoutField},
+            {"annotation id 127", 1, annotate, 127, 0},
+            {"annotation id 128", 1, annotate, 128, kErrorAnnotationIdTooLarge},
+            {"15 annotations", 1, annotateOften, 15, 0},
+            {"16 annotations", 1, annotateOften, 16, kErrorTooManyAnnotations},
+            {"125 fields", 1, writeInts, 125, 0},
+            {"126 fields", 1, writeInts, 126, kErrorTooManyFields},
+            {"300 fields", 1, writeInts, 300, kErrorTooManyFields},
+            {"127 in a list", 1, writeList, 127, 0},
+            {"128 in a list", 1, writeList, 128, kErrorListTooLong},
+            {"127 nodes", 1, writeChain, 127, 0},
+            {"128 nodes", 1, writeChain, 128, kErrorChainTooLong},
+            {"three errors", 0, writeListAndInts, 128,
+             kErrorNoAtomId | kErrorListTooLong | kErrorTooManyFields},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        EventPtr event = newEvent(row.atomId);
+        row.write(event.get(), row.argument);
         AStatsEvent_build(event.get());
-        std::optional<ReadEvent> result = read(event);
+        const std::optional<ReadEvent> result = read(event);
         ASSERT_TRUE(result.has_value());
-        EXPECT_EQ(AStatsEvent_getErrors(event.get()), errorCase.errors);
-        EXPECT_EQ(result->errors, errorCase.errors);
-        EXPECT_EQ(result->valid(), errorCase.errors == 0);
-        EXPECT_EQ(result->atomId, static_cast<int32_t>(errorCase.atomId));
-        if (errorCase.errors != 0) {
-            EXPECT_EQ(sizeOf(event), 21u);
-        }
+        EXPECT_EQ(AStatsEvent_getErrors(event.get()), row.errors);
+        EXPECT_EQ(result->errors, row.errors);
+        EXPECT_EQ(result->valid(), row.errors == 0);
+        EXPECT_EQ(result->atomId, static_cast<int32_t>(row.atomId));
+        EXPECT_TRUE(row.errors == 0 || sizeOf(event) == 21);
     }
 }
 
