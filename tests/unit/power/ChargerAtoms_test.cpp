@@ -133,8 +133,7 @@ TEST_P(ChargerAtomTest, comesBackWithTheService) {
 INSTANTIATE_TEST_SUITE_P(Handlers, ChargerAtomTest, ::testing::ValuesIn(kChargerCases),
                          [](const auto& info) { return info.param.handler; });
 
-class ChargerArithmeticTest : public HandlerTest {
-  protected:
+struct ChargerArithmeticTest : HandlerTest {
     FakeHandleFactory factory;
     FakeCharger charger;
 };
@@ -154,9 +153,8 @@ TEST_F(ChargerArithmeticTest, roundsTenthsOfADegreeLopsidedly) {
             {-26, -2, -2600},
             {-27, -2, -2700},
             {-36, -3, -3600},
-            // Products wrap.
             {INT32_MAX, -214748364, -100},
-            {INT32_MIN, -214748364, 0},
+            {INT32_MIN, -214748364, 0}  // products wrap
     };
     for (const auto& row : rows) {
         charger.set("getPsyBatteryTemp", row[0]);

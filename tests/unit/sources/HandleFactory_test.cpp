@@ -120,63 +120,37 @@ TEST_F(HandleFactoryTest, readersSeeWholeTextsOrNothingWhileTheServiceComesAndGo
     for (std::thread& reader : readers) reader.join();
 }
 
-struct FreeFunctionCase {
-    const char* name;
-    bool present;
-    const char* text;  // null: the service answers with an error
-    const char* out;
-    std::vector<std::string> lines;  // at level 2, after the connection's own
-};
-
-class FreeContentTest : public HandleFactoryTest,
-                        public ::testing::WithParamInterface<FreeFunctionCase> {};
-
-TEST_P(FreeContentTest, replacesTheOutputOnlyByText) {
-    const FreeFunctionCase& row = GetParam();
-    std::optional<FakeHandleFactory> service;
-    if (row.present) {
-        service.emplace();
-        if (row.text != nullptr) service->set("k", row.text);
-        ASSERT_TRUE(factory.exist());
-    }
-    takeLines();
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        out = "before";
-        getContentByHandleKey("k", out);
-        EXPECT_EQ(out, row.out);
-        auto expected = row.lines;
-        if (level < 2 && expected.back()[0] == 'D') expected.pop_back();
-        EXPECT_EQ(takeLines(), expected) << "level " << level;
+TEST_F(HandleFactoryTest, theFreeFunctionReplacesItsOutputOnlyByText) {
+    const std::string prefix = "getContentByHandleKey read nodeKey: k, ";
+    const struct {
+        bool present;
+        const char* text;  // null: the service answers with an error
+        const char* out;
+        std::vector<std::string> lines;  // at level 2, after the connection's own
+    } cases[] = {
+            {false, nullptr, "before", {kAbsent, "E " + prefix + "Proxy Aidl not exist."}},
+            {true, nullptr, "before", {kReadFailed, "E " + prefix + "len=0"}},
+            {true, "", "before", {"E " + prefix + "len=0"}},
+            {true, "5", "5", {"D " + prefix + "result = 5"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.lines.back());
+        std::optional<FakeHandleFactory> service;
+        if (c.present) service.emplace();
+        if (c.text != nullptr) service->set("k", c.text);
+        ASSERT_EQ(factory.exist(), c.present);
+        takeLines();
+        for (const int32_t level : {0, 1, 2}) {
+            gLogLevel = level;
+            out = "before";
+            getContentByHandleKey("k", out);
+            EXPECT_EQ(out, c.out);
+            auto expected = c.lines;
+            if (level < 2 && expected.back()[0] == 'D') expected.pop_back();
+            EXPECT_EQ(takeLines(), expected) << "level " << level;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-        Rows, FreeContentTest,
-        ::testing::Values(
-                FreeFunctionCase{
-                        "absent",
-                        false,
-                        nullptr,
-                        "before",
-                        {kAbsent,
-                         "E getContentByHandleKey read nodeKey: k, Proxy Aidl not exist."}},
-                FreeFunctionCase{"failing",
-                                 true,
-                                 nullptr,
-                                 "before",
-                                 {kReadFailed, "E getContentByHandleKey read nodeKey: k, len=0"}},
-                FreeFunctionCase{"empty",
-                                 true,
-                                 "",
-                                 "before",
-                                 {"E getContentByHandleKey read nodeKey: k, len=0"}},
-                FreeFunctionCase{"text",
-                                 true,
-                                 "5",
-                                 "5",
-                                 {"D getContentByHandleKey read nodeKey: k, result = 5"}}),
-        [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace zstats

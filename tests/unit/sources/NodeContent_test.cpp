@@ -47,82 +47,46 @@ TEST_F(NodeContentTest, readsValuesAsAtoiDoes) {
     EXPECT_EQ(callback.getValueByHandleKey("k"), -1);
 }
 
-TEST_F(NodeContentTest, valueLinesNeedLevel2) {
-    connect();
-    service->set("k", "12\n");
-    callback.getValueByHandleKey("k");
-    EXPECT_THAT(takeLines(), IsEmpty());
+TEST_F(NodeContentTest, whatIsLoggedForEachOutcome) {
+    const std::string prefix = "PullAtomCallback getContentByHandleKey read nodeKey: k, ";
+    constexpr char kAbsent[] = "W get handlefactory aidl service failed";
+    constexpr char kFailed[] = "W handleFactory read failed.";
+    const struct {
+        bool present;
+        const char* text;                // null: the service answers with an error
+        std::vector<std::string> lines;  // at every level, the last one for contents alone
+        const char* value;
+    } cases[] = {
+            {false, nullptr, {kAbsent, "E " + prefix + "Proxy Aidl not exist."}, "-1"},
+            {true, nullptr, {kFailed, "E " + prefix + "len=0"}, "-1"},
+            {true, "", {"E " + prefix + "len=0"}, "-1"},
+            {true, "12\n", {}, "12"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.lines));
+        service.reset();
+        if (c.present) connect();
+        const std::string text = c.text != nullptr ? c.text : "";
+        if (c.text != nullptr) service->set("k", text);
+        takeLines();
+        for (const int32_t level : {0, 1, 2}) {
+            gLogLevel = level;
+            EXPECT_EQ(callback.getContentByHandleKey("k"), text);
+            auto lines = c.lines;
+            if (level == 2) lines.push_back("D " + prefix + "result = " + text);
+            EXPECT_EQ(takeLines(), lines) << level;
 
-    gLogLevel = 2;
-    callback.getValueByHandleKey("k");
-    EXPECT_THAT(takeLines(), ElementsAre("D PullAtomCallback getValueByHandleKey read nodeKey: k, "
-                                         "value = 12"));
-    service->set("k", "");
-    callback.getValueByHandleKey("k");
-    EXPECT_THAT(takeLines(), ElementsAre("D PullAtomCallback getValueByHandleKey read nodeKey: k, "
-                                         "value = -1"));
-    service.reset();
-    takeLines();
-    callback.getValueByHandleKey("k");
-    EXPECT_THAT(takeLines(),
-                ElementsAre("W get handlefactory aidl service failed",
-                            "D PullAtomCallback getValueByHandleKey read nodeKey: k, value = -1"));
-}
-
-struct ContentCase {
-    const char* name;
-    bool present;
-    const char* text;                // null: the service answers with an error
-    std::vector<std::string> lines;  // at every level
-    const char* debugLine;           // at level 2, last
-};
-
-class ContentTest : public NodeContentTest, public ::testing::WithParamInterface<ContentCase> {};
-
-TEST_P(ContentTest, isEmptyUnlessThereIsText) {
-    const ContentCase& row = GetParam();
-    if (row.present) connect();
-    if (row.present && row.text != nullptr) service->set("k", row.text);
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        EXPECT_EQ(callback.getContentByHandleKey("k"), row.text != nullptr ? row.text : "");
-        auto expected = row.lines;
-        if (level == 2) expected.emplace_back(row.debugLine);
-        EXPECT_EQ(takeLines(), expected) << "level " << level;
+            EXPECT_EQ(callback.getValueByHandleKey("k"), atoi(c.value));
+            lines = c.lines;
+            if (!lines.empty()) lines.pop_back();
+            if (level == 2) {
+                lines.push_back("D PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
+                                std::string(c.value));
+            }
+            EXPECT_EQ(takeLines(), lines) << level;
+        }
     }
 }
-
-constexpr char kEmptyResult[] =
-        "D PullAtomCallback getContentByHandleKey read nodeKey: k, result = ";
-
-INSTANTIATE_TEST_SUITE_P(
-        Rows, ContentTest,
-        ::testing::Values(
-                ContentCase{"absent",
-                            false,
-                            nullptr,
-                            {"W get handlefactory aidl service failed",
-                             "E PullAtomCallback getContentByHandleKey read nodeKey: k, Proxy Aidl "
-                             "not exist."},
-                            kEmptyResult},
-                ContentCase{"failing",
-                            true,
-                            nullptr,
-                            {"W handleFactory read failed.",
-                             "E PullAtomCallback getContentByHandleKey read nodeKey: k, len=0"},
-                            kEmptyResult},
-                ContentCase{"empty",
-                            true,
-                            "",
-                            {"E PullAtomCallback getContentByHandleKey read nodeKey: k, len=0"},
-                            kEmptyResult},
-                ContentCase{"text",
-                            true,
-                            "a b\n",
-                            {},
-                            "D PullAtomCallback getContentByHandleKey read nodeKey: k, "
-                            "result = a b\n"}),
-        [](const auto& info) { return info.param.name; });
 
 TEST_F(NodeContentTest, parsesKeyColonValueLines) {
     const std::pair<const char*, KeyValueMap> rows[] = {
