@@ -33,8 +33,10 @@ void appendPanels(const std::vector<int32_t>& levels, const char* handler, int32
 }
 
 android::sp<ZStatsPullAtomCallback::INordaTouch> findTouchService() {
+    const android::sp<android::IServiceManager> manager = android::defaultServiceManager();
+    if (manager == nullptr) return nullptr;
     return ZStatsPullAtomCallback::INordaTouch::asInterface(
-            android::defaultServiceManager()->checkService(android::String16(kTouchService)));
+            manager->checkService(android::String16(kTouchService)));
 }
 
 /**

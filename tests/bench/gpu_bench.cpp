@@ -26,51 +26,41 @@ std::string mtkTimes(int64_t frequencies) {
     return text;
 }
 
-/** Back-ends whose nodes are at hand, so that no service is measured. */
-class QcomText : public GpuStats {
-  public:
-    explicit QcomText(std::string text) : mText(std::move(text)) {}
+/** A back-end whose node is at hand, so that no service is measured. */
+template <typename Parser>
+struct TextGpu : GpuStats {
+    TextGpu(std::string shown, Parser parser) : text(std::move(shown)), parse(parser) {}
     void readFreqsKhz(std::vector<int>&) override {}
-    void readFreqsTime(std::vector<long long>& out) override {
-        splitString(mText.c_str(), " \t\n", &out);
-    }
+    void readFreqsTime(std::vector<long long>& out) override { parse(text, out); }
 
-  private:
-    const std::string mText;
+    const std::string text;
+    const Parser parse;
 };
 
-class MtkText : public GpuStats {
-  public:
-    explicit MtkText(std::string text) : mText(std::move(text)) {}
-    void readFreqsKhz(std::vector<int>&) override {}
-    void readFreqsTime(std::vector<long long>& out) override { parseMtkGpuFreqsTime(mText, out); }
+void parseQcom(const std::string& text, std::vector<long long>& out) {
+    splitString(text.c_str(), " \t\n", &out);
+}
 
-  private:
-    const std::string mText;
-};
+using Text = std::string (*)(int64_t frequencies);
 
-void measure(benchmark::State& state, std::shared_ptr<GpuStats> stats) {
-    GpuReader reader(std::move(stats));
+template <typename Parser>
+void measure(benchmark::State& state, Text text, Parser parser) {
+    GpuReader reader(std::make_shared<TextGpu<Parser>>(text(state.range(0)), parser));
     for (auto _ : state) benchmark::DoNotOptimize(reader.getGpuFreqsTimeDelta());
 }
 
-void gpuQcom(benchmark::State& state) {
-    measure(state, std::make_shared<QcomText>(qcomTimes(state.range(0))));
-}
-void gpuQcomFloor(benchmark::State& state) {
-    runScanFloor(state, qcomTimes(state.range(0)));
-}
-void gpuMtk(benchmark::State& state) {
-    measure(state, std::make_shared<MtkText>(mtkTimes(state.range(0))));
-}
-void gpuMtkFloor(benchmark::State& state) {
-    runScanFloor(state, mtkTimes(state.range(0)));
+void scan(benchmark::State& state, Text text) {
+    runScanFloor(state, text(state.range(0)));
 }
 
-BENCHMARK(gpuQcom)->Name("gpu_qcom")->Arg(16)->Arg(64)->Arg(256);
-BENCHMARK(gpuQcomFloor)->Name("gpu_qcom_floor")->Arg(16)->Arg(64)->Arg(256);
-BENCHMARK(gpuMtk)->Name("gpu_mtk")->Arg(16)->Arg(64)->Arg(256);
-BENCHMARK(gpuMtkFloor)->Name("gpu_mtk_floor")->Arg(16)->Arg(64)->Arg(256);
+void sizes(benchmark::internal::Benchmark* subject) {
+    subject->Arg(16)->Arg(64)->Arg(256);
+}
+
+BENCHMARK_CAPTURE(measure, qcom, qcomTimes, parseQcom)->Name("gpu_qcom")->Apply(sizes);
+BENCHMARK_CAPTURE(scan, qcom, qcomTimes)->Name("gpu_qcom_floor")->Apply(sizes);
+BENCHMARK_CAPTURE(measure, mtk, mtkTimes, parseMtkGpuFreqsTime)->Name("gpu_mtk")->Apply(sizes);
+BENCHMARK_CAPTURE(scan, mtk, mtkTimes)->Name("gpu_mtk_floor")->Apply(sizes);
 
 }  // namespace
 }  // namespace zstats

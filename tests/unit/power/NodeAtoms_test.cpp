@@ -22,22 +22,28 @@ struct NodeCase {
     const char* hardware = "qcom";
 };
 
+constexpr char kAc[] = "power_supply_ac_online";
+constexpr char kUsb[] = "power_supply_usb_online";
+constexpr char kPort[] = "power_supply_pc_port_online";
+constexpr char kLevel[] = "battery_level";
+constexpr char kUiLevel[] = "battery_ui_level";
+constexpr char kQcom0[] = "panel0_brightness_level_qcom";
+constexpr char kQcom1[] = "panel1_brightness_level_qcom";
+constexpr char kMtk0[] = "panel0_brightness_level_mtk";
+constexpr char kMtk1[] = "panel1_brightness_level_mtk";
+
 const NodeCase kNodeCases[] = {
-        {"level", 150005, {{"battery_level", "80\n"}, {"battery_ui_level", "82\n"}}, {80, 82, -2, 2}},
-        {"levelAboveUi",
-         150005,
-         {{"battery_level", "90"}, {"battery_ui_level", "85"}},
-         {90, 85, 5, 5}},
-        {"levelWithoutUi", 150005, {{"battery_level", "80"}}, {80, -1, 81, 81}},
-        {"levelWithoutReal", 150005, {{"battery_ui_level", "80"}}, {-1, 80, -81, 81}},
+        {"level", 150005, {{kLevel, "80\n"}, {kUiLevel, "82\n"}}, {80, 82, -2, 2}},
+        {"levelAboveUi", 150005, {{kLevel, "90"}, {kUiLevel, "85"}}, {90, 85, 5, 5}},
+        {"levelWithoutUi", 150005, {{kLevel, "80"}}, {80, -1, 81, 81}},
+        {"levelWithoutReal", 150005, {{kUiLevel, "80"}}, {-1, 80, -81, 81}},
         {"levelMissing", 150005, {}, {-1, -1, 0, 0}},
         {"levelWraps",
          150005,
-         {{"battery_level", "2147483647"}, {"battery_ui_level", "-1"}},
+         {{kLevel, "2147483647"}, {kUiLevel, "-1"}},
          {INT32_MAX, -1, INT32_MIN, INT32_MIN}},
         {"dod", 150006, {{"battery_dod", "37\n"}}, {37}},
         {"dodEmpty", 150006, {{"battery_dod", ""}}, {-1}},
-        {"dodMissing", 150006, {}, {-1}},
         {"gauge", 150167, {{"gauge_car_c", "-1250"}}, {-1250}},
         {"gaugeMissing", 150167, {}, {-1}},
         {"power", 150123, {{"remaining_battery_power", "4123\n"}}, {4123}},
@@ -46,58 +52,18 @@ const NodeCase kNodeCases[] = {
         {"powerMissing", 150123, {}, {}},
         {"usbVoltage", 150024, {{"usb_input_voltage", "8950000\n"}}, {8950000}},
         {"usbVoltageMissing", 150024, {}, {-1}},
-        {"onlineUsb",
-         150124,
-         {{"power_supply_ac_online", "0"},
-          {"power_supply_usb_online", "1\n"},
-          {"power_supply_pc_port_online", "0"}},
-         {1}},
-        {"onlineAsItIs",
-         150124,
-         {{"power_supply_ac_online", "2"},
-          {"power_supply_usb_online", "1"},
-          {"power_supply_pc_port_online", "0"}},
-         {3}},
-        {"onlineTwice",
-         150124,
-         {{"power_supply_ac_online", "1"}, {"power_supply_usb_online", "1"}},
-         {1}},
-        {"onlinePortAlone",
-         150124,
-         {{"power_supply_ac_online", ""}, {"power_supply_pc_port_online", "4"}},
-         {4}},
+        {"onlineUsb", 150124, {{kAc, "0"}, {kUsb, "1\n"}, {kPort, "0"}}, {1}},
+        {"onlineAsItIs", 150124, {{kAc, "2"}, {kUsb, "1"}, {kPort, "0"}}, {3}},
+        {"onlineTwice", 150124, {{kAc, "1"}, {kUsb, "1"}}, {1}},
+        {"onlinePortAlone", 150124, {{kAc, ""}, {kPort, "4"}}, {4}},
         {"onlineMissing", 150124, {}, {0}},
-        {"screensDim",
-         150125,
-         {{"panel0_brightness_level_qcom", "0"}, {"panel1_brightness_level_qcom", "1"}},
-         {0, 0}},
-        {"screenLit",
-         150125,
-         {{"panel0_brightness_level_qcom", "2\n"}, {"panel1_brightness_level_qcom", "0"}},
-         {1, 0}},
-        {"screenNegative",
-         150125,
-         {{"panel0_brightness_level_qcom", "-5"}, {"panel1_brightness_level_qcom", "4095"}},
-         {0, 1}},
+        {"screensDim", 150125, {{kQcom0, "0"}, {kQcom1, "1"}}, {0, 0}},
+        {"screenLit", 150125, {{kQcom0, "2\n"}, {kQcom1, "0"}}, {1, 0}},
+        {"screenNegative", 150125, {{kQcom0, "-5"}, {kQcom1, "4095"}}, {0, 1}},
         {"screensMissing", 150125, {}, {0, 0}},
-        {"screenMtk",
-         150125,
-         {{"panel0_brightness_level_mtk", "9"},
-          {"panel0_brightness_level_qcom", "0"},
-          {"panel1_brightness_level_qcom", "7"}},
-         {1, 0},
-         "mt6989"},
-        {"backlights",
-         150133,
-         {{"panel0_brightness_level_qcom", "1"}, {"panel1_brightness_level_qcom", "2047\n"}},
-         {1, 2047}},
-        {"backlightsMtk",
-         150133,
-         {{"panel0_brightness_level_mtk", "300"},
-          {"panel1_brightness_level_mtk", "x"},
-          {"panel0_brightness_level_qcom", "8"}},
-         {300, 0},
-         ""},
+        {"screenMtk", 150125, {{kMtk0, "9"}, {kQcom0, "0"}, {kQcom1, "7"}}, {1, 0}, "mt6989"},
+        {"backlights", 150133, {{kQcom0, "1"}, {kQcom1, "2047\n"}}, {1, 2047}},
+        {"backlightsMtk", 150133, {{kMtk0, "300"}, {kMtk1, "x"}, {kQcom0, "8"}}, {300, 0}, ""},
         {"backlightsMissing", 150133, {}, {0, 0}},
         {"deviceInformation", 150015, {{"devinfo_lcd", "boe"}}, {}},
         {"rgbHistogram", 150014, {}, {}},
@@ -154,11 +120,8 @@ TEST_F(NodeAtomTest, readsNodesInTheirOrder) {
     pull(150124);
     pull(150125);
     EXPECT_THAT(factory.reads(),
-                ElementsAre(Pair("battery_level", 0), Pair("battery_ui_level", 0),
-                            Pair("power_supply_ac_online", 0), Pair("power_supply_usb_online", 0),
-                            Pair("power_supply_pc_port_online", 0),
-                            Pair("panel0_brightness_level_qcom", 0),
-                            Pair("panel1_brightness_level_qcom", 0)));
+                ElementsAre(Pair(kLevel, 0), Pair(kUiLevel, 0), Pair(kAc, 0), Pair(kUsb, 0),
+                            Pair(kPort, 0), Pair(kQcom0, 0), Pair(kQcom1, 0)));
 }
 
 TEST_F(NodeAtomTest, thePanelsDescriptionIsReadForTheLogAlone) {

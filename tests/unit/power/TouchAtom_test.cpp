@@ -82,6 +82,9 @@ TEST_F(TouchAtomTest, anAbsentServiceIsLookedUpAtEachPull) {
 
     FakeTouch touch;
     touch.setText("3");
+    inprocess::hideServiceManager(true);
+    EXPECT_THAT(pull(kTag), IsEmpty());
+    inprocess::hideServiceManager(false);
     EXPECT_THAT(pull(kTag), ElementsAre(3));
 }
 
