@@ -1,0 +1,19 @@
+# profile: qcom
+# The contents that a node has in turn are counted for each process that reads it.
+
+is each_tag_once '150030 150005' "$(pull 150030 150005 150030 | sed 's/.*"atom":\([0-9]*\).*/\1/' | xargs)"
+
+mv /profile/nodes/battery_dod /tmp/battery_dod
+echo 40 >/profile/nodes/battery_dod
+echo 41 >/profile/nodes/battery_dod.1
+echo 42 >/profile/nodes/battery_dod.2
+restart_daemon
+has first '"fields":[40]' "$(pull 150006)"
+sleep 1.1
+text=$(statsctl explain 150006)
+has other_reader 'battery_dod: "40\n"' "$text"
+has second 'depth_of_discharge 41' "$text"
+has third '"fields":[42]' "$(pull 150006)"
+has last_stays '"fields":[42]' "$(pull 150006)"
+rm /profile/nodes/battery_dod.[12]
+mv /tmp/battery_dod /profile/nodes/battery_dod
