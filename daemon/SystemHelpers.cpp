@@ -108,6 +108,7 @@ bool isQcomPlatform() {
 }
 
 bool isReleaseType() {
+    // A build that does not say what it is gets the stricter treatment.
     const std::string releaseType = getSystemProperty("ro.build.release_type");
     ZLOG(INFO, "%s: releaseType: %s", "isReleaseType", releaseType.c_str());
     return releaseType != "false";

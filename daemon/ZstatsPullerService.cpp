@@ -29,6 +29,7 @@ using android::String8;
 constexpr uid_t kRootUid = 0;
 constexpr uid_t kSystemUid = 1000;
 
+// The same for every atom; statsd is the one that keeps to them.
 constexpr int64_t kCoolDownMillis = 1000;
 constexpr int64_t kTimeoutMillis = 2000;
 

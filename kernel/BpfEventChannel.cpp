@@ -43,6 +43,7 @@ void onKestrelFatalDataArrived(short dataType, const char* record) {
 }  // namespace
 
 bool isBpfChannelSupported() {
+    // Only the lowest bit of the first answer counts.
     return (zbpf_is_enable() & 1) != 0 && zbpf_btf_support() != 0 && zbpf_region_support() == 1;
 }
 
