@@ -37,10 +37,12 @@ long long wrappingDifference(long long a, long long b) {
 void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
     size_t i = out.size();
     splitString(content.c_str(), kQcomDelimiters, &out);
+    // Unsigned, so that a nonsensical frequency wraps.
     for (; i < out.size(); ++i) out[i] = static_cast<int>(static_cast<unsigned>(out[i]) * 1000u);
 }
 
 void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
+    // One buffer ends each line's text for sscanf; the lead-in takes at least one character.
     std::string line;
     forEachLine(content, [&](std::string_view view) {
         line.assign(view);
@@ -83,6 +85,7 @@ void MtkGpuStats::readFreqsTime(std::vector<long long>& out) {
     parseMtkGpuFreqsTime(readNode(mFreqTimeKey), out);
 }
 
+// An unknown platform is no fault: the atom then has no frequencies and stays empty.
 std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath) {
     if (isQcomPlatform()) return std::make_shared<QcomGpuStats>();
     if (access(chipIdPath, F_OK) == 0) return std::make_shared<MtkGpuStats>();
@@ -109,6 +112,7 @@ void GpuReader::readFreqsTime(std::vector<long long>& out) {
 }
 
 std::vector<int> GpuReader::getGpuFreqsKhz() {
+    // The node may have been unreadable so far; once known, the table does not change.
     if (mFreqsKhz.empty() && mStats != nullptr) mStats->readFreqsKhz(mFreqsKhz);
     return mFreqsKhz;
 }

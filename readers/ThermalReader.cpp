@@ -39,6 +39,7 @@ status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& 
 
 int readShellTemperatures(const Parcel& reply, bool board, std::vector<int>& out) {
     const int32_t first = reply.readInt32();
+    // What the words mean is the service's business; a reply that ends early reads as zeros.
     const int32_t second = first > kSizeWordLimit ? reply.readInt32() : 0;
     if (second <= kSizeWordLimit) {
         ZLOG_AT(1, INFO, "ThermalReader get all shell temperature return invalid vec size");
@@ -101,8 +102,10 @@ sp<IBinder> ThermalReader::beginQuery(Parcel& data) {
         return nullptr;
     }
     getCaldaService();
+    // A copy, so that a death notice cannot free the binder during the transaction.
     const sp<IBinder> binder = mCaldaBinder.load();
     if (binder == nullptr) {
+        // The one text serves all queries, whatever it names.
         ZLOG(ERROR, "ThermalReader connect calda failed in getThermalStatus");
     }
     return binder;
