@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <optional>
+#include <memory>
 #include <string>
 
 #include "host/stats/StatsSocketWriter.h"
@@ -72,14 +72,14 @@ TEST_F(StatsSocketTest, sendsHeaderTagAndEventInOneDatagram) {
 
 TEST_F(StatsSocketTest, followsAStatsdThatComesAndGoes) {
     EXPECT_EQ(write("lost"), -ENODEV);
-    std::optional<StatsSocket> statsd(mPath);
+    auto statsd = std::make_unique<StatsSocket>(mPath);
     EXPECT_EQ(write("a"), 5);
     statsd.reset();
     EXPECT_EQ(write("lost"), -ENODEV);
-    statsd.emplace(mPath);
+    statsd = std::make_unique<StatsSocket>(mPath);
     EXPECT_EQ(write("b"), 5);
     statsd.reset();
-    statsd.emplace(mPath);
+    statsd = std::make_unique<StatsSocket>(mPath);
     EXPECT_EQ(write("c"), 5);
     EXPECT_EQ(statsd->receive().substr(11), std::string(kTagBytes) + "c");
 }
