@@ -21,8 +21,8 @@ struct AStatsEvent {
 
 namespace {
 
-/** Room that an event starts with: whatever a daemon's atom writes fits without growing. */
-constexpr size_t kUsualBytes = 1024;
+/** Room that an event starts with: usual atoms fit, and long lists of events stay small. */
+constexpr size_t kUsualBytes = 256;
 
 void appendBytes(AStatsEvent* event, const void* data, size_t size) {
     std::vector<uint8_t>& bytes = event->bytes;
