@@ -56,14 +56,14 @@ void Init::run() {
     setenv("TERM", "linux", 1);
     mountFileSystems();
     mDeaths = childDeaths();
-    mSession = std::make_unique<Session>();
+    mScriptHost = std::make_unique<ScriptHost>();
     const std::string error = prepare();
     if (error.empty()) {
         startWatch();
         trigger("boot");
         watchFor("");
     } else {
-        mSession->refuse(error);
+        mScriptHost->refuse(error);
     }
     loop();
     reboot(RB_POWER_OFF);
@@ -168,7 +168,7 @@ void Init::reapChildren() {
     }
     int status = 0;
     for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
-        if (pid == mSession->pid()) mEnded = true;
+        if (pid == mScriptHost->pid()) mEnded = true;
         for (const auto& service : mServices) {
             if (service->pid() == pid) service->onEnd(status);
         }
@@ -258,7 +258,7 @@ void Init::ready(const std::string& state) {
     mStage = Stage::kUp;
     mWatch.reset();
     mProperties.set(kReadyProperty, state);
-    mSession->begin(state);
+    mScriptHost->begin(state);
 }
 
 }  // namespace zstats::vdevice

@@ -8,8 +8,8 @@
 
 #include "vdevice/common/RcFile.h"
 #include "vdevice/init/PropertyService.h"
+#include "vdevice/init/ScriptHost.h"
 #include "vdevice/init/Service.h"
-#include "vdevice/init/Session.h"
 
 namespace zstats::vdevice {
 
@@ -18,7 +18,7 @@ class Init {
   public:
     Init();
 
-    /** Boots and serves until the session ends. */
+    /** Boots and serves until the script or console ends. */
     void run();
 
   private:
@@ -46,7 +46,7 @@ class Init {
 
     std::vector<std::unique_ptr<Service>> mServices;
     std::vector<RcAction> mActions;
-    std::unique_ptr<Session> mSession;
+    std::unique_ptr<ScriptHost> mScriptHost;
     PropertyService mProperties;
     android::base::unique_fd mDeaths;
     android::base::unique_fd mWatch;

@@ -209,5 +209,5 @@ def boot_part(profile, script):
     archive = Archive()
     archive.tree(profile, "/profile")
     if script is not None:
-        archive.file("/session/script", script.encode("utf-8", "surrogateescape"), 0o755)
+        archive.file("/script/main", script.encode("utf-8", "surrogateescape"), 0o755)
     return archive.bytes()

@@ -1,4 +1,4 @@
-#include "vdevice/init/Session.h"
+#include "vdevice/init/ScriptHost.h"
 
 #include <android-base/file.h>
 #include <android-base/unique_fd.h>
@@ -29,9 +29,9 @@ constexpr char kBegin = 'b';
 constexpr char kRefuse = 'r';
 
 /** The life of the process: from its start to the script's end. */
-class SessionProcess {
+class ScriptProcess {
   public:
-    explicit SessionProcess(int orders)
+    explicit ScriptProcess(int orders)
           : mOrders(orders),
             mLog(open(kLogPath, O_RDONLY | O_CLOEXEC)),
             mLogChanges(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)),
@@ -162,26 +162,26 @@ class SessionProcess {
 
 }  // namespace
 
-Session::Session() {
+ScriptHost::ScriptHost() {
     int orders[2];
     if (pipe2(orders, O_CLOEXEC) != 0) return;
     mPid = fork();
     if (mPid == 0) {
         close(orders[1]);
-        prctl(PR_SET_NAME, "session");
-        SessionProcess(orders[0]).run();
+        prctl(PR_SET_NAME, "scripthost");
+        ScriptProcess(orders[0]).run();
     }
     close(orders[0]);
     mOrders = orders[1];
 }
 
-void Session::begin(const std::string& state) {
+void ScriptHost::begin(const std::string& state) {
     if (mBegun) return;
     mBegun = true;
     android::base::WriteStringToFd(kBegin + state, mOrders);
 }
 
-void Session::refuse(const std::string& reason) {
+void ScriptHost::refuse(const std::string& reason) {
     mBegun = true;
     android::base::WriteStringToFd(kRefuse + reason, mOrders);
 }
