@@ -9,12 +9,16 @@
 #include <string_view>
 #include <vector>
 
+#include "host/stats/EventList.h"
+
 /**
  * What the subjects share. A subject NAME at a size is "NAME/SIZE". Beside it stand "NAME_floor",
  * the least that any reader of the same bytes or files must do, and, where the outcome has a cost
  * of its own, "NAME_result": the same events or map made from values at hand.
  */
 namespace zstats {
+
+using Paths = std::vector<std::string>;
 
 /** The floor of a parser: one pass over the bytes that reads every decimal number on the way. */
 inline uint64_t scanBytes(std::string_view bytes) {
@@ -37,18 +41,25 @@ inline void runScanFloor(benchmark::State& state, const std::string& bytes) {
 }
 
 /** The floor of a reader of files: each is opened, read to its end and closed. */
-inline void runFileFloor(benchmark::State& state, const std::vector<std::string>& paths) {
+inline void runFileFloor(benchmark::State& state, const Paths& paths) {
     char buffer[1024];
     for (auto _ : state) {
         for (const std::string& path : paths) {
             const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-            if (fd < 0) {
-                state.SkipWithError("a file of the benchmark is missing");
-                return;
-            }
+            if (fd < 0) return state.SkipWithError("a file of the benchmark is missing");
             while (read(fd, buffer, sizeof(buffer)) > 0) benchmark::DoNotOptimize(buffer);
             close(fd);
         }
+    }
+}
+
+/** A subject that appends its events to a list, a fresh one each time. */
+template <typename Append>
+void runAppending(benchmark::State& state, Append append) {
+    for (auto _ : state) {
+        AStatsEventList list;
+        append(&list);
+        benchmark::DoNotOptimize(list.events.data());
     }
 }
 

@@ -26,26 +26,25 @@ std::string mtkTimes(int64_t frequencies) {
     return text;
 }
 
+using Text = std::string (*)(int64_t frequencies);
+using Parse = void (*)(const std::string& text, std::vector<long long>& out);
+
 /** A back-end whose node is at hand, so that no service is measured. */
-template <typename Parser>
 struct TextGpu : GpuStats {
-    TextGpu(std::string shown, Parser parser) : text(std::move(shown)), parse(parser) {}
+    TextGpu(std::string shown, Parse parser) : text(std::move(shown)), parse(parser) {}
     void readFreqsKhz(std::vector<int>&) override {}
     void readFreqsTime(std::vector<long long>& out) override { parse(text, out); }
 
     const std::string text;
-    const Parser parse;
+    const Parse parse;
 };
 
 void parseQcom(const std::string& text, std::vector<long long>& out) {
     splitString(text.c_str(), " \t\n", &out);
 }
 
-using Text = std::string (*)(int64_t frequencies);
-
-template <typename Parser>
-void measure(benchmark::State& state, Text text, Parser parser) {
-    GpuReader reader(std::make_shared<TextGpu<Parser>>(text(state.range(0)), parser));
+void measure(benchmark::State& state, Text text, Parse parse) {
+    GpuReader reader(std::make_shared<TextGpu>(text(state.range(0)), parse));
     for (auto _ : state) benchmark::DoNotOptimize(reader.getGpuFreqsTimeDelta());
 }
 
