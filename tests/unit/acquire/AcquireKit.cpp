@@ -20,11 +20,14 @@ using android::status_t;
 
 namespace zstats {
 
-sp<FakeCommand> FakeCommand::answering(int32_t result) {
-    return new FakeCommand([result](const ShellCall& call) {
-        call.receiver->send(result);
-        return android::OK;
-    });
+status_t FakeCommand::answer(const ShellCall& call) {
+    call.receiver->send(0);
+    return android::OK;
+}
+
+std::shared_ptr<inprocess::RemoteService> publishCommand(const std::string& name,
+                                                         FakeCommand::Behaviour behaviour) {
+    return inprocess::publish(name, sp<android::IBinder>(new FakeCommand(std::move(behaviour))));
 }
 
 status_t FakeCommand::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
@@ -46,8 +49,9 @@ std::set<int> ownEntries(const std::string& directory) {
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/" + directory)) {
         entries.insert(std::stoi(entry.path().filename()));
     }
+    if (directory == "task") return entries;
     // The iterator's own descriptor was among them.
-    for (int fd : directory == "fd" ? std::set<int>(entries) : std::set<int>()) {
+    for (int fd : std::set<int>(entries)) {
         if (fcntl(fd, F_GETFD) < 0) entries.erase(fd);
     }
     return entries;

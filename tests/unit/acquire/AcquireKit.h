@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "host/inprocess/InProcessBinder.h"
+
 namespace zstats {
 
 /** A text stream that keeps what was printed. Any thread. */
@@ -53,8 +55,8 @@ class FakeCommand : public android::BBinder {
     using Behaviour = std::function<android::status_t(const ShellCall& call)>;
 
     explicit FakeCommand(Behaviour behaviour) : mBehaviour(std::move(behaviour)) {}
-    /** Answers every command at once with `result`. */
-    static android::sp<FakeCommand> answering(int32_t result);
+    /** Answers at once with 0. */
+    static android::status_t answer(const ShellCall& call);
 
   protected:
     android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
@@ -63,6 +65,10 @@ class FakeCommand : public android::BBinder {
   private:
     const Behaviour mBehaviour;
 };
+
+/** Publishes a service of that behaviour. */
+std::shared_ptr<inprocess::RemoteService> publishCommand(const std::string& name,
+                                                         FakeCommand::Behaviour behaviour);
 
 /** The numbers in a directory of /proc/self: "fd" or "task". */
 std::set<int> ownEntries(const std::string& directory);

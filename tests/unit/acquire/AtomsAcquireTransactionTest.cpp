@@ -102,9 +102,8 @@ struct Row {
 
 const Bytes kNull = exceptionReply(-4, "");
 
-Bytes unread(int bytes) {
-    return exceptionReply(-2,
-                          "Parcel data not fully consumed, unread size: " + std::to_string(bytes));
+Bytes unread(const char* bytes) {
+    return exceptionReply(-2, std::string("Parcel data not fully consumed, unread size: ") + bytes);
 }
 
 const Bytes kNoInfo = bytesOf({0, 0});
@@ -120,7 +119,7 @@ const Row kRows[] = {
         {"InfoNegativeCount", kInfo, kOurs, {INT32_MIN, 1}, false, {}, OK, kNull},
         {"InfoShortByOne", kInfo, kOurs, {3, 10, 11}, false, {}, kShort, ""},
         {"InfoHugeCount", kInfo, kOurs, {0x40000000, 1}, false, {}, kShort, ""},
-        {"InfoTrailing", kInfo, kOurs, {1, 10, 0}, false, {}, OK, unread(4)},
+        {"InfoTrailing", kInfo, kOurs, {1, 10, 0}, false, {}, OK, unread("4")},
         {"FdForeignToken", kRegister, "android.os.IStatsd", {0}, false, {}, BAD_TYPE, ""},
         {"FdWithoutIds", kRegister, kOurs, {}, false, {}, kShort, ""},
         {"FdNullIds", kRegister, kOurs, {-1, 1, 0}, true, {}, OK, kNull},
@@ -128,13 +127,15 @@ const Row kRows[] = {
         {"FdWithoutFd", kRegister, kOurs, {1, 10}, false, {}, kShort, ""},
         {"FdNullFd", kRegister, kOurs, {1, 10, 0}, false, {}, OK, kNull},
         {"FdNoFd", kRegister, kOurs, {0, 1, 0, 7, 7, 7}, false, {}, BAD_TYPE, ""},
-        {"FdTrailing", kRegister, kOurs, {0, 1, 0}, true, {7, 8}, OK, unread(8)},
+        {"FdTrailing", kRegister, kOurs, {0, 1, 0}, true, {7, 8}, OK, unread("8")},
         {"FdRefused", kRegister, kOurs, {1, 10, 1, 0}, true, {}, OK, kRefusal},
         {"NextCode", 3, kOurs, {0}, false, {}, kUnknown, ""},
         {"CodeZero", 0, kOurs, {0}, false, {}, kUnknown, ""},
         {"InterfaceVersion", 0x00fffffe, kOurs, {}, false, {}, kUnknown, ""},
         {"Interface", kInterface, nullptr, {}, false, {}, OK, textBytes(kOurs)},
-}; /** The trace of a request: a section for those of the two calls that bring the right token. */
+};
+
+/** The trace of a request: a section for those of the two calls that bring the right token. */
 std::string expectedTrace(const Row& row) {
     if (row.token != kOurs || row.code < kInfo || row.code > kRegister) return "";
     const char* call = row.code == kInfo ? "getInfoForPulledAtoms" : "registerFdForPushedAtoms";

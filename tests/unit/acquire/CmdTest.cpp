@@ -9,8 +9,6 @@
 #include "tests/support/LogCapture.h"
 #include "tests/unit/acquire/AcquireKit.h"
 
-using android::IBinder;
-using android::sp;
 using android::status_t;
 
 namespace zstats {
@@ -36,15 +34,9 @@ class CmdTest : public testing::Test {
         return text;
     }
 
-    /** Publishes a command; what it returns is the call's status. */
-    static std::shared_ptr<inprocess::RemoteService> publish(const std::string& name,
-                                                             FakeCommand::Behaviour behaviour) {
-        return inprocess::publish(name, sp<IBinder>(new FakeCommand(std::move(behaviour))));
-    }
-
     /** Publishes a command that keeps the arguments it is called with. */
     static void publishRecorder(const std::string& name, Arguments* arguments) {
-        publish(name, [arguments](const ShellCall& call) {
+        publishCommand(name, [arguments](const ShellCall& call) {
             *arguments = call.arguments;
             EXPECT_EQ(call.in, STDIN_FILENO);
             EXPECT_EQ(call.out, STDOUT_FILENO);
@@ -67,9 +59,7 @@ TEST_F(CmdTest, TakesItsArgumentsApart) {
     } const rows[] = {
             {{"stats"}, "stats", {}},
             {{"stats", "data-subscribe"}, "stats", {"data-subscribe"}},
-            {{"stats", "", "-w", "\xc3\xa9\xe2\x82\xac"},
-             "stats",
-             {"", "-w", "\xc3\xa9\xe2\x82\xac"}},
+            {{"stats", "", "-w", "\xe2\x82\xac"}, "stats", {"", "-w", "\xe2\x82\xac"}},
             {{"-w", "stats", "-l"}, "stats", {"-l"}},
             {{"-w", "-w"}, "-w", {}},
             {{"-w"}, "-w", {}},
@@ -95,35 +85,28 @@ TEST_F(CmdTest, WaitsForAServiceOnRequest) {
 }
 
 TEST_F(CmdTest, SaysWhatItMisses) {
+    const std::string unspecified =
+            "No service specified; use -l to list all running services. Use -w to start and wait "
+            "for a service.\n";
+    const std::string noManager = "Unable to get default service manager!\n";
     struct {
         std::vector<std::string_view> argv;
         bool withoutManager;
         std::string error;
         std::string warning;
     } const rows[] = {
-            {{"nobody", "x"},
-             false,
-             "cmd: Can't find service: nobody\n",
-             "Can't find service nobody\n"},
-            {{"-w"}, false, "cmd: Can't find service: -w\n", "Can't find service -w\n"},
-            {{"-l", "x"}, false, "cmd: Can't find service: -l\n", "Can't find service -l\n"},
-            {{},
-             false,
-             "cmd: No service specified; use -l to list all running services. Use -w to start and "
-             "wait for a service.\n",
-             ""},
-            {{},
-             true,
-             "cmd: Unable to get default service manager!\n",
-             "Unable to get default service manager!\n"},
-    };
+            {{"nobody", "x"}, false, "Can't find service: nobody\n", "Can't find service nobody\n"},
+            {{"-w"}, false, "Can't find service: -w\n", "Can't find service -w\n"},
+            {{"-l", "x"}, false, "Can't find service: -l\n", "Can't find service -l\n"},
+            {{}, false, unspecified, ""},
+            {{}, true, noManager, noManager}};
     std::string error;
     std::string warning;
     for (const auto& row : rows) {
         inprocess::hideServiceManager(row.withoutManager);
         EXPECT_EQ(run(row.argv), 20);
         EXPECT_EQ(run(row.argv, RunMode::kLibrary), 20);
-        error += row.error + row.error;
+        error += "cmd: " + row.error + "cmd: " + row.error;
         warning += row.warning;
     }
     EXPECT_EQ(mError.text(), error);
@@ -133,16 +116,13 @@ TEST_F(CmdTest, SaysWhatItMisses) {
 
 TEST_F(CmdTest, ListsServicesByUnitOfTheirNames) {
     // The character beyond the surrogates comes before the last one below them, unlike in UTF-8.
-    const std::string beyond = "\xf0\x90\x80\x80";
-    const std::string last = "\xef\xbc\x80";
-    for (const std::string& name : {last, beyond, std::string("stats"), std::string("audio2"),
-                                    std::string("audio"), std::string("Zygote")}) {
-        inprocess::publish(name, sp<IBinder>(FakeCommand::answering(0)));
+    for (const char* name : {"\xef\xbc\x80", "\xf0\x90\x80\x80", "audio2", "audio", "Zygote"}) {
+        publishCommand(name, FakeCommand::answer);
     }
     EXPECT_EQ(run({"-l"}), 0);
     EXPECT_EQ(mOutput.text(),
-              "Currently running services:\n  Zygote\n  audio\n  audio2\n  stats\n  " + beyond +
-                      "\n  " + last + "\n");
+              "Currently running services:\n  Zygote\n  audio\n  audio2\n  \xf0\x90\x80\x80\n"
+              "  \xef\xbc\x80\n");
     EXPECT_EQ(mError.text(), "");
 }
 
@@ -160,7 +140,7 @@ TEST_F(CmdTest, NamesTheStatusOfAFailedCallOnTheOutput) {
     };
     std::string output;
     std::string log;
-    const auto remote = inprocess::publish("broken", sp<IBinder>(FakeCommand::answering(0)));
+    const auto remote = publishCommand("broken", FakeCommand::answer);
     for (const auto& row : rows) {
         remote->failCalls(row.status);
         EXPECT_EQ(run({"broken", "x"}), row.status);
@@ -175,24 +155,21 @@ TEST_F(CmdTest, NamesTheStatusOfAFailedCallOnTheOutput) {
 }
 
 TEST_F(CmdTest, NeverLosesAResultThatComesBeforeTheWait) {
-    constexpr int64_t kResults = 10000;
-    constexpr int64_t kStep = UINT32_MAX / (kResults - 1);
+    constexpr int64_t kStep = UINT32_MAX / 9999;
     int64_t next = INT32_MIN;
-    publish("quick", [&](const ShellCall& call) {
+    publishCommand("quick", [&](const ShellCall& call) {
         call.receiver->send(static_cast<int32_t>(next));
         return android::OK;
     });
     int32_t lost = 0;
-    for (int64_t i = 0; i < kResults; ++i, next += kStep) {
-        lost += run({"quick"}, RunMode::kLibrary) != next ? 1 : 0;
-    }
+    for (int i = 0; i < 10000; ++i, next += kStep) lost += run({"quick"}) != next ? 1 : 0;
     EXPECT_EQ(lost, 0);
     EXPECT_EQ(mOutput.text() + mError.text() + warnings(), "");
 }
 
 TEST_F(CmdTest, GetsAResultThatRacesWithTheWait) {
     std::vector<std::thread> senders;
-    publish("racing", [&](const ShellCall& call) {
+    publishCommand("racing", [&](const ShellCall& call) {
         senders.emplace_back([receiver = call.receiver] { receiver->send(9); });
         return android::OK;
     });

@@ -13,17 +13,12 @@
 #include "host/inprocess/InProcessBinder.h"
 #include "tests/unit/acquire/AcquireKit.h"
 
-using android::IBinder;
 using android::sp;
 using android::String16;
 using android::base::unique_fd;
 
 namespace zstats {
 namespace {
-
-String16 text16(const std::string& text) {
-    return String16(text.c_str());
-}
 
 /** A scratch directory that is the current one while a test runs. */
 class OpenFileTest : public testing::Test {
@@ -35,7 +30,7 @@ class OpenFileTest : public testing::Test {
     ~OpenFileTest() override { std::filesystem::current_path(mBefore); }
 
     int open(const std::string& path, const std::string& mode) {
-        return mCallback->openFile(text16(path), String16(), text16(mode));
+        return mCallback->openFile(String16(path.c_str()), String16(), String16(mode.c_str()));
     }
 
     static void fill(const std::string& path, const std::string& text) {
@@ -59,12 +54,10 @@ TEST_F(OpenFileTest, OpensAsItsModeTells) {
         int access;
         const char* left;  // of a file with "old" in it
         bool creates;
-    } const rows[] = {
-            {"r", O_RDONLY, "old", false},
-            {"r+", O_RDWR, "old", false},
-            {"w", O_WRONLY, "", true},
-            {"w+", O_RDWR, "", true},
-    };
+    } const rows[] = {{"r", O_RDONLY, "old", false},
+                      {"r+", O_RDWR, "old", false},
+                      {"w", O_WRONLY, "", true},
+                      {"w+", O_RDWR, "", true}};
     for (const auto& row : rows) {
         fill("there", "old");
         const int fd = open("there", row.mode);
@@ -87,28 +80,26 @@ TEST_F(OpenFileTest, OpensAsItsModeTells) {
 
 TEST_F(OpenFileTest, SaysWhyItDoesNotOpen) {
     constexpr int kOpens = 0;
+    const std::filesystem::path directory(mDirectory.path);
     fill("there", "old");
     struct {
         std::string path;
         const char* mode;
         int result;
-    } const rows[] = {
-            {"there", "a", -EINVAL},
-            {"missing", "", -EINVAL},
-            {"there", "rw", -EINVAL},
-            {"there", "W", -EINVAL},
-            {"there", "w ", -EINVAL},
-            {"missing", "r", -1},
-            {"missing", "r+", -1},
-            {"no/such/directory", "w", -1},
-            {".", "w", -1},
-            {"/there", "r", -1},
-            {"", "r", kOpens},
-            {"./no/../there", "r", -1},
-            {"./../" + std::filesystem::path(mDirectory.path).filename().string() + "/there", "r",
-             kOpens},
-            {std::string(mDirectory.path) + "/there", "r", kOpens},
-    };
+    } const rows[] = {{"there", "a", -EINVAL},
+                      {"missing", "", -EINVAL},
+                      {"there", "rw", -EINVAL},
+                      {"there", "W", -EINVAL},
+                      {"there", "w ", -EINVAL},
+                      {"missing", "r", -1},
+                      {"missing", "r+", -1},
+                      {"no/such/directory", "w", -1},
+                      {".", "w", -1},
+                      {"/there", "r", -1},
+                      {"", "r", kOpens},
+                      {"./no/../there", "r", -1},
+                      {"./../" + directory.filename().string() + "/there", "r", kOpens},
+                      {directory.string() + "/there", "r", kOpens}};
     std::string lines;
     for (const auto& row : rows) {
         const int fd = open(row.path, row.mode);
@@ -128,14 +119,12 @@ TEST_F(OpenFileTest, ServesACommandOnlyDuringItsCall) {
     const auto openKept = [&](const char* path, const char* mode) {
         return kept->openFile(String16(path), String16(), String16(mode));
     };
-    inprocess::publish("opener", sp<IBinder>(new FakeCommand([&](const ShellCall& call) {
-                           kept = android::interface_cast<android::IShellCallback>(call.callback);
-                           const unique_fd opened(openKept("there", "r"));
-                           EXPECT_TRUE(opened.ok());
-                           EXPECT_EQ(openKept("there", "a"), -EINVAL);
-                           call.receiver->send(0);
-                           return android::OK;
-                       })));
+    publishCommand("opener", [&](const ShellCall& call) {
+        kept = android::interface_cast<android::IShellCallback>(call.callback);
+        EXPECT_TRUE(unique_fd(openKept("there", "r")).ok());
+        EXPECT_EQ(openKept("there", "a"), -EINVAL);
+        return FakeCommand::answer(call);
+    });
     TextCapture output;
     EXPECT_EQ(cmdMain({"opener"}, output, mError, 0, 1, 2, RunMode::kLibrary), 0);
     ASSERT_NE(kept, nullptr);
