@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <stats_pull_atom_callback.h>
 
-#include <numeric>
 #include <thread>
 
 #include "host/inprocess/InProcessBinder.h"
@@ -17,28 +16,33 @@ namespace {
 using aidl::android::os::IPullAtomCallback;
 using aidl::android::os::IPullAtomResultReceiver;
 using aidl::android::util::StatsEventParcel;
+using Strings = std::vector<std::string>;
 
 /** statsd's side of one pull; takes no answer of more than `maxBytes`. */
 class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
   public:
-    struct Answer {
-        int32_t tag;
-        bool success;
-        std::vector<StatsEventParcel> events;
-    };
-
     explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
 
     ndk::ScopedAStatus pullFinished(int32_t tag, bool success,
                                     const std::vector<StatsEventParcel>& output) override {
-        size_t bytes = 0;
-        for (const StatsEventParcel& parcel : output) bytes += parcel.buffer.size();
-        if (bytes > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
-        answers.push_back({tag, success, output});
+        size_t size = 0;
+        std::string answer = success ? "success" : "failure";
+        for (const auto& [bytes] : output) {
+            const auto event =
+                    readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+            if (!event || event->atomId != tag || event->fields.size() != 1) break;
+            answer += " " + std::to_string(tag) + ":" +
+                      std::to_string(std::get<int32_t>(event->fields[0])) +
+                      (event->built ? "" : " unbuilt");
+            size += bytes.size();
+        }
+        if (size > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
+        answers.push_back(answer);
         return ndk::ScopedAStatus::ok();
     }
 
-    std::vector<Answer> answers;
+    /** "success" or "failure" and each event as its tag and number. */
+    Strings answers;
 
   private:
     const size_t mMaxBytes;
@@ -82,7 +86,7 @@ class PullLibraryTest : public testing::Test {
     }
 
     /** What one pull of `tag` by statsd is answered with. */
-    std::vector<Receiver::Answer> pull(int32_t tag, size_t maxBytes = 1 << 20) {
+    Strings pull(int32_t tag, size_t maxBytes = 1 << 20) {
         settle();
         auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
         auto remote = inprocess::publish("callback", mStatsd->callbackOf(tag));
@@ -96,14 +100,12 @@ class PullLibraryTest : public testing::Test {
     std::shared_ptr<inprocess::RemoteService> mRemote;
 };
 
-using Requests = std::vector<std::string>;
-
 TEST_F(PullLibraryTest, registersInOrderWithoutMakingTheCallerWait) {
     mRemote->block();
     for (int32_t tag : {30, 10, 20}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(10);
     mRemote->unblock();
-    EXPECT_EQ(mStatsd->waitForRequests(4), (Requests{"+30", "+10", "+20", "-10"}));
+    EXPECT_EQ(mStatsd->waitForRequests(4), (Strings{"+30", "+10", "+20", "-10"}));
 }
 
 TEST_F(PullLibraryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
@@ -141,34 +143,20 @@ AStatsManager_PullAtomCallbackReturn answerTwo(int32_t tag, AStatsEventList* dat
     return *static_cast<int32_t*>(cookie);
 }
 
-TEST_F(PullLibraryTest, answersWithEveryEventAndTheCallbacksVerdict) {
-    for (int32_t verdict : {0, 1, -1}) {
-        AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
-        const auto answers = pull(7);
-        ASSERT_EQ(answers.size(), 1u);
-        EXPECT_EQ(answers[0].tag, 7);
-        EXPECT_EQ(answers[0].success, verdict == AStatsManager_PULL_SUCCESS);
-        ASSERT_EQ(answers[0].events.size(), 2u);
-        for (size_t i : {0, 1}) {
-            const auto& bytes = answers[0].events[i].buffer;
-            const auto event =
-                    readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-            ASSERT_TRUE(event.has_value());
-            EXPECT_EQ(event->built, i == 0);
-            EXPECT_EQ(event->atomId, 7);
-            EXPECT_EQ(event->fields, std::vector<FieldValue>{static_cast<int32_t>(i + 1)});
-        }
+TEST_F(PullLibraryTest, answersWithEveryEventAndTheVerdictOrWithAFailureThatGoesThrough) {
+    const struct {
+        int32_t verdict;
+        size_t maxBytes;
+        std::string answer;
+    } cases[] = {{AStatsManager_PULL_SUCCESS, 1 << 20, "success 7:1 7:2 unbuilt"},
+                 {AStatsManager_PULL_SKIP, 1 << 20, "failure 7:1 7:2 unbuilt"},
+                 {-1, 1 << 20, "failure 7:1 7:2 unbuilt"},
+                 {AStatsManager_PULL_SUCCESS, 42, "success 7:1 7:2 unbuilt"},
+                 {AStatsManager_PULL_SUCCESS, 41, "failure"}};
+    for (auto row : cases) {
+        AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &row.verdict);
+        EXPECT_EQ(pull(7, row.maxBytes), Strings{row.answer});
     }
-}
-
-TEST_F(PullLibraryTest, turnsAnAnswerThatDoesNotGoThroughIntoAFailure) {
-    int32_t verdict = AStatsManager_PULL_SUCCESS;
-    AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
-    EXPECT_TRUE(pull(7, 42)[0].success);
-    const auto answers = pull(7, 41);
-    ASSERT_EQ(answers.size(), 1u);
-    EXPECT_FALSE(answers[0].success);
-    EXPECT_TRUE(answers[0].events.empty());
 }
 
 TEST_F(PullLibraryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
@@ -179,26 +167,25 @@ TEST_F(PullLibraryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
     AStatsManager_setPullAtomCallback(20, nullptr, answerTwo, &verdict);
     EXPECT_EQ(mStatsd->waitForRequests(6).size(), 6u);
     for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(pull(20)[0].events.size(), 2u);
+        EXPECT_EQ(pull(20), Strings{"success 20:1 20:2 unbuilt"});
         restartStatsd();
-        EXPECT_EQ(mStatsd->waitForRequests(3), (Requests{"+10", "+20", "+30"}));
+        EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
     }
 }
 
 TEST_F(PullLibraryTest, keepsRegistrationsThatFoundNoStatsd) {
     registerTag(30);
-    EXPECT_EQ(mStatsd->waitForRequests(1), Requests{"+30"});
+    EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+30"});
     mRemote->die();
     registerTag(10);
     PullRegistry::instance().join();
     startStatsd();
     // Nothing tells the library that statsd is back; the next registration finds it.
     registerTag(20);
-    EXPECT_EQ(mStatsd->waitForRequests(1), Requests{"+20"});
     settle();
-    EXPECT_EQ(mStatsd->waitForRequests(1), Requests{"+20"});
+    EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+20"});
     restartStatsd();
-    EXPECT_EQ(mStatsd->waitForRequests(3), (Requests{"+10", "+20", "+30"}));
+    EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
 }
 
 TEST_F(PullLibraryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
@@ -215,7 +202,7 @@ TEST_F(PullLibraryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
     for (std::thread& thread : threads) thread.join();
     PullRegistry::instance().join();
     restartStatsd();
-    Requests expected;
+    Strings expected;
     for (int32_t tag = 0; tag < 60; tag += 2) expected.push_back("+" + std::to_string(tag));
     EXPECT_EQ(mStatsd->waitForRequests(expected.size()), expected);
 }
