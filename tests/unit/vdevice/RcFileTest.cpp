@@ -7,20 +7,20 @@ namespace {
 
 TEST(RcFileTest, readsEveryKeywordOfAService) {
     RcFile rc;
-    ASSERT_EQ("", parseRcFile("a.rc",
-                              "# comment\n"
-                              "service one /bin/one -v x\n"
-                              "    class main\n"
-                              "    # another\n"
-                              "    user statsd\n"
-                              "    group 1234 shell\n"
-                              "    oneshot\n"
-                              "    disabled\n"
-                              "    socket statsdw dgram+passcred 0222 statsd 7\n"
-                              "    interface aidl a.b.IC/default\n"
-                              "    needs nodes charger\n"
-                              "\n"
-                              "service two /bin/two\n",
+    ASSERT_EQ("", parseRcFile("a.rc", R"(# comment
+service one /bin/one -v x
+    class main
+    # another
+    user statsd
+    group 1234 shell
+    oneshot
+    disabled
+    socket statsdw dgram+passcred 0222 statsd 7
+    interface aidl a.b.IC/default
+    needs nodes charger
+
+service two /bin/two
+)",
                               &rc));
     ASSERT_EQ(2u, rc.services.size());
     const RcService& one = rc.services[0];

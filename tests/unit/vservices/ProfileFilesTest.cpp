@@ -42,13 +42,11 @@ class Nodes : public testing::Test {
 TEST_F(Nodes, areServedInTurnToEachReader) {
     put("gpu", "first");
     put("gpu.1", "second");
-    put("gpu.2", std::string("\0bytes\n", 7));
-    const std::pair<pid_t, std::string> kReads[] = {{100, "first"},
-                                                    {100, "second"},
-                                                    {200, "first"},
-                                                    {100, std::string("\0bytes\n", 7)},
-                                                    {100, std::string("\0bytes\n", 7)},
-                                                    {200, "second"}};
+    const std::string third("\0bytes\n", 7);
+    const std::pair<pid_t, std::string> kReads[] = {{100, "first"}, {100, "second"},
+                                                    {200, "first"}, {100, third},
+                                                    {100, third},   {200, "second"}};
+    put("gpu.2", third);
     for (const auto& [reader, content] : kReads) EXPECT_EQ(mNodes.next(reader, "gpu"), content);
 
     // The files may change at any time.
