@@ -24,40 +24,34 @@ using Input = std::vector<uint8_t>;
 constexpr size_t kLongestInput = 4096;
 
 void readInputs(const std::filesystem::path& place, std::vector<Input>* inputs) {
-    if (!std::filesystem::is_directory(place)) {
-        std::ifstream file(place, std::ios::binary);
-        inputs->emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (std::filesystem::is_directory(place)) {
+        const std::filesystem::directory_iterator folder(place);
+        for (const auto& entry : folder) readInputs(entry.path(), inputs);
         return;
     }
-    for (const auto& entry : std::filesystem::directory_iterator(place)) {
-        readInputs(entry.path(), inputs);
-    }
+    std::ifstream file(place, std::ios::binary);
+    inputs->emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 /** One change such as a fuzzing engine would make. */
 void mutate(Input* input, const Input& other, std::mt19937_64* random) {
     const auto below = [random](size_t limit) { return limit == 0 ? 0 : (*random)() % limit; };
     const auto place = input->begin() + static_cast<std::ptrdiff_t>(below(input->size() + 1));
-    switch (below(5)) {
+    const auto piece = other.begin() + static_cast<std::ptrdiff_t>(below(other.size() + 1));
+    switch (below(4)) {
         case 0:  // change a byte
             if (place != input->end()) *place = static_cast<uint8_t>(below(256));
             break;
-        case 1:
-            input->insert(place, static_cast<uint8_t>(below(256)));
+        case 1:  // cut the end, or a byte
+            input->erase(place, below(2) == 0 || place == input->end() ? input->end() : place + 1);
             break;
-        case 2:  // cut the end
-            input->erase(place, input->end());
-            break;
-        case 3:  // append a piece of another input
-            input->insert(input->end(),
-                          other.begin() + static_cast<std::ptrdiff_t>(below(other.size() + 1)),
-                          other.end());
+        case 2:  // a piece of another input
+            input->insert(place, piece, other.end());
             break;
         default:  // a number's border
-            if (input->end() - place >= 4) {
-                const uint32_t borders[] = {0, 1, 0x7fffffff, 0x80000000, 0xffffffff};
-                memcpy(&*place, &borders[below(5)], 4);
-            }
+            if (input->end() - place < 4) break;
+            const uint32_t borders[] = {0, 1, 0x7fffffff, 0x80000000, 0xffffffff};
+            memcpy(&*place, &borders[below(5)], 4);
     }
     if (input->size() > kLongestInput) input->resize(kLongestInput);
 }
@@ -67,8 +61,9 @@ void runRandom(const std::vector<Input>& corpus, long runs, uint64_t seed) {
     const auto pick = [&] { return corpus.empty() ? Input() : corpus[random() % corpus.size()]; };
     for (long i = 0; i < runs; ++i) {
         Input input = pick();
-        const size_t changes = 1 + random() % 8;
-        for (size_t change = 0; change < changes; ++change) mutate(&input, pick(), &random);
+        for (size_t changes = 1 + random() % 8; changes > 0; --changes) {
+            mutate(&input, pick(), &random);
+        }
         LLVMFuzzerTestOneInput(input.data(), input.size());
     }
 }
