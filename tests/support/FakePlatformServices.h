@@ -1,70 +1,139 @@
 #pragma once
 
-#include <cstdint>
+#include <android/os/BnThermalService.h>
+#include <binder/Binder.h>
+#include <binder/Parcel.h>
+
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/support/Guarded.h"
 #include "tests/support/PublishedFake.h"
 
 namespace zstats {
 
 /** The maker's thermal service: raw transactions behind an interface token, replies of int32. */
 class FakeCalda : public PublishedFake {
+    using Parcel = android::Parcel;
+    using Words = std::vector<int32_t>;
+
+    struct Service : android::BBinder {
+        const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+        android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                     uint32_t flags) override {
+            const auto known = words.get();
+            const auto answer = known.find(code);
+            if (answer == known.end()) return BBinder::onTransact(code, data, reply, flags);
+            if (!data.checkInterface(this)) return android::PERMISSION_DENIED;
+            for (const int32_t word : answer->second) reply->writeInt32(word);
+            return android::OK;
+        }
+
+        Guarded<std::map<uint32_t, Words>> words;
+        const android::String16 descriptor{"com.norda.calda.ICaldaService"};
+    };
+
   public:
     static constexpr char kName[] = "calda";
     static constexpr uint32_t kStatus = 4;
     static constexpr uint32_t kShell = 21;
     static constexpr uint32_t kAmbient = 25;
 
-    FakeCalda();
+    FakeCalda() : FakeCalda(new Service) {}
+    explicit FakeCalda(Service* service)
+          : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
     /** From now on `code` is answered with these words. A code that was never set is unknown. */
-    void set(uint32_t code, std::vector<int32_t> words);
-    /** Calls that came without the right interface token; these are refused. */
-    int wrongTokens() const;
+    void set(uint32_t code, const Words& words) { (*mService->words.lock())[code] = words; }
 
   private:
-    struct Service;
-    explicit FakeCalda(Service* service);
     Service* const mService;  // owned by the base
 };
 
 /** The platform's thermal service, down to the query of temperatures by type. */
 class FakeThermalService : public PublishedFake {
+    using Status = android::binder::Status;
+    using Temperatures = std::vector<android::os::Temperature>;
+    using Events = android::sp<android::os::IThermalEventListener>;
+    using Statuses = android::sp<android::os::IThermalStatusListener>;
+
+    struct Service : android::os::BnThermalService {
+        Status getCurrentTemperaturesWithType(int32_t type, Temperatures* out) override {
+            types.lock()->push_back(type);
+            if (exception.get() != 0) return Status::fromExceptionCode(exception.get());
+            for (const float value : temperatures.get()) {
+                out->emplace_back(value, type, android::String16("cpu"), 0);
+            }
+            return Status::ok();
+        }
+
+        // Nobody asks for the rest.
+        Status registerThermalEventListener(const Events&, bool*) override { return {}; }
+        Status registerThermalEventListenerWithType(const Events&, int32_t, bool*) override {
+            return {};
+        }
+        Status unregisterThermalEventListener(const Events&, bool*) override { return {}; }
+        Status getCurrentTemperatures(Temperatures*) override { return {}; }
+        Status registerThermalStatusListener(const Statuses&, bool*) override { return {}; }
+        Status unregisterThermalStatusListener(const Statuses&, bool*) override { return {}; }
+        Status getCurrentThermalStatus(int32_t*) override { return {}; }
+
+        Guarded<std::vector<float>> temperatures;
+        Guarded<std::vector<int32_t>> types;
+        Guarded<int32_t> exception;
+    };
+
   public:
     static constexpr char kName[] = "thermalservice";
 
-    FakeThermalService();
+    FakeThermalService() : FakeThermalService(new Service) {}
+    explicit FakeThermalService(Service* service)
+          : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
     /** Temperatures in degrees Celsius; every type is answered with these. */
-    void set(std::vector<float> temperatures);
+    void set(std::vector<float> temperatures) { mService->temperatures.set(temperatures); }
     /** From now on queries fail with this exception code; 0 ends that. */
-    void setException(int32_t code);
+    void setException(int32_t code) { mService->exception.set(code); }
     /** The types that were asked for, oldest first. */
-    std::vector<int32_t> types() const;
+    std::vector<int32_t> types() const { return mService->types.get(); }
 
   private:
-    struct Service;
-    explicit FakeThermalService(Service* service);
     Service* const mService;  // owned by the base
 };
 
 /** The audio service, down to its monitor of the amplifier's power. */
 class FakeAudio : public PublishedFake {
+    using Parcel = android::Parcel;
+
+    struct Service : android::BBinder {
+        android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                     uint32_t flags) override {
+            if (code != kMonitor) return BBinder::onTransact(code, data, reply, flags);
+            request.set({reinterpret_cast<const char*>(data.data()), data.dataSize()});
+            const auto answer = text.get();
+            return answer ? reply->writeCString(answer->c_str()) : android::OK;
+        }
+
+        Guarded<std::optional<std::string>> text;
+        Guarded<std::string> request;
+    };
+
   public:
     static constexpr char kName[] = "audio";
     static constexpr uint32_t kMonitor = 129;
 
-    FakeAudio();
+    FakeAudio() : FakeAudio(new Service) {}
+    explicit FakeAudio(Service* service)
+          : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
-    /** The reply's text; null: the reply holds no text at all. */
-    void set(const char* text);
+    /** The reply's text; without one the reply holds no text at all. */
+    void set(std::optional<std::string> text) { mService->text.set(text); }
     /** The bytes of the last request. */
-    std::string request() const;
+    std::string request() const { return mService->request.get(); }
 
   private:
-    struct Service;
-    explicit FakeAudio(Service* service);
     Service* const mService;  // owned by the base
 };
 

@@ -1,37 +1,77 @@
 #pragma once
 
+#include <aidl/vendor/norda/hardware/charger/BnCharger.h>
+#include <aidl/vendor/norda/hardware/handlefactory/BnHandleFactory.h>
+#include <vendor/norda/hardware/touch/BnNordaTouch.h>
+
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/support/Guarded.h"
 #include "tests/support/PublishedFake.h"
 
 namespace zstats {
 
+constexpr int32_t kServiceError = -5;
+
+inline ndk::ScopedAStatus errorUnless(bool ok) {
+    return ok ? ndk::ScopedAStatus::ok()
+              : ndk::ScopedAStatus(AStatus_fromServiceSpecificError(kServiceError));
+}
+
 /** The handle factory. A key that was never set is answered with an error status. */
 class FakeHandleFactory : public PublishedFake {
+    struct Node {
+        std::vector<std::string> texts;
+        int32_t code;
+        size_t next = 0;
+    };
+    using Reads = std::vector<std::pair<std::string, int32_t>>;
+    using Result = aidl::vendor::norda::hardware::handlefactory::HandleResult;
+
+    struct Service : aidl::vendor::norda::hardware::handlefactory::BnHandleFactory {
+        ndk::ScopedAStatus readHandle(const std::string& key, int32_t flag, Result* out) override {
+            reads.lock()->emplace_back(key, flag);
+            auto held = nodes.lock();
+            const auto found = held->find(key);
+            if (found == held->end()) return errorUnless(false);
+            Node& node = found->second;
+            out->code = node.code;
+            out->content = node.texts[node.next];
+            if (node.next + 1 < node.texts.size()) ++node.next;
+            return ndk::ScopedAStatus::ok();
+        }
+
+        Guarded<std::map<std::string, Node>> nodes;
+        Guarded<Reads> reads;
+    };
+
   public:
     static constexpr char kName[] = "vendor.norda.hardware.handlefactory.IHandleFactory/default";
 
-    FakeHandleFactory();
+    explicit FakeHandleFactory(std::shared_ptr<Service> service = ndk::SharedRefBase::make<Service>())
+          : PublishedFake(kName, service->asBinder()), mService(std::move(service)) {}
     /** Dies, so that the process-wide client drops its connection before the next test. */
     ~FakeHandleFactory() { remote().die(); }
 
     /** From now on `key` is answered with this text and result code. */
-    void set(const std::string& key, const std::string& text, int32_t code = 0);
+    void set(const std::string& key, const std::string& text, int32_t code = 0) {
+        (*mService->nodes.lock())[key] = {{text}, code};
+    }
     /** Successive reads of `key` get these texts; the last one stays. */
-    void setSeries(const std::string& key, std::vector<std::string> texts, int32_t code = 0);
+    void setSeries(const std::string& key, const std::vector<std::string>& texts) {
+        (*mService->nodes.lock())[key] = {texts, 0};
+    }
     /** From now on `key` is answered with an error status. */
-    void fail(const std::string& key);
-
+    void fail(const std::string& key) { mService->nodes.lock()->erase(key); }
     /** The (key, flag) pairs that were asked for, oldest first. */
-    std::vector<std::pair<std::string, int32_t>> reads() const;
+    Reads reads() const { return mService->reads.get(); }
 
   private:
-    struct Service;
-    explicit FakeHandleFactory(std::shared_ptr<Service> service);
     const std::shared_ptr<Service> mService;
 };
 
@@ -41,40 +81,99 @@ class FakeHandleFactory : public PublishedFake {
  * after a callback object that used it is gone.
  */
 class FakeCharger : public PublishedFake {
+    struct Answer {
+        int32_t value = 0;
+        bool ok = false;
+    };
+    using Calls = std::vector<std::string>;
+
+    struct Service : aidl::vendor::norda::hardware::charger::BnCharger {
+// One of the getters, all of which look alike.
+#define ANSWER(method)                                 \
+    ndk::ScopedAStatus method(int32_t* out) override { \
+        return answer(#method, out);                   \
+    }
+        ANSWER(getBatteryVoltageNow)
+        ANSWER(getPsyBatteryCC)
+        ANSWER(getPsyBatteryCurrentNow)
+        ANSWER(getPsyBatteryFcc)
+        ANSWER(getPsyBatteryPchg)
+        ANSWER(getPsyBatteryPchgResetCount)
+        ANSWER(getPsyBatteryTemp)
+        ANSWER(getPsyChargeTech)
+        ANSWER(getPsyFastChgType)
+        ANSWER(getPsyInputCurrent)
+        ANSWER(getUIsohValue)
+        ANSWER(getUsbInputCurrentNow)
+#undef ANSWER
+
+        ndk::ScopedAStatus answer(const char* method, int32_t* out) {
+            calls.lock()->emplace_back(method);
+            const Answer given = (*answers.lock())[method];
+            *out = given.value;
+            return errorUnless(given.ok);
+        }
+
+        Guarded<std::map<std::string, Answer>> answers;
+        Guarded<Calls> calls;
+    };
+
   public:
     static constexpr char kName[] = "vendor.norda.hardware.charger.ICharger/default";
 
-    FakeCharger();
+    explicit FakeCharger(std::shared_ptr<Service> service = ndk::SharedRefBase::make<Service>())
+          : PublishedFake(kName, service->asBinder()), mService(std::move(service)) {}
 
-    void set(const std::string& method, int32_t value);
+    void set(const std::string& method, int32_t value) {
+        (*mService->answers.lock())[method] = {value, true};
+    }
     /** From now on `method` is answered with an error status, beside the value that was set. */
-    void fail(const std::string& method);
+    void fail(const std::string& method) {
+        (*mService->answers.lock())[method].ok = false;
+    }
     /** The methods that were called, oldest first. */
-    std::vector<std::string> calls() const;
+    Calls calls() const {
+        return mService->calls.get();
+    }
 
   private:
-    struct Service;
-    explicit FakeCharger(std::shared_ptr<Service> service);
     const std::shared_ptr<Service> mService;
 };
 
 /** The touch service, a libbinder object. It answers with an empty text until one is set. */
 class FakeTouch : public PublishedFake {
+    using Status = android::binder::Status;
+    using Reads = std::vector<std::pair<int32_t, int32_t>>;
+
+    struct Service : ::vendor::norda::hardware::touch::BnNordaTouch {
+        Status touchReadNodeFile(int32_t device, int32_t flag, android::String16* out) override {
+            reads.lock()->emplace_back(device, flag);
+            *out = text.get();
+            return failing.get() ? Status::fromServiceSpecificError(kServiceError) : Status::ok();
+        }
+
+        Guarded<android::String16> text;
+        Guarded<bool> failing;
+        Guarded<Reads> reads;
+    };
+
   public:
     static constexpr char kName[] = "vendor.norda.hardware.touch.INordaTouch/default";
 
-    FakeTouch();
+    FakeTouch() : FakeTouch(new Service) {}
+    explicit FakeTouch(Service* service)
+          : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
     /** Text as UTF-8. */
-    void setText(const std::string& text);
+    void setText(const std::string& text) {
+        mService->text.set(android::String16(text.data(), text.size()));
+    }
     /** From now on the calls are answered with an error status. */
-    void fail();
+    void fail() { mService->failing.set(true); }
     /** The (deviceId, nodeFlag) pairs that were asked for, oldest first. */
-    std::vector<std::pair<int32_t, int32_t>> reads() const;
+    Reads reads() const { return mService->reads.get(); }
 
   private:
-    struct Service;
-    explicit FakeTouch(Service* service);
     Service* const mService;  // owned by the base
 };
 

@@ -40,7 +40,6 @@ void LogCapture::onLine(const __android_logger_data* data, const char* message) 
 void LogCapture::add(LogLine line) {
     std::lock_guard<std::mutex> lock(mLock);
     mLines.push_back(std::move(line));
-    mAdded.notify_all();
 }
 
 std::vector<LogLine> LogCapture::lines() const {
@@ -55,21 +54,11 @@ std::vector<LogLine> LogCapture::linesOf(const std::string& tag) const {
     return result;
 }
 
-size_t LogCapture::countLocked(int priority, const std::string& text) const {
+size_t LogCapture::count(int priority, const std::string& text) const {
+    std::lock_guard<std::mutex> lock(mLock);
     return std::count_if(mLines.begin(), mLines.end(), [&](const LogLine& line) {
         return line.priority == priority && line.text.find(text) != std::string::npos;
     });
-}
-
-size_t LogCapture::count(int priority, const std::string& text) const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return countLocked(priority, text);
-}
-
-bool LogCapture::waitFor(int priority, const std::string& text,
-                         std::chrono::milliseconds timeout) const {
-    std::unique_lock<std::mutex> lock(mLock);
-    return mAdded.wait_for(lock, timeout, [&] { return countLocked(priority, text) > 0; });
 }
 
 void LogCapture::clear() {

@@ -2,8 +2,6 @@
 
 #include <android/log.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -34,19 +32,14 @@ class LogCapture {
     std::vector<LogLine> linesOf(const std::string& tag) const;
     size_t count(int priority, const std::string& text) const;
     bool contains(int priority, const std::string& text) const { return count(priority, text) > 0; }
-    /** Waits until such a line is there; false when none came in time. */
-    bool waitFor(int priority, const std::string& text,
-                 std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
     void clear();
 
   private:
     static void onLine(const __android_logger_data* data, const char* message);
 
     void add(LogLine line);
-    size_t countLocked(int priority, const std::string& text) const;
 
     mutable std::mutex mLock;  // guards mLines
-    mutable std::condition_variable mAdded;
     std::vector<LogLine> mLines;
 };
 

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <stdlib.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "tests/support/TempTree.h"
 #include "vendor/substitute/Substitute.h"
 
 namespace zstats {
@@ -17,28 +14,19 @@ namespace zstats {
 class SubstituteProfile {
   public:
     SubstituteProfile() {
-        char folder[] = "/tmp/zstats_profile.XXXXXX";
-        mFolder = mkdtemp(folder);
-        substitute::useProfile(mFolder);
+        substitute::useProfile(mTree.path(""));
         substitute::clearBpfCalls();
     }
-    ~SubstituteProfile() {
-        substitute::useProfile("/profile");
-        std::error_code ignored;
-        std::filesystem::remove_all(mFolder, ignored);
-    }
-    SubstituteProfile(const SubstituteProfile&) = delete;
-    SubstituteProfile& operator=(const SubstituteProfile&) = delete;
+    ~SubstituteProfile() { substitute::useProfile("/profile"); }
 
     /** Writes a file of the profile, "features" say; the path of it. */
     std::string write(const std::string& name, const std::string& text) const {
-        const std::string path = mFolder + "/" + name;
-        std::ofstream(path, std::ios::binary) << text;
-        return path;
+        mTree.write(name, text);
+        return mTree.path(name);
     }
 
   private:
-    std::string mFolder;
+    const TempTree mTree;
 };
 
 }  // namespace zstats

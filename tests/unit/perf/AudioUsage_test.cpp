@@ -1,3 +1,4 @@
+#include <cmath>
 #include <limits>
 
 #include "atoms/AudioUsageAtoms.h"
@@ -15,9 +16,8 @@ using AudioTest = PerfTest;
 TEST_F(AudioTest, theReplyIsReadAsANumber) {
     FakeAudio audio;
     const std::pair<const char*, float> cases[] = {
-            {"1.25", 1.25f},    {"", 0.0f},      {"none", 0.0f},
-            {" -3.5 W", -3.5f}, {nullptr, 0.0f}, {"1e999", std::numeric_limits<float>::infinity()},
-    };
+            {"1.25", 1.25f}, {"", 0.0f}, {"none", 0.0f}, {" -3.5 W", -3.5f}, {"1e999", HUGE_VALF}};
+    EXPECT_THAT(pull(kAudioTag), ElementsAre(Fields{0.0f}));  // no text at all
     for (const auto& [text, value] : cases) {
         audio.set(text);
         EXPECT_THAT(pull(kAudioTag), ElementsAre(Fields{value})) << value;
@@ -60,25 +60,21 @@ std::vector<Event> uahEvents(const std::vector<UahRecord>& records) {
     return eventsOf(list);
 }
 
-UahRecord record(const std::string& text) {
-    return {1, text};
-}
-
 TEST_F(UahTest, seventeenFieldsInTheirTypes) {
+    const std::string none;
     const int64_t zero = 0;
     const std::pair<const char*, Fields> cases[] = {
             {"app,1,2,launch,3,4,5,6,7,8,9,10,11,12,tail,13,14",
              {std::string("app"), 1, 2, std::string("launch"), 3, int64_t{4}, int64_t{5}, int64_t{6},
               int64_t{7}, 8, 9, int64_t{10}, 11, int64_t{12}, std::string("tail"), int64_t{13}, 14}},
             {",x,-2,,0x3,5000000000,,,,,,,,,,1,2,",
-             {std::string(), 0, -2, std::string(), 0, int64_t{5'000'000'000}, zero, zero, zero, 0,
-              0, zero, 0, zero, std::string(), int64_t{1}, 2}},
+             {none, 0, -2, none, 0, int64_t{5'000'000'000}, zero, zero, zero, 0, 0, zero, 0, zero,
+              none, int64_t{1}, 2}},
             {"a,,,,,,,,,,,,,,,,7",
-             {std::string("a"), 0, 0, std::string(), 0, zero, zero, zero, zero, 0, 0, zero, 0, zero,
-              std::string(), zero, 7}},
-    };
+             {std::string("a"), 0, 0, none, 0, zero, zero, zero, zero, 0, 0, zero, 0, zero, none,
+              zero, 7}}};
     std::vector<UahRecord> records;
-    for (const auto& c : cases) records.push_back(record(c.first));
+    for (const auto& c : cases) records.push_back({1, c.first});
     const auto events = uahEvents(records);
     ASSERT_EQ(events.size(), std::size(cases));
     for (size_t i = 0; i < events.size(); ++i) {
@@ -90,15 +86,14 @@ TEST_F(UahTest, seventeenFieldsInTheirTypes) {
 TEST_F(UahTest, aRecordOfAnotherSizeEndsThePull) {
     const std::string good = "g,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1";
     const std::pair<UahRecord, std::string> cases[] = {
-            {record("short,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1"), "short"},
-            {record("comma,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,"), "comma"},  // adds no empty field
-            {record(good + ",18"), "g"},
-            {record(""), ""},
-            {{1, int64_t{5}}, ""},  // holds no text
-    };
+            {{1, "short,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1"}, "short"},
+            {{1, "comma,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,"}, "comma"},  // adds no empty field
+            {{1, good + ",18"}, "g"},
+            {{1, ""}, ""},
+            {{1, int64_t{5}}, ""}};  // holds no text
     for (const auto& [bad, firstField] : cases) {
         SCOPED_TRACE(firstField);
-        const auto all = uahEvents({record(good), bad, record(good)});
+        const auto all = uahEvents({{1, good}, bad, {1, good}});
         ASSERT_EQ(all.size(), 2u);
         EXPECT_TRUE(all[0].built);
         EXPECT_FALSE(all[1].built);
@@ -111,14 +106,14 @@ TEST_F(UahTest, aRecordOfAnotherSizeEndsThePull) {
 TEST_F(UahTest, theHandlerFetchesAtEachPull) {
     const SubstituteProfile profile;
     EXPECT_THAT(pull(kUahTag), IsEmpty());
-    profile.write("uah",
-                  "one,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1\ntwo,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1");
+    const std::string rest = ",1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1\n";
+    profile.write("uah", "one" + rest + "two" + rest);
     const auto fetched = pull(kUahTag);
     ASSERT_EQ(fetched.size(), 2u);
     EXPECT_EQ(fetched[0][0], Field{std::string("one")});
     EXPECT_EQ(fetched[1][0], Field{std::string("two")});
     // What was fetched before the failure is not used.
-    profile.write("uah", "one,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1\n!fail\n");
+    profile.write("uah", "one" + rest + "!fail\n");
     EXPECT_THAT(pull(kUahTag), IsEmpty());
 }
 

@@ -27,15 +27,12 @@ Fields idle(int32_t cpu, int64_t timeMs) {
 }
 
 TEST_F(CpuTest, idleTimeIsTheSumOverTheStates) {
-    const std::pair<const char*, const char*> files[] = {
-            {"cpu0/cpuidle/state0/time", "1000000\n"},
-            {"cpu0/cpuidle/state1/time", "999999\n"},
-            {"cpu0/cpuidle/state2/time", "5000000\n"},
-            {"cpu1/cpuidle/state1/time", "-1999\n"},
-            {"cpu3/cpuidle/state0/time", "9223372036854775807"},
-            {"cpu3/cpuidle/state1/time", "1"},
-    };
-    for (const auto& [name, content] : files) mTree.write(name, content);
+    mTree.write("cpu0/cpuidle/state0/time", "1000000\n");
+    mTree.write("cpu0/cpuidle/state1/time", "999999\n");
+    mTree.write("cpu0/cpuidle/state2/time", "5000000\n");
+    mTree.write("cpu1/cpuidle/state1/time", "-1999\n");
+    mTree.write("cpu3/cpuidle/state0/time", "9223372036854775807");
+    mTree.write("cpu3/cpuidle/state1/time", "1");
     EXPECT_THAT(idleEvents(2, "0-1\n"), ElementsAre(idle(0, 1999), idle(1, -1)));
     EXPECT_THAT(idleEvents(8, "0-0"), ElementsAre(idle(0, 6999)));
     EXPECT_THAT(idleEvents(2, "2-3"), ElementsAre(idle(2, 0), idle(3, INT64_MIN / 1000)));
@@ -80,8 +77,7 @@ TEST_F(CpuTest, schedulingWordsAreCutByDigits) {
             {"cpu2: 5", {}},
             {"xcpu2:12345y", {Fields{2, 5, 234, 1, 0, 0, 0}}},
             {"", {}},
-            {"cpu9:9223372036854775807", {Fields{9, 7, 580, 7, 7, 6854, 3}}},
-    };
+            {"cpu9:9223372036854775807", {Fields{9, 7, 580, 7, 7, 6854, 3}}}};
     for (const auto& [content, events] : cases) {
         mFactory.set("perf_schedinfo", content);
         EXPECT_EQ(pull(kSchedTag), events) << content;
@@ -97,9 +93,7 @@ TEST_F(CpuTest, leakageIsAlwaysReported) {
     mFactory.set("cpu_leakage_type", "3\n");
     mFactory.set("cpu_core", "8");
     EXPECT_THAT(pull(kLeakageTag), ElementsAre(Fields{3, 8}));
-    EXPECT_TRUE(
-            debugs("PullAtomCallback handleCpuLeakageInformation handler for "
-                   "cpuLeakageType = 3, cpuCore = 8"));
+    EXPECT_TRUE(debugs("handleCpuLeakageInformation handler for cpuLeakageType = 3, cpuCore = 8"));
 }
 
 }  // namespace

@@ -37,8 +37,7 @@ TEST_F(MemoryTest, ddrLinesAreReadByTheirMarks) {
             {"Freq: x Mhz Time(msec):y", {residency(0, 0)}},
             {"Freq:-2 Mhz Time(msec):-3", {residency(-2, -3)}},
             {"Freq:1 Mhz Time(msec):\f\n7", {residency(1, 0)}},  // a number ends with its line
-            {"", {}},
-    };
+            {"", {}}};
     for (const auto& [content, events] : cases) {
         std::map<int32_t, int64_t> lastMs;
         EXPECT_EQ(ddrEvents(content, lastMs), events) << content;
@@ -46,14 +45,10 @@ TEST_F(MemoryTest, ddrLinesAreReadByTheirMarks) {
 }
 
 TEST_F(MemoryTest, aBlankNumberInADdrLineThrows) {
-    for (const char* line : {
-                 "Freq:  Mhz Time(msec):1",
-                 "Freq:Mhz Time(msec):1",
-                 "FreqMhz Time(msec):1",
-                 "Freq:1 Mhz Time(msec):",
-                 "Freq:1 Mhz Time(msec): 5",  // the text of the time is the one blank
-                 "Freq:1 Mhz Time(msec):\t\r",
-         }) {
+    // In the last but one the text of the time is the one blank.
+    for (const char* line :
+         {"Freq:  Mhz Time(msec):1", "Freq:Mhz Time(msec):1", "FreqMhz Time(msec):1",
+          "Freq:1 Mhz Time(msec):", "Freq:1 Mhz Time(msec): 5", "Freq:1 Mhz Time(msec):\t\r"}) {
         SCOPED_TRACE(line);
         std::map<int32_t, int64_t> lastMs;
         AStatsEventList list;
@@ -70,13 +65,10 @@ TEST_F(MemoryTest, aBlankNumberInADdrLineThrows) {
 
 TEST_F(MemoryTest, ddrTimesAreThoseSinceTheLastPull) {
     useQcom();
-    const std::vector<std::string> texts = {
-            "Freq: 2133 Mhz Time(msec):123456 \n",
-            "Freq: 2133 Mhz Time(msec):123999 \nFreq: 547 Mhz Time(msec):40 \n",
-            "Freq: 547 Mhz Time(msec):30 \n",
-            "Freq: 2133 Mhz Time(msec):124000 \n",
-    };
-    mFactory.setSeries("power_ddr_residency", texts);
+    constexpr char kBoth[] = "Freq: 2133 Mhz Time(msec):123999 \nFreq: 547 Mhz Time(msec):40 \n";
+    mFactory.setSeries("power_ddr_residency",
+                       {"Freq: 2133 Mhz Time(msec):123456 \n", kBoth,
+                        "Freq: 547 Mhz Time(msec):30 \n", "Freq: 2133 Mhz Time(msec):124000 \n"});
     EXPECT_THAT(pull(kDdrTag), ElementsAre(residency(2133, 123456)));
     EXPECT_THAT(pull(kDdrTag), ElementsAre(residency(2133, 543), residency(547, 40)));
     EXPECT_THAT(pull(kDdrTag), ElementsAre(residency(547, -10)));
@@ -95,32 +87,28 @@ TEST_F(MemoryTest, ddrNodeOfOtherPlatforms) {
 }
 
 TEST_F(MemoryTest, nodesThatAreMissingOrShort) {
-    const struct {
-        int32_t tag;
-        std::map<std::string, std::string> nodes;
-        std::vector<Fields> events;
-    } cases[] = {
+    constexpr char kLpm[] = "ddr_lpm_stats";
+    constexpr char kTime[] = "ufs_freq_time";
+    constexpr char kStall[] = "allocstall_ux";
+    constexpr char kReads[] = "ufs_total_read_size";
+    constexpr char kWrites[] = "ufs_total_write_size";
+    const std::tuple<int32_t, std::map<std::string, std::string>, std::vector<Fields>> cases[] = {
             {kLpmTag, {}, {Fields{-1, -1, -1, -1, -1}}},
-            {kLpmTag,
-             {{"ddr_lpm_stats", "sleep4: 5\nself_refresh:1\nsleep2 : 3"}},
-             {Fields{1, -1, 3, -1, 5}}},
+            {kLpmTag, {{kLpm, "sleep4: 5\nself_refresh:1\nsleep2 : 3"}}, {Fields{1, -1, 3, -1, 5}}},
             {kUfsTimeTag, {}, {}},
-            {kUfsTimeTag, {{"ufs_freq_time", "sleep_time:20\n"}}, {Fields{-1, 20}}},
-            {kUfsTimeTag, {{"ufs_freq_time", "active_time: 7\nsleep_time: 8"}}, {Fields{7, 8}}},
+            {kUfsTimeTag, {{kTime, "sleep_time:20\n"}}, {Fields{-1, 20}}},
+            {kUfsTimeTag, {{kTime, "active_time: 7\nsleep_time: 8"}}, {Fields{7, 8}}},
             {kAllocstallTag, {}, {Fields{int64_t{0}}}},
-            {kAllocstallTag, {{"allocstall_ux", "17\n"}}, {Fields{int64_t{17}}}},
-            {kAllocstallTag, {{"allocstall_ux", "none"}}, {Fields{int64_t{0}}}},
-            {kUfsTotalTag, {{"ufs_total_read_size", "1"}}, {}},
-            {kUfsTotalTag, {{"ufs_total_read_size", ""}, {"ufs_total_write_size", "2"}}, {}},
-            {kUfsTotalTag,
-             {{"ufs_total_read_size", "1024\n"}, {"ufs_total_write_size", "x"}},
-             {Fields{1024, 0}}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.tag << " with " << c.nodes.size() << " nodes");
-        for (const auto& [key, content] : c.nodes) mFactory.set(key, content);
-        EXPECT_EQ(pull(c.tag), c.events);
-        for (const auto& node : c.nodes) mFactory.fail(node.first);
+            {kAllocstallTag, {{kStall, "17\n"}}, {Fields{int64_t{17}}}},
+            {kAllocstallTag, {{kStall, "none"}}, {Fields{int64_t{0}}}},
+            {kUfsTotalTag, {{kReads, "1"}}, {}},
+            {kUfsTotalTag, {{kReads, ""}, {kWrites, "2"}}, {}},
+            {kUfsTotalTag, {{kReads, "1024\n"}, {kWrites, "x"}}, {Fields{1024, 0}}}};
+    for (const auto& [tag, nodes, events] : cases) {
+        SCOPED_TRACE(testing::Message() << tag << " with " << nodes.size() << " nodes");
+        for (const auto& [key, content] : nodes) mFactory.set(key, content);
+        EXPECT_EQ(pull(tag), events);
+        for (const auto& node : nodes) mFactory.fail(node.first);
     }
     EXPECT_EQ(errors("Ufs get Node file is fail"), 1u);
 }

@@ -22,18 +22,16 @@ class WakeUpSourceTest : public PerfTest {
         });
     }
 
-    const Attributes mComplete = {
-            {"active_time_ms", "1500\n"},
-            {"active_count", "1\n"},
-            {"event_count", "2\n"},
-            {"last_change_ms", "3\n"},
-            {"name", "abc\n"},
-            {"expire_count", "4\n"},
-            {"max_time_ms", "5\n"},
-            {"prevent_suspend_time_ms", "6\n"},
-            {"total_time_ms", "7\n"},
-            {"wakeup_count", "8\n"},
-    };
+    const Attributes mComplete = {{"active_time_ms", "1500\n"},
+                                  {"active_count", "1\n"},
+                                  {"event_count", "2\n"},
+                                  {"last_change_ms", "3\n"},
+                                  {"name", "abc\n"},
+                                  {"expire_count", "4\n"},
+                                  {"max_time_ms", "5\n"},
+                                  {"total_time_ms", "7\n"},
+                                  {"prevent_suspend_time_ms", "6\n"},
+                                  {"wakeup_count", "8\n"}};
     const TempTree mTree;
 };
 
