@@ -1,5 +1,6 @@
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <binder/IResultReceiver.h>
 #include <binder/IShellCallback.h>
 #include <binder/TextOutput.h>
@@ -40,8 +41,12 @@ class MyShellCallback : public android::BnShellCallback {
     void deactivate() { mActive.store(false); }
 
   private:
-    /** True when SELinux lets `context` at the file in the given ways, else a line tells why not. */
-    bool accessAllowed(const std::string& path, const std::string& context, bool read, bool write);
+    /**
+     * `fd` again when SELinux gives `context` these rights to the file at `path`. Otherwise closes
+     * it, then writes a line that says why, and returns no descriptor.
+     */
+    android::base::unique_fd checked(android::base::unique_fd fd, const std::string& path,
+                                     const std::string& context, bool read, bool write);
 
     android::TextOutput& mErrorLog;
     std::atomic<bool> mActive{true};
@@ -58,8 +63,8 @@ class MyResultReceiver : public android::BnResultReceiver {
   private:
     android::Mutex mLock;
     android::Condition mArrived;  // on the monotonic clock
-    bool mHasResult = false;      // guarded by mLock
-    int32_t mResult = 0;          // guarded by mLock
+    bool mHasResult GUARDED_BY(mLock) = false;
+    int32_t mResult GUARDED_BY(mLock) = 0;
 };
 
 /** Orders two strings by UTF-16 unit, in the form that android::Vector sorts with. */

@@ -5,6 +5,7 @@
 namespace zstats {
 
 void ZStatsPullAtomCallback::handleGpuFreqTimeInfo(int32_t atomTag, AStatsEventList* data) {
+    const ScopedLock lock(mGpuLock);
     const std::vector<int> freqsKhz = mGpuReader.getGpuFreqsKhz();
     const std::vector<long long> deltas = mGpuReader.getGpuFreqsTimeDelta();
     if (freqsKhz.size() != deltas.size()) {

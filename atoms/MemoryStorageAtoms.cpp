@@ -78,6 +78,7 @@ void ZStatsPullAtomCallback::handleDdrLpmStats(int32_t atomTag, AStatsEventList*
 
 void ZStatsPullAtomCallback::handleDdrFreqTimeInformation(int32_t atomTag, AStatsEventList* data) {
     const char* key = isQcomPlatform() ? "power_ddr_residency" : "power_ddr_residency_mtk";
+    const ScopedLock lock(mDdrLock);
     appendDdrResidencyEvents(getContentByHandleKey(key), mDdrResidencyMs, atomTag, data);
 }
 

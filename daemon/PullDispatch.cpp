@@ -1,7 +1,5 @@
 #include "daemon/PullDispatch.h"
 
-#include <mutex>
-
 #include "daemon/AtomTable.h"
 #include "daemon/Log.h"
 
@@ -23,7 +21,7 @@ const AtomHandlerTable gAtomHandlers = makeAtomHandlers();
 
 AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallback& callback,
                            int32_t atomTag) {
-    const std::lock_guard<std::recursive_mutex> lock(callback.handlerLock());
+    const ScopedLock lock(callback.handlerLock());
     const auto found = handlers.find(atomTag);
     if (found == handlers.end()) {
         ZLOG_AT(2, DEBUG, "PullAtomCallback %s do not find matching handler for atomTag = %d",

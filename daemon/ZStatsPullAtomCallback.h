@@ -9,11 +9,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "daemon/AtomicSp.h"
+#include "daemon/base/Mutex.h"
 #include "readers/GpuReader.h"
 #include "readers/ThermalReader.h"
 
@@ -25,9 +25,8 @@ using KeyValueMap = std::map<std::string, std::string>;
  * The one object that every pull runs on: all atom handlers and the data sources they share.
  * Created by the main service, which owns it and hands its address to statsd as cookie.
  *
- * Handlers run on binder threads, at the same time for different tags, never at the same time for
- * one tag. Each appends its events to `data`, or none when it cannot get its value; it cannot make
- * a pull fail.
+ * Handlers run on binder threads, any number at the same time, two of the same tag as well. Each
+ * appends its events to `data`, or none when it cannot get its value; it cannot make a pull fail.
  */
 class ZStatsPullAtomCallback {
   public:
@@ -123,24 +122,32 @@ class ZStatsPullAtomCallback {
     bool rgbHistogramLog() const { return mRgbHistogramLog; }
 
     /** Guards the search of the handler table, for the pull dispatch alone. */
-    std::recursive_mutex& handlerLock() { return mHandlerLock; }
+    RecursiveMutex& handlerLock() RETURN_CAPABILITY(mHandlerLock) { return mHandlerLock; }
 
   private:
     /** Death notice of the charger service; the cookie is the callback object. */
     static void onChargerDied(void* cookie);
 
-    std::atomic<bool> mRgbHistogramLog{false};
-    std::shared_ptr<ICharger> mChargerService;  // guarded by mChargerLock
-    /** The platform's thermal service; set once, kept even when that service dies. */
+    std::atomic<bool> mRgbHistogramLog{false};  // atomic: no lock
+    std::shared_ptr<ICharger> mChargerService GUARDED_BY(mChargerLock);
+    /** The platform's thermal service; set once, kept even when that service dies. No lock. */
     AtomicSp<android::os::IThermalService> mThermalService;
-    std::recursive_mutex mHandlerLock;
-    std::mutex mChargerLock;
-    GpuReader mGpuReader;
-    ThermalReader mThermalReader;
-    /** Set at the first connection, then kept for the life of the object. */
+    /** Serialises the searches of the handler table, which never changes. Guards no member. */
+    RecursiveMutex mHandlerLock;
+    Mutex mChargerLock;  // never held during a call of the charger
+    /** Takes no lock of its own: handleGpuFreqTimeInfo holds mGpuLock for the whole pull. */
+    GpuReader mGpuReader GUARDED_BY(mGpuLock);
+    ThermalReader mThermalReader;  // guards itself
+    /** Set at the first connection, then kept for the life of the object. No lock. */
     AtomicSp<INordaTouch> mTouchService;
-    /** Last cumulative residency in ms by DDR frequency in MHz. Used by one tag alone. */
-    std::map<int32_t, int64_t> mDdrResidencyMs;
+    /**
+     * Last cumulative residency in ms by DDR frequency in MHz. handleDdrFreqTimeInformation holds
+     * mDdrLock from before it reads the node: a reading that is overtaken by a later one would take
+     * the baseline back.
+     */
+    std::map<int32_t, int64_t> mDdrResidencyMs GUARDED_BY(mDdrLock);
+    Mutex mGpuLock;
+    Mutex mDdrLock;
 };
 
 }  // namespace zstats

@@ -149,13 +149,17 @@ int ThermalReader::getTemperatureInMilliCelsius(TemperatureType type, std::vecto
 }
 
 void ThermalReader::ThermalDeathRecipient::binderDied(const android::wp<IBinder>& who) {
-    const std::lock_guard<std::recursive_mutex> lock(mReader->mLock);
+    const ScopedLock lock(mReader->mLock);
+    mReader->dropIfHeld(who);
+}
+
+void ThermalReader::dropIfHeld(const android::wp<IBinder>& who) {
     ZLOG_AT(2, DEBUG, "ThermalReader enter binderDied");
-    const sp<IBinder> held = mReader->mCaldaBinder.load();
+    const sp<IBinder> held = mCaldaBinder.load();
     const auto* heldRefs = held != nullptr ? held->getWeakRefs() : nullptr;
     if (who.get_refs() != heldRefs) return;  // the notice is about another binder
     ZLOG_AT(1, INFO, "ThermalReader calda binderDied!");
-    if (held != nullptr) mReader->mCaldaBinder.store(nullptr);
+    if (held != nullptr) mCaldaBinder.store(nullptr);
 }
 
 }  // namespace zstats

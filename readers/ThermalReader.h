@@ -5,11 +5,11 @@
 #include <utils/RefBase.h>
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "daemon/AtomicSp.h"
+#include "daemon/base/Mutex.h"
 
 namespace zstats {
 
@@ -50,12 +50,13 @@ class ThermalReader {
 
     /** Writes the interface token, connects, and returns the binder; null when either fails. */
     android::sp<android::IBinder> beginQuery(android::Parcel& data);
+    void dropIfHeld(const android::wp<android::IBinder>& who) REQUIRES(mLock);
 
     const std::string mServiceName;
     const std::string mDescriptor;
-    AtomicSp<android::IBinder> mCaldaBinder;
+    AtomicSp<android::IBinder> mCaldaBinder;  // no lock: queries load it while a notice clears it
     android::sp<ThermalDeathRecipient> mDeathRecipient;
-    std::recursive_mutex mLock;  // held while a death notice inspects and clears mCaldaBinder
+    RecursiveMutex mLock;  // held while a death notice inspects and clears mCaldaBinder
 };
 
 }  // namespace zstats

@@ -8,7 +8,7 @@
 namespace zstats {
 
 std::shared_ptr<ZStatsPullAtomCallback::ICharger> ZStatsPullAtomCallback::getIChargeService() {
-    const std::lock_guard<std::mutex> lock(mChargerLock);
+    const ScopedLock lock(mChargerLock);
     if (mChargerService != nullptr) return mChargerService;
 
     const std::string instance = std::string(ICharger::descriptor) + "/default";
@@ -27,7 +27,7 @@ void ZStatsPullAtomCallback::onChargerDied(void* cookie) {
     ZLOG(ERROR, "charger service died, will try to reconnect.");
     auto* self = static_cast<ZStatsPullAtomCallback*>(cookie);
     // Handlers under way keep their own copy of the proxy; the next pull connects anew.
-    const std::lock_guard<std::mutex> lock(self->mChargerLock);
+    const ScopedLock lock(self->mChargerLock);
     self->mChargerService.reset();
 }
 

@@ -1,17 +1,21 @@
 #include "sources/DeathLink.h"
 
-#include <mutex>
 #include <vector>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats {
 namespace {
 
 /** Keeps a recipient reachable, so that a leak checker tells it from a forgotten one. */
 void keepForever(AIBinder_DeathRecipient* recipient) {
-    static auto* const lock = new std::mutex;
-    static auto* const recipients = new std::vector<AIBinder_DeathRecipient*>;
-    const std::lock_guard<std::mutex> guard(*lock);
-    recipients->push_back(recipient);
+    struct Kept {
+        Mutex lock;
+        std::vector<AIBinder_DeathRecipient*> recipients GUARDED_BY(lock);
+    };
+    static auto* const kept = new Kept;
+    const ScopedLock lock(kept->lock);
+    kept->recipients.push_back(recipient);
 }
 
 }  // namespace

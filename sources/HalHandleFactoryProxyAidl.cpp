@@ -18,9 +18,12 @@ HalHandleFactoryProxyAidl& HalHandleFactoryProxyAidl::getInstance() {
 }
 
 std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxyAidl::getService() {
-    const std::lock_guard<std::recursive_mutex> lock(mLock);
+    const ScopedLock lock(mLock);
     if (auto cached = std::atomic_load(&mService)) return cached;
+    return connect();
+}
 
+std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxyAidl::connect() {
     const std::string instance = std::string(IHandleFactory::descriptor) + "/default";
     // Does not wait: without the service every atom is answered at once, with its fallback.
     const ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));

@@ -3,8 +3,9 @@
 #include <aidl/vendor/norda/hardware/handlefactory/IHandleFactory.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats {
 
@@ -35,8 +36,11 @@ class HalHandleFactoryProxyAidl {
 
     static void onServiceDied(void* cookie);
 
-    std::recursive_mutex mLock;  // guards connecting; the death notice does not take it
-    std::shared_ptr<IHandleFactory> mService;  // loaded and stored atomically
+    std::shared_ptr<IHandleFactory> connect() REQUIRES(mLock);
+
+    /** One connection attempt at a time. Guards no member: the death notice does not take it. */
+    RecursiveMutex mLock;
+    std::shared_ptr<IHandleFactory> mService;  // through std::atomic_load and _store alone
 };
 
 /**
