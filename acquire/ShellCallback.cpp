@@ -1,18 +1,19 @@
 #include <fcntl.h>
 #include <selinux/selinux.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utils/String8.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "acquire/Cmd.h"
 
 using android::endl;
 using android::String16;
 using android::String8;
+using android::base::unique_fd;
 
 namespace zstats {
 
@@ -67,10 +68,10 @@ bool granted(const std::string& context, const char* fileContext, const char* pe
 
 }  // namespace
 
-bool MyShellCallback::accessAllowed(const std::string& path, const std::string& context, bool read,
-                                    bool write) {
+unique_fd MyShellCallback::checked(unique_fd fd, const std::string& path,
+                                   const std::string& context, bool read, bool write) {
     const FileContext owner = fileContext(path);
-    // An empty context is known to nobody, so a file without one is checked like any other.
+    // No policy knows an empty context: a file without one is refused where policies are enforced.
     const char* file = owner != nullptr ? owner.get() : "";
     const char* refused = nullptr;
     if (write && !granted(context, file, "write")) {
@@ -78,9 +79,10 @@ bool MyShellCallback::accessAllowed(const std::string& path, const std::string& 
     } else if (read && !granted(context, file, "read")) {
         refused = "System server has no access to read file context ";
     }
-    if (refused == nullptr) return true;
+    if (refused == nullptr) return fd;
+    fd.reset();
     mErrorLog << refused << file << " (from path " << path << ", context " << context << ")" << endl;
-    return false;
+    return fd;
 }
 
 int MyShellCallback::openFile(const String16& path, const String16& seLinuxContext,
@@ -95,14 +97,14 @@ int MyShellCallback::openFile(const String16& path, const String16& seLinuxConte
         mErrorLog << "Invalid mode requested: " << toUtf8(mode) << endl;
         return -EINVAL;
     }
-    const int fd = open(full.c_str(), openMode->flags, kNewFileMode);
-    if (fd < 0) return fd;
-    if (is_selinux_enabled() && seLinuxContext.size() > 0 &&
-        !accessAllowed(full, toUtf8(seLinuxContext), openMode->checkRead, openMode->checkWrite)) {
-        close(fd);
-        return -EPERM;
+    unique_fd fd(open(full.c_str(), openMode->flags, kNewFileMode));
+    if (!fd.ok()) return -1;
+    if (is_selinux_enabled() && seLinuxContext.size() > 0) {
+        fd = checked(std::move(fd), full, toUtf8(seLinuxContext), openMode->checkRead,
+                     openMode->checkWrite);
+        if (!fd.ok()) return -EPERM;
     }
-    return fd;
+    return fd.release();
 }
 
 }  // namespace zstats
