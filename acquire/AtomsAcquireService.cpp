@@ -1,27 +1,20 @@
 #include "acquire/AtomsAcquireService.h"
 
 #include <binder/IPCThreadState.h>
-#include <sys/types.h>
 
 #include "acquire/PushedAtomSubscription.h"
 #include "daemon/Log.h"
+#include "daemon/base/Callers.h"
 
 using android::binder::Status;
 
 namespace zstats {
 
-namespace {
-
-constexpr uid_t kRootUid = 0;
-constexpr uid_t kSystemUid = 1000;
-
-}  // namespace
-
 bool AtomsAcquireService::checkCallingPermission() {
     const uid_t uid = android::IPCThreadState::self()->getCallingUid();
     ZLOG(INFO, "AtomsAcquireService checkCallingPermission callingUid =%d!\n", uid);
     // statsd's own uid is not among them, although subscriptions name it as a package.
-    if (uid == kRootUid || uid == kSystemUid) return true;
+    if (isRootOrSystem(uid)) return true;
     ZLOG(ERROR, "AtomsAcquireService::checkCallingPermission calling from invalid uid:%d", uid);
     return false;
 }

@@ -5,6 +5,7 @@
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 #include <cutils/properties.h>
+#include <signal.h>
 
 #include "acquire/AtomsAcquireService.h"
 #include "daemon/Log.h"
@@ -68,18 +69,15 @@ void joinBinderThreads() {
 }  // namespace
 
 bool mayRun() {
-    return mayRunWith("/proc/meminfo");
+    return mayRunWith(checkMemTotalOk);
 }
 
-bool mayRunWith(const char* meminfoPath) {
+bool mayRunWith(const std::function<bool(int)>& memTotalOk) {
     if (!isFeatureEnabled()) return false;
     ZLOG(DEBUG, "process isolation feature is enable.");
     // Cheapest question first: the build is asked about on small devices alone, the override only
     // on commercial ones. A small device with a trial build runs, so that trials cover it.
-    if (!checkMemTotalOkAt(meminfoPath, kMinMemTotalKb) && isCommercialVersion() &&
-        !isStartForced()) {
-        return false;
-    }
+    if (!memTotalOk(kMinMemTotalKb) && isCommercialVersion() && !isStartForced()) return false;
     ZLOG(DEBUG, "start zstats_pullerd.");
     return true;
 }
@@ -110,6 +108,8 @@ int serve() {
 }
 
 int runDaemon() {
+    // Dumps, subscriptions and text outputs go to other processes' pipes, whose reader may be gone.
+    signal(SIGPIPE, SIG_IGN);
     return mayRun() ? serve() : -1;
 }
 

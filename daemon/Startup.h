@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 namespace zstats {
 
 /**
@@ -9,8 +11,8 @@ namespace zstats {
  */
 bool mayRun();
 
-/** mayRun with the meminfo at `meminfoPath`. */
-bool mayRunWith(const char* meminfoPath);
+/** mayRun with a given answer to "is MemTotal above this many kB?", asked at most once. */
+bool mayRunWith(const std::function<bool(int thresholdKb)>& memTotalOk);
 
 /**
  * Publishes "atomacq", then "zstats_pullerd", whose construction registers the atoms, and serves
@@ -19,7 +21,10 @@ bool mayRunWith(const char* meminfoPath);
  */
 int serve();
 
-/** The whole daemon: mayRun, then serve. Returns the process's exit status, -1 on a refusal. */
+/**
+ * The whole daemon: mayRun, then serve. Returns the process's exit status, -1 on a refusal. Ignores
+ * SIGPIPE for the whole process: a write to a reader that is gone fails with EPIPE instead.
+ */
 int runDaemon();
 
 }  // namespace zstats

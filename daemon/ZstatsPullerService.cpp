@@ -16,6 +16,7 @@
 #include "daemon/Log.h"
 #include "daemon/PullDispatch.h"
 #include "daemon/SecondChannel.h"
+#include "daemon/base/Callers.h"
 #include "kernel/BpfEventChannel.h"
 
 namespace zstats {
@@ -25,9 +26,6 @@ namespace {
 using aidl::android::os::IStatsd;
 using android::String16;
 using android::String8;
-
-constexpr uid_t kRootUid = 0;
-constexpr uid_t kSystemUid = 1000;
 
 // The same for every atom; statsd is the one that keeps to them.
 constexpr int64_t kCoolDownMillis = 1000;
@@ -63,10 +61,6 @@ int32_t toNumber(const String16& text) {
 }  // namespace
 
 IMPLEMENT_META_INTERFACE(ZstatsPullerService, "com.norda.zstats.IZstatsPullerService")
-
-bool isDumpAllowed(uid_t callingUid) {
-    return callingUid == kSystemUid || callingUid == kRootUid;
-}
 
 BnZstatsPullerService::BnZstatsPullerService()
       : mAtomTags(allAtomTags()), mStatsdDeathRecipient(AIBinder_DeathRecipient_new(onStatsdDied)) {
@@ -128,10 +122,6 @@ void BnZstatsPullerService::connectZbpfForKorkerInner(char* path) {
     }
 }
 
-std::shared_ptr<IStatsd> BnZstatsPullerService::statsd() const {
-    return std::atomic_load(&mStatsd);
-}
-
 void BnZstatsPullerService::onStatsdDied(void* cookie) {
     // The text promises more than is done: the registrations are the pull library's business.
     ZLOG(ERROR, "statsd service died, will try to reconnect.");
@@ -140,12 +130,12 @@ void BnZstatsPullerService::onStatsdDied(void* cookie) {
 }
 
 android::status_t BnZstatsPullerService::dump(int fd, const android::Vector<String16>& args) {
-    if (!isDumpAllowed(android::IPCThreadState::self()->getCallingUid())) {
+    if (!isRootOrSystem(android::IPCThreadState::self()->getCallingUid())) {
         return android::PERMISSION_DENIED;
     }
     std::string text = kDumpHeader;
     text += args.size() == 2 ? applyDumpOption(args[0], args[1]) : kDumpHelp;
-    // One write, whose failure is the reader's loss alone.
+    // One write. What a failed or short one loses is not written again.
     [[maybe_unused]] const ssize_t written = write(fd, text.data(), text.size());
     return android::OK;
 }

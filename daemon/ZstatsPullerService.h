@@ -4,7 +4,6 @@
 #include <android/binder_auto_utils.h>
 #include <binder/IInterface.h>
 #include <binder/Parcel.h>
-#include <sys/types.h>
 
 #include <cstdint>
 #include <memory>
@@ -27,9 +26,6 @@ class BpZstatsPullerService : public android::BpInterface<IZstatsPullerService> 
     explicit BpZstatsPullerService(const android::sp<android::IBinder>& impl)
           : BpInterface<IZstatsPullerService>(impl) {}
 };
-
-/** True for the callers that may dump the service: system (1000) and root (0). */
-bool isDumpAllowed(uid_t callingUid);
 
 /**
  * Registers the pulled atoms with statsd, answers them, and holds the kernel event channel.
@@ -60,8 +56,6 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
      */
     void connectZbpfForKorkerInner(char* path);
 
-    /** Statsd's interface, empty when it was not reachable or has died. Any thread. */
-    std::shared_ptr<aidl::android::os::IStatsd> statsd() const;
     /** The descriptor of the last connection, negative when there is none. */
     int32_t connectFd() const { return mConnectFd; }
 
@@ -75,7 +69,8 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
     std::string applyDumpOption(const android::String16& option, const android::String16& value);
     int32_t setRgbHistogramLog(bool enabled);
 
-    std::shared_ptr<aidl::android::os::IStatsd> mStatsd;  // through std::atomic_load and _store
+    /** Empty when statsd was not reachable or has died. Through std::atomic_load and _store. */
+    std::shared_ptr<aidl::android::os::IStatsd> mStatsd;
     std::shared_ptr<ZStatsPullAtomCallback> mPullAtomCallback;
     int32_t mConnectFd = -1;
     std::vector<int32_t> mAtomTags;

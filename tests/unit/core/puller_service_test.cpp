@@ -80,7 +80,6 @@ TEST_F(PullerService, withoutStatsdNothingIsRegisteredOrConnected) {
         Lines expected = {"E pullerd:  Get statsd service fail"};
         if (level == 1) expected.push_back("I pullerd: mStatsd is null");
         EXPECT_EQ(daemonLines(mLog), expected);
-        EXPECT_EQ(service->statsd(), nullptr);
         EXPECT_EQ(service->connectFd(), -1);
         EXPECT_TRUE(takeStartsAndExits().empty());
     }
@@ -89,19 +88,20 @@ TEST_F(PullerService, withoutStatsdNothingIsRegisteredOrConnected) {
 
 TEST_F(PullerService, aServiceOfAnotherInterfaceIsNotTakenForStatsd) {
     inprocess::publish("stats", sp<android::IBinder>(new android::BBinder()));
-    EXPECT_EQ(newService()->statsd(), nullptr);
+    newService();
     EXPECT_TRUE(mLog.contains(ANDROID_LOG_ERROR, "pullerd:  Get statsd service fail"));
 }
 
 TEST_F(PullerService, theDeathOfStatsdEmptiesTheInterfaceForGood) {
-    const sp<ZstatsPullerService> service = newService();
-    EXPECT_NE(service->statsd(), nullptr);
+    sp<ZstatsPullerService> service = newService();
+    const sp<android::IBinder> proxy = mRemoteStatsd->proxy();
     renewStatsd();
-    EXPECT_EQ(service->statsd(), nullptr);
     EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "statsd service died, will try to reconnect."), 1u);
     // The platform's library registers anew with the statsd that came; the service does nothing.
     EXPECT_EQ(mStatsd->waitForRegistrations(std::size(kTags)).size(), std::size(kTags));
-    EXPECT_EQ(service->statsd(), nullptr);
+    const int32_t references = proxy->getStrongCount();
+    service.clear();
+    EXPECT_EQ(proxy->getStrongCount(), references) << "the service still held statsd";
 }
 
 TEST_F(PullerService, noNoticeReachesAServiceThatIsGone) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "daemon/SystemHelpers.h"
 #include "tests/unit/core/Child.h"
 #include "tests/unit/core/StatsdTest.h"
 
@@ -44,7 +45,8 @@ Lines gate(const Device& device) {
             log.clear();
             report.push_back("request " + name + " " + value);
         });
-        const bool runs = mayRunWith(meminfo.c_str());
+        const bool runs = mayRunWith(
+                [&](int thresholdKb) { return checkMemTotalOkAt(meminfo.c_str(), thresholdKb); });
         for (const std::string& line : daemonLines(log)) report.push_back(line);
         report.push_back(runs ? "runs" : "refused");
     });

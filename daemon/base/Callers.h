@@ -1,0 +1,12 @@
+#pragma once
+
+#include <sys/types.h>
+
+namespace zstats {
+
+/** True for root (0) and system (1000), the callers that both of the daemon's services accept. */
+constexpr bool isRootOrSystem(uid_t uid) {
+    return uid == 0 || uid == 1000;
+}
+
+}  // namespace zstats
