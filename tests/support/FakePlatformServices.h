@@ -1,8 +1,8 @@
 #pragma once
 
-#include <android/os/BnThermalService.h>
 #include <binder/Binder.h>
 #include <binder/Parcel.h>
+#include <binder/Status.h>
 
 #include <map>
 #include <optional>
@@ -26,7 +26,7 @@ class FakeCalda : public PublishedFake {
             const auto known = words.get();
             const auto answer = known.find(code);
             if (answer == known.end()) return BBinder::onTransact(code, data, reply, flags);
-            if (!data.checkInterface(this)) return android::PERMISSION_DENIED;
+            if (!data.checkInterface(this) || data.dataAvail() != 0) return android::BAD_VALUE;
             for (const int32_t word : answer->second) reply->writeInt32(word);
             return android::OK;
         }
@@ -52,34 +52,36 @@ class FakeCalda : public PublishedFake {
     Service* const mService;  // owned by the base
 };
 
-/** The platform's thermal service, down to the query of temperatures by type. */
+/** The platform's thermal service, by the numbers of its wire: the query by type. */
 class FakeThermalService : public PublishedFake {
-    using Status = android::binder::Status;
-    using Temperatures = std::vector<android::os::Temperature>;
-    using Events = android::sp<android::os::IThermalEventListener>;
-    using Statuses = android::sp<android::os::IThermalStatusListener>;
+    using Parcel = android::Parcel;
 
-    struct Service : android::os::BnThermalService {
-        Status getCurrentTemperaturesWithType(int32_t type, Temperatures* out) override {
+    struct Service : android::BBinder {
+        const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+        android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                     uint32_t flags) override {
+            if (code != 5) return BBinder::onTransact(code, data, reply, flags);
+            if (!data.checkInterface(this)) return android::PERMISSION_DENIED;
+            const int32_t type = data.readInt32();
             types.lock()->push_back(type);
-            if (exception.get() != 0) return Status::fromExceptionCode(exception.get());
-            for (const float value : temperatures.get()) {
-                out->emplace_back(value, type, android::String16("cpu"), 0);
+            if (exception.get() != 0) {
+                return android::binder::Status::fromExceptionCode(exception.get())
+                        .writeToParcel(reply);
             }
-            return Status::ok();
+            const auto values = temperatures.get();
+            reply->writeInt32(0);  // no exception
+            reply->writeInt32(static_cast<int32_t>(values.size()));
+            for (const float value : values) {
+                reply->writeInt32(1);  // not null
+                reply->writeFloat(value);
+                reply->writeInt32(type);
+                reply->writeString16(android::String16("cpu"));
+                reply->writeInt32(0);  // not throttled
+            }
+            return android::OK;
         }
 
-        // Nobody asks for the rest.
-        Status registerThermalEventListener(const Events&, bool*) override { return {}; }
-        Status registerThermalEventListenerWithType(const Events&, int32_t, bool*) override {
-            return {};
-        }
-        Status unregisterThermalEventListener(const Events&, bool*) override { return {}; }
-        Status getCurrentTemperatures(Temperatures*) override { return {}; }
-        Status registerThermalStatusListener(const Statuses&, bool*) override { return {}; }
-        Status unregisterThermalStatusListener(const Statuses&, bool*) override { return {}; }
-        Status getCurrentThermalStatus(int32_t*) override { return {}; }
-
+        const android::String16 descriptor{"android.os.IThermalService"};
         Guarded<std::vector<float>> temperatures;
         Guarded<std::vector<int32_t>> types;
         Guarded<int32_t> exception;

@@ -2,7 +2,9 @@
 
 #include <aidl/vendor/norda/hardware/charger/BnCharger.h>
 #include <aidl/vendor/norda/hardware/handlefactory/BnHandleFactory.h>
-#include <vendor/norda/hardware/touch/BnNordaTouch.h>
+#include <binder/Binder.h>
+#include <binder/Parcel.h>
+#include <binder/Status.h>
 
 #include <cstdint>
 #include <map>
@@ -140,18 +142,28 @@ class FakeCharger : public PublishedFake {
     const std::shared_ptr<Service> mService;
 };
 
-/** The touch service, a libbinder object. It answers with an empty text until one is set. */
+/** The touch service, by the numbers of its wire. Answers with an empty text until one is set. */
 class FakeTouch : public PublishedFake {
+    using Parcel = android::Parcel;
     using Status = android::binder::Status;
     using Reads = std::vector<std::pair<int32_t, int32_t>>;
 
-    struct Service : ::vendor::norda::hardware::touch::BnNordaTouch {
-        Status touchReadNodeFile(int32_t device, int32_t flag, android::String16* out) override {
-            reads.lock()->emplace_back(device, flag);
-            *out = text.get();
-            return failing.get() ? Status::fromServiceSpecificError(kServiceError) : Status::ok();
+    struct Service : android::BBinder {
+        const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+        android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                     uint32_t flags) override {
+            if (code != 1) return BBinder::onTransact(code, data, reply, flags);
+            if (!data.checkInterface(this)) return android::PERMISSION_DENIED;
+            const int32_t device = data.readInt32();
+            reads.lock()->emplace_back(device, data.readInt32());
+            if (failing.get()) {
+                return Status::fromServiceSpecificError(kServiceError).writeToParcel(reply);
+            }
+            reply->writeInt32(0);  // no exception
+            return reply->writeString16(text.get());
         }
 
+        const android::String16 descriptor{"vendor.norda.hardware.touch.INordaTouch"};
         Guarded<android::String16> text;
         Guarded<bool> failing;
         Guarded<Reads> reads;

@@ -116,7 +116,7 @@ TEST_F(BpfSubstitute, usageRecordsComeLineByLine) {
     EXPECT_EQ(Uah_fetch_dataset(&records), 0);
     EXPECT_TRUE(records.empty());
     mProfile.write("uah", "a,1,2\n\n!nontext\nb");
-    EXPECT_EQ(Uah_fetch_dataset(&records), 0);
+    EXPECT_EQ(Uah_fetch_dataset(&records), 4);
     std::vector<std::string> texts;
     for (const UahRecord& record : records) {
         texts.push_back(record.value.index() == 0 ? "no text" : std::get<1>(record.value));

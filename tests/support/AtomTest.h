@@ -1,0 +1,154 @@
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+
+#include "host/stats/EventList.h"
+#include "tests/support/FakeVendorServices.h"
+#include "tests/support/HandlerTest.h"
+
+namespace zstats {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/** Log lines as "W text", then events as "[1, 2L, 1.5f, true, "text"]", 2L being an int64. */
+using Transcript = std::vector<std::string>;
+using Nodes = std::map<std::string, std::string>;
+
+inline std::string textOf(int32_t value) {
+    return std::to_string(value);
+}
+inline std::string textOf(int64_t value) {
+    return std::to_string(value) + "L";
+}
+inline std::string textOf(float value) {
+    return testing::PrintToString(value) + "f";
+}
+inline std::string textOf(bool value) {
+    return value ? "true" : "false";
+}
+inline std::string textOf(const std::string& value) {
+    return '"' + value + '"';
+}
+
+inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
+    Transcript texts;
+    for (const Event& event : eventsOf(list)) {
+        EXPECT_EQ(event.atomId, tag);
+        std::string text;
+        for (const Field& field : event.fields) {
+            text += text.empty() ? "[" : ", ";
+            text += std::visit([](const auto& value) { return textOf(value); }, field);
+        }
+        texts.push_back(text + (event.built ? "]" : "] unbuilt"));
+    }
+    return texts;
+}
+
+/**
+ * What of `transcript` is written at `level`, where the letter of a line may be followed by its
+ * gate: "W0 text" stands for "W text" at level 0 and above.
+ */
+inline Transcript atLevel(int32_t level, Transcript transcript) {
+    const auto gated = [](const std::string& text) { return text[0] != '[' && text[1] != ' '; };
+    const auto closed = [&](const auto& text) { return gated(text) && text[1] - '0' > level; };
+    transcript.erase(std::remove_if(transcript.begin(), transcript.end(), closed), transcript.end());
+    for (std::string& text : transcript) {
+        if (gated(text)) text.erase(1, 1);
+    }
+    return transcript;
+}
+
+/** A handle factory that is connected, and the answers of atoms with all their lines. */
+class AtomTest : public HandlerTest {
+  protected:
+    AtomTest() {
+        callback.getValueByHandleKey("connect");
+        log.clear();
+    }
+    ~AtomTest() override { EXPECT_EQ(openDescriptors(), mDescriptors); }
+
+    void useQcom() { __system_property_set("ro.hardware", "qcom"); }
+
+    /** A result code means nothing beside a node's text, so that it is never 0. */
+    void set(const Nodes& nodes) {
+        for (const auto& [key, text] : nodes) factory.set(key, text, -7);
+    }
+
+    /** The lines since the last call, without those that the layers below write at level 2. */
+    Transcript lines() {
+        Transcript lines = takeLines();
+        const auto below = [](const std::string& line) {
+            return line.rfind("D property ", 0) == 0 || line.rfind("D Open ", 0) == 0 ||
+                   line.rfind("D getContentByHandleKey ", 0) == 0 ||
+                   line.rfind("D PullAtomCallback get", 0) == 0;
+        };
+        lines.erase(std::remove_if(lines.begin(), lines.end(), below), lines.end());
+        return lines;
+    }
+
+    /** What `append` writes and appends. */
+    template <typename Append>
+    Transcript transcriptOf(int32_t tag, Append append) {
+        log.clear();
+        AStatsEventList list;
+        append(&list);
+        Transcript transcript = lines();
+        for (std::string& text : textsOf(list, tag)) transcript.push_back(std::move(text));
+        return transcript;
+    }
+
+    Transcript pull(int32_t tag, ZStatsPullAtomCallback& from) {
+        return transcriptOf(tag, [&](auto* list) { pullInto(list, from, tag); });
+    }
+    Transcript pull(int32_t tag) { return pull(tag, callback); }
+
+    /** Expects this answer at the levels 0, 1 and 2. For an atom that keeps nothing of a pull. */
+    void expectPulls(int32_t tag, const Transcript& expected) {
+        for (const int32_t level : {0, 2, 1}) {
+            gLogLevel = level;
+            EXPECT_EQ(pull(tag), atLevel(level, expected)) << tag << " at level " << level;
+        }
+    }
+
+    FakeHandleFactory factory;
+
+  private:
+    static long openDescriptors() {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    }
+
+    const long mDescriptors = openDescriptors();
+};
+
+/** The line of a node whose text is empty, and those of one that the service refuses. */
+inline std::string emptyNode(const std::string& key) {
+    return "E PullAtomCallback getContentByHandleKey read nodeKey: " + key + ", len=0";
+}
+constexpr char kRefused[] = "W handleFactory read failed.";
+
+/** One pull of an atom that reads nodes. */
+struct NodeRow {
+    int32_t tag;
+    Nodes nodes;
+    Transcript expected;
+    const char* hardware = "qcom";
+};
+
+/** Expects each row's answer, from nodes that no other row has set. */
+class NodeAtomTest : public AtomTest {
+  protected:
+    void expectRows(std::initializer_list<NodeRow> rows) {
+        for (const NodeRow& row : rows) {
+            SCOPED_TRACE(testing::PrintToString(row.nodes));
+            __system_property_set("ro.hardware", row.hardware);
+            set(row.nodes);
+            expectPulls(row.tag, row.expected);
+            for (const auto& node : row.nodes) factory.fail(node.first);
+        }
+    }
+};
+
+}  // namespace zstats

@@ -1,0 +1,101 @@
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "atoms/AudioUsageAtoms.h"
+#include "tests/support/AtomTest.h"
+#include "tests/support/FakePlatformServices.h"
+#include "tests/support/SubstituteProfile.h"
+
+namespace zstats {
+namespace {
+
+constexpr int32_t kAudioTag = 150112;
+constexpr int32_t kUahTag = 150136;
+
+using AudioAtomTest = AtomTest;
+
+TEST_F(AudioAtomTest, readsTheReplyAsANumber) {
+    FakeAudio audio;
+    expectPulls(kAudioTag, {"[0f]"});  // no text at all
+    const std::pair<const char*, const char*> rows[] = {
+            {"1.25", "[1.25f]"}, {"", "[0f]"},    {"none", "[0f]"}, {" -3.5 W", "[-3.5f]"},
+            {"1e999", "[inff]"}, {"007", "[7f]"}, {"0x10", "[16f]"}};
+    for (const auto& [text, event] : rows) {
+        audio.set(text);
+        EXPECT_THAT(pull(kAudioTag), ElementsAre(event));
+    }
+    EXPECT_EQ(audio.request(), std::string("PAPowerMonitorResult\0\0\0\0", 24));
+}
+
+TEST_F(AudioAtomTest, looksTheServiceUpAtEachPullAndSaysWhyItFails) {
+    const Transcript absent = {"E Cannot connect to service: audio"};
+    expectPulls(kAudioTag, absent);
+    FakeAudio audio;
+    expectPulls(kAudioTag, {"[0f]"});
+    inprocess::hideServiceManager(true);
+    expectPulls(kAudioTag, absent);
+    inprocess::hideServiceManager(false);
+    const std::pair<android::status_t, std::string> rows[] = {
+            {android::PERMISSION_DENIED, "Operation not permitted"},
+            {1, strerror(-1)},  // a positive status is a failure as well
+            {android::UNKNOWN_ERROR, strerror(std::numeric_limits<int>::min())},
+            {android::DEAD_OBJECT, "Broken pipe"},  // last: a proxy that saw it stays dead
+    };
+    for (const auto& [status, text] : rows) {
+        audio.remote().failCalls(status);
+        expectPulls(kAudioTag, {"E Error invoking remote service: " + text + "\n"});
+    }
+    const FakeAudio successor;
+    expectPulls(kAudioTag, {"[0f]"});
+}
+
+class UsageAtomTest : public AtomTest {
+  protected:
+    void expectEvents(const std::vector<UahRecord>& records, const Transcript& expected) {
+        const auto append = [&](auto* list) { appendUahEvents(records, kUahTag, list); };
+        EXPECT_EQ(transcriptOf(kUahTag, append), expected);
+    }
+};
+
+TEST_F(UsageAtomTest, aRecordHasSeventeenFieldsOrEndsThePull) {
+    const UahRecord good = {1, "app,010,0x2,launch,3,4,5,6,7,8,9,10,11,12,tail,5000000000,14"};
+    const std::string goodEvent =
+            "[\"app\", 10, 0, \"launch\", 3, 4L, 5L, 6L, 7L, 8, 9, 10L, 11, 12L, \"tail\", "
+            "5000000000L, 14]";
+    expectEvents(
+            {good,
+             {1,
+              ",x,-2,,-3,5000000000,6000000000,7000000000,8000000000,,,9000000000,,"
+              "5000000001,2,,1"},
+             {1, "a,,,,,,,,,,,,,,,,7"}},
+            {goodEvent,
+             "[\"\", 0, -2, \"\", -3, 5000000000L, 6000000000L, 7000000000L, 8000000000L, 0, 0, "
+             "9000000000L, 0, 5000000001L, \"2\", 0L, 1]",
+             "[\"a\", 0, 0, \"\", 0, 0L, 0L, 0L, 0L, 0, 0, 0L, 0, 0L, \"\", 0L, 7]"});
+    const std::pair<UahRecord, const char*> rows[] = {
+            {{1, "short,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1"}, "short"},
+            {{1, "comma,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,"}, "comma"},  // adds no empty field
+            {{1, "long,1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,17,18"}, "long"},
+            {{1, ""}, ""},
+            {{1, int64_t{5}}, ""}};  // holds no text
+    for (const auto& [bad, firstField] : rows) {
+        expectEvents({good, bad, good}, {"E handleUahDataset error data size", goodEvent,
+                                         std::string("[\"") + firstField + "\"] unbuilt"});
+    }
+}
+
+TEST_F(UsageAtomTest, fetchesAtEachPull) {
+    const SubstituteProfile profile;
+    expectPulls(kUahTag, {});
+    const std::string record = ",1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1\n";
+    const std::string event = "\", 1, 1, \"g\", 1, 1L, 1L, 1L, 1L, 1, 1, 1L, 1, 1L, \"g\", 1L, 1]";
+    profile.write("uah", "one" + record + "two" + record);
+    expectPulls(kUahTag, {"[\"one" + event, "[\"two" + event});
+    // What was fetched before the failure is not used.
+    profile.write("uah", "one" + record + "!fail\n");
+    expectPulls(kUahTag, {});
+}
+
+}  // namespace
+}  // namespace zstats

@@ -1,0 +1,101 @@
+#include <stdexcept>
+#include <thread>
+
+#include "tests/support/AtomTest.h"
+
+namespace zstats {
+namespace {
+
+constexpr int32_t kTouchTag = 150131;
+constexpr char kUnreadable[] = "D2 handleTouchRefreshRateLevel parse touchReadNodeFile failed";
+
+using DisplayAtomsTest = NodeAtomTest;
+
+TEST_F(DisplayAtomsTest, carryThePanelsOfTheirPlatform) {
+    constexpr char kQcom0[] = "panel0_brightness_level_qcom";
+    constexpr char kQcom1[] = "panel1_brightness_level_qcom";
+    constexpr char kMtk0[] = "panel0_brightness_level_mtk";
+    constexpr char kMtk1[] = "panel1_brightness_level_mtk";
+    const Transcript missing = {kRefused, emptyNode(kQcom0), kRefused, emptyNode(kQcom1), "[0, 0]"};
+    expectRows({
+            {150125, {{kQcom0, "0"}, {kQcom1, "1"}}, {"[0, 0]"}},
+            {150125, {{kQcom0, "02\n"}, {kQcom1, "0x10"}}, {"[1, 0]"}},
+            {150125, {{kQcom0, "-5"}, {kQcom1, "4095"}}, {"[0, 1]"}},
+            {150125, {}, missing},
+            {150125, {{kMtk0, "9"}, {kMtk1, "1"}}, {"[1, 0]"}, "mt6989"},
+            {150133, {{kQcom0, "1"}, {kQcom1, "02047\n"}}, {"[1, 2047]"}},
+            {150133, {{kQcom0, "-1"}, {kQcom1, "x"}}, {"[-1, 0]"}},
+            {150133, {}, missing},
+            {150133, {{kMtk0, "300"}, {kMtk1, ""}}, {emptyNode(kMtk1), "[300, 0]"}, ""},
+            {150015, {{"devinfo_lcd", "boe"}}, {}},
+            {150015, {}, {kRefused, emptyNode("devinfo_lcd")}},
+            {150014, {}, {}},
+    });
+    useQcom();
+    pull(150133);
+    const auto reads = factory.reads();
+    EXPECT_EQ((reads.end() - 2)->first, kQcom0);
+    EXPECT_EQ(reads.back().first, kQcom1);
+}
+
+using TouchAtomTest = AtomTest;
+
+TEST_F(TouchAtomTest, carriesTheNumberThatTheFirstWordBeginsWith) {
+    FakeTouch touch;
+    const std::pair<const char*, Transcript> rows[] = {
+            {"3\n", {"[3]"}},      {"12 7", {"[12]"}},        {"  5", {"[5]"}},
+            {"\t\n\v 8", {"[8]"}}, {"120Hz", {"[120]"}},      {"010", {"[10]"}},
+            {"9", {"[9]"}},        {"0x1f", {"[0]"}},         {"2147483647", {"[2147483647]"}},
+            {"4\u00e9", {"[4]"}},  {"", {kUnreadable}},       {" \n", {kUnreadable}},
+            {"-1", {kUnreadable}}, {"+1", {kUnreadable}},     {"/1", {kUnreadable}},
+            {":1", {kUnreadable}}, {"\u0663", {kUnreadable}},
+    };
+    for (const auto& [text, expected] : rows) {
+        touch.setText(text);
+        SCOPED_TRACE(text);
+        expectPulls(kTouchTag, expected);
+    }
+    EXPECT_EQ(touch.reads(), (std::vector(std::size(rows) * 3, std::pair(0, 26))));
+    // A number beyond int leaves the handler, and the next pull finds it as before.
+    touch.setText("2147483648");
+    EXPECT_THROW(pull(kTouchTag), std::out_of_range);
+    touch.setText("3");
+    EXPECT_THAT(pull(kTouchTag), ElementsAre("[3]"));
+}
+
+TEST_F(TouchAtomTest, keepsTheFirstServiceThatItFinds) {
+    const Transcript absent = {"W0 handleTouchRefreshRateLevel getService failed"};
+    expectPulls(kTouchTag, absent);
+    FakeTouch touch;
+    touch.setText("3");
+    inprocess::hideServiceManager(true);
+    expectPulls(kTouchTag, absent);
+    inprocess::hideServiceManager(false);
+    expectPulls(kTouchTag, {"[3]"});
+
+    touch.fail();  // the text is parsed whatever the status says, and there is none
+    expectPulls(kTouchTag, {kUnreadable});
+    touch.remote().die();
+    FakeTouch successor;
+    expectPulls(kTouchTag, {kUnreadable});
+    EXPECT_THAT(successor.reads(), IsEmpty());
+}
+
+TEST_F(TouchAtomTest, firstPullsMayRunAtOnce) {
+    FakeTouch touch;
+    touch.remote().block();
+    std::vector<std::thread> pullers;
+    for (int i = 0; i < 4; ++i) {
+        pullers.emplace_back([&] {
+            AStatsEventList list;
+            pullInto(&list, callback, kTouchTag);
+        });
+    }
+    touch.remote().waitForBlocked(4);
+    touch.remote().unblock();
+    for (std::thread& puller : pullers) puller.join();
+    EXPECT_EQ(touch.reads().size(), 4u);
+}
+
+}  // namespace
+}  // namespace zstats

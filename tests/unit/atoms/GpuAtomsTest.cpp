@@ -1,0 +1,69 @@
+#include "tests/support/AtomTest.h"
+#include "tests/support/OtherRoot.h"
+
+namespace zstats {
+namespace {
+
+constexpr int32_t kTag = 150029;
+constexpr char kTable[] = "gpu_freq_table_qual";
+constexpr char kTime[] = "gpu_freq_time_qual";
+
+std::string mismatch(int last, int current) {
+    return "E getGpuFreqsTimeDelta, last freq size " + std::to_string(last) + ", curr freq size " +
+           std::to_string(current);
+}
+std::string mismatchInHandler(int freqs, int times) {
+    return "E handleGpuFreqTimeInfo, freq size " + std::to_string(freqs) + ", freq time size " +
+           std::to_string(times);
+}
+
+class GpuAtomTest : public AtomTest {
+  protected:
+    /** What a callback object gives whose construction finds the first time, and pulls the others. */
+    void expectSeries(const std::string& table, const std::vector<std::string>& times,
+                      const std::vector<Transcript>& expected) {
+        SCOPED_TRACE(table + " with " + testing::PrintToString(times));
+        useQcom();
+        set({{kTable, table}});
+        factory.setSeries(kTime, times);
+        ZStatsPullAtomCallback fresh;
+        for (const Transcript& answer : expected) EXPECT_EQ(pull(kTag, fresh), answer);
+    }
+};
+
+TEST_F(GpuAtomTest, reportsTheTimeSinceTheLastPull) {
+    const std::string empty = "E getContentByHandleKey read nodeKey: gpu_freq_time_qual, len=0";
+    expectSeries("100 0200\n", {"10\t20\n", "15 5000000020", "0x20 0100"},
+                 {{"[100000, 5L]", "[200000, 5000000000L]"},
+                  {"[100000, 17L]", "[200000, -4999999956L]"},  // 0x20 is 32, 0100 is 64
+                  {"[100000, 0L]", "[200000, 0L]"}});
+    expectSeries("100 200 300", {"1 2"}, {{mismatchInHandler(3, 2)}});
+    expectSeries("1 2", {"1 2", "1 2 3", "5 5"},
+                 {{mismatch(2, 3), "[1000, 0L]", "[2000, 0L]"}, {"[1000, 4L]", "[2000, 3L]"}});
+    // Without a first reading there is never a baseline.
+    expectSeries(
+            "1 2", {"", "1 2", "3 4"},
+            {{mismatch(0, 2), mismatchInHandler(2, 0)}, {mismatch(0, 2), mismatchInHandler(2, 0)}});
+    expectSeries("1", {""}, {{empty, mismatchInHandler(1, 0)}});
+    expectSeries(" ", {" "}, {{}});
+}
+
+TEST_F(GpuAtomTest, thePlatformDecidesAtConstruction) {
+    set({{"gpu_freq_table_mtk", "a 26000\n"}, {kTable, "1"}});
+    factory.setSeries("gpu_freq_time_mtk", {"a 26000 99\n", "a 26000 100\n"});
+    factory.setSeries(kTime, {"1", "3"});
+    const TempTree tree;
+    tree.write("proc/device-tree/chosen/atag,chipid", "");
+    const auto check = [&](const Transcript& expected) {
+        ZStatsPullAtomCallback fresh;
+        __system_property_set("ro.hardware", "other");
+        EXPECT_EQ(pull(kTag, fresh), expected);
+        EXPECT_THAT(pull(kTag), IsEmpty());  // made on a device that was not known
+    };
+    if (!withTreeAsKernel(tree, [&] { check({"[26, 1L]"}); })) GTEST_SKIP();
+    useQcom();
+    withTreeAsKernel(tree, [&] { check({"[1000, 2L]"}); });
+}
+
+}  // namespace
+}  // namespace zstats

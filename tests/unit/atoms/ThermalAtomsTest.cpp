@@ -1,0 +1,78 @@
+#include <limits>
+
+#include "tests/support/AtomTest.h"
+#include "tests/support/FakePlatformServices.h"
+
+namespace zstats {
+namespace {
+
+constexpr int32_t kCpuTag = 150031;
+
+using ThermalAtomsTest = AtomTest;
+
+TEST_F(ThermalAtomsTest, carryWhatCaldaAnswers) {
+    const struct {
+        int32_t tag;
+        std::string failed;
+        const char* event;
+    } rows[] = {{150126, "handleThermalStatus getThermalStatus", "[-3]"},
+                {150127, "handleAmbientTemperature getTemperatureInMilliCelsius", "[35000]"},
+                {150128, "handleBoardTemperature getTemperatureInMilliCelsius", "[41000]"},
+                {150129, "handleShellTemperature getTemperatureInMilliCelsius",
+                 "[38000, 37500, 36900]"}};
+    for (const auto& row : rows) {
+        expectPulls(row.tag, {"I1 ThermalReader checkService failed",
+                              "E ThermalReader connect calda failed in getThermalStatus",
+                              "D2 " + row.failed + " failed"});
+    }
+    FakeCalda calda;
+    calda.set(FakeCalda::kStatus, {0, -3});
+    calda.set(FakeCalda::kAmbient, {35});
+    calda.set(FakeCalda::kShell, {4, 4, 41000, 38000, 37500, 36900});
+    pull(150126);  // connects
+    for (const auto& row : rows) {
+        expectPulls(row.tag, {"D2 ThermalReader Calda Binder already exists", row.event});
+    }
+}
+
+TEST_F(ThermalAtomsTest, cpuValuesAreNumberedAndTruncated) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const Transcript absent = {
+            "E get thermalservice failed",
+            "W0 handleCpuTemperature line 940, checkIThermalService return false"};
+    const Transcript empty = {"W0 handleCpuTemperature line 947, temperatureVec is empty"};
+    inprocess::hideServiceManager(true);
+    expectPulls(kCpuTag, absent);
+    inprocess::hideServiceManager(false);
+    expectPulls(kCpuTag, absent);
+
+    FakeThermalService thermal;
+    gLogLevel = 2;
+    EXPECT_EQ(pull(kCpuTag), atLevel(2, {"D get thermalservice succeed", empty[0]}));
+    const std::pair<std::vector<float>, Transcript> rows[] = {
+            {{}, empty},
+            {{36.7f, -0.5f, 41.9f}, {"[0, 36]", "[1, 0]", "[2, 41]"}},
+            {{-1.9f}, {"[0, -1]"}},
+            {{std::numeric_limits<float>::quiet_NaN(), kInfinity, -kInfinity},
+             {"[0, 0]", "[1, 2147483647]", "[2, -2147483648]"}},
+            {{2147483648.0f, -2147483648.0f, 2147483520.0f},
+             {"[0, 2147483647]", "[1, -2147483648]", "[2, 2147483520]"}}};
+    for (const auto& [values, expected] : rows) {
+        thermal.set(values);
+        expectPulls(kCpuTag, expected);
+    }
+    EXPECT_EQ(thermal.types(), std::vector<int32_t>(1 + 3 * std::size(rows), 0));
+    thermal.setException(android::binder::Status::EX_SECURITY);
+    expectPulls(kCpuTag, empty);
+    thermal.setException(0);
+    expectPulls(kCpuTag, rows[4].second);
+
+    // The first service is kept for good.
+    thermal.remote().die();
+    const FakeThermalService successor;
+    expectPulls(kCpuTag, empty);
+    EXPECT_THAT(successor.types(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace zstats

@@ -1,0 +1,156 @@
+#include <limits>
+
+#include "daemon/SystemHelpers.h"
+#include "readers/GpuReader.h"
+#include "tests/support/AtomTest.h"
+
+namespace zstats {
+namespace {
+
+using Times = std::vector<long long>;
+
+/** A back-end whose readings are given one by one; the last one stays. */
+struct ScriptedGpu : GpuStats {
+    explicit ScriptedGpu(std::vector<Times> script) : readings(std::move(script)) {}
+    void readFreqsKhz(std::vector<int>& out) override {
+        ++freqReads;
+        out = freqs;
+    }
+    void readFreqsTime(Times& out) override {
+        out = readings.front();
+        if (readings.size() > 1) readings.erase(readings.begin());
+    }
+
+    std::vector<Times> readings;
+    std::vector<int> freqs;
+    int freqReads = 0;
+};
+
+using GpuReaderTest = AtomTest;
+
+TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
+    gLogLevel = 2;
+    const std::string freqFailed = "D readFreqsKhz ";
+    const std::string timeFailed = "D readFreqsTime ";
+    const std::string failed = " scan failed";
+    const struct {
+        std::string content;
+        std::vector<int> freqs;
+        Transcript freqLines;
+        Times times;
+        Transcript timeLines;
+    } rows[] = {
+            {"opp 585000000 5000000000\nopp 130000999 07",
+             {585'000, 130'000},
+             {},
+             {5000000000, 7},
+             {}},
+            {"585000000 1\n",
+             {},
+             {freqFailed + "585000000 1" + failed},
+             {},
+             {timeFailed + "585000000 1" + failed}},
+            {"0585000000 12\n", {585'000}, {}, {12}, {}},  // a zero is part of the lead-in
+            {"\n[00]: 40000 7\n", {40}, {freqFailed + failed}, {7}, {timeFailed + failed}},
+            {"f 1000 -5\nf 2999 x\nf 3000",
+             {1, 2, 3},
+             {},
+             {-5},
+             {timeFailed + "f 2999 x" + failed, timeFailed + "f 3000" + failed}},
+            {"no number",
+             {},
+             {freqFailed + "no number" + failed},
+             {},
+             {timeFailed + "no number" + failed}},
+            {"", {}, {}, {}, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.content);
+        std::vector<int> freqs;
+        Times times;
+        parseMtkGpuFreqsKhz(row.content, freqs);
+        EXPECT_EQ(freqs, row.freqs);
+        EXPECT_EQ(lines(), row.freqLines);
+        parseMtkGpuFreqsTime(row.content, times);
+        EXPECT_EQ(times, row.times);
+        EXPECT_EQ(lines(), row.timeLines);
+        gLogLevel = 1;
+        parseMtkGpuFreqsKhz(row.content, freqs);
+        parseMtkGpuFreqsTime(row.content, times);
+        EXPECT_THAT(takeLines(), IsEmpty());
+        gLogLevel = 2;
+    }
+    std::vector<int> freqs = {7};
+    parseQcomGpuFreqsKhz("2147483647 01\t0x2\n3,4", freqs);
+    EXPECT_THAT(freqs, ElementsAre(7, -1000, 1000, 0, 3000));
+}
+
+TEST_F(GpuReaderTest, differencesBetweenReadings) {
+    constexpr long long kMax = std::numeric_limits<long long>::max();
+    constexpr long long kMin = std::numeric_limits<long long>::min();
+    // A reading of another length is answered with zeros and leaves the baseline as it is.
+    GpuReader reader(std::make_shared<ScriptedGpu>(
+            std::vector<Times>{{1, 2}, {1, 2, 5}, {}, {11, 12}, {4, kMax}, {4, kMin}}));
+    const std::string mismatch = "E getGpuFreqsTimeDelta, last freq size 2, curr freq size ";
+    const std::pair<Times, Transcript> rows[] = {{{0, 0}, {mismatch + "3"}},
+                                                 {{0, 0}, {mismatch + "0"}},
+                                                 {{10, 10}, {}},
+                                                 {{-7, kMax - 12}, {}},
+                                                 {{0, 1}, {}}};
+    for (const auto& [deltas, errors] : rows) {
+        EXPECT_EQ(reader.getGpuFreqsTimeDelta(), deltas);
+        EXPECT_EQ(lines(), errors);
+    }
+}
+
+TEST_F(GpuReaderTest, readTimesAdvanceAtEachReading) {
+    const int64_t before = getBootTimeMs();
+    GpuReader reader(std::make_shared<ScriptedGpu>(std::vector<Times>{{1}, {1}, {1, 2}}));
+    int64_t previous = getBootTimeMs();
+    for (int reading = 0; reading < 3; ++reading) {
+        while (getBootTimeMs() <= previous) {
+        }
+        gLogLevel = 2;
+        reader.getGpuFreqsTimeDelta();
+        gLogLevel = 1;
+        long long last = 0;
+        long long current = 0;
+        const std::string told = lines().back();
+        ASSERT_EQ(sscanf(told.c_str(), "D getGpuFreqsTimeDelta last time %lld, current time %lld",
+                         &last, &current),
+                  2)
+                << told;
+        EXPECT_LE(reading == 0 ? before : previous, last);
+        EXPECT_LE(last, previous);
+        EXPECT_GT(current, previous);
+        EXPECT_LE(current, getBootTimeMs());
+        previous = current;
+    }
+}
+
+TEST_F(GpuReaderTest, frequenciesAreReadUntilThereAreSome) {
+    const auto gpu = std::make_shared<ScriptedGpu>(std::vector<Times>{{}});
+    GpuReader reader(gpu);
+    EXPECT_THAT(reader.getGpuFreqsKhz(), IsEmpty());
+    gpu->freqs = {300, 400};
+    EXPECT_THAT(reader.getGpuFreqsKhz(), ElementsAre(300, 400));
+    gpu->freqs = {500};
+    EXPECT_THAT(reader.getGpuFreqsKhz(), ElementsAre(300, 400));
+    EXPECT_EQ(gpu->freqReads, 3);
+}
+
+TEST_F(GpuReaderTest, anUnknownPlatformHasNoBackEnd) {
+    lines();
+    GpuReader reader;
+    EXPECT_THAT(lines(), ElementsAre("E getGpuStats With a unknown vendor platform!"));
+    Times times = {7};
+    reader.readFreqsTime(times);
+    EXPECT_THAT(times, ElementsAre(7));
+    EXPECT_THAT(reader.getGpuFreqsKhz(), IsEmpty());
+    EXPECT_THAT(reader.getGpuFreqsTimeDelta(), IsEmpty());
+    EXPECT_THAT(lines(), IsEmpty());
+    EXPECT_EQ(factory.reads().size(), 1u);  // the fixture's
+}
+
+}  // namespace
+}  // namespace zstats
