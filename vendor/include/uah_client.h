@@ -1,17 +1,42 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
 /** Contract of the closed client of the usage data set. */
 
-/** A record: a leading word and a value, whose text, when it holds one, is comma-separated. */
+/**
+ * The value of a record: alternative 0 is a number, alternative 1 a comma-separated text. There are
+ * exactly these two. The library makes the values and the daemon destroys them, by the alternative
+ * that each says it holds: one that this list lacks would be destroyed as something else.
+ */
+using UahValue = std::variant<int64_t, std::string>;
+
+/**
+ * A record as it lies in the vector that library and daemon share. Both are built against the same
+ * C++ library; a library with other alternatives or fields needs this header changed.
+ *
+ *     offset  size
+ *          0  8                    a word of the library's own
+ *          8  sizeof(std::string)  the number or the text
+ *       then  8                    the number of the alternative held, and padding
+ */
 struct UahRecord {
     int64_t id;
-    std::variant<int64_t, std::string> value;
+    UahValue value;
 };
 
-/** Fills `records`; returns a negative value on failure. Any thread. */
+static_assert(std::variant_size_v<UahValue> == 2);
+static_assert(std::is_same_v<std::variant_alternative_t<0, UahValue>, int64_t>);
+static_assert(std::is_same_v<std::variant_alternative_t<1, UahValue>, std::string>);
+static_assert(offsetof(UahRecord, value) == 8);
+static_assert(sizeof(UahValue) == sizeof(std::string) + 8);
+static_assert(sizeof(UahRecord) == sizeof(std::string) + 16);
+static_assert(alignof(UahRecord) == 8);
+
+/** Appends to `records`; returns a negative value on failure. Any thread. */
 extern "C" int Uah_fetch_dataset(std::vector<UahRecord>* records);

@@ -1,0 +1,46 @@
+// The closed libraries for products that lack them: everything is answered at once, nothing is
+// opened, read or kept. The daemon then runs without its kernel channel and its usage records.
+#include <cerrno>
+
+#include "vendor/include/feature_switch.h"
+#include "vendor/include/stats_write.h"
+#include "vendor/include/uah_client.h"
+#include "vendor/include/zbpf_connection.h"
+
+/** A product without feature switches has every feature. */
+bool isOsFeatureEnabled(const char* /*feature*/) {
+    return true;
+}
+
+int zbpf_is_enable() {
+    return 0;
+}
+
+int zbpf_btf_support() {
+    return 0;
+}
+
+int zbpf_region_support() {
+    return 0;
+}
+
+int zbpf_connect_start(zbpf_connect_request* /*request*/) {
+    return -ENOSYS;
+}
+
+int zbpf_connect_exit(int /*fd*/, const char* /*name*/) {
+    return -ENOSYS;
+}
+
+int Uah_fetch_dataset(std::vector<UahRecord>* /*records*/) {
+    return -ENOSYS;
+}
+
+namespace NordaFramework {
+
+int stats_write(int /*atomId*/, int /*type*/, int /*pe*/, int /*lnr*/, int /*bnr*/,
+                const char* /*info*/) {
+    return -ENOSYS;
+}
+
+}  // namespace NordaFramework
