@@ -13,7 +13,7 @@ struct AtomEntry {
     void (ZStatsPullAtomCallback::*handler)(int32_t atomTag, AStatsEventList* data);
 };
 
-/** Every pulled atom, in the order in which they are registered with statsd. The only such list. */
+/** Every pulled atom, in the order of registration. Handler table and registrations are made of it. */
 inline constexpr AtomEntry kAtomTable[] = {
         {150005, &ZStatsPullAtomCallback::handleBatteryLevel},
         {150006, &ZStatsPullAtomCallback::handleBatteryDod},
