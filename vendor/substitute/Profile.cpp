@@ -3,18 +3,18 @@
 #include <algorithm>
 #include <charconv>
 #include <fstream>
-#include <mutex>
 
+#include "daemon/base/Mutex.h"
 #include "vendor/substitute/Substitute.h"
 
 namespace zstats::substitute {
 
 namespace {
 
-std::mutex gFolderLock;
+Mutex gFolderLock;
 
-/** A test may change the folder while a library thread reads it. Guarded by gFolderLock. */
-std::string& folderLocked() {
+/** A test may change the folder while a library thread reads it. */
+std::string& folderLocked() REQUIRES(gFolderLock) {
     static std::string folder = "/profile";
     return folder;
 }
@@ -22,12 +22,12 @@ std::string& folderLocked() {
 }  // namespace
 
 void useProfile(const std::string& folder) {
-    const std::lock_guard<std::mutex> lock(gFolderLock);
+    const ScopedLock lock(gFolderLock);
     folderLocked() = folder;
 }
 
 std::string profileFolder() {
-    const std::lock_guard<std::mutex> lock(gFolderLock);
+    const ScopedLock lock(gFolderLock);
     return folderLocked();
 }
 

@@ -2,17 +2,17 @@
 
 #include <stats_event.h>
 
-#include <mutex>
 #include <utility>
 
+#include "daemon/base/Mutex.h"
 #include "vendor/substitute/Substitute.h"
 
 namespace {
 
-std::mutex gObserverLock;
+zstats::Mutex gObserverLock;
 
-/** Guarded by gObserverLock. */
-std::function<void(const zstats::substitute::WrittenAtom&)>& observerLocked() {
+std::function<void(const zstats::substitute::WrittenAtom&)>& observerLocked()
+        REQUIRES(gObserverLock) {
     static std::function<void(const zstats::substitute::WrittenAtom&)> observer;
     return observer;
 }
@@ -22,7 +22,7 @@ std::function<void(const zstats::substitute::WrittenAtom&)>& observerLocked() {
 namespace zstats::substitute {
 
 void observeStatsWrites(std::function<void(const WrittenAtom&)> observer) {
-    const std::lock_guard<std::mutex> lock(gObserverLock);
+    const zstats::ScopedLock lock(gObserverLock);
     observerLocked() = std::move(observer);
 }
 
@@ -32,7 +32,7 @@ namespace NordaFramework {
 
 int stats_write(int atomId, int type, int pe, int lnr, int bnr, const char* info) {
     {
-        const std::lock_guard<std::mutex> lock(gObserverLock);
+        const zstats::ScopedLock lock(gObserverLock);
         if (observerLocked()) observerLocked()({atomId, type, pe, lnr, bnr, info});
     }
     AStatsEvent* event = AStatsEvent_obtain();

@@ -9,10 +9,10 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <utility>
 
+#include "daemon/base/Mutex.h"
 #include "vendor/substitute/BpfSocket.h"
 #include "vendor/substitute/Profile.h"
 #include "vendor/substitute/Substitute.h"
@@ -91,22 +91,22 @@ class Library {
     }
 
     void note(const std::string& call) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const zstats::ScopedLock lock(mLock);
         mCalls.push_back(call);
     }
 
     std::vector<std::string> calls() {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const zstats::ScopedLock lock(mLock);
         return mCalls;
     }
 
     void clearCalls() {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const zstats::ScopedLock lock(mLock);
         mCalls.clear();
     }
 
     int add(std::unique_ptr<Connection> connection) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const zstats::ScopedLock lock(mLock);
         const int fd = connection->fd();
         mConnections[fd] = std::move(connection);
         return fd;
@@ -114,15 +114,15 @@ class Library {
 
     /** The connection is ended outside the lock: its callback may be in a call of the library. */
     std::unique_ptr<Connection> remove(int fd) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const zstats::ScopedLock lock(mLock);
         auto node = mConnections.extract(fd);
         return node.empty() ? nullptr : std::move(node.mapped());
     }
 
   private:
-    std::mutex mLock;
-    std::vector<std::string> mCalls;                          // guarded by mLock
-    std::map<int, std::unique_ptr<Connection>> mConnections;  // guarded by mLock
+    zstats::Mutex mLock;
+    std::vector<std::string> mCalls GUARDED_BY(mLock);
+    std::map<int, std::unique_ptr<Connection>> mConnections GUARDED_BY(mLock);
 };
 
 int answerQuestion(const char* call, const char* key, int normal) {
