@@ -14,6 +14,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 _COMPILER = os.path.join(ROOT, "tools", "sepolicy")
 # What the maker of a device adds: types and rules of the HALs' and calda's processes.
 _MAKER = ["--add", os.path.join(ROOT, "vdevice", "selinux", "maker")]
+_GUIDE = os.path.join("docs", "device.md")
 _VIOLATED = re.compile(r"neverallow on line .* \(or line (\d+) of \S+\) violated by allow")
 _LABEL = re.compile(r"u:object_r:(\w+):s0")
 _EXEC = "zstats_pullerd_exec"
@@ -150,6 +151,24 @@ def check_places(folder):
             fail("%s is labelled %s, not %s" % (place, labels[-1:], wanted))
 
 
+def check_pasted(work):
+    """The rules that docs/device.md gives to paste are those of the files it names; the others
+    compile too."""
+    with open(os.path.join(ROOT, _GUIDE), encoding="utf-8") as file:
+        blocks = re.findall(r"^```te ?(\S*)\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)
+    rest = ""
+    for path, text in blocks:
+        if not path:
+            rest += text
+            continue
+        with open(os.path.join(ROOT, path), encoding="utf-8") as file:
+            if file.read() != text:
+                fail("%s: the text of %s is another" % (_GUIDE, path))
+    said = broken_by(work, rest)[1]
+    if said or not rest:
+        fail("%s: the rules to paste do not compile: %s" % (_GUIDE, said))
+
+
 def check_builds(work):
     """Ours compiles with and without what a maker adds."""
     for variant in ("user", "userdebug"):
@@ -169,6 +188,7 @@ def main():
             for kind in _KINDS:
                 check_contexts(folder, kind, types)
             check_places(folder)
+            check_pasted(work)
             check_promises(work, os.path.join(folder, "policy.conf"))
     return 1 if _failures else 0
 
