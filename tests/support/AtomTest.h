@@ -16,20 +16,10 @@ using ::testing::IsEmpty;
 using Transcript = std::vector<std::string>;
 using Nodes = std::map<std::string, std::string>;
 
-inline std::string textOf(int32_t value) {
-    return std::to_string(value);
-}
-inline std::string textOf(int64_t value) {
-    return std::to_string(value) + "L";
-}
-inline std::string textOf(float value) {
-    return testing::PrintToString(value) + "f";
-}
-inline std::string textOf(bool value) {
-    return value ? "true" : "false";
-}
-inline std::string textOf(const std::string& value) {
-    return '"' + value + '"';
+inline std::string textOf(const Field& field) {
+    constexpr const char* kSuffixes[] = {"", "L", "f", "", ""};
+    const auto print = [](const auto& value) { return testing::PrintToString(value); };
+    return std::visit(print, field) + kSuffixes[field.index()];
 }
 
 inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
@@ -38,8 +28,7 @@ inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
         EXPECT_EQ(event.atomId, tag);
         std::string text;
         for (const Field& field : event.fields) {
-            text += text.empty() ? "[" : ", ";
-            text += std::visit([](const auto& value) { return textOf(value); }, field);
+            text += (text.empty() ? "[" : ", ") + textOf(field);
         }
         texts.push_back(text + (event.built ? "]" : "] unbuilt"));
     }
@@ -51,7 +40,7 @@ inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
  * gate: "W0 text" stands for "W text" at level 0 and above.
  */
 inline Transcript atLevel(int32_t level, Transcript transcript) {
-    const auto gated = [](const std::string& text) { return text[0] != '[' && text[1] != ' '; };
+    const auto gated = [](const std::string& text) { return isalpha(text[0]) && isdigit(text[1]); };
     const auto closed = [&](const auto& text) { return gated(text) && text[1] - '0' > level; };
     transcript.erase(std::remove_if(transcript.begin(), transcript.end(), closed), transcript.end());
     for (std::string& text : transcript) {
@@ -104,12 +93,20 @@ class AtomTest : public HandlerTest {
     }
     Transcript pull(int32_t tag) { return pull(tag, callback); }
 
-    /** Expects this answer at the levels 0, 1 and 2. For an atom that keeps nothing of a pull. */
-    void expectPulls(int32_t tag, const Transcript& expected) {
+    /** Expects of `action`, which returns what it wrote and did, these texts at each level. */
+    template <typename Action>
+    void expectAtLevels(const Transcript& expected, Action action) {
         for (const int32_t level : {0, 2, 1}) {
             gLogLevel = level;
-            EXPECT_EQ(pull(tag), atLevel(level, expected)) << tag << " at level " << level;
+            log.clear();
+            EXPECT_EQ(action(), atLevel(level, expected)) << "at level " << level;
         }
+    }
+
+    /** Expects this answer at each level. For an atom that keeps nothing of a pull. */
+    void expectPulls(int32_t tag, const Transcript& expected) {
+        SCOPED_TRACE(tag);
+        expectAtLevels(expected, [&] { return pull(tag); });
     }
 
     FakeHandleFactory factory;

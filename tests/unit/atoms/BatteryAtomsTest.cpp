@@ -39,27 +39,19 @@ TEST_F(BatteryAtomsTest, carryTheirNodes) {
 }
 
 TEST_F(BatteryAtomsTest, temperatureIsRoundedLopsidedly) {
-    const struct {
-        int32_t tenths;
-        const char* event;
-    } rows[] = {{305, "[31, 30500]"},
-                {25, "[3, 2500]"},
-                {24, "[2, 2400]"},
-                {5, "[1, 500]"},
-                {4, "[0, 400]"},
-                {0, "[0, 0]"},
-                {-5, "[0, -500]"},
-                {-14, "[-1, -1400]"},
-                {-24, "[-2, -2400]"},
-                {-26, "[-2, -2600]"},
-                {-27, "[-2, -2700]"},
-                {-36, "[-3, -3600]"},
-                {INT32_MAX, "[-214748364, -100]"},  // sums and products wrap
-                {INT32_MIN, "[-214748364, 0]"}};
-    for (const auto& row : rows) {
-        charger.set("getPsyBatteryTemp", row.tenths);
-        EXPECT_THAT(pull(150030), ElementsAre(row.event)) << row.tenths;
+    const std::pair<int32_t, const char*> rows[] = {
+            {305, "[31, 30500]"}, {25, "[3, 2500]"},    {24, "[2, 2400]"},   {5, "[1, 500]"},
+            {4, "[0, 400]"},      {0, "[0, 0]"},        {-5, "[0, -500]"},   {-14, "[-1, -1400]"},
+            {-26, "[-2, -2600]"}, {-27, "[-2, -2700]"}, {-36, "[-3, -3600]"}};
+    for (const auto& [tenths, event] : rows) {
+        charger.set("getPsyBatteryTemp", tenths);
+        EXPECT_THAT(pull(150030), ElementsAre(event)) << tenths;
     }
+    // Sums and products wrap.
+    charger.set("getPsyBatteryTemp", INT32_MAX);
+    EXPECT_THAT(pull(150030), ElementsAre("[-214748364, -100]"));
+    charger.set("getPsyBatteryTemp", INT32_MIN);
+    EXPECT_THAT(pull(150030), ElementsAre("[-214748364, 0]"));
 }
 
 TEST_F(BatteryAtomsTest, capacityLossIsATruncatedPercentage) {

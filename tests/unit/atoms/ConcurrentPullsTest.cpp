@@ -1,89 +1,77 @@
-#include <aidl/vendor/norda/hardware/handlefactory/BnHandleFactory.h>
-
 #include <atomic>
-#include <chrono>
 #include <thread>
 
-#include "host/stats/EventList.h"
-#include "tests/support/FakeVendorServices.h"
-#include "tests/support/HandlerTest.h"
+#include "tests/support/AtomTest.h"
 
 namespace zstats {
 namespace {
 
-constexpr int kThreads = 4;
-constexpr int kPullsOfAThread = 25;
-
-/**
- * A handle factory whose counters stand 1 higher at each read. The answer takes its time on the
- * way, so that of two reads at once either may arrive first.
- */
-class CountingFactory : public PublishedFake {
-    struct Service : aidl::vendor::norda::hardware::handlefactory::BnHandleFactory {
-        ndk::ScopedAStatus readHandle(
-                const std::string& key, int32_t,
-                aidl::vendor::norda::hardware::handlefactory::HandleResult* out) override {
-            if (key == "gpu_freq_table_qual") {
-                out->content = "680\n";
-                return ndk::ScopedAStatus::ok();
-            }
-            const int reading = ++readings;
-            out->content = key == "gpu_freq_time_qual"
-                                   ? std::to_string(reading) + "\n"
-                                   : "Freq: 2133 Mhz Time(msec):" + std::to_string(reading) + " \n";
-            std::this_thread::sleep_for(std::chrono::microseconds(reading % 3 * 100));
-            return ndk::ScopedAStatus::ok();
-        }
-
-        std::atomic<int> readings{0};
-    };
-
-  public:
-    CountingFactory()
-          : PublishedFake(FakeHandleFactory::kName,
-                          ndk::SharedRefBase::make<Service>()->asBinder()) {}
-    ~CountingFactory() { remote().die(); }
-};
-
-class ConcurrentPullsTest : public HandlerTest {
+class ConcurrentPullsTest : public AtomTest {
   protected:
-    ConcurrentPullsTest() { __system_property_set("ro.hardware", "qcom"); }
-
-    /** The second field of every event of `tag` that a number of threads pull at once. */
-    static std::vector<int64_t> pullAtOnce(ZStatsPullAtomCallback& callback, int32_t tag) {
-        std::vector<AStatsEventList> lists(kThreads * kPullsOfAThread);
+    /** The answers of 100 pulls by 4 threads at once, without their lines. */
+    std::vector<Transcript> pullAtOnce(int32_t tag) {
+        ZStatsPullAtomCallback fresh;
+        std::vector<AStatsEventList> lists(100);
+        std::atomic<size_t> next = 0;
         std::vector<std::thread> threads;
-        for (size_t first = 0; first < lists.size(); first += kPullsOfAThread) {
-            threads.emplace_back([&, first] {
-                for (size_t i = 0; i < kPullsOfAThread; ++i) {
-                    pullInto(&lists[first + i], callback, tag);
-                }
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&] {
+                for (size_t at; (at = next++) < lists.size();) pullInto(&lists[at], fresh, tag);
             });
         }
         for (std::thread& thread : threads) thread.join();
-        std::vector<int64_t> times;
-        for (const AStatsEventList& list : lists) {
-            for (const Event& event : eventsOf(list)) {
-                times.push_back(std::get<int64_t>(event.fields.at(1)));
-            }
-        }
-        return times;
+        std::vector<Transcript> answers;
+        for (const AStatsEventList& list : lists) answers.push_back(textsOf(list, tag));
+        return answers;
     }
-
-    const std::vector<int64_t> mOneEach = std::vector<int64_t>(kThreads * kPullsOfAThread, 1);
 };
 
 // Each pull tells the one millisecond since the reading before: none is lost, none is told twice,
 // and none is negative because an older reading came in late.
-TEST_F(ConcurrentPullsTest, ofTheDdrResidencyLoseNoTime) {
-    const CountingFactory factory;
-    EXPECT_EQ(pullAtOnce(callback, 150027), mOneEach);
+TEST_F(ConcurrentPullsTest, ofOneTagLoseNoTime) {
+    useQcom();
+    set({{"gpu_freq_table_qual", "680"}});
+    std::vector<std::string> residencies;
+    std::vector<std::string> times = {"0"};
+    for (int i = 1; i <= 100; ++i) {
+        residencies.push_back("Freq: 2133 Mhz Time(msec):" + std::to_string(i));
+        times.push_back(std::to_string(i));
+    }
+    factory.setSeries("power_ddr_residency", residencies);
+    factory.setSeries("gpu_freq_time_qual", times);
+    EXPECT_EQ(pullAtOnce(150029), std::vector<Transcript>(100, {"[680000, 1L]"}));
+    EXPECT_EQ(pullAtOnce(150027), std::vector<Transcript>(100, {"[2133, 1L]"}));
 }
 
-TEST_F(ConcurrentPullsTest, ofTheGpuResidencyLoseNoTime) {
-    const CountingFactory factory;
-    ZStatsPullAtomCallback withGpu;
-    EXPECT_EQ(pullAtOnce(withGpu, 150029), mOneEach);
+TEST_F(ConcurrentPullsTest, goOnWhileServicesComeAndGo) {
+    FakeCharger charger;
+    charger.set("getPsyBatteryFcc", 4500);
+    set({{"battery_typical_capacity", "5000"}, {"battery_dod", "7"}});
+    std::atomic<bool> done = false;
+    std::vector<std::thread> pullers;
+    const std::pair<int32_t, Transcript> atoms[] = {
+            {150022, {"[4500]"}}, {150138, {"[5000, 4500, 10]"}}, {150006, {"[7]"}}};
+    for (const auto& [tag, events] : atoms) {
+        pullers.emplace_back([&, tag = tag, &events = events] {
+            do {
+                AStatsEventList list;
+                pullInto(&list, callback, tag);
+                const Transcript pulled = textsOf(list, tag);
+                EXPECT_TRUE(pulled == events || pulled.empty() || pulled == Transcript{"[-1]"});
+            } while (!done);
+        });
+    }
+    for (int i = 0; i < 20; ++i) {
+        // Connected and linked, so that both clients hear of the deaths.
+        EXPECT_NE(callback.getIChargeService(), nullptr);
+        EXPECT_NE(callback.getValueByHandleKey("battery_dod"), -1);
+        charger.remote().die();
+        factory.remote().die();
+        charger.publish();
+        factory.publish();
+    }
+    done = true;
+    for (std::thread& puller : pullers) puller.join();
 }
 
 }  // namespace

@@ -29,56 +29,32 @@ struct ScriptedGpu : GpuStats {
 using GpuReaderTest = AtomTest;
 
 TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
-    gLogLevel = 2;
-    const std::string freqFailed = "D readFreqsKhz ";
-    const std::string timeFailed = "D readFreqsTime ";
-    const std::string failed = " scan failed";
-    const struct {
-        std::string content;
-        std::vector<int> freqs;
-        Transcript freqLines;
-        Times times;
-        Transcript timeLines;
-    } rows[] = {
-            {"opp 585000000 5000000000\nopp 130000999 07",
-             {585'000, 130'000},
-             {},
-             {5000000000, 7},
-             {}},
-            {"585000000 1\n",
-             {},
-             {freqFailed + "585000000 1" + failed},
-             {},
-             {timeFailed + "585000000 1" + failed}},
-            {"0585000000 12\n", {585'000}, {}, {12}, {}},  // a zero is part of the lead-in
-            {"\n[00]: 40000 7\n", {40}, {freqFailed + failed}, {7}, {timeFailed + failed}},
-            {"f 1000 -5\nf 2999 x\nf 3000",
-             {1, 2, 3},
-             {},
-             {-5},
-             {timeFailed + "f 2999 x" + failed, timeFailed + "f 3000" + failed}},
-            {"no number",
-             {},
-             {freqFailed + "no number" + failed},
-             {},
-             {timeFailed + "no number" + failed}},
-            {"", {}, {}, {}, {}},
+    const auto noFreq = [](const std::string& line) {
+        return "D2 readFreqsKhz " + line + " scan failed";
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.content);
-        std::vector<int> freqs;
-        Times times;
-        parseMtkGpuFreqsKhz(row.content, freqs);
-        EXPECT_EQ(freqs, row.freqs);
-        EXPECT_EQ(lines(), row.freqLines);
-        parseMtkGpuFreqsTime(row.content, times);
-        EXPECT_EQ(times, row.times);
-        EXPECT_EQ(lines(), row.timeLines);
-        gLogLevel = 1;
-        parseMtkGpuFreqsKhz(row.content, freqs);
-        parseMtkGpuFreqsTime(row.content, times);
-        EXPECT_THAT(takeLines(), IsEmpty());
-        gLogLevel = 2;
+    const auto noTime = [](const std::string& line) {
+        return "D2 readFreqsTime " + line + " scan failed";
+    };
+    const std::pair<const char*, Transcript> rows[] = {
+            {"opp 585000000 5000000000\nopp 130000999 07", {"{ 585000, 130000 } { 5000000000, 7 }"}},
+            {"585000000 1\n", {noFreq("585000000 1"), noTime("585000000 1"), "{} {}"}},
+            {"0585000000 12\n", {"{ 585000 } { 12 }"}},  // a zero is part of the lead-in
+            {"\n[00]: 40000 7\n", {noFreq(""), noTime(""), "{ 40 } { 7 }"}},
+            {"f 1000 -5\nf 2999 x\nf 3000",
+             {noTime("f 2999 x"), noTime("f 3000"), "{ 1, 2, 3 } { -5 }"}},
+            {"no number", {noFreq("no number"), noTime("no number"), "{} {}"}},
+            {"", {"{} {}"}},
+    };
+    for (const auto& [content, expected] : rows) {
+        expectAtLevels(expected, [&, content = content] {
+            std::vector<int> freqs;
+            Times times;
+            parseMtkGpuFreqsKhz(content, freqs);
+            parseMtkGpuFreqsTime(content, times);
+            Transcript told = lines();
+            told.push_back(testing::PrintToString(freqs) + " " + testing::PrintToString(times));
+            return told;
+        });
     }
     std::vector<int> freqs = {7};
     parseQcomGpuFreqsKhz("2147483647 01\t0x2\n3,4", freqs);
@@ -88,10 +64,10 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
 TEST_F(GpuReaderTest, differencesBetweenReadings) {
     constexpr long long kMax = std::numeric_limits<long long>::max();
     constexpr long long kMin = std::numeric_limits<long long>::min();
-    // A reading of another length is answered with zeros and leaves the baseline as it is.
     GpuReader reader(std::make_shared<ScriptedGpu>(
             std::vector<Times>{{1, 2}, {1, 2, 5}, {}, {11, 12}, {4, kMax}, {4, kMin}}));
     const std::string mismatch = "E getGpuFreqsTimeDelta, last freq size 2, curr freq size ";
+    // A reading of another length is answered with zeros and leaves the baseline as it is.
     const std::pair<Times, Transcript> rows[] = {{{0, 0}, {mismatch + "3"}},
                                                  {{0, 0}, {mismatch + "0"}},
                                                  {{10, 10}, {}},

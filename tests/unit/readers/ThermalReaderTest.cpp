@@ -20,128 +20,96 @@ constexpr char kConnected[] = "D2 ThermalReader Calda Binder already exists";
 constexpr char kLinked[] = "D2 ThermalReader Calda Binder linked";
 constexpr char kSizes[] = "I1 ThermalReader get all shell temperature return invalid vec size";
 
+constexpr int kStatus = -1;  // beside the types of temperatures
+
 class ThermalReaderTest : public AtomTest {
   protected:
-    /** Does `action` at the levels 0, 1 and 2, each with these lines. */
-    template <typename Action>
-    void expectLines(const Transcript& expected, Action action) {
-        for (const int32_t level : {0, 2, 1}) {
-            gLogLevel = level;
-            log.clear();
-            action();
-            EXPECT_EQ(lines(), atLevel(level, expected)) << level;
-        }
-    }
-
-    void expectTemperatures(ThermalReader& reader, int type, int result, const Ints& values,
-                            const Transcript& expected) {
+    /** Expects a query to write these lines and to end with "RESULT { VALUE, ... }". */
+    void expectAnswer(ThermalReader& reader, int type, const Transcript& expected) {
         SCOPED_TRACE(type);
-        expectLines(expected, [&] {
+        expectAtLevels(expected, [&] {
             Ints out = {99};
             const auto asked = static_cast<ThermalReader::TemperatureType>(type);
-            EXPECT_EQ(reader.getTemperatureInMilliCelsius(asked, out), result);
-            EXPECT_EQ(out, values);
-        });
-    }
-
-    void expectStatus(ThermalReader& reader, int result, int status, const Transcript& expected) {
-        expectLines(expected, [&] {
-            int out = 77;
-            EXPECT_EQ(reader.getThermalStatus(out), result);
-            EXPECT_EQ(out, status);
+            const int result = type == kStatus ? reader.getThermalStatus(out[0])
+                                               : reader.getTemperatureInMilliCelsius(asked, out);
+            Transcript told = lines();
+            told.push_back(std::to_string(result) + " " + testing::PrintToString(out));
+            return told;
         });
     }
 };
 
-TEST_F(ThermalReaderTest, temperaturesByType) {
+TEST_F(ThermalReaderTest, repliesAreReadByType) {
     FakeCalda calda;
     ThermalReader reader;
-    const struct {
-        int type;
-        Ints reply;
-        int result;
-        Ints values;
-        Transcript lines;
-    } rows[] = {
-            {1, {4, 4, 41000, 38000, 37500, 36900}, 0, {41000}, {kConnected}},
-            {2, {4, 9, 41000, 1, -2, 3, 4}, 0, {1, -2, 3}, {kConnected}},
-            {2, {4, 4, 41000, 1}, 0, {1, 0, 0}, {kConnected}},  // words behind the end read as 0
-            {1, {3, 4, 41000}, -1, {}, {kConnected, kSizes}},
-            {1, {4, 3, 41000}, -1, {}, {kConnected, kSizes}},
-            {2, {}, -1, {}, {kConnected, kSizes}},
-            {0, {35}, 0, {35000}, {kConnected}},
-            {0, {-7, 1}, 0, {-7000}, {kConnected}},
-            {0, {}, 0, {0}, {kConnected}},
-            {0, {2147484}, 0, {-2147483296}, {kConnected}},  // wraps
-            {3,
-             {4, 4, 1},
-             -1,
-             {},
-             {kConnected, "I1 ThermalReader revieved invalid temperature type: 3"}},
+    const std::string exception = "E ThermalReader transact reply exception: ";
+    const std::tuple<int, Ints, Transcript> rows[] = {
+            {1, {4, 4, 41000, 38000, 37500, 36900}, {"0 { 41000 }"}},
+            {2, {4, 9, 41000, 1, -2, 3, 4}, {"0 { 1, -2, 3 }"}},
+            {2, {4, 4, 41000, 1}, {"0 { 1, 0, 0 }"}},  // words behind the end read as 0
+            {1, {3, 4, 41000}, {kSizes, "-1 {}"}},
+            {1, {4, 3, 41000}, {kSizes, "-1 {}"}},
+            {2, {}, {kSizes, "-1 {}"}},
+            {0, {35}, {"0 { 35000 }"}},
+            {0, {-7, 1}, {"0 { -7000 }"}},
+            {0, {}, {"0 { 0 }"}},
+            {0, {2147484}, {"0 { -2147483296 }"}},  // wraps
+            {3, {4, 4, 1}, {"I1 ThermalReader revieved invalid temperature type: 3", "-1 {}"}},
+            {kStatus, {-3, 5}, {exception + "-3", "-1 { 99 }"}},
+            {kStatus, {1, 5}, {exception + "1", "-1 { 99 }"}},
+            {kStatus, {0, -5}, {"0 { -5 }"}},
+            {kStatus, {}, {"0 { 0 }"}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.reply));
-        calda.set(row.type == 0 ? FakeCalda::kAmbient : FakeCalda::kShell, row.reply);
-        expectTemperatures(reader, row.type, row.result, row.values, row.lines);
+    for (auto [type, reply, expected] : rows) {
+        SCOPED_TRACE(testing::PrintToString(reply));
+        for (const uint32_t code : {4, 21, 25}) calda.set(code, {9, 9, 9});
+        calda.set(type == kStatus ? 4 : type == 0 ? 25 : 21, reply);
+        expected.insert(expected.begin(), kConnected);
+        expectAnswer(reader, type, expected);
     }
-}
-
-TEST_F(ThermalReaderTest, statusAndItsException) {
-    FakeCalda calda;
-    ThermalReader reader;
-    const std::tuple<Ints, int, int, Transcript> rows[] = {
-            {{-3, 5}, -1, 77, {kConnected, "E ThermalReader transact reply exception: -3"}},
-            {{1, 5}, -1, 77, {kConnected, "E ThermalReader transact reply exception: 1"}},
-            {{0, -5}, 0, -5, {kConnected}},
-            {{}, 0, 0, {kConnected}}};
-    for (const auto& [reply, result, status, expected] : rows) {
-        calda.set(FakeCalda::kStatus, reply);
-        expectStatus(reader, result, status, expected);
-    }
-}
-
-TEST_F(ThermalReaderTest, aTransportErrorEndsTheStatusButNotTheTemperatures) {
-    FakeCalda calda;
-    ThermalReader reader;
+    // A failed transaction ends the status alone; the temperatures read an empty reply.
     for (const int error : {-110, 1}) {
         calda.remote().failCalls(error);
         const auto failed = [&](const std::string& code) {
             return "E ThermalReader transact " + code +
                    " to calda failed! status: " + std::to_string(error);
         };
-        expectStatus(reader, -1, 77, {kConnected, failed("4")});
-        expectTemperatures(reader, ThermalReader::BOARD, -1, {}, {kConnected, failed("21"), kSizes});
-        expectTemperatures(reader, ThermalReader::AMBIENT, 0, {0}, {kConnected, failed("25")});
+        expectAnswer(reader, kStatus, {kConnected, failed("4"), "-1 { 99 }"});
+        expectAnswer(reader, 1, {kConnected, failed("21"), kSizes, "-1 {}"});
+        expectAnswer(reader, 0, {kConnected, failed("25"), "0 { 0 }"});
     }
 }
 
-TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueriesWithoutWaiting) {
-    const Transcript unreachable = {"I1 ThermalReader checkService failed"};
-    const Transcript failed = {"I1 ThermalReader checkService failed",
-                               "E ThermalReader connect calda failed in getThermalStatus"};
-    expectLines(unreachable, [] { const ThermalReader reader; });
+TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueries) {
+    constexpr char kAbsent[] = "I1 ThermalReader checkService failed";
+    constexpr char kFailed[] = "E ThermalReader connect calda failed in getThermalStatus";
+    const auto construct = [&] {
+        const ThermalReader fresh;
+        return lines();
+    };
+    expectAtLevels({kAbsent}, construct);
     ThermalReader reader;
-    expectStatus(reader, -1, 77, failed);
-    expectTemperatures(reader, ThermalReader::SHELL, -1, {99}, failed);
+    expectAnswer(reader, kStatus, {kAbsent, kFailed, "-1 { 99 }"});
+    expectAnswer(reader, 2, {kAbsent, kFailed, "-1 { 99 }"});
     inprocess::hideServiceManager(true);
-    expectLines({"I1 ThermalReader getServiceManager failed"}, [&] { reader.getCaldaService(); });
+    expectAtLevels({"I1 ThermalReader getServiceManager failed"}, construct);
     inprocess::hideServiceManager(false);
 
     FakeCalda calda;
     calda.set(FakeCalda::kStatus, {0, 1});
-    expectLines({kLinked}, [] { const ThermalReader fresh; });
-    // Connected, and after each death again.
-    const char* const next[] = {"D2 ThermalReader enter binderDied",
-                                "I1 ThermalReader calda binderDied!", kLinked};
+    expectAtLevels({kLinked}, construct);
     reader.getCaldaService();
-    expectLines({std::begin(next), std::end(next)}, [&] {
-        calda.remote().die();
-        calda.publish();
-        int status = 0;
-        EXPECT_EQ(reader.getThermalStatus(status), 0);
-    });
+    expectAtLevels(
+            {"D2 ThermalReader enter binderDied", "I1 ThermalReader calda binderDied!", kLinked},
+            [&] {
+                calda.remote().die();
+                calda.publish();
+                int status = 0;
+                EXPECT_EQ(reader.getThermalStatus(status), 0);
+                return lines();
+            });
     calda.remote().die();
-    expectStatus(reader, -1, 77, failed);
+    expectAnswer(reader, kStatus, {kAbsent, kFailed, "-1 { 99 }"});
 }
 
 /** A calda whose death link is under the test's control. */
@@ -172,11 +140,12 @@ TEST_F(ThermalReaderTest, noticesAboutOtherBindersAreIgnored) {
     const sp<LinkedCalda> calda(new LinkedCalda);
     const sp<IBinder> other(new android::BBinder);
     android::defaultServiceManager()->addService(android::String16("calda"), calda);
-    expectLines({"W0 ThermalReader registBinder calda link to death failed! status -38", kLinked},
-                [&] {
-                    const ThermalReader reader;
-                    EXPECT_NE(calda->recipient, nullptr);
-                });
+    expectAtLevels(
+            {"W0 ThermalReader registBinder calda link to death failed! status -38", kLinked}, [&] {
+                const ThermalReader fresh;
+                EXPECT_NE(calda->recipient, nullptr);
+                return lines();
+            });
     EXPECT_EQ(calda->recipient, nullptr);
 
     ThermalReader reader;
