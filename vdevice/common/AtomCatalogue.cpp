@@ -8,7 +8,18 @@
 namespace zstats::vdevice {
 namespace {
 
-AtomInfo describe(const google::protobuf::FieldDescriptor& entry) {
+ShareOf shareOf(const google::protobuf::FieldOptions& options) {
+    if (options.GetExtension(atoms::residency)) return ShareOf::kPull;
+    return options.GetExtension(atoms::residency_since_boot) ? ShareOf::kUptime : ShareOf::kNothing;
+}
+
+FieldInfo describeField(const google::protobuf::FieldDescriptor& field) {
+    const google::protobuf::FieldOptions& options = field.options();
+    return {field.name(), options.GetExtension(atoms::unit), shareOf(options),
+            options.GetExtension(atoms::zero_when_absent)};
+}
+
+AtomInfo describeAtom(const google::protobuf::FieldDescriptor& entry) {
     const google::protobuf::Descriptor& message = *entry.message_type();
     AtomInfo info;
     info.id = entry.number();
@@ -18,9 +29,7 @@ AtomInfo describe(const google::protobuf::FieldDescriptor& entry) {
     info.neverFilled = message.options().GetExtension(atoms::never_filled);
     info.pushed = entry.containing_oneof()->name() == "pushed";
     for (int i = 0; i < message.field_count(); ++i) {
-        const google::protobuf::FieldDescriptor& field = *message.field(i);
-        info.fields.push_back({field.name(), field.options().GetExtension(atoms::unit),
-                               field.options().GetExtension(atoms::residency)});
+        info.fields.push_back(describeField(*message.field(i)));
     }
     return info;
 }
@@ -30,7 +39,7 @@ const std::map<int32_t, AtomInfo>& catalogue() {
         auto* map = new std::map<int32_t, AtomInfo>;
         const google::protobuf::Descriptor& atom = *atoms::Atom::descriptor();
         for (int i = 0; i < atom.field_count(); ++i) {
-            map->emplace(atom.field(i)->number(), describe(*atom.field(i)));
+            map->emplace(atom.field(i)->number(), describeAtom(*atom.field(i)));
         }
         return map;
     }();
@@ -64,6 +73,12 @@ std::vector<int32_t> pulledAtomIds() {
     for (const auto& [id, info] : catalogue()) {
         if (!info.pushed) ids.push_back(id);
     }
+    return ids;
+}
+
+std::vector<int32_t> allAtomIds() {
+    std::vector<int32_t> ids;
+    for (const auto& [id, info] : catalogue()) ids.push_back(id);
     return ids;
 }
 

@@ -11,11 +11,19 @@ namespace zstats::vdevice {
 /** A field's value, of the type that the event carries. */
 using AtomValue = FieldValue;
 
+/** Of what a field's value is a share. */
+enum class ShareOf {
+    kNothing,
+    kPull,    // the time of all events of one pull
+    kUptime,  // the time since boot, in ms
+};
+
 /** What the catalogue says of a field. */
 struct FieldInfo {
     std::string name;
-    std::string unit;        // empty if the catalogue does not know
-    bool residency = false;  // a share of a time, worth a bar
+    std::string unit;  // empty if the catalogue does not know
+    ShareOf shareOf = ShareOf::kNothing;
+    bool zeroWhenAbsent = false;  // 0 while no event has its key
 };
 
 /** What the catalogue says of an atom. */
@@ -37,6 +45,9 @@ const AtomInfo& atomInfo(int32_t id);
 
 /** Ids of all pulled atoms in the catalogue, ascending. */
 std::vector<int32_t> pulledAtomIds();
+
+/** Those and the pushed ones. */
+std::vector<int32_t> allAtomIds();
 
 /** The type's name: int32, int64, float, bool or string. */
 const char* typeName(const AtomValue& value);

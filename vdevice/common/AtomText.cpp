@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <numeric>
+
+#include "vdevice/common/TextColumns.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -13,18 +16,6 @@ constexpr size_t kBarLength = 24;
 constexpr size_t kMaxColumns = 8;
 
 using Row = std::vector<std::string>;
-
-/** Characters, not bytes. */
-size_t width(const std::string& text) {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-    }));
-}
-
-std::string padded(const std::string& text, size_t columns, bool right) {
-    const std::string blanks(columns > width(text) ? columns - width(text) : 0, ' ');
-    return right ? blanks + text : text + blanks;
-}
 
 std::string withUnit(const AtomValue& value, const std::string& unit) {
     return valueText(value) + (unit.empty() ? "" : " " + unit);
@@ -48,9 +39,9 @@ std::string wrapped(const std::vector<std::string>& texts, size_t column) {
     size_t at = column;
     for (size_t i = 0; i < texts.size(); ++i) {
         const std::string piece = texts[i] + (i + 1 < texts.size() ? "," : "");
-        const bool fits = at + 1 + width(piece) <= kTextWidth;
+        const bool fits = at + 1 + textWidth(piece) <= kTextWidth;
         if (i > 0) out += fits ? " " : "\n" + std::string(column, ' ');
-        at = (i == 0 || !fits ? column : at + 1) + width(piece);
+        at = (i == 0 || !fits ? column : at + 1) + textWidth(piece);
         out += piece;
     }
     return out + "\n";
@@ -63,31 +54,35 @@ double number(const AtomValue& value) {
 }
 
 /** Index of the field that gets a bar; the number of fields if none does. */
-size_t residencyIndex(const AtomInfo& info) {
-    const auto found = std::find_if(info.fields.begin(), info.fields.end(),
-                                    [](const FieldInfo& field) { return field.residency; });
+size_t shareIndex(const AtomInfo& info) {
+    const auto found =
+            std::find_if(info.fields.begin(), info.fields.end(),
+                         [](const FieldInfo& field) { return field.shareOf != ShareOf::kNothing; });
     return static_cast<size_t>(found - info.fields.begin());
 }
 
-/** For each event a bar against the longest time, and the share of all time. */
-std::vector<std::string> bars(const AtomInfo& info, const std::vector<PulledEvent>& events) {
-    const size_t index = residencyIndex(info);
+/** For each event a bar, and in percent of what it is the share. */
+std::vector<std::string> bars(const AtomInfo& info, const std::vector<PulledEvent>& events,
+                              int64_t uptimeMs) {
+    const size_t index = shareIndex(info);
     if (index == info.fields.size()) return std::vector<std::string>(events.size());
+    const bool ofUptime = info.fields[index].shareOf == ShareOf::kUptime;
     std::vector<double> times;
     for (const PulledEvent& event : events) {
         const bool has = index < event.fields.size();
         times.push_back(has ? std::max(number(event.fields[index]), 0.0) : 0.0);
     }
-    double sum = 0;
-    for (double time : times) sum += time;
-    const double longest = std::max(*std::max_element(times.begin(), times.end()), 1.0);
+    double whole = ofUptime ? static_cast<double>(uptimeMs) : 0;
+    if (!ofUptime) whole = std::accumulate(times.begin(), times.end(), 0.0);
     std::vector<std::string> result;
     for (double time : times) {
-        const auto filled = static_cast<size_t>(time / longest * kBarLength + 0.5);
-        char share[16];
-        snprintf(share, sizeof(share), "%5.1f %%", sum > 0 ? 100 * time / sum : 0.0);
+        const double share = whole > 0 ? time / whole : 0;
+        const auto filled = static_cast<size_t>(std::min(share, 1.0) * kBarLength + 0.5);
+        char text[48];
+        snprintf(text, sizeof(text), "%5.1f %% of the %s", 100 * share,
+                 ofUptime ? "uptime" : "time");
         result.push_back(std::string(filled, '#') + std::string(kBarLength - filled, '.') + "  " +
-                         share);
+                         text);
     }
     return result;
 }
@@ -110,13 +105,14 @@ std::vector<Row> valueRows(const AtomInfo& info, const std::vector<PulledEvent>&
     return rows;
 }
 
-std::string columnsText(const AtomInfo& info, const std::vector<PulledEvent>& events) {
+std::string columnsText(const AtomInfo& info, const std::vector<PulledEvent>& events,
+                        int64_t uptimeMs) {
     std::vector<Row> rows = valueRows(info, events);
-    const std::vector<std::string> barTexts = bars(info, events);
+    const std::vector<std::string> barTexts = bars(info, events, uptimeMs);
     rows.insert(rows.begin(), heads(info, events.front().fields.size()));
     std::vector<size_t> widths(rows.front().size());
     for (const Row& row : rows) {
-        for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], width(row[i]));
+        for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], textWidth(row[i]));
     }
     std::string out;
     for (size_t r = 0; r < rows.size(); ++r) {
@@ -154,11 +150,13 @@ std::string lineHead(int32_t tag) {
     return padded(id + atomInfo(tag).name, kFieldColumn, false);
 }
 
-std::string manyText(const AtomInfo& info, const std::vector<PulledEvent>& events) {
+std::string manyText(const AtomInfo& info, const std::vector<PulledEvent>& events,
+                     int64_t uptimeMs) {
     std::string head = std::to_string(events.size()) + (events.size() == 1 ? " event" : " events");
     if (!info.oneEventPer.empty()) head += ", one for each " + info.oneEventPer;
     if (info.delta) head += ", since the pull before";
-    return head + "\n" + (fitsColumns(events) ? columnsText(info, events) : listText(info, events));
+    return head + "\n" +
+           (fitsColumns(events) ? columnsText(info, events, uptimeMs) : listText(info, events));
 }
 
 }  // namespace
@@ -176,7 +174,7 @@ std::string textHeading() {
     return padded(tag + "atom", kFieldColumn, false) + "fields\n";
 }
 
-std::string atomText(const PulledAtom& atom) {
+std::string atomText(const PulledAtom& atom, int64_t uptimeMs) {
     const AtomInfo& info = atomInfo(atom.tag);
     const std::string head = lineHead(atom.tag);
     if (!atom.answered()) return head + "FAILED: " + atom.failure + "\n";
@@ -185,7 +183,7 @@ std::string atomText(const PulledAtom& atom) {
     }
     const bool plain =
             atom.events.size() == 1 && atom.events.front().valid && info.oneEventPer.empty();
-    if (!plain) return head + manyText(info, atom.events);
+    if (!plain) return head + manyText(info, atom.events, uptimeMs);
     return head + wrapped(fieldTexts(info, atom.events.front().fields), kFieldColumn);
 }
 

@@ -19,7 +19,8 @@ std::string textHeading();
 /**
  * What a pull brought, for people: a line for an atom of one event; a small table for one of
  * several, with bars for residencies; and in words that there is nothing. Ends with a line end.
+ * `uptimeMs` is how long the device is up.
  */
-std::string atomText(const PulledAtom& atom);
+std::string atomText(const PulledAtom& atom, int64_t uptimeMs);
 
 }  // namespace zstats::vdevice

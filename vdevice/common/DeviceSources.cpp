@@ -10,6 +10,7 @@
 #include <vendor/norda/hardware/touch/INordaTouch.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -176,6 +177,11 @@ Reading readDeviceFile(const std::string& path) {
     reading.ok = android::base::ReadFileToString(path, &reading.text, true);
     if (!reading.ok) reading.text = strerror(errno);
     return reading;
+}
+
+int64_t uptimeMs() {
+    // From the file, as a profile may show a longer one than that of the virtual device.
+    return static_cast<int64_t>(strtod(readDeviceFile("/proc/uptime").text.c_str(), nullptr) * 1000);
 }
 
 Reading readDeviceProperty(const std::string& name) {

@@ -60,6 +60,9 @@ std::optional<std::vector<std::optional<std::string>>> readUsageRecords();
 /** A whole file. */
 Reading readDeviceFile(const std::string& path);
 
+/** How long the device is up, in ms; 0 if that cannot be read. */
+int64_t uptimeMs();
+
 /** A property; not ok when it does not exist. */
 Reading readDeviceProperty(const std::string& name);
 

@@ -186,7 +186,7 @@ int explainCommand(const Words& words) {
     bool fromCache = false;
     const PulledAtom atom = pullAtom(control, tag, &fromCache);
     printf("a pull brings%s\n%s", fromCache ? " (from the cache: it was pulled a moment ago)" : "",
-           atomText(atom).c_str());
+           atomText(atom, uptimeMs()).c_str());
 
     const std::vector<std::string> log = daemonLog();
     printf("the daemon logged%s\n", log.size() == before ? " nothing" : "");

@@ -74,7 +74,7 @@ std::map<int32_t, PulledAtom> pullAll(const Control& control, const std::vector<
 
 void print(const PulledAtom& atom, bool json) {
     if (!json) {
-        fputs(atomText(atom).c_str(), stdout);
+        fputs(atomText(atom, uptimeMs()).c_str(), stdout);
         return;
     }
     for (const std::string& line : jsonLines(atom)) puts(line.c_str());

@@ -28,6 +28,7 @@ constexpr std::chrono::seconds kBetweenSamples(1);
 // What handlers and start-up gating read of the kernel.
 constexpr const char* kKernelFiles[] = {
         "/proc/meminfo",
+        "/proc/uptime",
         "/proc/device-tree/chosen/atag,chipid",
         "/sys/devices/system/cpu/cpu*/cpuidle/state*/{name,time}",
         // In parentheses: one pattern in two lines.
