@@ -25,6 +25,7 @@ struct Words {
     bool settle = false;
     std::optional<int> uid;
     std::optional<int> seconds;
+    std::string file;  // "-" is standard output
     std::vector<int32_t> ids;
 };
 
@@ -40,5 +41,7 @@ int registrationsCommand();
 int pushedCommand(const Words& words);
 int explainCommand(const Words& words);
 int subscribeCommand(const Words& words);
+int traceCommand(const Words& words);
+int watchCommand(const Words& words);
 
 }  // namespace zstats::vdevice

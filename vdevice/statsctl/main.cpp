@@ -15,7 +15,9 @@ constexpr char kUsage[] =
         "       statsctl registrations\n"
         "       statsctl pushed [--json]\n"
         "       statsctl explain TAG\n"
-        "       statsctl subscribe ID... [--uid N] [--for SECONDS] [--json]\n";
+        "       statsctl subscribe ID... [--uid N] [--for SECONDS] [--json]\n"
+        "       statsctl trace FILE [ID...] [--for SECONDS]\n"
+        "       statsctl watch [ID...] [--for SECONDS]\n";
 
 /** A command and the words that it takes. */
 struct Command {
@@ -24,6 +26,7 @@ struct Command {
     std::string_view options;  // each with blanks around
     size_t minIds;
     size_t maxIds;
+    bool takesFile = false;  // its first word is a file's name
 };
 
 constexpr size_t kAnyNumber = SIZE_MAX;
@@ -34,6 +37,8 @@ constexpr Command kCommands[] = {
         {"pushed", pushedCommand, " --json ", 0, 0},
         {"explain", explainCommand, "", 1, 1},
         {"subscribe", subscribeCommand, " --json --uid --for ", 0, kAnyNumber},
+        {"trace", traceCommand, " --for ", 0, kAnyNumber, true},
+        {"watch", watchCommand, " --for ", 0, kAnyNumber},
 };
 
 int complain(const Command& command, const char* what, std::string_view word) {
@@ -71,9 +76,17 @@ int run(const Command& command, int argc, char** argv) {
             if (word == "--uid" || word == "--for") ++i;
             continue;
         }
+        if (command.takesFile && words.file.empty()) {
+            words.file = word;
+            continue;
+        }
         const auto id = parseInt(word);
         if (!id) return complain(command, "not an atom id:", word);
         words.ids.push_back(*id);
+    }
+    if (command.takesFile && words.file.empty()) {
+        fprintf(stderr, "statsctl %s: a file's name must follow, or -\n", command.name);
+        return kExitUsage;
     }
     if (words.ids.size() < command.minIds || words.ids.size() > command.maxIds) {
         fprintf(stderr, "statsctl %s: %s\n", command.name,
