@@ -143,6 +143,8 @@ _FILES = {
     "thermal": _check_thermal,
     "audio": _check_audio,
     "uah": _check_uah,
+    "scenario": _check_bytes,
+    "scenario.night": _check_bytes,
 }
 
 
