@@ -8,6 +8,7 @@
 #include <binder/Stability.h>
 #include <utils/String8.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -237,13 +238,8 @@ class Handles {
 /** The process's service manager. */
 class Registry : public android::IServiceManager {
   public:
-    sp<IBinder> getService(const String16& name) const override { return checkService(name); }
-
-    sp<IBinder> checkService(const String16& name) const override {
-        const std::lock_guard<std::mutex> lock(mLock);
-        const auto found = mServices.find(String8(name).c_str());
-        return found == mServices.end() ? nullptr : found->second;
-    }
+    sp<IBinder> getService(const String16& name) const override { return lookUp("get ", name); }
+    sp<IBinder> checkService(const String16& name) const override { return lookUp("check ", name); }
 
     status_t addService(const String16& name, const sp<IBinder>& service, bool allowIsolated,
                         int dumpFlags) override {
@@ -253,7 +249,7 @@ class Registry : public android::IServiceManager {
         if (refusal != mRefusals.end()) return refusal->second;
         mServices[key] = service;
         mAdded.push_back({key, service, allowIsolated, dumpFlags});
-        mAppeared.notify_all();
+        mChanged.notify_all();
         return android::OK;
     }
 
@@ -267,18 +263,23 @@ class Registry : public android::IServiceManager {
     sp<IBinder> waitForService(const String16& name) override {
         const std::string key = String8(name).c_str();
         std::unique_lock<std::mutex> lock(mLock);
-        mAppeared.wait(lock, [&] { return mServices.count(key) != 0; });
+        mLookUps.push_back("waitFor " + key);
+        mChanged.notify_all();
+        mChanged.wait(lock, [&] { return mServices.count(key) != 0; });
         return mServices[key];
     }
 
-    bool isDeclared(const String16& name) override { return checkService(name) != nullptr; }
+    bool isDeclared(const String16& name) override {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return mServices.count(String8(name).c_str()) != 0;
+    }
 
     IBinder* onAsBinder() override { return nullptr; }
 
     void publish(const std::string& name, const sp<IBinder>& binder) {
         const std::lock_guard<std::mutex> lock(mLock);
         mServices[name] = binder;
-        mAppeared.notify_all();
+        mChanged.notify_all();
     }
 
     void withdraw(const std::string& name, const sp<IBinder>& onlyIf) {
@@ -301,8 +302,21 @@ class Registry : public android::IServiceManager {
         const std::lock_guard<std::mutex> lock(mLock);
         services.swap(mServices);
         added.swap(mAdded);
+        mLookUps.clear();
         mRefusals.clear();
         mHidden = false;
+    }
+
+    std::vector<std::string> lookUps() const {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return mLookUps;
+    }
+
+    void waitForLookUp(const std::string& lookUp) const {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [&] {
+            return std::find(mLookUps.begin(), mLookUps.end(), lookUp) != mLookUps.end();
+        });
     }
 
     void refuse(const std::string& name, status_t status) {
@@ -323,11 +337,21 @@ class Registry : public android::IServiceManager {
     }
 
   private:
+    sp<IBinder> lookUp(const char* how, const String16& name) const {
+        const std::string key = String8(name).c_str();
+        const std::lock_guard<std::mutex> lock(mLock);
+        mLookUps.push_back(how + key);
+        mChanged.notify_all();
+        const auto found = mServices.find(key);
+        return found == mServices.end() ? nullptr : found->second;
+    }
+
     mutable std::mutex mLock;  // guards all below
-    std::condition_variable mAppeared;
+    mutable std::condition_variable mChanged;
     std::map<std::string, sp<IBinder>> mServices;
     std::map<std::string, status_t> mRefusals;
     std::vector<AddedService> mAdded;
+    mutable std::vector<std::string> mLookUps;
 };
 
 }  // namespace
@@ -401,6 +425,14 @@ void reset() {
 
 std::vector<AddedService> addedServices() {
     return Registry::instance()->added();
+}
+
+std::vector<std::string> lookUps() {
+    return Registry::instance()->lookUps();
+}
+
+void waitForLookUp(const std::string& lookUp) {
+    Registry::instance()->waitForLookUp(lookUp);
 }
 
 void refuseService(const std::string& name, status_t status) {

@@ -63,7 +63,7 @@ std::shared_ptr<RemoteService> publish(const std::string& name, const ndk::SpAIB
 /** Makes the name unknown. The service lives on for those that hold its proxy. */
 void withdraw(const std::string& name);
 
-/** Withdraws every name and undoes refuseService, hideServiceManager and the record of additions. */
+/** Withdraws every name, undoes refuseService and hideServiceManager, forgets what was recorded. */
 void reset();
 
 /** A call of IServiceManager::addService. */
@@ -76,6 +76,10 @@ struct AddedService {
 
 /** The additions made through the service manager so far, refused ones left out, in order. */
 std::vector<AddedService> addedServices();
+/** The look-ups so far, in order: "check NAME", "get NAME", "waitFor NAME". */
+std::vector<std::string> lookUps();
+/** Returns once this look-up has been made, which may still be waiting for its service. */
+void waitForLookUp(const std::string& lookUp);
 /** Makes addService of this name return `status`. */
 void refuseService(const std::string& name, android::status_t status);
 /** Makes the process have no service manager (true) or have it back (false). */

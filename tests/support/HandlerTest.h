@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/system_properties.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -15,12 +16,6 @@
 #include "tests/support/LogCapture.h"
 
 namespace zstats {
-
-/** The letters under which the log's tools show priorities. */
-inline std::string logLetter(int priority) {
-    constexpr char kLetters[] = "??VDIWEF";
-    return {priority >= 0 && priority <= ANDROID_LOG_FATAL ? kLetters[priority] : '?'};
-}
 
 /** A callback object of its own, without any service or property, and the daemon's log. */
 class HandlerTest : public ::testing::Test {
@@ -34,12 +29,11 @@ class HandlerTest : public ::testing::Test {
 
     /** The daemon's lines since the last call, as "W text"; without those of the dispatch. */
     std::vector<std::string> takeLines() {
-        std::vector<std::string> lines;
-        for (const LogLine& line : log.linesOf(kLogTag)) {
-            if (line.text.find("matching handler for atomTag") != std::string::npos) continue;
-            lines.push_back(logLetter(line.priority) + " " + line.text);
-        }
-        log.clear();
+        std::vector<std::string> lines = log.take();
+        const auto ofDispatch = [](const std::string& line) {
+            return line.find("matching handler for atomTag") != std::string::npos;
+        };
+        lines.erase(std::remove_if(lines.begin(), lines.end(), ofDispatch), lines.end());
         return lines;
     }
 

@@ -1,6 +1,7 @@
 #include "tests/support/LogCapture.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zstats {
 namespace {
@@ -31,15 +32,46 @@ LogCapture::~LogCapture() {
 }
 
 void LogCapture::onLine(const __android_logger_data* data, const char* message) {
-    std::lock_guard<std::mutex> lock(gCapturesLock);
-    for (LogCapture* capture : captures()) {
-        capture->add({data->priority, data->tag != nullptr ? data->tag : "", message});
+    std::vector<std::function<void()>> actions;
+    {
+        const std::lock_guard<std::mutex> lock(gCapturesLock);
+        for (LogCapture* capture : captures()) {
+            capture->add({data->priority, data->tag != nullptr ? data->tag : "", message});
+            actions.push_back(capture->actionFor(message));
+        }
     }
+    // Without a lock: an action may log, or wait for a thread that does.
+    for (const auto& action : actions) {
+        if (action) action();
+    }
+}
+
+void LogCapture::whenLogged(const std::string& text, std::function<void()> action) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    mAwaited = text;
+    mAction = std::move(action);
+}
+
+std::function<void()> LogCapture::actionFor(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    return text == mAwaited ? std::exchange(mAction, nullptr) : nullptr;
 }
 
 void LogCapture::add(LogLine line) {
     std::lock_guard<std::mutex> lock(mLock);
     mLines.push_back(std::move(line));
+}
+
+std::vector<std::string> LogCapture::take(const std::string& tag) {
+    constexpr char kLetters[] = "??VDIWEF";
+    std::vector<std::string> taken;
+    const std::lock_guard<std::mutex> lock(mLock);
+    for (const LogLine& line : std::exchange(mLines, {})) {
+        if (line.tag != tag) continue;
+        const bool known = line.priority >= 0 && line.priority <= ANDROID_LOG_FATAL;
+        taken.push_back(std::string{known ? kLetters[line.priority] : '?'} + " " + line.text);
+    }
+    return taken;
 }
 
 std::vector<LogLine> LogCapture::lines() const {

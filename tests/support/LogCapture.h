@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,6 +29,12 @@ class LogCapture {
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
+    /** The lines of this tag since the last take, as "W text", in order; all lines are forgotten. */
+    std::vector<std::string> take(const std::string& tag = "zstats_pullerd");
+
+    /** Runs `action` on the logging thread, right after the next line of this text. */
+    void whenLogged(const std::string& text, std::function<void()> action);
+
     std::vector<LogLine> lines() const;
     std::vector<LogLine> linesOf(const std::string& tag) const;
     size_t count(int priority, const std::string& text) const;
@@ -38,9 +45,12 @@ class LogCapture {
     static void onLine(const __android_logger_data* data, const char* message);
 
     void add(LogLine line);
+    std::function<void()> actionFor(const std::string& text);
 
-    mutable std::mutex mLock;  // guards mLines
+    mutable std::mutex mLock;  // guards all below
     std::vector<LogLine> mLines;
+    std::string mAwaited;
+    std::function<void()> mAction;
 };
 
 }  // namespace zstats
