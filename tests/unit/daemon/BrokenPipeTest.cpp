@@ -12,7 +12,7 @@
 #include "daemon/Startup.h"
 #include "daemon/ZstatsPullerService.h"
 #include "host/inprocess/InProcessBinder.h"
-#include "tests/support/SubstituteProfile.h"
+#include "tests/support/libraries/FakeLibraries.h"
 
 namespace zstats {
 namespace {
@@ -62,8 +62,9 @@ const Write kWrites[] = {
 
 /** A daemon that may not run has run all the same, up to its gate. */
 TEST(BrokenPipeTest, failsAWriteAndDoesNotEndTheDaemon) {
-    const SubstituteProfile profile;
-    profile.write("features", "feature=os.tool.quill.zstats_pullerd.enable off\n");
+    libraries::Answers refusing;
+    refusing.featureEnabled = false;
+    libraries::reset(refusing);
     for (const Write& row : kWrites) {
         EXPECT_EXIT(
                 {

@@ -20,7 +20,7 @@ constexpr char kSecure[] = "ro.secure";
 constexpr char kAdbSecure[] = "ro.adb.secure";
 constexpr char kDebuggable[] = "ro.debuggable";
 
-TEST(SecondChannel, opensByTheFirstRuleThatHolds) {
+TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
     const struct {
         bool opens;
         Properties properties;

@@ -62,14 +62,14 @@ struct Connected {
     const int fd;
 };
 
-class BpfSubstitute : public testing::Test {
+class SubstituteTest : public testing::Test {
   protected:
-    BpfSubstitute() { takeArrivals(); }
+    SubstituteTest() { takeArrivals(); }
 
     SubstituteProfile mProfile;
 };
 
-TEST_F(BpfSubstitute, aRecordArrivesOnceAtItsOwnConnectionAlone) {
+TEST_F(SubstituteTest, aRecordArrivesOnceAtItsOwnConnectionAlone) {
     const Connected connection{connect("/bpf/a")};
     const Connected other{connect("/bpf/a_too", onOtherData)};
     const Injection records[] = {{1, 3, substitute::fatalDataRecord(7, 1, 2, 3, "text")},
@@ -82,7 +82,7 @@ TEST_F(BpfSubstitute, aRecordArrivesOnceAtItsOwnConnectionAlone) {
     EXPECT_NE(gThread, std::this_thread::get_id());
 }
 
-TEST_F(BpfSubstitute, theLongestRecordFitsAndALongerOneIsRefused) {
+TEST_F(SubstituteTest, theLongestRecordFitsAndALongerOneIsRefused) {
     const Connected connection{connect("/bpf/a")};
     const size_t fits = substitute::kMaxRecordBytes - 17;
     for (const size_t size : {fits, fits + 1}) {
@@ -92,7 +92,7 @@ TEST_F(BpfSubstitute, theLongestRecordFitsAndALongerOneIsRefused) {
     EXPECT_EQ(takeArrivals(), std::vector<std::string>{"1 0 " + std::string(fits, 'x')});
 }
 
-TEST_F(BpfSubstitute, aConnectionListensOnceAtATimeFromItsStartToItsEnd) {
+TEST_F(SubstituteTest, aConnectionListensOnceAtATimeFromItsStartToItsEnd) {
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(substitute::injectRecord("/bpf/a", {}), -ECONNREFUSED);
         const Connected connection{connect("/bpf/a")};
@@ -103,7 +103,7 @@ TEST_F(BpfSubstitute, aConnectionListensOnceAtATimeFromItsStartToItsEnd) {
     EXPECT_EQ(takeArrivals().size(), 2u);
 }
 
-TEST_F(BpfSubstitute, featuresAreOnUnlessTheProfileSaysOff) {
+TEST_F(SubstituteTest, featuresAreOnUnlessTheProfileSaysOff) {
     EXPECT_TRUE(isOsFeatureEnabled("os.some.feature"));
     mProfile.write("features", "bpf=unsupported\nfeature=os.some.feature off \r\n");
     EXPECT_FALSE(isOsFeatureEnabled("os.some.feature"));
@@ -111,7 +111,7 @@ TEST_F(BpfSubstitute, featuresAreOnUnlessTheProfileSaysOff) {
     EXPECT_TRUE(isOsFeatureEnabled("os.some"));
 }
 
-TEST_F(BpfSubstitute, usageRecordsComeLineByLine) {
+TEST_F(SubstituteTest, usageRecordsComeLineByLine) {
     std::vector<UahRecord> records;
     EXPECT_EQ(Uah_fetch_dataset(&records), 0);
     EXPECT_TRUE(records.empty());

@@ -1,0 +1,189 @@
+#include <android-base/file.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "daemon/Log.h"
+#include "daemon/Startup.h"
+#include "daemon/SystemHelpers.h"
+#include "host/inprocess/InProcessBinder.h"
+#include "host/properties/PropertyStore.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ProcessCalls.h"
+#include "tests/support/TempTree.h"
+#include "tests/support/libraries/FakeLibraries.h"
+#include "tests/unit/daemon/Child.h"
+
+namespace zstats {
+namespace {
+
+constexpr char kFeature[] = "os.tool.quill.zstats_pullerd.enable";
+constexpr char kEnabled[] = "D process isolation feature is enable.";
+constexpr char kStart[] = "D start zstats_pullerd.";
+const Lines kServes = {
+        "I zstats_pullerd daemon start",        "I addService atomacq service success.",
+        "E pullerd:  Get statsd service fail",  "I pullerd: mStatsd is null",
+        "I addService zstats_pullerd success.", "I zstats_pullerd daemon end"};
+
+Lines operator+(Lines lines, const Lines& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
+/** What `run` says, asks of init and gives back, in a process of its own as it decides once. */
+template <typename Run>
+Lines outcome(bool featureEnabled, const Run& run) {
+    return inChild([&](Lines& report) {
+        libraries::Answers answers;
+        answers.featureEnabled = featureEnabled;
+        libraries::reset(answers);
+        LogCapture log;
+        properties::setControlHandler([&](const std::string& name, const std::string& value) {
+            report = log.take() + Lines{"request " + name + " " + value};
+        });
+        const int result = run();
+        report = report + log.take() + Lines{"returns " + std::to_string(result)};
+        const std::string asked = std::string("isOsFeatureEnabled ") + kFeature;
+        if (libraries::takeCalls()[0] != asked) report = {"another question first"};
+    });
+}
+
+struct Device {
+    const char* meminfo;
+    const char* releaseType = nullptr;
+    const char* alwaysOn = nullptr;
+    const char* startOverride = nullptr;
+};
+
+TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
+    constexpr char kSmall[] = "MemTotal:        4194304 kB\n";
+    const std::string memory = "I memTotal: 4194304Kb";
+    const std::string type = "I isReleaseType: releaseType: ";
+    const std::string commercial = "It is Commercial Version, less than 4GB, ";
+    const Lines refused = {memory, type + "true", "I " + commercial + "zstats_pullerd is disabled.",
+                           "request ctl.stop zstats_pullerd", "returns 0"};
+    const struct {
+        Device device;
+        Lines lines;  // after the feature's
+    } rows[] = {
+            {{"MemTotal: 4194305 kB\n", "true"}, {"I memTotal: 4194305Kb", kStart, "returns 1"}},
+            {{"MemTotal: what kB\n", "true"}, {"E sscanf not match", kStart, "returns 1"}},
+            {{kSmall, "false"}, {memory, type + "false", kStart, "returns 1"}},
+            {{kSmall, nullptr, "true"}, {memory, type, kStart, "returns 1"}},
+            {{kSmall, "true", "false", "1"},
+             {memory, type + "true", "D " + commercial + "start prop is true.", kStart,
+              "returns 1"}},
+            {{kSmall, "true", "false", nullptr}, refused},
+            {{kSmall, "true", "false", "0"}, refused},
+            {{kSmall, "true", "false", "true"}, refused},
+            {{kSmall, "true", "false", "01"}, refused},
+            {{kSmall, "true", "false", "1 "}, refused},
+            {{kSmall, "true", "false", "11"}, refused},
+    };
+    for (const auto& row : rows) {
+        const TempTree files;
+        files.write("meminfo", row.device.meminfo);
+        const Lines lines = outcome(true, [&] {
+            gLogLevel = 0;
+            setProperties({{"ro.build.release_type", row.device.releaseType},
+                           {"persist.sys.alwayson.switch", row.device.alwaysOn},
+                           {"persist.sys.zstats_pullerd.start", row.device.startOverride}});
+            return mayRunWith([&](int thresholdKb) {
+                return checkMemTotalOkAt(files.path("meminfo").c_str(), thresholdKb);
+            });
+        });
+        EXPECT_EQ(lines, Lines{kEnabled} + row.lines);
+    }
+}
+
+TEST(StartupTest, DecidesByTheRealMemoryAndThenServes) {
+    std::string meminfo;
+    ASSERT_TRUE(android::base::ReadFileToString("/proc/meminfo", &meminfo));
+    const int total = atoi(meminfo.substr(meminfo.find(':') + 1).c_str());
+    Lines expected = {kEnabled, "I memTotal: " + std::to_string(total) + "Kb"};
+    if (total <= 4194304) {
+        expected =
+                expected + Lines{"I isReleaseType: releaseType: ",
+                                 "D It is Commercial Version, less than 4GB, start prop is true."};
+    }
+    const auto run = [] {
+        inprocess::reset();
+        setProperties({{"persist.sys.zstats_pullerd.start", "1"}});
+        return runDaemon();
+    };
+    EXPECT_EQ(outcome(true, run), expected + Lines{kStart} + kServes + Lines{"returns 0"});
+    EXPECT_EQ(outcome(false, run), (Lines{std::string("I ") + kFeature + " disabled.",
+                                          "request ctl.stop zstats_pullerd", "returns -1"}));
+}
+
+/** Publishing, with no statsd about: the main service then registers nothing. */
+class ServeTest : public testing::Test {
+  protected:
+    ServeTest() {
+        inprocess::reset();
+        libraries::reset();
+        takeProcessCalls();
+    }
+    ~ServeTest() override { inprocess::reset(); }
+
+    LogCapture mLog;
+};
+
+TEST_F(ServeTest, PublishesInOrderAndServesOnFourThreadsAndItsOwn) {
+    android::wp<android::IBinder> atomacq;
+    Lines atExit;
+    libraries::Answers answers;
+    answers.atExit = [&] {
+        atExit = mLog.take();
+        EXPECT_NE(atomacq.promote(), nullptr) << "the main service is let go of first";
+    };
+    libraries::reset(answers);
+    whileJoined([&] {
+        Lines added;
+        for (const auto& service : inprocess::addedServices()) {
+            added.push_back(service.name + " " + std::to_string(service.allowIsolated) + " " +
+                            std::to_string(service.dumpFlags) + " " +
+                            android::String8(service.binder->getInterfaceDescriptor()).c_str());
+        }
+        EXPECT_EQ(added, (Lines{"atomacq 0 8 com.norda.quill.IAtomsAcquire",
+                                "zstats_pullerd 0 8 com.norda.zstats.IZstatsPullerService"}));
+        atomacq = inprocess::addedServices()[0].binder;
+        inprocess::reset();
+    });
+    EXPECT_EQ(serve(), 0);
+    EXPECT_EQ(takeProcessCalls(), (Lines{"setThreadPoolMaxThreadCount 4", "startThreadPool",
+                                         "giveThreadPoolName", "joinThreadPool 1"}));
+    EXPECT_EQ(atExit, kServes);
+    EXPECT_EQ(libraries::takeCalls(), Lines{"zbpf_connect_exit -1 pullerd_kw"});
+    EXPECT_EQ(atomacq.promote(), nullptr);
+}
+
+TEST_F(ServeTest, EndsWhenANameIsRefusedByAnyStatus) {
+    const Lines noAtomacq = {kServes[0], "E Failed to add atomacq service"};
+    const Lines noMain = {kServes[0], kServes[1], kServes[2], kServes[3],
+                          "E Failed to add zstats_pullerd service"};
+    const struct {
+        const char* name;
+        android::status_t status;
+        Lines lines;
+        Lines calls;  // of a main service that was made
+    } rows[] = {{"atomacq", android::PERMISSION_DENIED, noAtomacq, {}},
+                {"atomacq", 1, noAtomacq, {}},
+                {nullptr, 0, noAtomacq, {}},
+                {"zstats_pullerd", -3, noMain, {"zbpf_connect_exit -1 pullerd_kw"}},
+                {"zstats_pullerd", 1, noMain, {"zbpf_connect_exit -1 pullerd_kw"}}};
+    for (const auto& row : rows) {
+        inprocess::reset();
+        if (row.name != nullptr) inprocess::refuseService(row.name, row.status);
+        inprocess::hideServiceManager(row.name == nullptr);
+        EXPECT_EQ(serve(), -1);
+        EXPECT_EQ(mLog.take(), row.lines);
+        EXPECT_EQ(libraries::takeCalls(), row.calls);
+        EXPECT_EQ(inprocess::addedServices().size(), row.calls.size());
+    }
+    EXPECT_EQ(takeProcessCalls(), Lines{});
+}
+
+}  // namespace
+}  // namespace zstats

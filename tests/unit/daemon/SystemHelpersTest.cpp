@@ -1,0 +1,261 @@
+#include <cutils/properties.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <time.h>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "daemon/Log.h"
+#include "daemon/SystemHelpers.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/OwnEntries.h"
+#include "tests/support/TempTree.h"
+#include "tests/unit/daemon/Child.h"
+
+namespace {
+
+// What the C library's functions below answer instead, on this thread.
+thread_local std::optional<timespec> gBootTime;
+thread_local bool gOutOfMemory = false;
+
+}  // namespace
+
+extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
+    static const auto genuine =
+            reinterpret_cast<decltype(&clock_gettime)>(dlsym(RTLD_NEXT, "clock_gettime"));
+    if (!gBootTime) return genuine(clock, now);
+    *now = *gBootTime;
+    return clock == 7 && now->tv_sec >= 0 ? 0 : -1;
+}
+
+extern "C" char* strdup(const char* text) noexcept {
+    if (gOutOfMemory) return nullptr;
+    const size_t size = strlen(text) + 1;
+    void* const copy = malloc(size);
+    return copy == nullptr ? nullptr : static_cast<char*>(memcpy(copy, text, size));
+}
+
+namespace zstats {
+namespace {
+
+class SystemHelpersTest : public testing::Test {
+  protected:
+    ~SystemHelpersTest() override { gLogLevel = 1; }
+
+    const TempTree mFiles;
+    LogCapture mLog;
+};
+
+TEST_F(SystemHelpersTest, ReadFileAppendsPiecesOfUpTo1024BytesAndClosesTheFile) {
+    const auto before = ownEntries("fd");
+    for (const size_t size : {0, 1, 1023, 1024, 1025, 2560}) {
+        std::string content;
+        for (size_t i = 0; i < size; ++i) content += static_cast<char>(i % 26);
+        mFiles.write("node", content);
+        std::string out = "kept ";
+        EXPECT_EQ(readFile(mFiles.path("node"), &out), static_cast<int>(size));
+        EXPECT_EQ(out, "kept " + content) << size;
+    }
+    // What is written at once to this pipe and not read at once is lost.
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_DIRECT), 0);
+    EXPECT_EQ(write(ends[1], std::string(2000, 'x').data(), 2000), 2000);
+    EXPECT_EQ(write(ends[1], "end", 3), 3);
+    close(ends[1]);
+    std::string out;
+    EXPECT_EQ(readFile("/proc/self/fd/" + std::to_string(ends[0]), &out), 1027);
+    close(ends[0]);
+    EXPECT_EQ(out, std::string(1024, 'x') + "end");
+    EXPECT_EQ(ownEntries("fd"), before);
+}
+
+TEST_F(SystemHelpersTest, ReadFileTellsOfAMissingFileAtLevelTwoAndOfAFailingReadAlways) {
+    const auto before = ownEntries("fd");
+    const struct {
+        const char* path;
+        int error;
+        const char* line;
+        int32_t gate;
+    } rows[] = {{"/nowhere/x", ENOENT, "D Open /nowhere/x failed(No such file or directory)", 2},
+                {"/proc", EISDIR, "E Read file /proc failed.(Is a directory)", 0}};
+    for (const auto& row : rows) {
+        for (const int32_t level : {0, 1, 2}) {
+            gLogLevel = level;
+            std::string out = "kept";
+            EXPECT_EQ(readFile(row.path, &out), -1);
+            EXPECT_EQ(errno, row.error);
+            EXPECT_EQ(out, "kept");
+            EXPECT_EQ(mLog.take(), level < row.gate ? Lines{} : Lines{row.line});
+        }
+    }
+    EXPECT_EQ(ownEntries("fd"), before);
+}
+
+TEST_F(SystemHelpersTest, SplitStringReadsDecimalInts) {
+    const struct {
+        const char* text;
+        const char* delimiters;
+        std::vector<int> expected;
+    } cases[] = {
+            {"10, 20,,30", ", ", {10, 20, 30}},
+            {"", ",", {}},
+            {",,,", ",", {}},
+            {"7", "", {7}},
+            {"-5 +6 x 8y", " ", {-5, 6, 0, 8}},
+            {"0x10 010 007", " ", {0, 10, 7}},
+            {"1\n2\t3", "\n\t", {1, 2, 3}},
+            {" 4;5", ";", {4, 5}},
+            {"2147483647 -2147483648 4294967297", " ", {INT32_MAX, INT32_MIN, 1}},
+    };
+    std::vector<int> out, expected;
+    for (const auto& row : cases) {
+        EXPECT_EQ(splitString(row.text, row.delimiters, &out), 0);
+        // Each call appends.
+        expected.insert(expected.end(), row.expected.begin(), row.expected.end());
+        EXPECT_EQ(out, expected) << row.text;
+    }
+}
+
+TEST_F(SystemHelpersTest, SplitStringReadsPrefixedLongNumbers) {
+    std::vector<long long> out;
+    const std::string text =
+            "0x10 010 12ab 0x 08 zz 9223372036854775807 9223372036854775808 -9223372036854775808";
+    EXPECT_EQ(splitString(text.c_str(), " ", &out), 0);
+    EXPECT_EQ(out, (std::vector<long long>{16, 8, 12, 0, 0, 0, INT64_MAX, INT64_MAX, INT64_MIN}));
+}
+
+TEST_F(SystemHelpersTest, GetSystemPropertyLogsItsAnswerAtLevelTwo) {
+    property_set("test.helpers.name", "value");
+    for (const int32_t level : {0, 1, 2}) {
+        gLogLevel = level;
+        EXPECT_EQ(getSystemProperty("test.helpers.name"), "value");
+        EXPECT_EQ(getSystemProperty("test.helpers.absent"), "");
+        EXPECT_EQ(mLog.take(), level < 2 ? Lines{}
+                                         : (Lines{"D property test.helpers.name:value",
+                                                  "D property test.helpers.absent:"}));
+    }
+}
+
+TEST_F(SystemHelpersTest, SplitStringTellsThatItCouldNotCopy) {
+    gOutOfMemory = true;
+    std::vector<int> ints;
+    std::vector<long long> numbers;
+    EXPECT_EQ(splitString("1", " ", &ints), -1);
+    EXPECT_EQ(splitString("1", " ", &numbers), -1);
+    gOutOfMemory = false;
+    EXPECT_TRUE(ints.empty() && numbers.empty());
+}
+
+TEST_F(SystemHelpersTest, BootTimeIsInWholeMillisecondsOrMinusOne) {
+    const struct {
+        timespec clock;
+        int64_t millis;
+    } rows[] = {{{0, 999999}, 0},
+                {{12, 1000000}, 12001},
+                {{4294967, 999999999}, 4294967999},
+                {{-1, 0}, -1}};
+    for (const auto& row : rows) {
+        gBootTime = row.clock;
+        EXPECT_EQ(getBootTimeMs(), row.millis);
+        gBootTime.reset();
+    }
+}
+
+std::string describeBuild() {
+    return std::string(isReleaseType() ? "release " : "trial ") +
+           (isPreVersion() ? "pre " : "final ") + (isCommercialVersion() ? "commercial" : "plain");
+}
+
+TEST_F(SystemHelpersTest, TheBuildIsWhatItsPropertiesSay) {
+    const struct {
+        const char *alwaysOn, *engineeringPre, *releaseType, *expected;
+    } cases[] = {{nullptr, nullptr, nullptr, "release final commercial"},
+                 {"true", "false", "true", "release pre plain"},
+                 {"TRUE", nullptr, "false", "trial final plain"},
+                 {"1", "no", "False", "release final commercial"},
+                 {nullptr, "true", "0", "release pre plain"},
+                 {nullptr, "1", nullptr, "release pre plain"},
+                 {nullptr, "yes", nullptr, "release pre plain"},
+                 {nullptr, "on", nullptr, "release pre plain"},
+                 {"false", "y", "false", "trial pre plain"},
+                 {nullptr, "True", nullptr, "release final commercial"},
+                 {nullptr, "garbage", nullptr, "release final commercial"}};
+    for (const auto& row : cases) {
+        const Lines report = inChild([&](Lines& lines) {
+            setProperties({{"persist.sys.alwayson.switch", row.alwaysOn},
+                           {"ro.sys.engineering.pre", row.engineeringPre},
+                           {"ro.build.release_type", row.releaseType}});
+            lines = {describeBuild()};
+        });
+        EXPECT_EQ(report, Lines{row.expected})
+                << (row.alwaysOn ?: "-") << ' ' << (row.engineeringPre ?: "-");
+    }
+}
+
+TEST_F(SystemHelpersTest, QcomIsTheWholeHardwareNameAndAskedForEachTime) {
+    EXPECT_FALSE(isQcomPlatform());
+    for (const char* hardware : {"qcom2", "Qcom", "qco", "mt6985", "qcom"}) {
+        const Lines report = inChild([&](Lines& lines) {
+            isQcomPlatform();
+            setProperties({{"ro.hardware", hardware}});
+            lines.push_back(isQcomPlatform() ? "qcom" : "other");
+        });
+        EXPECT_EQ(report[0], hardware == std::string("qcom") ? "qcom" : "other") << hardware;
+    }
+}
+
+TEST_F(SystemHelpersTest, TheFirstAnswerAboutTheBuildStays) {
+    const Lines report = inChild([](Lines& lines) {
+        setProperties({{"ro.build.release_type", "true"}});
+        const std::string first = describeBuild();
+        setProperties({{"persist.sys.alwayson.switch", "true"}, {"ro.build.release_type", "false"}});
+        LogCapture log;
+        lines = {first, describeBuild()};
+        for (const std::string& line : log.take()) lines.push_back(line);
+    });
+    EXPECT_EQ(report, (Lines{"release final commercial", "trial final commercial",
+                             "I isReleaseType: releaseType: false"}));
+}
+
+TEST_F(SystemHelpersTest, ATrialBuildIsNotAskedForItsPreVersion) {
+    const Lines report = inChild([](Lines& lines) {
+        setProperties({{"ro.build.release_type", "false"}});
+        gLogLevel = 2;
+        LogCapture log;
+        isCommercialVersion();
+        lines = log.take();
+    });
+    EXPECT_EQ(report, (Lines{"D property ro.build.release_type:false",
+                             "I isReleaseType: releaseType: false"}));
+}
+
+TEST_F(SystemHelpersTest, MemTotalIsComparedStrictly) {
+    const struct {
+        const char* meminfo;
+        bool isOk;
+        const char* line;
+    } cases[] = {
+            {"MemTotal:        4194304 kB\n", false, "I memTotal: 4194304Kb"},
+            {"MemTotal:        4194305 kB\n", true, "I memTotal: 4194305Kb"},
+            {"MemFree: 9 kB\nMemTotal: 5000000 kB\nMemTotal: 1 kB\n", true, "I memTotal: 5000000Kb"},
+            {" MemTotal: 5000000 kB\nx MemTotal: 5000000 kB\n", false, "I memTotal: -1Kb"},
+            {"MemTotal: -7 kB\n", false, "I memTotal: -7Kb"},
+            {"MemTotal:5000 kB\n", true, "E sscanf not match"},
+            {"MemTotal:\t5000 kB\n", true, "E sscanf not match"},
+            {"MemTotal: lots\n", true, "E sscanf not match"},
+            {"MemTotalX: 1 kB\nMemTotal: 1 kB\n", true, "E sscanf not match"},
+            {nullptr, true, "I Failed to open /proc/meminfo"},
+    };
+    for (const auto& row : cases) {
+        mFiles.write("meminfo", row.meminfo != nullptr ? row.meminfo : "");
+        const std::string path = mFiles.path(row.meminfo != nullptr ? "meminfo" : "absent");
+        EXPECT_EQ(checkMemTotalOkAt(path.c_str(), 4194304), row.isOk) << row.line;
+        EXPECT_EQ(mLog.take(), Lines{row.line});
+    }
+}
+
+}  // namespace
+}  // namespace zstats

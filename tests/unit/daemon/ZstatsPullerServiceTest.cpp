@@ -1,0 +1,339 @@
+#include <android-base/unique_fd.h>
+#include <android/binder_ibinder.h>
+#include <cutils/properties.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "daemon/Log.h"
+#include "daemon/PullDispatch.h"
+#include "daemon/ZstatsPullerService.h"
+#include "host/inprocess/InProcessBinder.h"
+#include "host/properties/PropertyStore.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/libraries/FakeLibraries.h"
+
+namespace zstats {
+namespace {
+
+using android::sp;
+using android::String16;
+using android::base::unique_fd;
+
+using Lines = std::vector<std::string>;
+
+/** The tags in the order in which statsd is to get them. */
+constexpr int32_t kTags[] = {150005, 150006, 150007, 150008, 150009, 150010, 150011, 150013,
+                             150014, 150018, 150015, 150112, 150022, 150023, 150024, 150025,
+                             150026, 150029, 150027, 150028, 150113, 150030, 150031, 150020,
+                             150121, 150123, 150124, 150125, 150126, 150127, 150128, 150129,
+                             150131, 150133, 150135, 150136, 150138, 150141, 150167};
+
+constexpr char kSched[] = "zbpf_connect_start /system_ext/bin/zcvt/norda_sched pullerd_kw";
+constexpr char kCoreControl[] =
+        "zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw";
+
+/** What the callback object says as it is made on a device of no known platform. */
+constexpr char kNoGpu[] = "E getGpuStats With a unknown vendor platform!";
+
+/** A binder of statsd's interface, which is all that the service asks of it. */
+struct Statsd : android::BBinder {
+    const String16& getInterfaceDescriptor() const override { return descriptor; }
+
+    const String16 descriptor{"android.os.IStatsd"};
+};
+
+class ZstatsPullerServiceTest : public testing::Test {
+  protected:
+    ZstatsPullerServiceTest() {
+        inprocess::reset();
+        libraries::reset();
+        mStatsd = inprocess::publish("stats", sp<android::IBinder>(new Statsd));
+    }
+    ~ZstatsPullerServiceTest() override {
+        inprocess::reset();
+        properties::clearProperties();
+        gLogLevel = 1;
+    }
+
+    std::shared_ptr<inprocess::RemoteService> mStatsd;
+    LogCapture mLog;
+};
+
+TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsWithOneCookieBeforeItConnects) {
+    for (const int32_t level : {0, 1, 2}) {
+        gLogLevel = level;
+        libraries::reset();
+        const sp<ZstatsPullerService> service(new ZstatsPullerService);
+
+        Lines calls;
+        for (const int32_t tag : kTags) {
+            calls.push_back("setPullAtomCallback " + std::to_string(tag) + " 1000 2000 0");
+        }
+        const Lines connection = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support"};
+        for (const char* start : {kSched, kCoreControl}) {
+            calls.insert(calls.end(), connection.begin(), connection.end());
+            calls.push_back(start);
+        }
+        EXPECT_EQ(libraries::takeCalls(), calls);
+        const std::pair<int32_t, std::string> gatedLines[] = {
+                {2, "D property ro.hardware:"},
+                {0, kNoGpu},
+                {1, "I ThermalReader checkService failed"},
+                {1, "I pullerd:uid =" + std::to_string(getuid()) +
+                            " registerPullAtomCallback success"},
+                {2, "D kworker mConnectFd = 40"},
+                {2, "D kworker mConnectFd = 41"}};
+        Lines lines;
+        for (const auto& [gate, line] : gatedLines) {
+            if (level >= gate) lines.push_back(line);
+        }
+        EXPECT_EQ(mLog.take(), lines);
+        EXPECT_EQ(libraries::metadataInUse(), 0);
+        const auto registrations = libraries::registrations();
+        EXPECT_NE(registrations[0].cookie, nullptr);
+        for (const auto& registration : registrations) {
+            EXPECT_EQ(registration.callback, &onPullAtom);
+            EXPECT_EQ(registration.cookie, registrations[0].cookie);
+        }
+    }
+    // Without waiting, once each; the second is of the callback object's readers.
+    EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda", "check stats",
+                                           "check calda", "check stats", "check calda"}));
+}
+
+TEST_F(ZstatsPullerServiceTest, DoesNothingWithoutStatsd) {
+    for (const bool absent : {true, false}) {
+        inprocess::withdraw("stats");
+        if (!absent) inprocess::publish("stats", sp<android::IBinder>(new android::BBinder));
+        for (const int32_t level : {0, 1, 2}) {
+            gLogLevel = level;
+            sp<ZstatsPullerService> service(new ZstatsPullerService);
+            Lines lines = {"E pullerd:  Get statsd service fail", "I pullerd: mStatsd is null"};
+            if (level == 0) lines.pop_back();
+            EXPECT_EQ(mLog.take(), lines);
+            EXPECT_EQ(libraries::takeCalls(), Lines{});
+            service.clear();
+            EXPECT_EQ(libraries::takeCalls(), Lines{"zbpf_connect_exit -1 pullerd_kw"});
+        }
+    }
+}
+
+TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
+    gLogLevel = 2;
+    const sp<ZstatsPullerService> service(new ZstatsPullerService);
+    const ndk::SpAIBinder statsd = mStatsd->ndkProxy();
+    const int32_t references = AIBinder_debugGetRefCount(statsd.get());
+    const Lines lookUps = inprocess::lookUps();
+    libraries::takeCalls();
+    mLog.take();
+    mStatsd->die();
+    EXPECT_LT(AIBinder_debugGetRefCount(statsd.get()), references);
+    EXPECT_EQ(mLog.take(), Lines{"E statsd service died, will try to reconnect."});
+    EXPECT_EQ(libraries::takeCalls(), Lines{});
+    EXPECT_EQ(inprocess::lookUps(), lookUps);
+}
+
+TEST_F(ZstatsPullerServiceTest, IsNotToldOfADeathAfterItsEnd) {
+    sp<ZstatsPullerService>(new ZstatsPullerService).clear();
+    mLog.take();
+    mStatsd->die();
+    EXPECT_EQ(mLog.take(), Lines{});
+}
+
+TEST_F(ZstatsPullerServiceTest, ConnectsToTheKernelAndEndsTheLastConnection) {
+    const Lines unsupported = {"W do not support zcvt", "W do not support zcvt"};
+    const Lines second = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support", kCoreControl};
+    const struct {
+        int region, connection;
+        const char* releaseType;
+        Lines last;   // the last calls before the end
+        Lines lines;  // at level 0
+        const char* exit;
+    } rows[] = {
+            {1, 40, "false", second, {}, "zbpf_connect_exit 41 pullerd_kw"},
+            {1, 40, "true", {kSched}, {}, "zbpf_connect_exit 40 pullerd_kw"},
+            {1, 0, "true", {kSched}, {}, "zbpf_connect_exit 0 pullerd_kw"},
+            {1,
+             -5,
+             "true",
+             {kSched},
+             {"W kworker connect fail fd = -5"},
+             "zbpf_connect_exit -5 pullerd_kw"},
+            {2,
+             40,
+             "false",
+             {"zbpf_region_support"},
+             unsupported,
+             "zbpf_connect_exit -1 pullerd_kw"},
+    };
+    for (const auto& row : rows) {
+        libraries::Answers answers;
+        answers.bpfRegion = row.region;
+        answers.bpfConnection = row.connection;
+        libraries::reset(answers);
+        properties::clearProperties();
+        property_set("ro.build.release_type", row.releaseType);
+        gLogLevel = 0;
+        sp<ZstatsPullerService> service(new ZstatsPullerService);
+        const Lines calls = libraries::takeCalls();
+        ASSERT_GE(calls.size(), row.last.size());
+        EXPECT_TRUE(std::equal(row.last.rbegin(), row.last.rend(), calls.rbegin()))
+                << testing::PrintToString(calls);
+        Lines lines = {kNoGpu};
+        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
+        EXPECT_EQ(mLog.take(), lines);
+        service.clear();
+        EXPECT_EQ(libraries::takeCalls(), Lines{row.exit});
+    }
+}
+
+TEST_F(ZstatsPullerServiceTest, KeepsTheDescriptorWhereAConnectionIsNotSupported) {
+    sp<ZstatsPullerService> service(new ZstatsPullerService);
+    libraries::Answers answers;
+    answers.bpfTypes = 0;
+    libraries::reset(answers);
+    char path[] = "/bpf/later";
+    service->connectZbpfForKorkerInner(path);
+    service.clear();
+    EXPECT_EQ(libraries::takeCalls(),
+              (Lines{"zbpf_is_enable", "zbpf_btf_support", "zbpf_connect_exit 41 pullerd_kw"}));
+}
+
+/** The service as dumpsys reaches it. */
+class DumpTest : public ZstatsPullerServiceTest {
+  protected:
+    DumpTest() { mRemote->setCallerUid(0); }
+
+    /** Dumps with these arguments; what arrives in the first write, with a mark for any other. */
+    std::string dump(const Lines& args, android::status_t expected = android::OK) {
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+        const unique_fd reader(ends[0]);
+        unique_fd writer(ends[1]);
+        android::Vector<String16> wide;
+        for (const std::string& arg : args) wide.add(String16(arg.c_str()));
+        EXPECT_EQ(mRemote->proxy()->dump(writer.get(), wide), expected);
+        writer.reset();
+        std::string text(1024, '\0');
+        text.resize(static_cast<size_t>(read(reader.get(), text.data(), text.size())));
+        char byte;
+        return read(reader.get(), &byte, 1) == 0 ? text : text + "and more";
+    }
+
+    /** The flag as the pulls see it. */
+    static bool rgbLog() {
+        const void* cookie = libraries::registrations().back().cookie;
+        return static_cast<const ZStatsPullAtomCallback*>(cookie)->rgbHistogramLog();
+    }
+
+    const sp<ZstatsPullerService> mService{new ZstatsPullerService};
+    const std::shared_ptr<inprocess::RemoteService> mRemote =
+            inprocess::publish("zstats_pullerd", sp<android::IBinder>(mService));
+};
+
+TEST_F(DumpTest, IsForRootAndSystemAlone) {
+    for (const uid_t uid : {0u, 1000u, 1u, 999u, 1001u, 1066u, 2000u, 101000u, 4294967295u}) {
+        SCOPED_TRACE(uid);
+        const bool allowed = uid == 0 || uid == 1000;
+        gLogLevel = 1;
+        mRemote->setCallerUid(uid);
+        EXPECT_EQ(dump({"--loglevel", "2"}, allowed ? 0 : -1),
+                  allowed ? "ZstatsPullerService::dump\n\tZstats_pullerd set gLogLevel: 2\n" : "");
+        EXPECT_EQ(gLogLevel.load(), allowed ? 2 : 1);
+    }
+}
+
+TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
+    const std::string help =
+            "\tdumpsys zstats_pullerd --rgbLog INPUT_1_OR_0: enable or disable RGB Histogram log\n"
+            "\tdumpsys zstats_pullerd --loglevel INPUT_0(WARN)_OR_1(INFO)_OR_2(DEBUG): switch log "
+            "level\n";
+    const std::string levelIs = "\tZstats_pullerd set gLogLevel: ";
+    const std::string rgbLogIs = "\tZstats_pullerd set RGB Histogram Log: ";
+    const struct {
+        Lines args;
+        std::string reply;
+        int32_t level = 5;  // afterwards, 5 before
+        bool rgbLog = true;
+    } rows[] = {{{}, help},
+                {{"-h"}, help},
+                {{"--loglevel"}, help},
+                {{"--rgbLog"}, help},
+                {{"--loglevel", "2", "3"}, help},
+                {{"--RGBLOG", "0"}, ""},
+                {{"--logLevel", "2"}, ""},
+                {{"--loglevel ", "2"}, ""},
+                {{"--loglevel2", ""}, ""},
+                {{"2", "--loglevel"}, ""},
+                {{"", ""}, ""},
+                {{"--rgbLog", "1"}, rgbLogIs + "1\n"},
+                {{"--rgbLog", "0"}, rgbLogIs + "0\n", 5, false},
+                {{"--rgbLog", "2"}, rgbLogIs + "1\n"},
+                {{"--rgbLog", "-1"}, rgbLogIs + "1\n"},
+                {{"--rgbLog", "abc"}, rgbLogIs + "0\n", 5, false},
+                {{"--rgbLog", ""}, rgbLogIs + "0\n", 5, false},
+                {{"--loglevel", "0"}, levelIs + "0\n", 0},
+                {{"--loglevel", "1"}, levelIs + "1\n", 1},
+                {{"--loglevel", "007"}, levelIs + "7\n", 7},
+                {{"--loglevel", "0x2"}, levelIs + "0\n", 0},
+                {{"--loglevel", "-1"}, levelIs + "0\n", 0},
+                {{"--loglevel", "-2147483648"}, levelIs + "0\n", 0},
+                {{"--loglevel", "abc"}, levelIs + "0\n", 0},
+                {{"--loglevel", ""}, levelIs + "0\n", 0},
+                {{"--loglevel", " 2x"}, levelIs + "2\n", 2},
+                {{"--loglevel", "2147483647"}, levelIs + "2147483647\n", 2147483647}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.args));
+        gLogLevel = 5;
+        dump({"--rgbLog", "1"});
+        EXPECT_EQ(dump(row.args), "ZstatsPullerService::dump\n" + row.reply);
+        EXPECT_EQ(gLogLevel.load(), row.level);
+        EXPECT_EQ(rgbLog(), row.rgbLog);
+    }
+}
+
+TEST_F(DumpTest, NeedsNeitherACallbackObjectNorADescriptorThatTakesText) {
+    inprocess::withdraw("stats");
+    const sp<ZstatsPullerService> service(new ZstatsPullerService);
+    const unique_fd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    const unique_fd unwritable(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    android::Vector<String16> args;
+    args.add(String16("--rgbLog"));
+    args.add(String16("1"));
+    for (const int fd : {full.get(), unwritable.get(), -1}) {
+        EXPECT_EQ(service->dump(fd, args), android::OK);
+    }
+}
+
+TEST_F(DumpTest, EveryTransactionIsLoggedAndServedByTheBase) {
+    gLogLevel = 0;
+    mLog.take();
+    const struct {
+        uint32_t code, flags;
+        android::status_t status;
+        const char* line;
+    } rows[] = {{1, 0, android::UNKNOWN_TRANSACTION, "code 1, flags 0."},
+                {2, 0x10, android::UNKNOWN_TRANSACTION, "code 2, flags 16."},
+                {0x00ffffff, 0, android::UNKNOWN_TRANSACTION, "code 16777215, flags 0."},
+                {0x5f4e5446, 0, android::OK, "code 1598968902, flags 0."}};
+    android::Parcel reply;
+    for (const auto& row : rows) {
+        EXPECT_EQ(mService->transact(row.code, {}, &reply, row.flags), row.status);
+        EXPECT_EQ(mLog.take(), Lines{std::string("I BnZstatsPullerService onTransact ") + row.line});
+    }
+    const String16 descriptor("com.norda.zstats.IZstatsPullerService");
+    EXPECT_EQ(reply.readString16(), descriptor);
+    EXPECT_EQ(mService->queryLocalInterface(descriptor).get(),
+              static_cast<android::IInterface*>(mService.get()));
+    EXPECT_EQ(mService->queryLocalInterface(String16("another")), nullptr);
+}
+
+}  // namespace
+}  // namespace zstats
