@@ -1,7 +1,5 @@
-// Runs a fuzz target without a fuzzing engine: over the files and folders named, or over random
+// Runs a fuzz target without a fuzzing engine: over the files and folders named, then over random
 // inputs grown from them. The code under test logs nothing.
-//
-//   xxx_fuzzer [--runs N] [--seed N] [FILE|FOLDER...]
 
 #include <android/log.h>
 
@@ -35,23 +33,22 @@ void readInputs(const std::filesystem::path& place, std::vector<Input>* inputs) 
 
 /** One change such as a fuzzing engine would make. */
 void mutate(Input* input, const Input& other, std::mt19937_64* random) {
-    const auto below = [random](size_t limit) { return limit == 0 ? 0 : (*random)() % limit; };
-    const auto place = input->begin() + static_cast<std::ptrdiff_t>(below(input->size() + 1));
-    const auto piece = other.begin() + static_cast<std::ptrdiff_t>(below(other.size() + 1));
-    switch (below(4)) {
+    const size_t at = (*random)() % (input->size() + 1);
+    const auto place = input->begin() + static_cast<std::ptrdiff_t>(at);
+    const uint32_t borders[] = {0, 1, 0x7fffffff, 0x80000000, 0xffffffff};
+    switch ((*random)() % 4) {
         case 0:  // change a byte
-            if (place != input->end()) *place = static_cast<uint8_t>(below(256));
+            if (at < input->size()) *place = static_cast<uint8_t>((*random)());
             break;
         case 1:  // cut the end, or a byte
-            input->erase(place, below(2) == 0 || place == input->end() ? input->end() : place + 1);
+            input->erase(place,
+                         (*random)() % 2 == 0 || at == input->size() ? input->end() : place + 1);
             break;
-        case 2:  // a piece of another input
-            input->insert(place, piece, other.end());
+        case 2:  // another input
+            input->insert(place, other.begin(), other.end());
             break;
         default:  // a number's border
-            if (input->end() - place < 4) break;
-            const uint32_t borders[] = {0, 1, 0x7fffffff, 0x80000000, 0xffffffff};
-            memcpy(&*place, &borders[below(5)], 4);
+            if (at + 4 <= input->size()) memcpy(&*place, &borders[(*random)() % 5], 4);
     }
     if (input->size() > kLongestInput) input->resize(kLongestInput);
 }
@@ -71,25 +68,16 @@ void runRandom(const std::vector<Input>& corpus, long runs, uint64_t seed) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    long runs = 0;
-    uint64_t seed = 1;
-    std::vector<Input> corpus;
-    for (int i = 1; i < argc; ++i) {
-        const bool hasValue = i + 1 < argc;
-        if (strcmp(argv[i], "--runs") == 0 && hasValue) {
-            runs = atol(argv[++i]);
-        } else if (strcmp(argv[i], "--seed") == 0 && hasValue) {
-            seed = strtoull(argv[++i], nullptr, 10);
-        } else if (std::filesystem::exists(argv[i])) {
-            readInputs(argv[i], &corpus);
-        } else {
-            fprintf(stderr, "%s: no such file: %s\n", argv[0], argv[i]);
-            return 2;
-        }
+    if (argc < 3) {
+        fprintf(stderr, "usage: %s RUNS SEED [FILE|FOLDER...]\n", argv[0]);
+        return 2;
     }
+    std::vector<Input> corpus;
+    for (int i = 3; i < argc; ++i) readInputs(argv[i], &corpus);
     __android_log_set_minimum_priority(ANDROID_LOG_FATAL);
     for (const Input& input : corpus) LLVMFuzzerTestOneInput(input.data(), input.size());
-    runRandom(corpus, runs, seed);
+    const long runs = atol(argv[1]);
+    runRandom(corpus, runs, strtoull(argv[2], nullptr, 10));
     printf("%zu files and %ld random inputs survived\n", corpus.size(), runs);
     return 0;
 }

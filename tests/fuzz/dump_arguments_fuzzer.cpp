@@ -1,9 +1,7 @@
 // Arbitrary dump arguments, from callers that may dump and from one that may not.
 
-#include <android-base/unique_fd.h>
+#include <android-base/file.h>
 #include <binder/IPCThreadState.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "daemon/Log.h"
 #include "daemon/ZstatsPullerService.h"
@@ -22,12 +20,6 @@ android::Vector<android::String16> splitArguments(const std::string& text) {
     return args;
 }
 
-std::string contentOf(int fd) {
-    std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
-    require(pread(fd, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
-    return text;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -39,9 +31,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto args = splitArguments(textOf(data + 1, size - 1));
 
     zstats::gLogLevel = 1;
-    const android::base::unique_fd out(memfd_create("dump", MFD_CLOEXEC));
-    const android::status_t status = service->dump(out.get(), args);
-    const std::string text = contentOf(out.get());
+    TemporaryFile out;
+    const android::status_t status = service->dump(out.fd, args);
+    std::string text;
+    require(android::base::ReadFileToString(out.path, &text));
     const int32_t level = zstats::gLogLevel;
     if (caller == 2000) {
         require(status == android::PERMISSION_DENIED && text.empty() && level == 1);
