@@ -3,6 +3,7 @@
 #include <binder/Binder.h>
 #include <binder/IBinder.h>
 #include <binder/Parcel.h>
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -10,6 +11,8 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "host/stats/EventReader.h"
 
 namespace zstats {
 
@@ -21,16 +24,18 @@ struct Registration {
     std::vector<int32_t> additiveFields;
 };
 
-/** Takes the one answer to a pull. */
+/** Takes the one answer to a pull, by the numbers of its wire. */
 class FakeResultReceiver : public android::BBinder {
   public:
+    explicit FakeResultReceiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
+
     const android::String16& getInterfaceDescriptor() const override { return mDescriptor; }
 
-    /** Whether the pull of `tag` was answered with success in time. */
-    bool waitForSuccess(int32_t tag) {
+    /** See FakeStatsd::pull; empty when no answer comes. */
+    std::string waitForAnswer() {
         std::unique_lock<std::mutex> lock(mLock);
-        return mArrived.wait_for(lock, std::chrono::seconds(20), [&] { return mFinished; }) &&
-               mSuccess && mTag == tag;
+        mArrived.wait_for(lock, std::chrono::seconds(20), [&] { return !mAnswer.empty(); });
+        return mAnswer;
     }
 
   protected:
@@ -38,21 +43,35 @@ class FakeResultReceiver : public android::BBinder {
                                  uint32_t flags) override {
         if (code != FIRST_CALL_TRANSACTION) return BBinder::onTransact(code, data, reply, flags);
         if (!data.checkInterface(this)) return android::BAD_TYPE;
+        const std::string tag = std::to_string(data.readInt32());
+        std::string answer = tag + (data.readBool() ? " success" : " failure");
+        size_t size = 0;
+        for (int32_t left = data.readInt32(); left > 0; --left) {
+            data.readInt32();  // not null
+            data.readInt32();  // size of the parcelable
+            std::vector<uint8_t> bytes;
+            data.readByteVector(&bytes);
+            size += bytes.size();
+            const auto event = readEvent(bytes.data(), bytes.size());
+            if (!event || std::to_string(event->atomId) != tag) return android::BAD_VALUE;
+            answer += event->built ? " [" : " unbuilt[";
+            for (const auto& field : event->fields)
+                answer += std::to_string(std::get<int32_t>(field));
+            answer += "]";
+        }
+        if (size > mMaxBytes) return android::FAILED_TRANSACTION;
         const std::lock_guard<std::mutex> lock(mLock);
-        mTag = data.readInt32();
-        mSuccess = data.readBool();
-        mFinished = true;
+        mAnswer += answer;
         mArrived.notify_all();
         return android::OK;
     }
 
   private:
+    const size_t mMaxBytes;
     const android::String16 mDescriptor{"android.os.IPullAtomResultReceiver"};
     std::mutex mLock;
     std::condition_variable mArrived;
-    bool mFinished = false;  // guarded by mLock, as are the next two
-    bool mSuccess = false;
-    int32_t mTag = 0;
+    std::string mAnswer;  // guarded by mLock
 };
 
 /** Statsd as the daemon's pull library sees it: takes registrations off the wire, one by one. */
@@ -87,19 +106,23 @@ class FakeStatsd : public android::BBinder {
         return nullptr;
     }
 
-    /** Pulls a registered tag and waits; true when the answer is a success. */
-    bool pull(int32_t tag) {
+    /**
+     * Pulls a registered tag and waits for the answer: "TAG success" or "TAG failure", and the
+     * int32 fields of each event. An answer with more than `maxBytes` of events does not arrive.
+     */
+    std::string answerOf(int32_t tag, size_t maxBytes = 1 << 20) {
         const android::sp<android::IBinder> callback = callbackOf(tag);
-        if (callback == nullptr) return false;
-        const android::sp<FakeResultReceiver> receiver(new FakeResultReceiver());
+        if (callback == nullptr) return "";
+        const android::sp<FakeResultReceiver> receiver(new FakeResultReceiver(maxBytes));
         android::Parcel request;
         request.writeInterfaceToken(android::String16("android.os.IPullAtomCallback"));
         request.writeInt32(tag);
         request.writeStrongBinder(receiver);
-        return callback->transact(FIRST_CALL_TRANSACTION, request, nullptr, FLAG_ONEWAY) ==
-                       android::OK &&
-               receiver->waitForSuccess(tag);
+        callback->transact(FIRST_CALL_TRANSACTION, request, nullptr, FLAG_ONEWAY);
+        return receiver->waitForAnswer();
     }
+    /** Whether the pull of `tag` is answered with success in time. */
+    bool pull(int32_t tag) { return answerOf(tag).find(" success") != std::string::npos; }
 
   protected:
     android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,

@@ -1,52 +1,16 @@
-#include <aidl/android/os/BnPullAtomResultReceiver.h>
-#include <aidl/android/os/IPullAtomCallback.h>
 #include <gtest/gtest.h>
 #include <stats_pull_atom_callback.h>
 
 #include <thread>
 
 #include "host/inprocess/InProcessBinder.h"
-#include "host/stats/EventReader.h"
 #include "host/stats/PullRegistry.h"
 #include "tests/support/FakeStatsd.h"
 
 namespace zstats {
 namespace {
 
-using aidl::android::os::IPullAtomCallback;
-using aidl::android::os::IPullAtomResultReceiver;
-using aidl::android::util::StatsEventParcel;
 using Strings = std::vector<std::string>;
-
-/** statsd's side of one pull; takes no answer of more than `maxBytes`. */
-class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
-  public:
-    explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
-
-    ndk::ScopedAStatus pullFinished(int32_t tag, bool success,
-                                    const std::vector<StatsEventParcel>& output) override {
-        size_t size = 0;
-        std::string answer = success ? "success" : "failure";
-        for (const auto& [bytes] : output) {
-            const auto event =
-                    readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-            if (!event || event->atomId != tag || event->fields.size() != 1) break;
-            answer += " " + std::to_string(tag) + ":" +
-                      std::to_string(std::get<int32_t>(event->fields[0])) +
-                      (event->built ? "" : " unbuilt");
-            size += bytes.size();
-        }
-        if (size > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
-        answers.push_back(answer);
-        return ndk::ScopedAStatus::ok();
-    }
-
-    /** "success" or "failure" and each event as its tag and number. */
-    Strings answers;
-
-  private:
-    const size_t mMaxBytes;
-};
 
 AStatsManager_PullAtomCallbackReturn answerNothing(int32_t, AStatsEventList*, void*) {
     return AStatsManager_PULL_SUCCESS;
@@ -56,7 +20,7 @@ void registerTag(int32_t tag) {
     AStatsManager_setPullAtomCallback(tag, nullptr, answerNothing, nullptr);
 }
 
-class PullLibraryTest : public testing::Test {
+class PullRegistryTest : public testing::Test {
   protected:
     void SetUp() override { startStatsd(); }
 
@@ -85,22 +49,16 @@ class PullLibraryTest : public testing::Test {
         mRemote->drainOneway();
     }
 
-    /** What one pull of `tag` by statsd is answered with. */
-    Strings pull(int32_t tag, size_t maxBytes = 1 << 20) {
+    std::string pull(int32_t tag, size_t maxBytes = 1 << 20) {
         settle();
-        auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
-        auto remote = inprocess::publish("callback", mStatsd->callbackOf(tag));
-        auto callback = IPullAtomCallback::fromBinder(remote->ndkProxy());
-        EXPECT_TRUE(callback->onPullAtom(tag, receiver).isOk());
-        remote->drainOneway();
-        return receiver->answers;
+        return mStatsd->answerOf(tag, maxBytes);
     }
 
     android::sp<FakeStatsd> mStatsd;
     std::shared_ptr<inprocess::RemoteService> mRemote;
 };
 
-TEST_F(PullLibraryTest, registersInOrderWithoutMakingTheCallerWait) {
+TEST_F(PullRegistryTest, registersInOrderWithoutMakingTheCallerWait) {
     mRemote->block();
     for (int32_t tag : {30, 10, 20}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(10);
@@ -108,7 +66,7 @@ TEST_F(PullLibraryTest, registersInOrderWithoutMakingTheCallerWait) {
     EXPECT_EQ(mStatsd->waitForRequests(4), (Strings{"+30", "+10", "+20", "-10"}));
 }
 
-TEST_F(PullLibraryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
+TEST_F(PullRegistryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
     AStatsManager_PullAtomMetadata* metadata = AStatsManager_PullAtomMetadata_obtain();
     AStatsManager_setPullAtomCallback(1, metadata, answerNothing, nullptr);
     int32_t fields[] = {3, 5};
@@ -143,23 +101,20 @@ AStatsManager_PullAtomCallbackReturn answerTwo(int32_t tag, AStatsEventList* dat
     return *static_cast<int32_t*>(cookie);
 }
 
-TEST_F(PullLibraryTest, answersWithEveryEventAndTheVerdictOrWithAFailureThatGoesThrough) {
-    const struct {
-        int32_t verdict;
-        size_t maxBytes;
-        std::string answer;
-    } cases[] = {{AStatsManager_PULL_SUCCESS, 1 << 20, "success 7:1 7:2 unbuilt"},
-                 {AStatsManager_PULL_SKIP, 1 << 20, "failure 7:1 7:2 unbuilt"},
-                 {-1, 1 << 20, "failure 7:1 7:2 unbuilt"},
-                 {AStatsManager_PULL_SUCCESS, 42, "success 7:1 7:2 unbuilt"},
-                 {AStatsManager_PULL_SUCCESS, 41, "failure"}};
-    for (auto row : cases) {
-        AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &row.verdict);
-        EXPECT_EQ(pull(7, row.maxBytes), Strings{row.answer});
+TEST_F(PullRegistryTest, answersWithEveryEventAndTheVerdictOrWithAFailureThatGoesThrough) {
+    const std::tuple<int32_t, size_t, const char*> rows[] = {
+            {AStatsManager_PULL_SUCCESS, 1 << 20, "7 success [1] unbuilt[2]"},
+            {AStatsManager_PULL_SKIP, 1 << 20, "7 failure [1] unbuilt[2]"},
+            {-1, 1 << 20, "7 failure [1] unbuilt[2]"},
+            {AStatsManager_PULL_SUCCESS, 42, "7 success [1] unbuilt[2]"},
+            {AStatsManager_PULL_SUCCESS, 41, "7 failure"}};
+    for (auto [verdict, maxBytes, answer] : rows) {
+        AStatsManager_setPullAtomCallback(7, nullptr, answerTwo, &verdict);
+        EXPECT_EQ(pull(7, maxBytes), answer);
     }
 }
 
-TEST_F(PullLibraryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
+TEST_F(PullRegistryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
     int32_t verdict = AStatsManager_PULL_SUCCESS;
     for (int32_t tag : {30, 10, 20, 15}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(15);
@@ -167,13 +122,13 @@ TEST_F(PullLibraryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
     AStatsManager_setPullAtomCallback(20, nullptr, answerTwo, &verdict);
     EXPECT_EQ(mStatsd->waitForRequests(6).size(), 6u);
     for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(pull(20), Strings{"success 20:1 20:2 unbuilt"});
+        EXPECT_EQ(pull(20), "20 success [1] unbuilt[2]");
         restartStatsd();
         EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
     }
 }
 
-TEST_F(PullLibraryTest, keepsRegistrationsThatFoundNoStatsd) {
+TEST_F(PullRegistryTest, keepsRegistrationsThatFoundNoStatsd) {
     registerTag(30);
     EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+30"});
     mRemote->die();
@@ -188,7 +143,7 @@ TEST_F(PullLibraryTest, keepsRegistrationsThatFoundNoStatsd) {
     EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
 }
 
-TEST_F(PullLibraryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
+TEST_F(PullRegistryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
     std::vector<std::thread> threads;
     for (int32_t first : {0, 1, 2}) {
         threads.emplace_back([first] {
