@@ -13,10 +13,11 @@ is thermal '' "$(differences /profile/thermal /tmp/recording/thermal)"
 is uah '' "$(differences /profile/uah /tmp/recording/uah)"
 sorted() { sort "$1" >"/tmp/sorted.$2"; echo "/tmp/sorted.$2"; }
 for file in charger calda; do
-    is $file '' "$(differences $(sorted /profile/$file a) $(sorted /tmp/recording/$file b))"
+    is $file '' "$(differences "$(sorted /profile/$file a)" "$(sorted /tmp/recording/$file b)")"
 done
 is meminfo "$(head -n 1 /proc/meminfo)" "$(head -n 1 /tmp/recording/root/proc/meminfo)"
-for name in $(ls /sys/class/wakeup); do
+for folder in /sys/class/wakeup/*; do
+    name=${folder##*/}
     is "wakeup/$name" "$(cat /sys/class/wakeup/$name/name /sys/class/wakeup/$name/active_time_ms)" \
         "$(cd /tmp/recording/root/sys/class/wakeup/$name && cat name active_time_ms)"
 done

@@ -36,10 +36,10 @@ for uid in 0 1000; do
     has_line 150005 out && ok streams_to_$uid || not_ok streams_to_$uid "$(cat err)"
 done
 for uid in 1 1001 1066 2000 9999; do
-    before=$(ls /proc/$(daemon_pid)/fd | wc -l)
+    before=$(ls "/proc/$(daemon_pid)/fd" | wc -l)
     statsctl subscribe 150005 --uid $uid --for 2 --json >out 2>err
     is refuses_$uid "1 statsctl: refused: service-specific error -1" "$? $(cat out err)"
-    is nothing_left_by_$uid "$before" "$(ls /proc/$(daemon_pid)/fd | wc -l)"
+    is nothing_left_by_$uid "$before" "$(ls "/proc/$(daemon_pid)/fd" | wc -l)"
 done
 asuid 2000 statsctl subscribe 150005 --for 2 >out 2>err
 is refuses_asuid_2000 "1 statsctl: refused: service-specific error -1" "$? $(cat out err)"

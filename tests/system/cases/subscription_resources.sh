@@ -9,7 +9,7 @@ others() {
     cat /proc/$pid/task/*/syscall | grep -vc "^$pool "
 }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
-runs_done() { [ "$(runs done)" -ge "$1" ]; }
+runs_done() { [ "$(runs "done")" -ge "$1" ]; }
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }
 running_is() { [ "$(running)" = "$1" ]; }
 
@@ -19,13 +19,13 @@ subscribe() {
 }
 
 # Once at ease, so that what is opened or started once for all calls is there.
-base=$(runs done)
+base=$(runs "done")
 for i in 1 2 3 4 5 6 7 8 9 10; do subscribe $i 1; done
 wait
 wait_for 20 runs_done $((base + 10))
 wait_for 20 running_is 0 || not_ok warm_up "$(running) still run"
 
-base=$(runs done)
+base=$(runs "done")
 fds_before=$(fds)
 others_before=$(others)
 clients=
@@ -33,13 +33,13 @@ for i in $(seq 1 20); do
     subscribe $i 60
     clients="$clients $!"
 done
-wait_for 40 runs_done $((base + 20)) && ok twenty_accepted || not_ok twenty_accepted "$(runs done)"
+wait_for 40 runs_done $((base + 20)) && ok twenty_accepted || not_ok twenty_accepted "$(runs "done")"
 is twenty_run 20 "$(running)"
 is one_descriptor_each $((fds_before + 20)) "$(fds)"
 
 refused=$(log_count "subscription refused: 20 are running")
 for i in 21 22 23 24 25; do subscribe $i 60; done
-wait_for 20 runs_done $((base + 25)) && ok five_more_accepted || not_ok five_more_accepted "$(runs done)"
+wait_for 20 runs_done $((base + 25)) && ok five_more_accepted || not_ok five_more_accepted "$(runs "done")"
 wait_for 10 log_has_more "subscription refused: 20 are running" $((refused + 4))
 is five_turned_away $((refused + 5)) "$(log_count "subscription refused: 20 are running")"
 for i in 21 22 23 24 25; do
@@ -48,9 +48,10 @@ for i in 21 22 23 24 25; do
 done
 is descriptors_of_all_calls $((fds_before + 25)) "$(fds)"
 is no_thread_more "$others_before" "$(others)"
-is no_run_goes_on "$(runs in)" "$(runs done)"
+is no_run_goes_on "$(runs in)" "$(runs "done")"
 
 # Half of the readers vanish; statsd notices, the daemon has nothing to notice.
+# shellcheck disable=SC2046
 kill -9 $(echo $clients | cut -d ' ' -f 1-10)
 wait_for 20 running_is 10 && ok vanished_readers_end || not_ok vanished_readers_end "$(running) run"
 is descriptors_stay $((fds_before + 25)) "$(fds)"
@@ -58,6 +59,7 @@ is threads_stay "$others_before" "$(others)"
 streaming=0
 for i in $(seq 11 20); do grep -q '"atom":150005,' out.$i && streaming=$((streaming + 1)); done
 is others_still_stream 10 $streaming
+# shellcheck disable=SC2046
 kill -9 $(echo $clients | cut -d ' ' -f 11-20)
 wait_for 20 running_is 0 && ok all_end || not_ok all_end "$(running) run"
 is daemon_lives "$pid" "$(daemon_pid)"

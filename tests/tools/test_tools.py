@@ -1,0 +1,138 @@
+"""The scripts that set up and build, each on a machine whose programs are stand-ins."""
+
+import os
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+_ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+_REAL = ("bash", "cat", "comm", "cut", "date", "dirname", "flock", "grep", "head", "mkdir", "mktemp",
+         "mv", "ln", "rm", "sed", "sh", "sleep", "sort", "tail", "touch")
+
+
+class _Machine:
+    """A folder with the only programs that a script can call, and a home for its caches."""
+
+    def __init__(self, folder, **programs):
+        self.folder = folder
+        self.called = os.path.join(folder, "called")
+        os.mkdir(os.path.join(folder, "bin"))
+        for name in _REAL:
+            path = "/usr/bin/" + name
+            os.symlink(path if os.path.exists(path) else "/bin/" + name,
+                       os.path.join(folder, "bin", name))
+        for name, text in programs.items():
+            path = os.path.join(folder, "bin", name.replace("_", "-"))
+            with open(path, "w", encoding="utf-8") as file:
+                file.write('#!/bin/bash\nset -- %s "$@"\necho "${*//$\'\\n\'/ }" >>%s\nshift\n%s\n' %
+                           (os.path.basename(path), self.called, text))
+            os.chmod(path, 0o755)
+
+    def start(self, *command):
+        environment = {"PATH": os.path.join(self.folder, "bin"), "HOME": self.folder,
+                       "ZSTATS_START": str(int(time.time()))}
+        return subprocess.Popen(command, cwd=_ROOT, env=environment, stderr=subprocess.PIPE,
+                                stdout=subprocess.PIPE, text=True, start_new_session=True)
+
+    def run(self, *command):
+        """The exit status, and the lines of standard error without progress."""
+        process = self.start(*command)
+        _, errors = process.communicate(timeout=60)
+        return process.returncode, [line for line in errors.splitlines() if line[:1] != "["]
+
+    def calls(self):
+        if not os.path.exists(self.called):
+            return []
+        with open(self.called, encoding="utf-8") as file:
+            return file.read().splitlines()
+
+    def await_calls(self, count):
+        until = time.time() + 30
+        while len(self.calls()) < count and time.time() < until:
+            time.sleep(0.02)
+
+
+# dpkg-query knows what has been "installed"; gcc and its like are named by tools/packages.
+_QUERY = 'for p in "${@:3}"; do [ "$p" = debootstrap ] || echo "installed $p"; done; exit 1'
+_ALL = 'for p in "${@:3}"; do echo "installed $p"; done'
+_SUDO = 'exec "$@"'
+_LOCKED_OUT = 'echo "sudo: a password is required" >&2; exit 1'
+_OFFLINE = 'echo "E: Temporary failure resolving an address" >&2; exit 100'
+
+
+class SetUpTest(unittest.TestCase):
+    def _set_up(self, uid, **programs):
+        with tempfile.TemporaryDirectory() as folder:
+            machine = _Machine(folder, id="echo %d" % uid, dpkg="", **programs)
+            status, lines = machine.run("tools/setup", "fresh")
+            calls = [line.split()[0] for line in machine.calls() if line.split()[0] in
+                     ("sudo", "apt-get")]
+        return status, lines[:1], calls, len(lines)
+
+    def test_asks_for_nothing_where_all_is_there(self):
+        self.assertEqual((0, [], [], 0), self._set_up(1000, dpkg_query=_ALL))
+
+    def test_installs_with_one_call_of_sudo(self):
+        for uid, sudo in ((0, []), (1000, ["sudo"])):
+            self.assertEqual((0, [], sudo + ["apt-get", "apt-get"], 0),
+                             self._set_up(uid, dpkg_query=_QUERY, apt_get="", sudo=_SUDO))
+
+    def test_says_in_one_line_what_is_missing(self):
+        for uid, programs, line in (
+                (1000, {"apt_get": ""}, "run as root, or install sudo"),
+                (1000, {"apt_get": "", "sudo": _LOCKED_OUT}, "sudo: a password is required"),
+                (0, {"apt_get": _OFFLINE}, "Debian's archive cannot be reached"),
+                (0, {}, "this is no Debian system with apt-get")):
+            status, lines, _, count = self._set_up(uid, dpkg_query=_QUERY, **programs)
+            self.assertEqual((1, 1), (status, count), lines)
+            start = "setup: missing: debootstrap; " + line
+            self.assertEqual(start, lines[0][:len(start)])
+
+
+class BuildTest(unittest.TestCase):
+    """tools/build with a CMake that takes its time, and a source that is there."""
+
+    def setUp(self):
+        self._folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self._folder.cleanup)
+        cmake = 'case $1 in -G) touch "$6/build.ninja" ;; *) sleep 1 ;; esac; echo "end" >>%s/called'
+        self._machine = _Machine(self._folder.name, cmake=cmake % self._folder.name)
+        os.makedirs(self._cache())
+
+    def _cache(self):
+        listed = subprocess.run(["sed", "-n", r"s/^readonly \(PACKAGE\|UPSTREAM\|VERSION\)=//p",
+                                 "host/aosp/apt-private"], cwd=_ROOT, capture_output=True, text=True,
+                                check=True).stdout.split()
+        return os.path.join(self._folder.name, ".cache", "zstats_pullerd", "-".join(listed[:2]))
+
+    def _build(self, *arguments):
+        return self._machine.start("tools/build", os.path.join(self._folder.name, "out"), "all",
+                                   *arguments)
+
+    def _steps(self):
+        return ["configure" if " -G " in line else line.split()[0] for line in self._machine.calls()]
+
+    def test_calls_take_turns_and_configure_once(self):
+        for process in (self._build(), self._build()):
+            self.assertEqual(0, (process.communicate(timeout=60), process.returncode)[1])
+        self.assertEqual(["configure", "end", "cmake", "end", "cmake", "end"], self._steps())
+
+    def test_other_arguments_configure_anew(self):
+        for arguments in ((), ("--", "-DX=1"), ("--", "-DX=1")):
+            self._build(*arguments).communicate(timeout=60)
+        self.assertEqual(["configure", "end", "cmake", "end", "configure", "end", "cmake", "end",
+                          "cmake", "end"], self._steps())
+
+    def test_waits_for_what_a_killed_call_left_running(self):
+        killed = self._build()
+        self._machine.await_calls(3)
+        os.kill(killed.pid, signal.SIGKILL)
+        self._build().communicate(timeout=60)
+        killed.communicate()
+        self.assertEqual(["configure", "end", "cmake", "end", "cmake", "end"], self._steps())
+
+
+if __name__ == "__main__":
+    unittest.main()
