@@ -11,9 +11,9 @@ import termios
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
-from vdevice.outside import build, image, profile  # noqa: E402
-from vdevice.outside.device import Device  # noqa: E402
-from vdevice.outside.progress import Failure, say  # noqa: E402
+from vdevice.launcher import build  # noqa: E402
+from vdevice.launcher.device import Device  # noqa: E402
+from vdevice.launcher.progress import Failure, say  # noqa: E402
 
 _DEFAULT_SECONDS = 900
 _STATUS_USAGE = 2
@@ -49,7 +49,7 @@ _tag.__name__ = "atom tag"
 def _add_common(parser):
     parser.add_argument("--profile", default="qcom", metavar="NAME|DIR",
                         help="one of vdevice/profiles, or a folder (default: qcom)")
-    parser.add_argument("--build-dir", default=os.path.join(image.ROOT, "build", "device"),
+    parser.add_argument("--build-dir", default=os.path.join(build.ROOT, "build", "device"),
                         metavar="DIR", help="where the device's programs are built")
     parser.add_argument("--log", metavar="FILE", help="keep the device's log in FILE")
     parser.add_argument("--timeout", type=_seconds, default=_DEFAULT_SECONDS, metavar="SECONDS",
@@ -77,27 +77,23 @@ def _vdev_parser():
 
 
 def _profile_folder(name):
-    shipped = os.path.join(image.ROOT, "vdevice", "profiles", name)
+    shipped = os.path.join(build.ROOT, "vdevice", "profiles", name)
     return shipped if "/" not in name and os.path.isdir(shipped) else name
 
 
-def _prepare(options):
-    """Everything up to the boot. Returns the profile's folder."""
-    build.set_up()
-    folder = _profile_folder(options.profile)
-    profile.check(folder, image.service_names())
-    with build.lock(options.build_dir):
-        build.build_programs(options.build_dir)
-        image.base(options.build_dir)
-    return folder
-
-
 def _boot(options, script):
-    folder = _prepare(options)
+    build.set_up()
+    folder = os.path.abspath(options.build_dir)
+    build.build_image(folder)
+    profile = _profile_folder(options.profile)
+    build.check_profile(folder, profile)
+    image = os.path.join(folder, "image")
     log = open(options.log, "wb") if options.log else None
     with tempfile.TemporaryDirectory(prefix="vdev.") as work:
-        device = Device(work, options.build_dir, folder, script)
-        say("booting profile %s" % os.path.basename(os.path.normpath(folder)))
+        ramdisk = os.path.join(work, "ramdisk")
+        build.write_ramdisk(ramdisk, image, profile, script)
+        device = Device(work, os.path.join(image, "vmlinux"), ramdisk, script is None)
+        say("booting profile %s" % os.path.basename(os.path.normpath(profile)))
         try:
             return device.run(options.timeout)
         finally:

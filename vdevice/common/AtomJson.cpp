@@ -6,28 +6,6 @@
 namespace zstats::vdevice {
 namespace {
 
-/** Bytes of the UTF-8 character at the text's start; 0 if there is none. */
-size_t utf8Length(std::string_view text) {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    const size_t length = first < 0x80   ? 1
-                          : first < 0xC2 ? 0
-                          : first < 0xE0 ? 2
-                          : first < 0xF0 ? 3
-                          : first < 0xF5 ? 4
-                                         : 0;
-    if (length == 0 || length > text.size()) return 0;
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-    }
-    // Overlong forms, surrogates, and what lies beyond the last character.
-    if (first == 0xE0 && byte(1) < 0xA0) return 0;
-    if (first == 0xED && byte(1) > 0x9F) return 0;
-    if (first == 0xF0 && byte(1) < 0x90) return 0;
-    if (first == 0xF4 && byte(1) > 0x8F) return 0;
-    return length;
-}
-
 void appendAscii(std::string* out, char c) {
     char escaped[8];
     switch (c) {
@@ -76,6 +54,27 @@ std::string list(size_t count, Item item) {
 }
 
 }  // namespace
+
+size_t utf8Length(std::string_view text) {
+    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(0);
+    const size_t length = first < 0x80   ? 1
+                          : first < 0xC2 ? 0
+                          : first < 0xE0 ? 2
+                          : first < 0xF0 ? 3
+                          : first < 0xF5 ? 4
+                                         : 0;
+    if (length == 0 || length > text.size()) return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return 0;
+    }
+    // Overlong forms, surrogates, and what lies beyond the last character.
+    if (first == 0xE0 && byte(1) < 0xA0) return 0;
+    if (first == 0xED && byte(1) > 0x9F) return 0;
+    if (first == 0xF0 && byte(1) < 0x90) return 0;
+    if (first == 0xF4 && byte(1) > 0x8F) return 0;
+    return length;
+}
 
 std::string jsonString(std::string_view text) {
     std::string out = "\"";

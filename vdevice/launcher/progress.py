@@ -4,7 +4,7 @@ import os
 import sys
 import time
 
-_START = float(os.environ.get("ZSTATS_START", time.time()))
+STARTED = float(os.environ.get("ZSTATSSTARTED", time.time()))
 
 
 class Failure(Exception):
@@ -16,5 +16,5 @@ class Failure(Exception):
 
 
 def say(text):
-    sys.stderr.write("[%6.1f s] %s\n" % (time.time() - _START, text))
+    sys.stderr.write("[%6.1f s] %s\n" % (time.time() - STARTED, text))
     sys.stderr.flush()

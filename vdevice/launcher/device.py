@@ -14,7 +14,6 @@ import subprocess
 import sys
 import time
 
-from . import image
 from .progress import Failure, say
 
 STATUS_TIMED_OUT = 124
@@ -36,13 +35,14 @@ def _die_with_parent():
 
 
 class Device:
-    """One boot. `output` and `errors` are the binary streams that the script's output goes to."""
+    """One boot. The script's output goes to standard output and standard error."""
 
-    def __init__(self, folder, build, profile, script, output=None, errors=None):
+    def __init__(self, folder, kernel, ramdisk, interactive):
+        """`folder` is for this boot's files alone."""
         self._folder = folder
-        self._interactive = script is None
-        self._output = output or sys.stdout.buffer
-        self._errors = errors or sys.stderr.buffer
+        self._kernel = kernel
+        self._ramdisk = ramdisk
+        self._interactive = interactive
         self._pending = bytearray()
         self._console = bytearray()
         self._log = bytearray()
@@ -53,10 +53,6 @@ class Device:
         self._handlers = {b"O": self._on_output, b"E": self._on_errors, b"L": self._log.extend,
                           b"H": lambda data: None, b"S": self._on_state, b"X": self._on_exit,
                           b"F": self._on_refusal}
-        self._ramdisk = os.path.join(folder, "ramdisk")
-        with open(self._ramdisk, "wb") as file, open(image.base(build), "rb") as base:
-            file.write(base.read())
-            file.write(image.boot_part(profile, script))
 
     def log(self):
         """What the device logged, as far as it arrived."""
@@ -78,13 +74,12 @@ class Device:
         return self._result()
 
     def _start(self):
-        kernel, _ = image.kernel()
         port = os.path.join(self._folder, "port")
         command = ["qemu-system-x86_64", "-accel", "tcg", "-m", "512", "-smp", "2", "-display",
                    "none", "-no-reboot", "-monitor", "none", "-nodefaults",
                    "-chardev", "stdio,id=console,signal=off", "-serial", "chardev:console",
                    "-chardev", "socket,id=port,path=" + port, "-serial", "chardev:port",
-                   "-kernel", kernel, "-initrd", self._ramdisk, "-append", _KERNEL_OPTIONS]
+                   "-kernel", self._kernel, "-initrd", self._ramdisk, "-append", _KERNEL_OPTIONS]
         streams = {} if self._interactive else {
             "stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
         self._process = subprocess.Popen(command, preexec_fn=_die_with_parent, **streams)
@@ -139,12 +134,12 @@ class Device:
             self._handlers[kind](payload)
 
     def _on_output(self, data):
-        self._output.write(data)
-        self._output.flush()
+        sys.stdout.buffer.write(data)
+        sys.stdout.buffer.flush()
 
     def _on_errors(self, data):
-        self._errors.write(data)
-        self._errors.flush()
+        sys.stderr.buffer.write(data)
+        sys.stderr.buffer.flush()
 
     def _on_state(self, data):
         self._ready = True
