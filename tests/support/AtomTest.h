@@ -56,7 +56,11 @@ class AtomTest : public HandlerTest {
         callback.getValueByHandleKey("connect");
         log.clear();
     }
-    ~AtomTest() override { EXPECT_EQ(openDescriptors(), mDescriptors); }
+    ~AtomTest() override {
+        EXPECT_EQ(openDescriptors(), mDescriptors);
+        // A pull must not wait for a service.
+        EXPECT_THAT(inprocess::lookUps(), testing::Each(testing::StartsWith("check ")));
+    }
 
     void useQcom() { __system_property_set("ro.hardware", "qcom"); }
 
