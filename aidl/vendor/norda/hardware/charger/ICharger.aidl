@@ -1,6 +1,7 @@
 package vendor.norda.hardware.charger;
 
 /** The charger driver's own bookkeeping; only what the daemon asks for, in declaration order. */
+@VintfStability
 interface ICharger {
     /** Battery voltage. */
     int getBatteryVoltageNow();

@@ -1,0 +1,6 @@
+package vendor.norda.hardware.handlefactory;
+@VintfStability
+parcelable HandleResult {
+    int code;
+    String content;
+}

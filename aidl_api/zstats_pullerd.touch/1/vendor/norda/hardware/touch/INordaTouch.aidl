@@ -1,0 +1,5 @@
+package vendor.norda.hardware.touch;
+@VintfStability
+interface INordaTouch {
+    String touchReadNodeFile(int deviceId, int nodeFlag);
+}
