@@ -5,8 +5,10 @@
 namespace zstats::vdevice {
 namespace {
 
-// A pull is due a second after the one before has ended, and takes some time itself.
-constexpr int64_t kGoneAfterNs = 2'500'000'000;
+// Every atom of a subscription is pulled in turn: when another one has come twice since a key was
+// seen, the key's own atom was pulled in between.
+constexpr int kGoneAfterMessages = 2;
+constexpr int64_t kGoneAfterNs = 10'000'000'000;
 constexpr double kNsInSecond = 1e9;
 
 using Number = std::variant<int64_t, double>;
@@ -50,7 +52,7 @@ size_t AtomSeries::seriesOf(const StreamedAtom& atom, const std::string& key, si
     series.rate = info.delta;
     series.shareOf = known.shareOf;
     mAll.push_back(std::move(series));
-    mStates.push_back({0, false, known.zeroWhenAbsent});
+    mStates.push_back({0, false, known.zeroWhenAbsent, {}});
     return entry->second;
 }
 
@@ -64,6 +66,7 @@ void AtomSeries::addField(const StreamedAtom& atom, const std::string& key, size
     const bool first = state.lastNs == 0;
     state.lastNs = atom.timestampNs;
     state.expired = false;
+    state.messagesSince.clear();
     if (!mAll[index].rate) {
         samples->push_back({index, atom.timestampNs, *number});
     } else if (!first && sinceNs > 0) {
@@ -85,7 +88,23 @@ std::vector<Sample> AtomSeries::add(const std::vector<StreamedAtom>& atoms) {
             addField(atom, key, field, &samples);
         }
     }
+    for (size_t i = 0; i < mStates.size(); ++i) {
+        if (!isGone(i, atoms)) continue;
+        mStates[i].expired = true;
+        samples.push_back({i, atoms.back().timestampNs, int64_t{0}});
+    }
     return samples;
+}
+
+bool AtomSeries::isGone(size_t series, const std::vector<StreamedAtom>& atoms) {
+    State& state = mStates[series];
+    if (atoms.empty() || !state.zeroWhenAbsent || state.expired) return false;
+    const int32_t own = mAll[series].atomId;
+    const int32_t came = atoms.front().id;  // a message holds the events of one pull
+    if (atomInfo(came).pushed || (came == own && state.lastNs >= atoms.front().timestampNs)) {
+        return false;
+    }
+    return came == own || ++state.messagesSince[came] >= kGoneAfterMessages;
 }
 
 std::vector<Sample> AtomSeries::expire(int64_t nowNs) {

@@ -35,13 +35,16 @@ struct Sample {
  */
 class AtomSeries {
   public:
-    /** The samples of the atoms of one message of the stream, in their order. Pushed atoms have
-     * none. */
+    /**
+     * The samples of the atoms of one message of the stream, in their order. Pushed atoms have
+     * none. Behind them a sample of 0 for each key that is gone, of the fields that the catalogue
+     * says are 0 then: its atom came without it, or has not come while another was pulled twice.
+     */
     std::vector<Sample> add(const std::vector<StreamedAtom>& atoms);
 
     /**
-     * Samples of 0 at `nowNs` for what is gone: the catalogue's fields that are 0 when their key is
-     * absent, whose key no pull has brought for more than two intervals.
+     * Samples of 0 at `nowNs` (CLOCK_BOOTTIME) for keys that are gone, where nothing else streams
+     * that could tell; see add().
      */
     std::vector<Sample> expire(int64_t nowNs);
 
@@ -52,6 +55,7 @@ class AtomSeries {
         int64_t lastNs = 0;
         bool expired = false;
         bool zeroWhenAbsent = false;
+        std::map<int32_t, int> messagesSince;  // by atom: those that came without this series
     };
 
     /** Atom, key and field. */
@@ -60,6 +64,8 @@ class AtomSeries {
     size_t seriesOf(const StreamedAtom& atom, const std::string& key, size_t field);
     void addField(const StreamedAtom& atom, const std::string& key, size_t field,
                   std::vector<Sample>* samples);
+
+    bool isGone(size_t series, const std::vector<StreamedAtom>& atoms);
 
     std::vector<Series> mAll;
     std::vector<State> mStates;  // by series

@@ -142,7 +142,6 @@ constexpr TextFile kFiles[] = {
         {"charger", nullptr, checkCharger, nullptr},
         {"features", checkFeature, nullptr, nullptr},
         {"scenario", nullptr, nullptr, checkScenario},
-        {"scenario.night", nullptr, nullptr, checkScenario},
         {"thermal", checkTemperature, nullptr, nullptr},
         {"touch", nullptr, nullptr, nullptr},
         {"uah", checkUsageRecord, nullptr, nullptr},
@@ -245,8 +244,10 @@ std::string checkEntry(const fs::path& path, const ProfileNames& names) {
         if (!fs::is_directory(path)) return path.string() + ": is no folder";
         return name == "nodes" ? checkNodes(path) : checkRoot(path);
     }
+    // A profile may have further scenarios, "scenario.NAME".
+    const std::string kind = startsWith(name, "scenario.") ? "scenario" : name;
     const auto* const file = std::find_if(std::begin(kFiles), std::end(kFiles),
-                                          [&](const TextFile& one) { return one.name == name; });
+                                          [&](const TextFile& one) { return one.name == kind; });
     if (file == std::end(kFiles)) return path.string() + ": a profile has no such file";
     if (!fs::is_regular_file(path)) return path.string() + ": is no file";
     return checkFile(path, *file, names);

@@ -97,7 +97,6 @@ void TraceWriter::add(const std::vector<StreamedAtom>& atoms) {
     for (const StreamedAtom& atom : atoms) {
         if (atomInfo(atom.id).pushed) writePushed(atom);
     }
-    if (!atoms.empty()) write(mSeries.expire(atoms.back().timestampNs));
     flush();
 }
 

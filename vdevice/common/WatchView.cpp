@@ -83,9 +83,6 @@ void WatchView::add(const std::vector<StreamedAtom>& atoms, int64_t uptimeMs) {
     mUptimeMs = uptimeMs;
     mNews.clear();
     for (const Sample& sample : mSeries.add(atoms)) keep(sample);
-    if (!atoms.empty()) {
-        for (const Sample& sample : mSeries.expire(atoms.back().timestampNs)) keep(sample);
-    }
     for (const StreamedAtom& atom : atoms) {
         const AtomInfo& info = atomInfo(atom.id);
         if (!info.pushed) continue;

@@ -106,16 +106,21 @@ TEST_F(TraceWriterTest, givesEachKeyATrackAndTurnsDifferencesIntoRates) {
 TEST_F(TraceWriterTest, letsASourceThatIsNotActiveAnyMoreFallToZero) {
     const std::vector<AtomValue> source = {std::string("usb"), int64_t{1}, int64_t{2}, int64_t{3},
                                            int64_t{4},         true,       int64_t{60}};
+    const auto silent = [this](int second) { return add({{150010, second * kSecond, 0, {4213}}}); };
     EXPECT_EQ(add({{150020, kSecond, 0, source}}).back(), "8=1000000000 10=1 11{9=4 11=7 30=60}");
-    add({{150010, 3 * kSecond, 0, {4213}}});
-    EXPECT_EQ(add({{150010, 4 * kSecond, 0, {4213}}}),
-              Lines{"8=4000000000 10=1 11{9=4 11=7 30=0}"});
-    EXPECT_EQ(add({{150010, 5 * kSecond, 0, {4213}}}), Lines());
-    EXPECT_EQ(add({{150020, 6 * kSecond, 0, source}}).back(),
-              "8=6000000000 10=1 11{9=4 11=7 30=60}");
+    silent(2);
+    EXPECT_EQ(silent(3), Lines{"8=3000000000 10=1 11{9=4 11=7 30=0}"});
+    EXPECT_EQ(silent(4), Lines());
+    EXPECT_EQ(add({{150020, 5 * kSecond, 0, source}}).back(),
+              "8=5000000000 10=1 11{9=4 11=7 30=60}");
+    // Its atom comes, and has another source.
+    std::vector<AtomValue> other = source;
+    other[0] = std::string("rtc");
+    EXPECT_EQ(add({{150020, 6 * kSecond, 0, other}}).back(), "8=6000000000 10=1 11{9=4 11=7 30=0}");
+    // Nothing comes any more.
     mBytes.clear();
-    mWriter.advance(9 * kSecond);
-    EXPECT_EQ(packetsOf(mBytes), Lines{"8=9000000000 10=1 11{9=4 11=7 30=0}"});
+    mWriter.advance(17 * kSecond);
+    EXPECT_EQ(packetsOf(mBytes), Lines{"8=17000000000 10=1 11{9=4 11=14 30=0}"});
 }
 
 TEST_F(TraceWriterTest, writesAPushedAtomAsAnInstantWithItsFields) {
