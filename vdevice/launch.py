@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""The virtual device from outside: `vdev exec`, `vdev shell` and `run` (see vdevice/README.md)."""
+"""The virtual device from outside: `vdev exec`, `vdev shell`, `vdev trace` and `run` (see
+vdevice/README.md)."""
 
 import argparse
 import os
@@ -16,6 +17,8 @@ from vdevice.launcher.device import Device  # noqa: E402
 from vdevice.launcher.progress import Failure, say  # noqa: E402
 
 _DEFAULT_SECONDS = 900
+_SECONDS_AROUND_A_TRACE = 60
+_OWN_SCENARIO = "default"
 _STATUS_USAGE = 2
 _STATUS_INTERRUPTED = 130
 
@@ -49,6 +52,9 @@ _tag.__name__ = "atom tag"
 def _add_common(parser):
     parser.add_argument("--profile", default="qcom", metavar="NAME|DIR",
                         help="one of vdevice/profiles, or a folder (default: qcom)")
+    parser.add_argument("--scenario", metavar="NAME",
+                        help="play the profile's file scenario.NAME from boot, or its file "
+                        "scenario if NAME is '%s'" % _OWN_SCENARIO)
     parser.add_argument("--build-dir", default=os.path.join(build.ROOT, "build", "device"),
                         metavar="DIR", help="where the device's programs are built")
     parser.add_argument("--log", metavar="FILE", help="keep the device's log in FILE")
@@ -68,11 +74,18 @@ def _run_parser():
 def _vdev_parser():
     parser = _Parser(prog="vdev", description="Runs a shell script, or a console, in the virtual "
                      "device.")
-    commands = parser.add_subparsers(dest="command", required=True, metavar="exec|shell")
+    commands = parser.add_subparsers(dest="command", required=True, metavar="exec|shell|trace")
     execute = commands.add_parser("exec", help="run a script and exit with its status")
     _add_common(execute)
     execute.add_argument("script", metavar="-- 'SHELL SCRIPT'")
     _add_common(commands.add_parser("shell", help="open a console; `exit` powers off"))
+    trace = commands.add_parser("trace", help="record atoms while the profile's scenario plays")
+    _add_common(trace)
+    trace.add_argument("--for", type=_seconds, dest="seconds", metavar="SECONDS",
+                       help="how long (default: until interrupted)")
+    trace.add_argument("-o", required=True, dest="output", metavar="FILE",
+                       help="where the trace is written, as it comes")
+    trace.add_argument("tags", nargs="*", type=_tag, metavar="ID", help="all atoms if none is named")
     return parser
 
 
@@ -81,7 +94,18 @@ def _profile_folder(name):
     return shipped if "/" not in name and os.path.isdir(shipped) else name
 
 
-def _boot(options, script):
+def _scenario_file(options, profile):
+    """The file of the scenario to play, or None. A trace plays the profile's own unasked."""
+    name = options.scenario
+    path = os.path.join(profile, "scenario" if name in (None, _OWN_SCENARIO) else "scenario." + name)
+    if os.path.isfile(path):
+        return path if name or options.command == "trace" else None
+    if name:
+        raise Failure("%s: there is no such scenario" % path)
+    return None
+
+
+def _boot(options, script, output=None):
     build.set_up()
     folder = os.path.abspath(options.build_dir)
     build.build_image(folder)
@@ -91,8 +115,9 @@ def _boot(options, script):
     log = open(options.log, "wb") if options.log else None
     with tempfile.TemporaryDirectory(prefix="vdev.") as work:
         ramdisk = os.path.join(work, "ramdisk")
-        build.write_ramdisk(ramdisk, image, profile, script)
-        device = Device(work, os.path.join(image, "vmlinux"), ramdisk, script is None)
+        build.write_ramdisk(ramdisk, image, profile, script, _scenario_file(options, profile))
+        device = Device(work, os.path.join(image, "vmlinux"), ramdisk, script is None,
+                        output or sys.stdout.buffer)
         say("booting profile %s" % os.path.basename(os.path.normpath(profile)))
         try:
             return device.run(options.timeout)
@@ -117,12 +142,25 @@ def _pull_script(options):
     return "exec " + " ".join(shlex.quote(word) for word in words + [str(t) for t in options.tags])
 
 
+def _boot_trace(options):
+    words = ["statsctl", "trace", "-"] + [str(tag) for tag in options.tags]
+    options.timeout = 1e9
+    if options.seconds is not None:
+        words += ["--for", str(round(options.seconds))]
+        options.timeout = options.seconds + _SECONDS_AROUND_A_TRACE
+    with open(options.output, "wb") as output:
+        return _boot(options, "exec " + " ".join(words), output)
+
+
 def _main(program, arguments):
     if program == "run":
         options = _run_parser().parse_intermixed_args(arguments)
+        options.command = program
         return _boot(options, _pull_script(options))
     options = _vdev_parser().parse_args(arguments)
-    return _boot_console(options) if options.command == "shell" else _boot(options, options.script)
+    if options.command == "shell":
+        return _boot_console(options)
+    return _boot_trace(options) if options.command == "trace" else _boot(options, options.script)
 
 
 def _interrupt(*_):

@@ -38,12 +38,15 @@ def check_profile(folder, profile):
         raise Failure(result.stderr.strip())
 
 
-def write_ramdisk(path, image, profile, script):
-    """Writes the RAM disk of one boot: the image's part, and behind it the profile and the script.
-    All in the device may read what the owner of the profile may. Without a script a console opens."""
+def write_ramdisk(path, image, profile, script, scenario=None):
+    """Writes the RAM disk of one boot: the image's part, and behind it the profile, the file of the
+    scenario that is to be played, and the script. All in the device may read what the owner of the
+    profile may. Without a script a console opens."""
     folder = path + ".files"
     os.mkdir(folder)
     subprocess.run(["cp", "-RP", profile + "/.", os.path.join(folder, "profile")], check=True)
+    if scenario is not None:
+        subprocess.run(["cp", scenario, os.path.join(folder, "profile", "playing")], check=True)
     if script is not None:
         os.mkdir(os.path.join(folder, "script"))
         with open(os.path.join(folder, "script", "main"), "wb") as file:

@@ -35,14 +35,15 @@ def _die_with_parent():
 
 
 class Device:
-    """One boot. The script's output goes to standard output and standard error."""
+    """One boot. The script's standard error goes to standard error."""
 
-    def __init__(self, folder, kernel, ramdisk, interactive):
-        """`folder` is for this boot's files alone."""
+    def __init__(self, folder, kernel, ramdisk, interactive, output):
+        """`folder` is for this boot's files alone, `output` takes what the script prints."""
         self._folder = folder
         self._kernel = kernel
         self._ramdisk = ramdisk
         self._interactive = interactive
+        self._output = output
         self._pending = bytearray()
         self._console = bytearray()
         self._log = bytearray()
@@ -134,8 +135,8 @@ class Device:
             self._handlers[kind](payload)
 
     def _on_output(self, data):
-        sys.stdout.buffer.write(data)
-        sys.stdout.buffer.flush()
+        self._output.write(data)
+        self._output.flush()
 
     def _on_errors(self, data):
         sys.stderr.buffer.write(data)

@@ -4,7 +4,7 @@ import os
 import sys
 import time
 
-STARTED = float(os.environ.get("ZSTATSSTARTED", time.time()))
+STARTED = float(os.environ.get("ZSTATS_START", time.time()))
 
 
 class Failure(Exception):
