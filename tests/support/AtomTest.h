@@ -49,6 +49,20 @@ inline Transcript atLevel(int32_t level, Transcript transcript) {
     return transcript;
 }
 
+/** The line of a node whose text is empty, and those of one that the service refuses. */
+inline std::string emptyNode(const std::string& key) {
+    return "E PullAtomCallback getContentByHandleKey read nodeKey: " + key + ", len=0";
+}
+constexpr char kRefused[] = "W handleFactory read failed.";
+
+/** One pull of an atom that reads nodes. */
+struct NodeRow {
+    int32_t tag;
+    Nodes nodes;
+    Transcript expected;
+    const char* hardware = "qcom";
+};
+
 /** A handle factory that is connected, and the answers of atoms with all their lines. */
 class AtomTest : public HandlerTest {
   protected:
@@ -113,34 +127,7 @@ class AtomTest : public HandlerTest {
         expectAtLevels(expected, [&] { return pull(tag); });
     }
 
-    FakeHandleFactory factory;
-
-  private:
-    static long openDescriptors() {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    }
-
-    const long mDescriptors = openDescriptors();
-};
-
-/** The line of a node whose text is empty, and those of one that the service refuses. */
-inline std::string emptyNode(const std::string& key) {
-    return "E PullAtomCallback getContentByHandleKey read nodeKey: " + key + ", len=0";
-}
-constexpr char kRefused[] = "W handleFactory read failed.";
-
-/** One pull of an atom that reads nodes. */
-struct NodeRow {
-    int32_t tag;
-    Nodes nodes;
-    Transcript expected;
-    const char* hardware = "qcom";
-};
-
-/** Expects each row's answer, from nodes that no other row has set. */
-class NodeAtomTest : public AtomTest {
-  protected:
+    /** Expects each row's answer, from nodes that no other row has set. */
     void expectRows(std::initializer_list<NodeRow> rows) {
         for (const NodeRow& row : rows) {
             SCOPED_TRACE(testing::PrintToString(row.nodes));
@@ -150,6 +137,16 @@ class NodeAtomTest : public AtomTest {
             for (const auto& node : row.nodes) factory.fail(node.first);
         }
     }
+
+    FakeHandleFactory factory;
+
+  private:
+    static long openDescriptors() {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    }
+
+    const long mDescriptors = openDescriptors();
 };
 
 }  // namespace zstats

@@ -3,7 +3,7 @@
 namespace zstats {
 namespace {
 
-class BatteryAtomsTest : public NodeAtomTest {
+class BatteryAtomsTest : public AtomTest {
   protected:
     FakeCharger charger;
 };

@@ -3,7 +3,7 @@
 namespace zstats {
 namespace {
 
-using ChargingAtomsTest = NodeAtomTest;
+using ChargingAtomsTest = AtomTest;
 
 TEST_F(ChargingAtomsTest, carryTheirNodes) {
     constexpr char kAc[] = "power_supply_ac_online";

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "tests/support/AtomTest.h"
+#include "tests/support/FakePlatformServices.h"
 
 namespace zstats {
 namespace {
@@ -45,12 +46,18 @@ TEST_F(ConcurrentPullsTest, ofOneTagLoseNoTime) {
 
 TEST_F(ConcurrentPullsTest, goOnWhileServicesComeAndGo) {
     FakeCharger charger;
+    FakeCalda calda;
+    FakeTouch touch;
     charger.set("getPsyBatteryFcc", 4500);
+    calda.set(FakeCalda::kShell, {4, 4, 1, 2, 3, 4});
+    touch.setText("5");
     set({{"battery_typical_capacity", "5000"}, {"battery_dod", "7"}});
     std::atomic<bool> done = false;
     std::vector<std::thread> pullers;
     const std::pair<int32_t, Transcript> atoms[] = {
-            {150022, {"[4500]"}}, {150138, {"[5000, 4500, 10]"}}, {150006, {"[7]"}}};
+            {150022, {"[4500]"}}, {150138, {"[5000, 4500, 10]"}},
+            {150006, {"[7]"}},    {150129, {"[2, 3, 4]"}},
+            {150131, {"[5]"}},    {150131, {"[5]"}}};
     for (const auto& [tag, events] : atoms) {
         pullers.emplace_back([&, tag = tag, &events = events] {
             do {
@@ -65,10 +72,11 @@ TEST_F(ConcurrentPullsTest, goOnWhileServicesComeAndGo) {
         // Connected and linked, so that both clients hear of the deaths.
         EXPECT_NE(callback.getIChargeService(), nullptr);
         EXPECT_NE(callback.getValueByHandleKey("battery_dod"), -1);
-        charger.remote().die();
-        factory.remote().die();
-        charger.publish();
-        factory.publish();
+        for (PublishedFake* fake :
+             std::initializer_list<PublishedFake*>{&charger, &calda, &factory}) {
+            fake->remote().die();
+            fake->publish();
+        }
     }
     done = true;
     for (std::thread& puller : pullers) puller.join();

@@ -80,7 +80,7 @@ TEST_F(CpuIdleTest, thePlatformDecidesHowManyStatesThereAre) {
     check({emptyNode(kRange)});
 }
 
-using CpuAtomsTest = NodeAtomTest;
+using CpuAtomsTest = AtomTest;
 
 TEST_F(CpuAtomsTest, carryTheirNodes) {
     constexpr char kType[] = "cpu_leakage_type";

@@ -1,5 +1,4 @@
 #include <stdexcept>
-#include <thread>
 
 #include "tests/support/AtomTest.h"
 
@@ -9,7 +8,7 @@ namespace {
 constexpr int32_t kTouchTag = 150131;
 constexpr char kUnreadable[] = "D2 handleTouchRefreshRateLevel parse touchReadNodeFile failed";
 
-using DisplayAtomsTest = NodeAtomTest;
+using DisplayAtomsTest = AtomTest;
 
 TEST_F(DisplayAtomsTest, carryThePanelsOfTheirPlatform) {
     constexpr char kQcom0[] = "panel0_brightness_level_qcom";
@@ -31,11 +30,6 @@ TEST_F(DisplayAtomsTest, carryThePanelsOfTheirPlatform) {
             {150015, {}, {kRefused, emptyNode("devinfo_lcd")}},
             {150014, {}, {}},
     });
-    useQcom();
-    pull(150133);
-    const auto reads = factory.reads();
-    EXPECT_EQ((reads.end() - 2)->first, kQcom0);
-    EXPECT_EQ(reads.back().first, kQcom1);
 }
 
 using TouchAtomTest = AtomTest;
@@ -79,22 +73,6 @@ TEST_F(TouchAtomTest, keepsTheFirstServiceThatItFinds) {
     FakeTouch successor;
     expectPulls(kTouchTag, {kUnreadable});
     EXPECT_THAT(successor.reads(), IsEmpty());
-}
-
-TEST_F(TouchAtomTest, firstPullsMayRunAtOnce) {
-    FakeTouch touch;
-    touch.remote().block();
-    std::vector<std::thread> pullers;
-    for (int i = 0; i < 4; ++i) {
-        pullers.emplace_back([&] {
-            AStatsEventList list;
-            pullInto(&list, callback, kTouchTag);
-        });
-    }
-    touch.remote().waitForBlocked(4);
-    touch.remote().unblock();
-    for (std::thread& puller : pullers) puller.join();
-    EXPECT_EQ(touch.reads().size(), 4u);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace {
 constexpr int32_t kDdrTag = 150027;
 constexpr char kDdr[] = "power_ddr_residency";
 
-using MemoryAtomsTest = NodeAtomTest;
+using MemoryAtomsTest = AtomTest;
 
 TEST_F(MemoryAtomsTest, ddrLinesAreReadByTheirMarks) {
     const std::pair<const char*, Transcript> rows[] = {

@@ -12,6 +12,7 @@
 namespace zstats {
 namespace {
 
+using namespace std::string_literals;
 using EventPtr = std::unique_ptr<AStatsEvent, decltype(&AStatsEvent_release)>;
 using Writer = void (*)(AStatsEvent* event);
 
@@ -46,7 +47,7 @@ std::optional<ReadEvent> read(const EventPtr& event) {
 }
 
 TEST(StatsEventTest, encodesEachKindOfFieldAndAnnotationToTheByte) {
-    static const uint8_t bytes[] = {1, 2};
+    static const uint8_t bytes[] = {0, 'x'};
     static const uint32_t uids[] = {1000, 2};
     static const char* const tags[] = {"a", nullptr};
     static const int32_t ints[] = {1, -1};
@@ -56,27 +57,31 @@ TEST(StatsEventTest, encodesEachKindOfFieldAndAnnotationToTheByte) {
     const std::string id = "00f5490200";
     const struct {
         Writer write;
-        std::string hex;  // of what follows the time stamp
+        std::string hex;   // of what follows the time stamp
+        FieldValue field;  // as it is read back
     } cases[] = {
-            {[](auto* e) { AStatsEvent_writeInt32(e, 7); }, id + "0007000000"},
-            {[](auto* e) { AStatsEvent_writeInt64(e, -1); }, id + "01ffffffffffffffff"},
-            {[](auto* e) { AStatsEvent_writeFloat(e, 1.25f); }, id + "040000a03f"},
-            {[](auto* e) { AStatsEvent_writeBool(e, true); }, id + "0501"},
-            {[](auto* e) { AStatsEvent_writeString(e, "ab"); }, id + "02020000006162"},
-            {[](auto* e) { AStatsEvent_writeString(e, nullptr); }, id + "0200000000"},
-            {[](auto* e) { AStatsEvent_writeByteArray(e, bytes, 2); }, id + "06020000000102"},
-            {[](auto* e) { AStatsEvent_writeByteArray(e, nullptr, 0); }, id + "0600000000"},
+            {[](auto* e) { AStatsEvent_writeInt32(e, 7); }, id + "0007000000", 7},
+            {[](auto* e) { AStatsEvent_writeInt64(e, -1); }, id + "01ffffffffffffffff", int64_t{-1}},
+            {[](auto* e) { AStatsEvent_writeFloat(e, 1.25f); }, id + "040000a03f", 1.25f},
+            {[](auto* e) { AStatsEvent_writeBool(e, true); }, id + "0501", true},
+            {[](auto* e) { AStatsEvent_writeString(e, "ab"); }, id + "02020000006162", "ab"s},
+            {[](auto* e) { AStatsEvent_writeString(e, nullptr); }, id + "0200000000", ""s},
+            {[](auto* e) { AStatsEvent_writeByteArray(e, bytes, 2); }, id + "06020000000078",
+             "\0x"s},
+            {[](auto* e) { AStatsEvent_writeByteArray(e, nullptr, 0); }, id + "0600000000", ""s},
             {[](auto* e) { AStatsEvent_writeAttributionChain(e, uids, tags, 2); },
-             id + "0902e803000001000000610200000000000000"},
+             id + "0902e803000001000000610200000000000000", "[1000:a,2:]"s},
             {[](auto* e) { AStatsEvent_writeInt32Array(e, ints, 2); },
-             id + "03020001000000ffffffff"},
+             id + "03020001000000ffffffff", "[1,-1]"s},
             {[](auto* e) { AStatsEvent_writeInt64Array(e, longs, 1); },
-             id + "0301010200000000000000"},
-            {[](auto* e) { AStatsEvent_writeFloatArray(e, floats, 1); }, id + "0301040000a03f"},
-            {[](auto* e) { AStatsEvent_writeBoolArray(e, bools, 2); }, id + "0302050100"},
+             id + "0301010200000000000000", "[2]"s},
+            {[](auto* e) { AStatsEvent_writeFloatArray(e, floats, 1); }, id + "0301040000a03f",
+             "[1.25]"s},
+            {[](auto* e) { AStatsEvent_writeBoolArray(e, bools, 2); }, id + "0302050100",
+             "[true,false]"s},
             {[](auto* e) { AStatsEvent_writeStringArray(e, tags, 2); },
-             id + "030202010000006100000000"},
-            {[](auto* e) { AStatsEvent_writeInt32Array(e, nullptr, 0); }, id + "030000"},
+             id + "030202010000006100000000", "[a,]"s},
+            {[](auto* e) { AStatsEvent_writeInt32Array(e, nullptr, 0); }, id + "030000", "[]"s},
             // Annotations of the atom, then of its field.
             {[](auto* e) {
                  AStatsEvent_addBoolAnnotation(e, 1, true);
@@ -84,18 +89,25 @@ TEST(StatsEventTest, encodesEachKindOfFieldAndAnnotationToTheByte) {
                  AStatsEvent_addBoolAnnotation(e, 1, true);
                  AStatsEvent_addInt32Annotation(e, 127, 3);
              },
-             "10f5490200"
-             "010501"
-             "2500"
-             "010501"
-             "7f0003000000"},
+             "10f549020001050125000105017f0003000000", false},
     };
     for (const auto& row : cases) {
+        SCOPED_TRACE(row.hex);
         const EventPtr event = newEvent();
         row.write(event.get());
+        EXPECT_FALSE(read(event)->built);
+        EXPECT_EQ(read(event)->fields, std::vector{row.field});
         AStatsEvent_build(event.get());
         EXPECT_EQ(hexOf(event), "0703018877665544332211" + row.hex);
-        EXPECT_TRUE(read(event)->valid()) << row.hex;
+        EXPECT_TRUE(read(event)->valid());
+        EXPECT_EQ(read(event)->timestampNs, 0x1122334455667788);
+        EXPECT_EQ(read(event)->atomId, 150005);
+        EXPECT_EQ(read(event)->fields, std::vector{row.field});
+        for (std::vector<uint8_t> cut = bytesOf(event); !cut.empty();) {
+            cut.pop_back();
+            cut.shrink_to_fit();  // so that a sanitizer sees a read past the cut
+            EXPECT_FALSE(isValidEvent(cut.data(), cut.size())) << cut.size();
+        }
     }
 }
 

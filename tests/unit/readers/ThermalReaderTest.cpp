@@ -2,7 +2,6 @@
 #include <binder/IServiceManager.h>
 #include <utils/String16.h>
 
-#include <atomic>
 #include <thread>
 
 #include "readers/ThermalReader.h"
@@ -161,34 +160,6 @@ TEST_F(ThermalReaderTest, noticesAboutOtherBindersAreIgnored) {
         if (isHeld) expected.push_back("I ThermalReader calda binderDied!");
         EXPECT_EQ(lines(), expected);
     }
-}
-
-TEST_F(ThermalReaderTest, queriesSurviveDeathsOnOtherThreads) {
-    FakeCalda calda;
-    calda.set(FakeCalda::kStatus, {0, 4});
-    calda.set(FakeCalda::kShell, {4, 4, 1, 2, 3, 4});
-    ThermalReader reader;
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&] {
-            while (!stop) {
-                int status = 4;
-                Ints values;
-                reader.getThermalStatus(status);
-                EXPECT_EQ(status, 4);
-                if (reader.getTemperatureInMilliCelsius(ThermalReader::SHELL, values) == 0) {
-                    EXPECT_EQ(values, (Ints{2, 3, 4}));
-                }
-            }
-        });
-    }
-    for (int i = 0; i < 50; ++i) {
-        calda.remote().die();
-        calda.publish();
-    }
-    stop = true;
-    for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace
