@@ -58,8 +58,18 @@ std::function<void()> LogCapture::actionFor(const std::string& text) {
 }
 
 void LogCapture::add(LogLine line) {
-    std::lock_guard<std::mutex> lock(mLock);
+    const std::lock_guard<std::mutex> lock(mLock);
     mLines.push_back(std::move(line));
+    mAdded.notify_all();
+}
+
+void LogCapture::waitFor(const std::string& text, size_t count) const {
+    std::unique_lock<std::mutex> lock(mLock);
+    const auto matches = [&](const LogLine& line) { return line.text == text; };
+    mAdded.wait(lock, [&] {
+        return std::count_if(mLines.begin(), mLines.end(), matches) >=
+               static_cast<std::ptrdiff_t>(count);
+    });
 }
 
 std::vector<std::string> LogCapture::take(const std::string& tag) {

@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 
+#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -32,6 +33,9 @@ class LogCapture {
     /** The lines of this tag since the last take, as "W text", in order; all lines are forgotten. */
     std::vector<std::string> take(const std::string& tag = "zstats_pullerd");
 
+    /** Returns once `count` lines of this text have been logged since the last take. */
+    void waitFor(const std::string& text, size_t count = 1) const;
+
     /** Runs `action` on the logging thread, right after the next line of this text. */
     void whenLogged(const std::string& text, std::function<void()> action);
 
@@ -48,6 +52,7 @@ class LogCapture {
     std::function<void()> actionFor(const std::string& text);
 
     mutable std::mutex mLock;  // guards all below
+    mutable std::condition_variable mAdded;
     std::vector<LogLine> mLines;
     std::string mAwaited;
     std::function<void()> mAction;

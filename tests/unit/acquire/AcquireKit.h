@@ -5,16 +5,19 @@
 #include <binder/IShellCallback.h>
 #include <binder/Parcel.h>
 #include <binder/TextOutput.h>
+#include <utils/String8.h>
 
 #include <functional>
 #include <mutex>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/inprocess/InProcessBinder.h"
 
 namespace zstats {
+
+using Lines = std::vector<std::string>;
 
 /** A text stream that keeps what was printed. Any thread. */
 class TextCapture : public android::TextOutput {
@@ -28,13 +31,14 @@ class TextCapture : public android::TextOutput {
     void pushBundle() override {}
     void popBundle() override {}
 
-    std::string text() const {
+    /** The text since the last take. */
+    std::string take() {
         const std::lock_guard<std::mutex> lock(mLock);
-        return mText;
+        return std::exchange(mText, "");
     }
 
   private:
-    mutable std::mutex mLock;
+    std::mutex mLock;
     std::string mText;  // guarded by mLock
 };
 
@@ -43,8 +47,8 @@ struct ShellCall {
     int in;
     int out;
     int err;
-    std::vector<std::string> arguments;
-    android::sp<android::IBinder> callback;
+    Lines arguments;
+    android::sp<android::IShellCallback> callback;
     android::sp<android::IResultReceiver> receiver;
 };
 
@@ -55,31 +59,38 @@ class FakeCommand : public android::BBinder {
     using Behaviour = std::function<android::status_t(const ShellCall& call)>;
 
     explicit FakeCommand(Behaviour behaviour) : mBehaviour(std::move(behaviour)) {}
+
     /** Answers at once with 0. */
-    static android::status_t answer(const ShellCall& call);
+    static android::status_t answer(const ShellCall& call) {
+        call.receiver->send(0);
+        return android::OK;
+    }
 
   protected:
     android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
-                                 uint32_t flags) override;
+                                 uint32_t flags) override {
+        if (code != SHELL_COMMAND_TRANSACTION) return BBinder::onTransact(code, data, reply, flags);
+        ShellCall call;
+        call.in = data.readFileDescriptor();
+        call.out = data.readFileDescriptor();
+        call.err = data.readFileDescriptor();
+        for (int32_t count = data.readInt32(); count > 0; --count) {
+            call.arguments.emplace_back(android::String8(data.readString16()).c_str());
+        }
+        call.callback = android::interface_cast<android::IShellCallback>(data.readStrongBinder());
+        call.receiver = android::interface_cast<android::IResultReceiver>(data.readStrongBinder());
+        return mBehaviour(call);
+    }
 
   private:
     const Behaviour mBehaviour;
 };
 
 /** Publishes a service of that behaviour. */
-std::shared_ptr<inprocess::RemoteService> publishCommand(const std::string& name,
-                                                         FakeCommand::Behaviour behaviour);
-
-/** The numbers in a directory of /proc/self: "fd" or "task". */
-std::set<int> ownEntries(const std::string& directory);
-
-/** Closes descriptors that were opened since `before`, such as those that nobody else closes. */
-void closeDescriptorsSince(const std::set<int>& before);
-
-/** Lets other threads run until `condition` holds; false when it never does. */
-bool eventually(const std::function<bool()>& condition);
-
-/** Runs `action` on a thread on which these system calls fail with `error`. */
-void withFailingCalls(const std::vector<int>& calls, int error, const std::function<void()>& action);
+inline std::shared_ptr<inprocess::RemoteService> publishCommand(const std::string& name,
+                                                                FakeCommand::Behaviour behaviour) {
+    return inprocess::publish(name,
+                              android::sp<android::IBinder>(new FakeCommand(std::move(behaviour))));
+}
 
 }  // namespace zstats

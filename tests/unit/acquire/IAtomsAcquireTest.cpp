@@ -10,6 +10,7 @@
 #include "acquire/AtomsAcquireService.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
+#include "tests/unit/acquire/AcquireKit.h"
 
 using android::BAD_TYPE;
 using android::IBinder;
@@ -81,6 +82,12 @@ Bytes exceptionReply(int32_t exception, const std::string& message) {
     return bytesOf({exception}) + textBytes(message) + bytesOf({0});
 }
 
+Lines refusalLines(const std::string& uid) {
+    return {"I AtomsAcquireService checkCallingPermission callingUid =" + uid + "!\n",
+            "E AtomsAcquireService::checkCallingPermission calling from invalid uid:" + uid,
+            "E AtomsAcquireService checkCallingPermission filded!\n"};
+}
+
 /** A request: a token, words, and where a descriptor is wanted that and more words. */
 struct Row {
     const char* name;
@@ -142,21 +149,21 @@ std::string expectedTrace(const Row& row) {
     return std::string("<AIDL::cpp::IAtomsAcquire::") + call + "::cppServer>";
 }
 
-class AtomsAcquireTest : public testing::Test {
+class IAtomsAcquireTest : public testing::Test {
   protected:
-    void TearDown() override { inprocess::reset(); }
+    ~IAtomsAcquireTest() override { inprocess::reset(); }
 
+    const sp<AtomsAcquireService> mService{new AtomsAcquireService};
     const std::shared_ptr<inprocess::RemoteService> mRemote =
-            inprocess::publish("atomacq", sp<IBinder>(new AtomsAcquireService));
+            inprocess::publish("atomacq", sp<IBinder>(mService));
     LogCapture mLog;
 };
 
 /** The caller is one of those who may ask for the empty information, and for nothing else. */
-TEST_F(AtomsAcquireTest, AnswersToTheByteAndTracesItsCalls) {
+TEST_F(IAtomsAcquireTest, AnswersToTheByteAndTracesItsCalls) {
     mRemote->setCallerUid(1066);
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.name);
-        mLog.clear();
         takeTrace();
         Parcel request;
         Parcel reply;
@@ -164,29 +171,91 @@ TEST_F(AtomsAcquireTest, AnswersToTheByteAndTracesItsCalls) {
         EXPECT_EQ(mRemote->proxy()->transact(row.code, request, &reply), row.status);
         EXPECT_EQ(Bytes(reinterpret_cast<const char*>(reply.data()), reply.dataSize()), row.reply);
         EXPECT_EQ(takeTrace(), expectedTrace(row));
-        const bool answersInfo = row.reply == kNoInfo;
-        EXPECT_EQ(mLog.contains(ANDROID_LOG_INFO, "AtomsAcquire pullAtomsAcquire"), answersInfo);
-        EXPECT_EQ(mLog.contains(ANDROID_LOG_INFO, "checkCallingPermission"), row.reply == kRefusal);
+        EXPECT_EQ(mLog.take(), row.reply == kNoInfo    ? Lines{"I AtomsAcquire pullAtomsAcquire"}
+                               : row.reply == kRefusal ? refusalLines("1066")
+                                                       : Lines{});
     }
 }
 
-TEST_F(AtomsAcquireTest, IsItsOwnLocalInterface) {
-    const sp<AtomsAcquireService> service(new AtomsAcquireService);
-    EXPECT_EQ(service->queryLocalInterface(String16(kOurs)).get(),
-              static_cast<IAtomsAcquire*>(service.get()));
-    EXPECT_EQ(service->queryLocalInterface(String16("com.norda.quill.IOther")), nullptr);
-    EXPECT_NE(IAtomsAcquire::asInterface(mRemote->proxy()).get(), service.get());
-}
-
-TEST_F(AtomsAcquireTest, TellsAClientThatItHasDied) {
+TEST_F(IAtomsAcquireTest, SubscribesForRootAndSystemAlone) {
     const sp<IAtomsAcquire> client = IAtomsAcquire::asInterface(mRemote->proxy());
     const ParcelFileDescriptor fd(android::base::unique_fd(dup(STDERR_FILENO)));
+    publishCommand("stats", FakeCommand::answer);
+    for (const uid_t uid : {0U, 1000U, 1U, 999U, 1001U, 1066U, 2000U, 101000U, UINT32_MAX}) {
+        SCOPED_TRACE(uid);
+        const bool allowed = uid == 0 || uid == 1000;
+        int32_t ret = 77;
+        mRemote->setCallerUid(uid);
+        const Status status = client->registerFdForPushedAtoms({10}, fd, &ret);
+        EXPECT_EQ(status.exceptionCode(), allowed ? Status::EX_NONE : Status::EX_SERVICE_SPECIFIC);
+        EXPECT_EQ(status.serviceSpecificErrorCode(), allowed ? 0 : -1);
+        EXPECT_EQ(ret, allowed ? 1 : 77);
+        if (allowed) mLog.waitFor("AtomsAcquire cmdMain done!!!\n");
+        const Lines lines = mLog.take();
+        const Lines refusal = refusalLines(std::to_string(static_cast<int>(uid)));
+        EXPECT_EQ(lines[0], refusal[0]);
+        EXPECT_EQ(lines == refusal, !allowed) << testing::PrintToString(lines);
+    }
+}
+
+TEST_F(IAtomsAcquireTest, IsItsOwnLocalInterface) {
+    EXPECT_EQ(mService->queryLocalInterface(String16(kOurs)).get(),
+              static_cast<IAtomsAcquire*>(mService.get()));
+    EXPECT_EQ(mService->queryLocalInterface(String16("com.norda.quill.IOther")), nullptr);
+    EXPECT_NE(IAtomsAcquire::asInterface(mRemote->proxy()).get(), mService.get());
+}
+
+/** A service whose replies are these words. */
+struct Answering : android::BBinder {
+    const String16& getInterfaceDescriptor() const override { return descriptor; }
+    status_t onTransact(uint32_t, const Parcel& data, Parcel* reply, uint32_t) override {
+        request = Bytes(reinterpret_cast<const char*>(data.data()), data.dataSize());
+        for (const int32_t word : words) reply->writeInt32(word);
+        return OK;
+    }
+
+    const String16 descriptor{kOurs};
+    Words words;
+    Bytes request;
+};
+
+TEST_F(IAtomsAcquireTest, ClientSendsTheCallAndTakesOutValuesOfAnOkReplyAlone) {
+    const sp<Answering> service(new Answering);
+    const auto remote = inprocess::publish("atomacq", sp<IBinder>(service));
+    const sp<IAtomsAcquire> client = IAtomsAcquire::asInterface(remote->proxy());
+    const ParcelFileDescriptor fd(android::base::unique_fd(dup(STDERR_FILENO)));
+    const Words refused = {-8, 0, 0, 0, -1};
+    const auto endsWith = [&](const Bytes& end) {
+        return service->request.size() > end.size() &&
+               service->request.compare(service->request.size() - end.size(), end.size(), end) == 0;
+    };
+
     int32_t ret = 77;
-    mRemote->die();
+    service->words = {0, -5};
+    EXPECT_TRUE(client->registerFdForPushedAtoms({10, -1}, fd, &ret).isOk());
+    EXPECT_EQ(ret, -5);
+    service->words = refused;
+    EXPECT_EQ(client->registerFdForPushedAtoms({10}, fd, &ret).serviceSpecificErrorCode(), -1);
+    service->words = {0};
+    EXPECT_EQ(client->registerFdForPushedAtoms({10}, fd, &ret).transactionError(), kShort);
+
+    std::vector<std::string> info = {"kept"};
+    service->words = refused;
+    EXPECT_EQ(client->getInfoForPulledAtoms({10}, &info).serviceSpecificErrorCode(), -1);
+    EXPECT_EQ(info, Lines{"kept"});
+    service->words = {0, 1, 1, 'a'};
+    EXPECT_TRUE(client->getInfoForPulledAtoms({10, -1}, &info).isOk());
+    EXPECT_EQ(info, Lines{"a"});
+    EXPECT_TRUE(endsWith(bytesOf({2, 10, -1})));
+    service->words = {0};
+    EXPECT_EQ(client->getInfoForPulledAtoms({10}, &info).transactionError(), kShort);
+
+    remote->die();
+    EXPECT_EQ(client->getInfoForPulledAtoms({10}, &info).transactionError(), android::DEAD_OBJECT);
     const Status dead = client->registerFdForPushedAtoms({10}, fd, &ret);
     EXPECT_EQ(dead.exceptionCode(), Status::EX_TRANSACTION_FAILED);
     EXPECT_EQ(dead.transactionError(), android::DEAD_OBJECT);
-    EXPECT_EQ(ret, 77);
+    EXPECT_EQ(ret, -5);
 }
 
 }  // namespace

@@ -2,12 +2,16 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <selinux/selinux.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <functional>
+#include <filesystem>
 
 #include "acquire/Cmd.h"
+#include "tests/support/OwnEntries.h"
 #include "tests/unit/acquire/AcquireKit.h"
 
 namespace {
@@ -15,8 +19,9 @@ namespace {
 /** What SELinux answers in this program. Off unless a test says otherwise. */
 struct Policy {
     bool enabled = false;
-    std::string granted;  // the one permission that a caller has
-    std::vector<std::string> calls;
+    const char* granted = "";  // the permissions that a caller has
+    bool labelled = true;
+    zstats::Lines calls = {};
 };
 Policy gPolicy;
 
@@ -29,6 +34,7 @@ int is_selinux_enabled() {
 
 int getfilecon(const char* path, char** context) {
     gPolicy.calls.push_back(std::string("getfilecon ") + path);
+    if (!gPolicy.labelled) return -1;
     *context = strdup("u:object_r:file:s0");
     return 19;
 }
@@ -37,7 +43,7 @@ int selinux_check_access(const char* caller, const char* file, const char* type,
                          const char* permission, void* data) {
     EXPECT_EQ(data, nullptr);
     gPolicy.calls.push_back(std::string(caller) + " " + file + " " + type + " " + permission);
-    return gPolicy.granted == permission ? 0 : -1;
+    return strstr(gPolicy.granted, permission) != nullptr ? 0 : -1;
 }
 
 void freecon(char* context) {
@@ -48,6 +54,7 @@ void freecon(char* context) {
 namespace zstats {
 namespace {
 
+using android::sp;
 using android::String16;
 
 /** An error output that notes which descriptors are open when a line arrives. */
@@ -61,66 +68,167 @@ class DescriptorWatch : public TextCapture {
     std::set<int> atPrint;
 };
 
+/** A scratch directory that is the current one while a test runs, with "old" in the file "there". */
 class ShellCallbackTest : public testing::Test {
   protected:
-    ShellCallbackTest() { gPolicy = {true, "", {}}; }
-    ~ShellCallbackTest() override { gPolicy = {}; }
+    ShellCallbackTest() {
+        std::filesystem::current_path(mDirectory.path);
+        umask(0);
+        fill();
+    }
+    ~ShellCallbackTest() override {
+        std::filesystem::current_path(mBefore);
+        gPolicy = {};
+    }
+
+    /** The result of openFile where it is negative, else 0, with the descriptor closed. */
+    int open(const std::string& path, const std::string& mode, const char* context = "") {
+        const int fd = mCallback->openFile(String16(path.c_str()), String16(context),
+                                           String16(mode.c_str()));
+        if (fd >= 0) close(fd);
+        return std::min(fd, 0);
+    }
+
+    static void fill() { EXPECT_TRUE(android::base::WriteStringToFile("old", "there")); }
+    static std::string content() {
+        std::string text;
+        EXPECT_TRUE(android::base::ReadFileToString("there", &text));
+        return text;
+    }
+
+    const std::filesystem::path mBefore = std::filesystem::current_path();
+    const TemporaryDir mDirectory;
+    DescriptorWatch mError;
+    const sp<MyShellCallback> mCallback{new MyShellCallback(mError)};
 };
 
-TEST_F(ShellCallbackTest, aRefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
-    const std::string access = "u:r:shell:s0 u:object_r:file:s0 file ";
+TEST_F(ShellCallbackTest, OpensAsItsModeTells) {
+    const struct {
+        const char* mode;
+        int access;
+        const char* left;  // of a file with "old" in it
+        bool creates;
+    } rows[] = {{"r", O_RDONLY, "old", false},
+                {"r+", O_RDWR, "old", false},
+                {"w", O_WRONLY, "", true},
+                {"w+", O_RDWR, "", true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.mode);
+        fill();
+        const int fd = mCallback->openFile(String16("there"), String16(), String16(row.mode));
+        ASSERT_GE(fd, 0);
+        EXPECT_EQ(fcntl(fd, F_GETFL) & (O_ACCMODE | O_APPEND), row.access);
+        EXPECT_EQ(content(), row.left);
+        close(fd);
+        EXPECT_EQ(open("new", row.mode), row.creates ? 0 : -1);
+        struct stat status {};
+        EXPECT_EQ(stat("new", &status) == 0 ? status.st_mode & 07777 : 0, row.creates ? 0770U : 0U);
+        unlink("new");
+    }
+    EXPECT_EQ(mError.take(), "");
+}
+
+TEST_F(ShellCallbackTest, SaysWhyItDoesNotOpen) {
+    const std::string directory = std::filesystem::current_path();
+    const std::string name = std::filesystem::path(directory).filename();
+    const struct {
+        std::string path;
+        const char* mode;
+        int result;
+    } rows[] = {{"there", "a", -EINVAL},
+                {"missing", "", -EINVAL},
+                {"there", "rw", -EINVAL},
+                {"there", "W", -EINVAL},
+                {"there", "w ", -EINVAL},
+                {"missing", "r", -1},
+                {"missing", "r+", -1},
+                {"no/such/directory", "w", -1},
+                {".", "w", -1},
+                {"/there", "r", -1},
+                {"./no/../there", "r", -1},
+                {"", "r", 0},
+                {"./../" + name + "/there", "r", 0},
+                {directory + "/there", "r", 0}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(open(row.path, row.mode), row.result) << row.path;
+        EXPECT_EQ(mError.take(), row.result != -EINVAL ? ""
+                                                       : std::string("Invalid mode requested: ") +
+                                                                 row.mode + "\n");
+    }
+    EXPECT_EQ(content(), "old");
+}
+
+TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
+    constexpr char kCaller[] = "u:r:shell:s0";
+    const std::string path = std::filesystem::current_path() / "there";
     const struct {
         const char* mode;
         const char* granted;
-        std::vector<std::string> asked;
+        Lines asked;
         const char* refused;  // null: the file is opened
-    } cases[] = {{"r", "read", {"read"}, nullptr},
-                 {"r", "write", {"read"}, "read"},
-                 {"w", "write", {"write"}, nullptr},
-                 {"w", "read", {"write"}, "write"},
-                 {"r+", "write", {"write", "read"}, "read"},
-                 {"w+", "read", {"write"}, "write"},
-                 {"w+", "", {"write"}, "write"}};
-    for (const auto& row : cases) {
+        bool labelled = true;
+    } rows[] = {{"r", "read", {"read"}, nullptr},
+                {"r", "write", {"read"}, "read"},
+                {"w", "write", {"write"}, nullptr},
+                {"w", "read", {"write"}, "write"},
+                {"r+", "write", {"write", "read"}, "read"},
+                {"r+", "read write", {"write", "read"}, nullptr},
+                {"w+", "read write", {"write", "read"}, nullptr},
+                {"w+", "read", {"write"}, "write"},
+                {"w+", "", {"write"}, "write"},
+                {"r", "", {"read"}, "read", false}};
+    const std::set<int> before = ownEntries("fd");
+    for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.mode) + " with " + row.granted);
-        const TemporaryFile file;
-        gPolicy = {true, row.granted, {}};
-        DescriptorWatch error;
-        const android::sp<MyShellCallback> callback(new MyShellCallback(error));
-        const std::set<int> before = ownEntries("fd");
-        const int fd = callback->openFile(String16(file.path), String16("u:r:shell:s0"),
-                                          String16(row.mode));
-        std::vector<std::string> calls = {std::string("getfilecon ") + file.path};
-        for (const std::string& permission : row.asked) calls.push_back(access + permission);
-        calls.emplace_back("freecon u:object_r:file:s0");
+        gPolicy = {true, row.granted, row.labelled};
+        const std::string context = row.labelled ? "u:object_r:file:s0" : "";
+        EXPECT_EQ(open("there", row.mode, kCaller), row.refused == nullptr ? 0 : -1);
+        EXPECT_EQ(ownEntries("fd"), before);
+        Lines calls = {"getfilecon " + path};
+        for (const std::string& permission : row.asked) {
+            calls.push_back(std::string(kCaller) + " " + context + " file " + permission);
+        }
+        if (row.labelled) calls.push_back("freecon " + context);
         EXPECT_EQ(gPolicy.calls, calls);
         if (row.refused == nullptr) {
-            EXPECT_GE(fd, 0);
-            EXPECT_EQ(error.text(), "");
-            close(fd);
+            EXPECT_EQ(mError.take(), "");
             continue;
         }
-        EXPECT_EQ(fd, -1);
-        EXPECT_EQ(error.text(), std::string("System server has no access to ") + row.refused +
-                                        " file context u:object_r:file:s0 (from path " + file.path +
-                                        ", context u:r:shell:s0)\n");
-        EXPECT_EQ(error.atPrint, before) << "the file was open while the line was written";
-        EXPECT_EQ(ownEntries("fd"), before);
+        EXPECT_EQ(mError.take(), std::string("System server has no access to ") + row.refused +
+                                         " file context " + context + " (from path " + path +
+                                         ", context " + kCaller + ")\n");
+        EXPECT_EQ(mError.atPrint, before) << "the file was open while the line was written";
+    }
+    for (const auto& [enabled, caller] : {std::pair(false, kCaller), {true, ""}}) {
+        gPolicy = {enabled};
+        EXPECT_EQ(open("there", "r", caller), 0);
+        EXPECT_EQ(gPolicy.calls, Lines{});
     }
 }
 
-TEST_F(ShellCallbackTest, asksNobodyWithoutSelinuxOrAContext) {
-    const TemporaryFile file;
-    TextCapture error;
-    const android::sp<MyShellCallback> callback(new MyShellCallback(error));
-    for (const auto& [enabled, context] : {std::pair(false, "u:r:shell:s0"), {true, ""}}) {
-        gPolicy = {enabled, "", {}};
-        const int fd = callback->openFile(String16(file.path), String16(context), String16("r"));
+/** The life of a run as the command sees it: during its call, then after it. */
+TEST_F(ShellCallbackTest, ServesACommandOnlyDuringItsCall) {
+    sp<android::IShellCallback> kept;
+    const auto openKept = [&](const char* path, const char* mode) {
+        return kept->openFile(String16(path), String16(), String16(mode));
+    };
+    publishCommand("opener", [&](const ShellCall& call) {
+        kept = call.callback;
+        const int fd = openKept("there", "r");
         EXPECT_GE(fd, 0);
         close(fd);
-        EXPECT_TRUE(gPolicy.calls.empty());
-    }
-    EXPECT_EQ(error.text(), "");
+        EXPECT_EQ(openKept("there", "a"), -EINVAL);
+        return FakeCommand::answer(call);
+    });
+    TextCapture output;
+    EXPECT_EQ(cmdMain({"opener"}, output, mError, 0, 1, 2, RunMode::kLibrary), 0);
+    EXPECT_EQ(openKept("there", "w"), -1);
+    EXPECT_EQ(openKept("/etc/passwd", "a"), -1);
+    EXPECT_EQ(content(), "old");
+    EXPECT_EQ(mError.take(), "Invalid mode requested: a\nOpen attempt after active for: " +
+                                     std::filesystem::current_path().string() +
+                                     "/there\nOpen attempt after active for: /etc/passwd\n");
+    inprocess::reset();
 }
 
 }  // namespace

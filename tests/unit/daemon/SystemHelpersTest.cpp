@@ -72,6 +72,16 @@ TEST_F(SystemHelpersTest, ReadFileAppendsPiecesOfUpTo1024BytesAndClosesTheFile) 
     EXPECT_EQ(ownEntries("fd"), before);
 }
 
+TEST_F(SystemHelpersTest, ReadFileTakesDescriptor0LikeAnyOther) {
+    mFiles.write("node", "x");
+    EXPECT_EQ(inChild([&](Lines& lines) {
+                  close(0);
+                  lines.emplace_back();
+                  readFile(mFiles.path("node"), &lines[0]);
+              }),
+              Lines{"x"});
+}
+
 TEST_F(SystemHelpersTest, ReadFileTellsOfAMissingFileAtLevelTwoAndOfAFailingReadAlways) {
     const auto before = ownEntries("fd");
     const struct {

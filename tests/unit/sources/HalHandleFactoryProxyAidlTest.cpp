@@ -9,97 +9,116 @@
 namespace zstats {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Pair;
-using ::testing::StartsWith;
 
 constexpr char kAbsent[] = "W get handlefactory aidl service failed";
 constexpr char kReadFailed[] = "W handleFactory read failed.";
 constexpr char kDied[] = "E handlefactory service died, will try to reconnect.";
-constexpr char kConnected[] = "I Get handlefactory service success. Its ref count is ";
+constexpr char kConnected[] = "I Get handlefactory service success. Its ref count is 1";
 
-class HandleFactoryTest : public HandlerTest {
+class HalHandleFactoryProxyAidlTest : public HandlerTest {
   protected:
+    /** Publishes the service and connects, so that no line of the connection follows. */
+    void connect() {
+        service.emplace();
+        EXPECT_TRUE(factory.exist());
+        takeLines();
+    }
+
     HalHandleFactoryProxyAidl& factory = HalHandleFactoryProxyAidl::getInstance();
+    std::optional<FakeHandleFactory> service;
     std::string out = "before";
 };
 
-TEST_F(HandleFactoryTest, looksAnAbsentServiceUpAtEachCall) {
+TEST_F(HalHandleFactoryProxyAidlTest, LooksAnAbsentServiceUpAtEachCallWithoutWaiting) {
+    inprocess::reset();
+    gLogLevel = 0;
     EXPECT_EQ(factory.read("k", out), -1);
     EXPECT_EQ(out, "before");
     EXPECT_FALSE(factory.exist());
-    EXPECT_THAT(takeLines(), ElementsAre(kAbsent, kAbsent));
-
-    FakeHandleFactory service;
-    service.set("k", "there");
+    EXPECT_EQ(factory.getService(), nullptr);
+    EXPECT_THAT(takeLines(), ElementsAre(kAbsent, kAbsent, kAbsent));
+    service.emplace();
     EXPECT_TRUE(factory.exist());
-    EXPECT_EQ(factory.read("k", out), 0);
-    EXPECT_EQ(out, "there");
+    EXPECT_EQ(factory.getService(), factory.getService());
+    EXPECT_THAT(takeLines(), ElementsAre(kConnected));
+    EXPECT_THAT(inprocess::lookUps(), testing::SizeIs(4));
+    EXPECT_THAT(inprocess::lookUps(),
+                Each("check vendor.norda.hardware.handlefactory.IHandleFactory/default"));
 }
 
-TEST_F(HandleFactoryTest, readHandsOverTextAndResultCode) {
-    FakeHandleFactory service;
-    service.set("text", "12\n", 7);
-    service.set("empty", "", -3);
-    EXPECT_EQ(factory.read("text", out), 7);
-    EXPECT_EQ(out, "12\n");
-    EXPECT_EQ(factory.read("empty", out), -3);
-    EXPECT_EQ(out, "");
-    EXPECT_THAT(service.reads(), ElementsAre(Pair("text", 0), Pair("empty", 0)));
-    EXPECT_THAT(takeLines(), ElementsAre(StartsWith(kConnected)));
+TEST_F(HalHandleFactoryProxyAidlTest, ReadHandsOverTextAndResultCode) {
+    connect();
+    const std::tuple<const char*, const char*, int> rows[] = {
+            {"text", "12\n", 7}, {"empty", "", -3}, {"zero", "0", 0}, {"minus", "-1", -1}};
+    for (const auto& [key, text, code] : rows) {
+        service->set(key, text, code);
+        EXPECT_EQ(factory.read(key, out), code);
+        EXPECT_EQ(out, text);
+    }
+    EXPECT_THAT(service->reads(),
+                ElementsAre(Pair("text", 0), Pair("empty", 0), Pair("zero", 0), Pair("minus", 0)));
+    EXPECT_THAT(takeLines(), ElementsAre());
 }
 
-TEST_F(HandleFactoryTest, aFailedCallLeavesTheOutputAlone) {
-    FakeHandleFactory service;
-    service.set("k", "text");
-    ASSERT_TRUE(factory.exist());
-    takeLines();
-
+TEST_F(HalHandleFactoryProxyAidlTest, AFailedCallLeavesTheOutputAlone) {
+    connect();
+    gLogLevel = 0;
     EXPECT_EQ(factory.read("error status", out), -1);
-    for (const android::status_t failure : {android::PERMISSION_DENIED, android::DEAD_OBJECT}) {
-        service.remote().failCalls(failure);
+    service->set("k", "text");
+    for (const android::status_t failure : {1, -1, -32}) {
+        service->remote().failCalls(failure);
         EXPECT_EQ(factory.read("k", out), -1) << failure;
     }
     EXPECT_EQ(out, "before");
-    EXPECT_THAT(takeLines(), ElementsAre(kReadFailed, kReadFailed, kReadFailed));
+    EXPECT_THAT(takeLines(), ElementsAre(kReadFailed, kReadFailed, kReadFailed, kReadFailed));
 }
 
-TEST_F(HandleFactoryTest, reconnectsAfterTheServiceDied) {
-    FakeHandleFactory service;
-    service.set("k", "text");
-    EXPECT_EQ(factory.read("k", out), 0);
-    service.remote().die();
-    EXPECT_THAT(takeLines(), ElementsAre(StartsWith(kConnected), kDied));
-
-    EXPECT_EQ(factory.read("k", out), -1);
-    service.publish();
-    service.set("k", "again");
-    EXPECT_EQ(factory.read("k", out), 0);
-    EXPECT_EQ(out, "again");
-    EXPECT_THAT(takeLines(), ElementsAre(kAbsent, StartsWith(kConnected)));
+TEST_F(HalHandleFactoryProxyAidlTest, ReconnectsAfterTheServiceDied) {
+    connect();
+    for (int round = 0; round < 2; ++round) {
+        service->remote().die();
+        EXPECT_EQ(factory.read("k", out), -1);
+        EXPECT_THAT(takeLines(), ElementsAre(kDied, kAbsent));
+        service->publish();
+        service->set("k", "again");
+        EXPECT_EQ(factory.read("k", out), 0);
+        EXPECT_EQ(out, "again");
+        EXPECT_THAT(takeLines(), ElementsAre(kConnected));
+    }
 }
 
-TEST_F(HandleFactoryTest, aHangingCallNeitherBlocksOthersNorOutlivesTheService) {
-    FakeHandleFactory service;
-    service.set("k", "text");
+TEST_F(HalHandleFactoryProxyAidlTest, LinksAServiceOfAnotherInterfaceAtEachAttempt) {
+    FakeCharger other;
+    const auto published = inprocess::publish(FakeHandleFactory::kName, other.remote().ndkProxy());
+    EXPECT_EQ(factory.getService(), nullptr);
+    EXPECT_EQ(factory.getService(), nullptr);
+    // The notices of the two links come amid a third attempt, whose lock they must not wait for.
+    log.whenLogged(kConnected + 2, [&] { published->die(); });
+    EXPECT_EQ(factory.getService(), nullptr);
+    EXPECT_THAT(takeLines(), ElementsAre(kConnected, kConnected, kConnected, kDied, kDied));
+}
+
+TEST_F(HalHandleFactoryProxyAidlTest, AHangingCallNeitherBlocksOthersNorOutlivesTheService) {
+    connect();
     const auto held = factory.getService();
-    ASSERT_NE(held, nullptr);
-    service.remote().block();
+    service->remote().block();
     int result = 0;
     std::thread reader([&] { result = factory.read("k", out); });
-    service.remote().waitForBlocked(1);
+    service->remote().waitForBlocked(1);
     EXPECT_EQ(factory.getService(), held);
-
-    service.remote().die();
+    service->remote().die();
     reader.join();
     EXPECT_EQ(result, -1);
     EXPECT_EQ(out, "before");
     EXPECT_FALSE(factory.exist());
 }
 
-TEST_F(HandleFactoryTest, readersSeeWholeTextsOrNothingWhileTheServiceComesAndGoes) {
-    FakeHandleFactory service;
-    service.set("k", "text");
+TEST_F(HalHandleFactoryProxyAidlTest, ReadersSeeWholeTextsOrNothingWhileTheServiceComesAndGoes) {
+    connect();
+    service->set("k", "text");
     std::atomic<bool> done = false;
     std::vector<std::thread> readers;
     for (int i = 0; i < 3; ++i) {
@@ -113,41 +132,40 @@ TEST_F(HandleFactoryTest, readersSeeWholeTextsOrNothingWhileTheServiceComesAndGo
     }
     for (int i = 0; i < 20; ++i) {
         EXPECT_TRUE(factory.exist());  // linked: an unlinked proxy would never be given up
-        service.remote().die();
-        service.publish();
+        service->remote().die();
+        service->publish();
     }
     done = true;
     for (std::thread& reader : readers) reader.join();
 }
 
-TEST_F(HandleFactoryTest, theFreeFunctionReplacesItsOutputOnlyByText) {
+TEST_F(HalHandleFactoryProxyAidlTest, TheFreeFunctionReplacesItsOutputOnlyByText) {
     const std::string prefix = "getContentByHandleKey read nodeKey: k, ";
     const struct {
         bool present;
         const char* text;  // null: the service answers with an error
         const char* out;
-        std::vector<std::string> lines;  // at level 2, after the connection's own
-    } cases[] = {
+        std::vector<std::string> lines;  // at level 2
+    } rows[] = {
             {false, nullptr, "before", {kAbsent, "E " + prefix + "Proxy Aidl not exist."}},
             {true, nullptr, "before", {kReadFailed, "E " + prefix + "len=0"}},
             {true, "", "before", {"E " + prefix + "len=0"}},
             {true, "5", "5", {"D " + prefix + "result = 5"}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.lines.back());
-        std::optional<FakeHandleFactory> service;
-        if (c.present) service.emplace();
-        if (c.text != nullptr) service->set("k", c.text);
-        ASSERT_EQ(factory.exist(), c.present);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.lines.back());
+        service.reset();
+        if (row.present) connect();
+        if (row.text != nullptr) service->set("k", row.text, -1);
         takeLines();
         for (const int32_t level : {0, 1, 2}) {
             gLogLevel = level;
             out = "before";
             getContentByHandleKey("k", out);
-            EXPECT_EQ(out, c.out);
-            auto expected = c.lines;
-            if (level < 2 && expected.back()[0] == 'D') expected.pop_back();
-            EXPECT_EQ(takeLines(), expected) << "level " << level;
+            EXPECT_EQ(out, row.out);
+            auto lines = row.lines;
+            if (level < 2 && lines.back()[0] == 'D') lines.pop_back();
+            EXPECT_EQ(takeLines(), lines) << "level " << level;
         }
     }
 }

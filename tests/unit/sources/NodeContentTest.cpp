@@ -7,9 +7,6 @@
 namespace zstats {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
 class NodeContentTest : public HandlerTest {
   protected:
     /** Publishes the service and connects, so that no line of the connection follows. */
@@ -22,7 +19,7 @@ class NodeContentTest : public HandlerTest {
     std::optional<FakeHandleFactory> service;
 };
 
-TEST_F(NodeContentTest, readsValuesAsAtoiDoes) {
+TEST_F(NodeContentTest, ReadsValuesAsAtoiDoesWhateverTheResultCode) {
     connect();
     const std::pair<const char*, int32_t> rows[] = {
             {"12\n", 12},
@@ -30,24 +27,25 @@ TEST_F(NodeContentTest, readsValuesAsAtoiDoes) {
             {"  -7x", -7},
             {"\t+3 4", 3},
             {"-1", -1},
+            {"007", 7},
             {"0x10", 0},
             {"2147483647", 2147483647},
             {"-2147483648\n", INT32_MIN},
+            {"4294967297", 1},
             {"", -1},
             {"\n", 0},
             {"- 5", 0},
     };
     for (const auto& [text, value] : rows) {
-        service->set("k", text);
-        EXPECT_EQ(callback.getValueByHandleKey("k"), value) << '"' << text << '"';
+        for (const int32_t code : {0, -1, 5}) {
+            service->set("k", text, code);
+            EXPECT_EQ(callback.getValueByHandleKey("k"), value) << '"' << text << '"';
+            EXPECT_EQ(callback.getContentByHandleKey("k"), text);
+        }
     }
-    service->fail("k");
-    EXPECT_EQ(callback.getValueByHandleKey("k"), -1);
-    service.reset();
-    EXPECT_EQ(callback.getValueByHandleKey("k"), -1);
 }
 
-TEST_F(NodeContentTest, whatIsLoggedForEachOutcome) {
+TEST_F(NodeContentTest, LogsEachOutcome) {
     const std::string prefix = "PullAtomCallback getContentByHandleKey read nodeKey: k, ";
     constexpr char kAbsent[] = "W get handlefactory aidl service failed";
     constexpr char kFailed[] = "W handleFactory read failed.";
@@ -55,40 +53,40 @@ TEST_F(NodeContentTest, whatIsLoggedForEachOutcome) {
         bool present;
         const char* text;                // null: the service answers with an error
         std::vector<std::string> lines;  // at every level, the last one for contents alone
-        const char* value;
-    } cases[] = {
-            {false, nullptr, {kAbsent, "E " + prefix + "Proxy Aidl not exist."}, "-1"},
-            {true, nullptr, {kFailed, "E " + prefix + "len=0"}, "-1"},
-            {true, "", {"E " + prefix + "len=0"}, "-1"},
-            {true, "12\n", {}, "12"},
+        int32_t value;
+    } rows[] = {
+            {false, nullptr, {kAbsent, "E " + prefix + "Proxy Aidl not exist."}, -1},
+            {true, nullptr, {kFailed, "E " + prefix + "len=0"}, -1},
+            {true, "", {"E " + prefix + "len=0"}, -1},
+            {true, "12\n", {}, 12},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.lines));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.lines));
         service.reset();
-        if (c.present) connect();
-        const std::string text = c.text != nullptr ? c.text : "";
-        if (c.text != nullptr) service->set("k", text);
+        if (row.present) connect();
+        const std::string text = row.text != nullptr ? row.text : "";
+        if (row.text != nullptr) service->set("k", text);
         takeLines();
         for (const int32_t level : {0, 1, 2}) {
             gLogLevel = level;
             EXPECT_EQ(callback.getContentByHandleKey("k"), text);
-            auto lines = c.lines;
+            auto lines = row.lines;
             if (level == 2) lines.push_back("D " + prefix + "result = " + text);
             EXPECT_EQ(takeLines(), lines) << level;
 
-            EXPECT_EQ(callback.getValueByHandleKey("k"), atoi(c.value));
-            lines = c.lines;
+            EXPECT_EQ(callback.getValueByHandleKey("k"), row.value);
+            lines = row.lines;
             if (!lines.empty()) lines.pop_back();
             if (level == 2) {
                 lines.push_back("D PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
-                                std::string(c.value));
+                                std::to_string(row.value));
             }
             EXPECT_EQ(takeLines(), lines) << level;
         }
     }
 }
 
-TEST_F(NodeContentTest, parsesKeyColonValueLines) {
+TEST_F(NodeContentTest, ParsesKeyColonValueLines) {
     const std::pair<const char*, KeyValueMap> rows[] = {
             {"", {}},
             {"nocolon\n\n \t\n", {}},
@@ -96,6 +94,7 @@ TEST_F(NodeContentTest, parsesKeyColonValueLines) {
             {"x: 1\nx: 2", {{"x", "2"}}},
             {"t: 5:6", {{"t", "5:6"}}},
             {"a \t\r: 1\r\nb:\t 2 \r\n", {{"a", "1\r"}, {"b", "2 \r"}}},
+            {"b: \r1\na\r:2", {{"a", "2"}, {"b", "1"}}},
             {": 1", {{"", "1"}}},
             {" \t:2\n\n::3", {{"", ":3"}}},
             {"a:1\nlast: 9", {{"a", "1"}, {"last", "9"}}},
@@ -103,32 +102,33 @@ TEST_F(NodeContentTest, parsesKeyColonValueLines) {
     for (const auto& [content, map] : rows) {
         EXPECT_EQ(callback.parseKeyValueFromContent(content), map) << '"' << content << '"';
     }
-}
-
-TEST_F(NodeContentTest, refusesAColonWithoutAValue) {
     for (const char* content : {"a:", "a: \t\r", "a:\nb: 1", "b: 1\na:  \n", ":"}) {
         EXPECT_THROW(callback.parseKeyValueFromContent(content), std::out_of_range)
                 << '"' << content << '"';
     }
 }
 
-TEST_F(NodeContentTest, picksNumbersByKey) {
-    KeyValueMap map{{"a", "5:6"}, {"b", "-3\r"}, {"word", "x"}, {"", "7"}};
-    EXPECT_EQ(callback.getValueByKey(map, "a"), 5);
-    EXPECT_EQ(callback.getValueByKey(map, "b"), -3);
-    EXPECT_EQ(callback.getValueByKey(map, "word"), 0);
-    EXPECT_EQ(callback.getValueByKey(map, ""), 7);
-    EXPECT_THAT(takeLines(), IsEmpty());
-
-    gLogLevel = 2;
-    EXPECT_EQ(callback.getValueByKey(map, "a"), 5);
-    EXPECT_THAT(takeLines(),
-                ElementsAre("D PullAtomCallback getValueByKey node Key: a, value: 5:6 "));
-    gLogLevel = 0;
-    EXPECT_EQ(callback.getValueByKey(map, "A"), -1);
-    EXPECT_THAT(takeLines(),
-                ElementsAre("E PullAtomCallback getValueByKey node Key: A not exist."));
-    EXPECT_EQ(map.size(), 4u);
+TEST_F(NodeContentTest, PicksNumbersByKey) {
+    KeyValueMap map{
+            {"a", "5:6"}, {"b", "-3\r"}, {"word", "x"}, {"", "007"}, {"large", "4294967297"}};
+    const auto before = map;
+    const std::pair<const char*, int32_t> rows[] = {{"a", 5}, {"b", -3},    {"word", 0},
+                                                    {"", 7},  {"large", 1}, {"A", -1}};
+    const std::string prefix = " PullAtomCallback getValueByKey node Key: ";
+    for (const auto& [key, value] : rows) {
+        for (const int32_t level : {0, 1, 2}) {
+            gLogLevel = level;
+            EXPECT_EQ(callback.getValueByKey(map, key), value);
+            std::vector<std::string> lines;
+            if (map.count(key) == 0) {
+                lines.push_back("E" + prefix + key + " not exist.");
+            } else if (level == 2) {
+                lines.push_back("D" + prefix + key + ", value: " + map.at(key) + " ");
+            }
+            EXPECT_EQ(takeLines(), lines);
+        }
+    }
+    EXPECT_EQ(map, before);
 }
 
 }  // namespace
