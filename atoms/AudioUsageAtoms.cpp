@@ -4,6 +4,7 @@
 #include <binder/Parcel.h>
 #include <utils/String16.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -24,14 +25,13 @@ constexpr uint32_t kAudioMonitorCode = 129;
 
 enum class UahType { TEXT, INT32, INT64 };
 
-constexpr UahType kUahTypes[] = {
+constexpr std::array<UahType, 17> kUahTypes = {
         UahType::TEXT,  UahType::INT32, UahType::INT32, UahType::TEXT,  UahType::INT32,
         UahType::INT64, UahType::INT64, UahType::INT64, UahType::INT64, UahType::INT32,
         UahType::INT32, UahType::INT64, UahType::INT32, UahType::INT64, UahType::TEXT,
         UahType::INT64, UahType::INT32,
 };
-constexpr size_t kUahFieldCount = sizeof(kUahTypes) / sizeof(kUahTypes[0]);
-static_assert(kUahFieldCount == 17);
+using UahFields = std::array<const char*, kUahTypes.size()>;
 
 // Newer platforms mark the parcel's C strings as deprecated; the service takes nothing else.
 #pragma GCC diagnostic push
@@ -55,10 +55,10 @@ const char* describeStatus(android::status_t status) {
  * Ends each comma-separated field of `text` with a NUL in place, notes where the fields start, and
  * returns their number, which may exceed the array's. A comma at the end adds no field.
  */
-size_t splitFields(std::string& text, const char* (&fields)[kUahFieldCount]) {
+size_t splitFields(std::string& text, UahFields& fields) {
     size_t count = 0;
     for (size_t start = 0; start < text.size(); ++count) {
-        if (count < kUahFieldCount) fields[count] = &text[start];
+        if (count < fields.size()) fields[count] = &text[start];
         const size_t comma = text.find(',', start);
         if (comma == std::string::npos) return count + 1;
         text[comma] = '\0';
@@ -88,16 +88,16 @@ void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, ASt
     for (const UahRecord& record : records) {
         const auto* held = std::get_if<std::string>(&record.value);
         text.assign(held != nullptr ? *held : "");
-        const char* fields[kUahFieldCount] = {""};
+        UahFields fields = {""};
         const size_t count = splitFields(text, fields);
         AStatsEvent* event = beginEvent(data, atomTag);
         AStatsEvent_writeString(event, fields[0]);
-        if (count != kUahFieldCount) {
+        if (count != fields.size()) {
             // The event stays unbuilt, so that statsd drops it, and the pull ends here.
             ZLOG(ERROR, "handleUahDataset error data size");
             return;
         }
-        for (size_t i = 1; i < kUahFieldCount; ++i) writeUahField(event, kUahTypes[i], fields[i]);
+        for (size_t i = 1; i < fields.size(); ++i) writeUahField(event, kUahTypes[i], fields[i]);
         AStatsEvent_build(event);
     }
 }

@@ -7,6 +7,7 @@
 #include <map>
 #include <regex>
 
+#include "atoms/Arithmetic.h"
 #include "atoms/AtomEvent.h"
 #include "daemon/Log.h"
 #include "daemon/SystemHelpers.h"
@@ -71,8 +72,9 @@ void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std
     if (dash == std::string::npos) return;
     const int first = std::stoi(range.substr(0, dash));
     const int last = std::stoi(range.substr(dash + 1));
-    int end = 0;  // the largest last CPU has no successor, and is refused with the negative ones
-    if (__builtin_add_overflow(last, 1, &end) || end <= 0 || first >= end) return;
+    // The largest last CPU has no successor and wraps. As `first` is never negative, a negative end
+    // has no CPU before it.
+    const int32_t end = wrap32(int64_t{last} + 1);
     std::string path;
     std::string content;
     for (int cpu = first; cpu < end; ++cpu) {
@@ -118,9 +120,7 @@ void ZStatsPullAtomCallback::handleCpuIdle(int32_t atomTag, AStatsEventList* dat
 }
 
 void ZStatsPullAtomCallback::handlePerfSchedinfo(int32_t atomTag, AStatsEventList* data) {
-    const std::string content = getContentByHandleKey("perf_schedinfo");
-    if (content.empty()) return;
-    appendPerfSchedinfoEvents(content, atomTag, data);
+    appendPerfSchedinfoEvents(getContentByHandleKey("perf_schedinfo"), atomTag, data);
 }
 
 }  // namespace zstats

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,7 +85,7 @@ class FakeHandleFactory : public PublishedFake {
  */
 class FakeCharger : public PublishedFake {
     struct Answer {
-        int32_t value = 0;
+        std::optional<int32_t> value;
         bool ok = false;
     };
     using Calls = std::vector<std::string>;
@@ -112,7 +113,7 @@ class FakeCharger : public PublishedFake {
         ndk::ScopedAStatus answer(const char* method, int32_t* out) {
             calls.lock()->emplace_back(method);
             const Answer given = (*answers.lock())[method];
-            *out = given.value;
+            if (given.value) *out = *given.value;
             return errorUnless(given.ok);
         }
 
@@ -126,7 +127,8 @@ class FakeCharger : public PublishedFake {
     explicit FakeCharger(std::shared_ptr<Service> service = ndk::SharedRefBase::make<Service>())
           : PublishedFake(kName, service->asBinder()), mService(std::move(service)) {}
 
-    void set(const std::string& method, int32_t value) {
+    /** From now on `method` succeeds with this value, or, without one, leaves the caller's alone. */
+    void set(const std::string& method, std::optional<int32_t> value) {
         (*mService->answers.lock())[method] = {value, true};
     }
     /** From now on `method` is answered with an error status, beside the value that was set. */

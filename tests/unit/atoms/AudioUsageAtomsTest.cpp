@@ -5,7 +5,17 @@
 #include "atoms/AudioUsageAtoms.h"
 #include "tests/support/AtomTest.h"
 #include "tests/support/FakePlatformServices.h"
-#include "tests/support/SubstituteProfile.h"
+
+namespace {
+std::vector<UahRecord> gDataset;
+int gResult = 0;
+}  // namespace
+
+// In place of the substitute.
+int Uah_fetch_dataset(std::vector<UahRecord>* records) {
+    *records = gDataset;
+    return gResult;
+}
 
 namespace zstats {
 namespace {
@@ -86,14 +96,17 @@ TEST_F(UsageAtomTest, aRecordHasSeventeenFieldsOrEndsThePull) {
 }
 
 TEST_F(UsageAtomTest, fetchesAtEachPull) {
-    const SubstituteProfile profile;
-    expectPulls(kUahTag, {});
-    const std::string record = ",1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1\n";
+    const std::string record = ",1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1";
     const std::string event = "\", 1, 1, \"g\", 1, 1L, 1L, 1L, 1L, 1, 1, 1L, 1, 1L, \"g\", 1L, 1]";
-    profile.write("uah", "one" + record + "two" + record);
-    expectPulls(kUahTag, {"[\"one" + event, "[\"two" + event});
-    // What was fetched before the failure is not used.
-    profile.write("uah", "one" + record + "!fail\n");
+    gDataset = {{1, "one" + record}, {2, "two" + record}};
+    for (const int result : {0, 1}) {  // any that is not negative is a success
+        gResult = result;
+        expectPulls(kUahTag, {"[\"one" + event, "[\"two" + event});
+    }
+    gResult = -1;
+    expectPulls(kUahTag, {});
+    gDataset.clear();
+    gResult = 0;
     expectPulls(kUahTag, {});
 }
 

@@ -29,7 +29,7 @@ TEST_F(CpuIdleTest, timesAreSummedOverTheStates) {
     tree.write("cpu1/cpuidle/state0/time", "0x10");
     tree.write("cpu1/cpuidle/state1/time", "-1999\n");
     tree.write("cpu3/cpuidle/state0/time", "9223372036854775807");
-    tree.write("cpu3/cpuidle/state1/time", std::string(300, ' ') + "1");
+    tree.write("cpu3/cpuidle/state1/time", std::string(256, ' ') + "1");
     EXPECT_THAT(idle(2, "0-1\n"), ElementsAre("[0, 1999L]", "[1, -1L]"));
     EXPECT_THAT(idle(8, "0-0"), ElementsAre("[0, 6999L]"));
     EXPECT_THAT(idle(2, "2-3"), ElementsAre("[2, 0L]", "[3, -9223372036854775L]"));
