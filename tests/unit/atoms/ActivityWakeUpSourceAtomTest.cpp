@@ -55,16 +55,16 @@ class WakeUpSourceTest : public AtomTest {
         return taken;
     }
 
-    const Nodes complete = {{"active_time_ms", "1500\n"},
-                            {"active_count", "01\n"},
-                            {"event_count", "2\n"},
-                            {"last_change_ms", "3000000000\n"},
-                            {"name", "abc\n"},
-                            {"expire_count", "4\n"},
-                            {"max_time_ms", "5\n"},
-                            {"total_time_ms", "7\n"},
-                            {"prevent_suspend_time_ms", "6\n"},
-                            {"wakeup_count", "8\n"}};
+    const Nodes all = {{"active_time_ms", "1500\n"},
+                       {"active_count", "01\n"},
+                       {"event_count", "2\n"},
+                       {"last_change_ms", "3000000000\n"},
+                       {"name", "abc\n"},
+                       {"expire_count", "4\n"},
+                       {"max_time_ms", "5\n"},
+                       {"total_time_ms", "7\n"},
+                       {"prevent_suspend_time_ms", "6\n"},
+                       {"wakeup_count", "8\n"}};
     const TempTree tree;
 };
 
@@ -74,7 +74,7 @@ std::string event(const std::string& name, int64_t activeTime = 1500, int maxTim
 }
 
 TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
-    add("wakeup0", complete);
+    add("wakeup0", all);
     EXPECT_THAT(events(), ElementsAre(event("abc")));
     add("wakeup0", {{"active_time_ms", "1\n5\n0"}, {"name", "a\nb\n"}, {"max_time_ms", "\n6\n"}});
     EXPECT_THAT(events(), ElementsAre(event("ab", 150, 6)));
@@ -93,7 +93,7 @@ TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
 }
 
 TEST_F(WakeUpSourceTest, othersAreLeftOutAndAFailedReadIsToldAtLevelTwo) {
-    add("wakeup1", complete);
+    add("wakeup1", all);
     std::vector<WakeLockInfo> records;
     for (const char* time : {"0\n", "\n", "-5\n", "off"}) {
         add("wakeup1", {{"active_time_ms", time}});
@@ -113,7 +113,7 @@ TEST_F(WakeUpSourceTest, othersAreLeftOutAndAFailedReadIsToldAtLevelTwo) {
     std::filesystem::remove_all(tree.path("wakeup2"));
     tree.write("a_file", "");
     expectFailures(-ENOTDIR);
-    add("wakeup3", complete);  // which an unreadable one does not lose
+    add("wakeup3", all);  // which an unreadable one does not lose
     EXPECT_THAT(events(), ElementsAre(event("abc")));
 
     log.clear();
@@ -125,7 +125,7 @@ TEST_F(WakeUpSourceTest, othersAreLeftOutAndAFailedReadIsToldAtLevelTwo) {
 TEST_F(WakeUpSourceTest, inactiveSourcesCostOneFileEachAndNoMemory) {
     const android::base::unique_fd watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     const auto opened = [&](const char* time) {
-        add("wakeup4", complete);
+        add("wakeup4", all);
         add("wakeup4", {{"active_time_ms", time}});
         const int folder = inotify_add_watch(watch.get(), tree.path("wakeup4").c_str(), IN_OPEN);
         events();
@@ -149,12 +149,12 @@ TEST_F(WakeUpSourceTest, inactiveSourcesCostOneFileEachAndNoMemory) {
     const size_t few = allocations(1);
     EXPECT_LE(few, 3u);
     for (int i = 0; i < 100; ++i) add("idle" + std::to_string(i), {{"active_time_ms", "0\n"}});
-    add(std::string(255, 'i'), complete);
+    add(std::string(255, 'i'), all);
     EXPECT_EQ(allocations(2), few);
 }
 
 TEST_F(WakeUpSourceTest, theHandlerReadsTheKernelsSources) {
-    add("sys/class/wakeup/wakeup5", complete);
+    add("sys/class/wakeup/wakeup5", all);
     EXPECT_THAT(pull(kTag), IsEmpty());
     if (!withTreeAsKernel(tree, [&] { EXPECT_THAT(pull(kTag), ElementsAre(event("abc"))); })) {
         GTEST_SKIP();

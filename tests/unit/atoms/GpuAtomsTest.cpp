@@ -19,12 +19,12 @@ std::string mismatchInHandler(int freqs, int times) {
 
 class GpuAtomTest : public AtomTest {
   protected:
-    /** What a callback object gives whose construction finds the first time, and pulls the others. */
-    void expectSeries(const std::string& table, const std::vector<std::string>& times,
+    /** What a callback object gives whose construction finds the first texts, and pulls the others. */
+    void expectSeries(const std::vector<std::string>& tables, const std::vector<std::string>& times,
                       const std::vector<Transcript>& expected) {
-        SCOPED_TRACE(table + " with " + testing::PrintToString(times));
+        SCOPED_TRACE(testing::PrintToString(tables) + " with " + testing::PrintToString(times));
         useQcom();
-        set({{kTable, table}});
+        factory.setSeries(kTable, tables);
         factory.setSeries(kTime, times);
         ZStatsPullAtomCallback fresh;
         for (const Transcript& answer : expected) EXPECT_EQ(pull(kTag, fresh), answer);
@@ -32,20 +32,29 @@ class GpuAtomTest : public AtomTest {
 };
 
 TEST_F(GpuAtomTest, reportsTheTimeSinceTheLastPull) {
-    const std::string empty = "E getContentByHandleKey read nodeKey: gpu_freq_time_qual, len=0";
-    expectSeries("100 0200\n", {"10\t20\n", "15 5000000020", "0x20 0100"},
+    const auto empty = [](const std::string& key) {
+        return "E getContentByHandleKey read nodeKey: " + key + ", len=0";
+    };
+    expectSeries({"100 0200\n"}, {"10\t20\n", "15 5000000020", "0x20 0100"},
                  {{"[100000, 5L]", "[200000, 5000000000L]"},
                   {"[100000, 17L]", "[200000, -4999999956L]"},  // 0x20 is 32, 0100 is 64
                   {"[100000, 0L]", "[200000, 0L]"}});
-    expectSeries("100 200 300", {"1 2"}, {{mismatchInHandler(3, 2)}});
-    expectSeries("1 2", {"1 2", "1 2 3", "5 5"},
-                 {{mismatch(2, 3), "[1000, 0L]", "[2000, 0L]"}, {"[1000, 4L]", "[2000, 3L]"}});
+    expectSeries({"1"}, {"12", "9223372036854775807", "-9223372036854775808"},
+                 {{"[1000, 9223372036854775795L]"}, {"[1000, 1L]"}});
+    expectSeries({"100 200 300"}, {"1 2"}, {{mismatchInHandler(3, 2)}});
+    // The baseline stays while readings have another length.
+    expectSeries({"1 2"}, {"1 2", "1 2 3", "", "5 5"},
+                 {{mismatch(2, 3), "[1000, 0L]", "[2000, 0L]"},
+                  {empty(kTime), mismatch(2, 0), "[1000, 0L]", "[2000, 0L]"},
+                  {"[1000, 4L]", "[2000, 3L]"}});
     // Without a first reading there is never a baseline.
-    expectSeries(
-            "1 2", {"", "1 2", "3 4"},
-            {{mismatch(0, 2), mismatchInHandler(2, 0)}, {mismatch(0, 2), mismatchInHandler(2, 0)}});
-    expectSeries("1", {""}, {{empty, mismatchInHandler(1, 0)}});
-    expectSeries(" ", {" "}, {{}});
+    const Transcript never = {mismatch(0, 2), mismatchInHandler(2, 0)};
+    expectSeries({"1 2"}, {"", "1 2", "3 4"}, {never, never});
+    expectSeries({"1"}, {""}, {{empty(kTime), mismatchInHandler(1, 0)}});
+    expectSeries({" "}, {" "}, {{}});
+    // The table is read until it holds something, and never again.
+    expectSeries({"", "", "3", "4"}, {"1"},
+                 {{empty(kTable), mismatchInHandler(0, 1)}, {"[3000, 0L]"}, {"[3000, 0L]"}});
 }
 
 TEST_F(GpuAtomTest, thePlatformDecidesAtConstruction) {

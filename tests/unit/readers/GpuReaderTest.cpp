@@ -1,5 +1,3 @@
-#include <limits>
-
 #include "daemon/SystemHelpers.h"
 #include "readers/GpuReader.h"
 #include "tests/support/AtomTest.h"
@@ -8,23 +6,6 @@ namespace zstats {
 namespace {
 
 using Times = std::vector<long long>;
-
-/** A back-end whose readings are given one by one; the last one stays. */
-struct ScriptedGpu : GpuStats {
-    explicit ScriptedGpu(std::vector<Times> script) : readings(std::move(script)) {}
-    void readFreqsKhz(std::vector<int>& out) override {
-        ++freqReads;
-        out = freqs;
-    }
-    void readFreqsTime(Times& out) override {
-        out = readings.front();
-        if (readings.size() > 1) readings.erase(readings.begin());
-    }
-
-    std::vector<Times> readings;
-    std::vector<int> freqs;
-    int freqReads = 0;
-};
 
 using GpuReaderTest = AtomTest;
 
@@ -61,27 +42,11 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
     EXPECT_THAT(freqs, ElementsAre(7, -1000, 1000, 0, 3000));
 }
 
-TEST_F(GpuReaderTest, differencesBetweenReadings) {
-    constexpr long long kMax = std::numeric_limits<long long>::max();
-    constexpr long long kMin = std::numeric_limits<long long>::min();
-    GpuReader reader(std::make_shared<ScriptedGpu>(
-            std::vector<Times>{{1, 2}, {1, 2, 5}, {}, {11, 12}, {4, kMax}, {4, kMin}}));
-    const std::string mismatch = "E getGpuFreqsTimeDelta, last freq size 2, curr freq size ";
-    // A reading of another length is answered with zeros and leaves the baseline as it is.
-    const std::pair<Times, Transcript> rows[] = {{{0, 0}, {mismatch + "3"}},
-                                                 {{0, 0}, {mismatch + "0"}},
-                                                 {{10, 10}, {}},
-                                                 {{-7, kMax - 12}, {}},
-                                                 {{0, 1}, {}}};
-    for (const auto& [deltas, errors] : rows) {
-        EXPECT_EQ(reader.getGpuFreqsTimeDelta(), deltas);
-        EXPECT_EQ(lines(), errors);
-    }
-}
-
 TEST_F(GpuReaderTest, readTimesAdvanceAtEachReading) {
+    useQcom();
+    factory.setSeries("gpu_freq_time_qual", {"1", "1", "1 2"});  // whatever the lengths are
     const int64_t before = getBootTimeMs();
-    GpuReader reader(std::make_shared<ScriptedGpu>(std::vector<Times>{{1}, {1}, {1, 2}}));
+    GpuReader reader;
     int64_t previous = getBootTimeMs();
     for (int reading = 0; reading < 3; ++reading) {
         while (getBootTimeMs() <= previous) {
@@ -102,17 +67,6 @@ TEST_F(GpuReaderTest, readTimesAdvanceAtEachReading) {
         EXPECT_LE(current, getBootTimeMs());
         previous = current;
     }
-}
-
-TEST_F(GpuReaderTest, frequenciesAreReadUntilThereAreSome) {
-    const auto gpu = std::make_shared<ScriptedGpu>(std::vector<Times>{{}});
-    GpuReader reader(gpu);
-    EXPECT_THAT(reader.getGpuFreqsKhz(), IsEmpty());
-    gpu->freqs = {300, 400};
-    EXPECT_THAT(reader.getGpuFreqsKhz(), ElementsAre(300, 400));
-    gpu->freqs = {500};
-    EXPECT_THAT(reader.getGpuFreqsKhz(), ElementsAre(300, 400));
-    EXPECT_EQ(gpu->freqReads, 3);
 }
 
 TEST_F(GpuReaderTest, anUnknownPlatformHasNoBackEnd) {
