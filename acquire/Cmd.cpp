@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "daemon/base/Arithmetic.h"
+
 using android::endl;
 using android::IBinder;
 using android::IServiceManager;
@@ -74,8 +76,8 @@ const char* describeFailure(status_t status, int32_t negated) {
 
 void reportFailure(std::string_view service, status_t status, TextOutput& outputLog,
                    RunMode runMode) {
-    // Unsigned, since the lowest status has no positive counterpart.
-    const auto negated = static_cast<int32_t>(0U - static_cast<uint32_t>(status));
+    // Wrapped, since the lowest status has no positive counterpart.
+    const int32_t negated = wrap32(-int64_t{status});
     const char* text = describeFailure(status, negated);
     if (runMode == RunMode::kStandalone) {
         __android_log_print(ANDROID_LOG_WARN, kCmdTag, "Failure calling service %.*s: %s (%d)",

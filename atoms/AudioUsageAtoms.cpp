@@ -12,6 +12,7 @@
 #include "atoms/AtomEvent.h"
 #include "daemon/Log.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Arithmetic.h"
 
 namespace zstats {
 
@@ -48,7 +49,7 @@ const char* readMonitorReply(const Parcel& reply) {
 
 /** The text of an error status; the least status has no positive counterpart and wraps. */
 const char* describeStatus(android::status_t status) {
-    return strerror(static_cast<int>(0u - static_cast<unsigned>(status)));
+    return strerror(wrap32(-int64_t{status}));
 }
 
 /**

@@ -1,10 +1,10 @@
 #include <cstdlib>
 
-#include "atoms/Arithmetic.h"
 #include "atoms/AtomEvent.h"
 #include "atoms/ChargerRead.h"
 #include "daemon/Log.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Arithmetic.h"
 
 namespace zstats {
 namespace {

@@ -7,11 +7,11 @@
 #include <map>
 #include <regex>
 
-#include "atoms/Arithmetic.h"
 #include "atoms/AtomEvent.h"
 #include "daemon/Log.h"
 #include "daemon/SystemHelpers.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Arithmetic.h"
 
 namespace zstats {
 

@@ -8,6 +8,7 @@
 #include "daemon/Log.h"
 #include "daemon/SystemHelpers.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Arithmetic.h"
 #include "readers/TextLines.h"
 
 namespace zstats {
@@ -50,9 +51,9 @@ bool parseDdrLine(std::string_view line, int32_t& freqMhz, int64_t& timeMs) {
 /** Stores `timeMs` as the baseline of `freqMhz` and returns the time since the last one. */
 int64_t advanceBaseline(std::map<int32_t, int64_t>& lastMs, int32_t freqMhz, int64_t timeMs) {
     int64_t& last = lastMs[freqMhz];
-    const uint64_t delta = static_cast<uint64_t>(timeMs) - static_cast<uint64_t>(last);
+    const int64_t delta = wrappingDifference(timeMs, last);
     last = timeMs;
-    return static_cast<int64_t>(delta);
+    return delta;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "daemon/Log.h"
 #include "daemon/SystemHelpers.h"
+#include "daemon/base/Arithmetic.h"
 #include "readers/TextLines.h"
 #include "sources/HalHandleFactoryProxyAidl.h"
 
@@ -26,19 +27,12 @@ void logScanFailure(const char* operation, const std::string& line) {
     ZLOG_AT(2, DEBUG, "%s %s scan failed", operation, line.c_str());
 }
 
-/** a - b, wrapping around where the node's counters are nonsense. */
-long long wrappingDifference(long long a, long long b) {
-    return static_cast<long long>(static_cast<unsigned long long>(a) -
-                                  static_cast<unsigned long long>(b));
-}
-
 }  // namespace
 
 void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
     size_t i = out.size();
     splitString(content.c_str(), kQcomDelimiters, &out);
-    // Unsigned, so that a nonsensical frequency wraps.
-    for (; i < out.size(); ++i) out[i] = static_cast<int>(static_cast<unsigned>(out[i]) * 1000u);
+    for (; i < out.size(); ++i) out[i] = wrap32(int64_t{out[i]} * 1000);
 }
 
 void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out) {

@@ -4,6 +4,7 @@
 #include <utils/String16.h>
 
 #include "daemon/Log.h"
+#include "daemon/base/Arithmetic.h"
 
 namespace zstats {
 
@@ -24,7 +25,7 @@ constexpr uint32_t kGetAmbientTemperature = 25;
 constexpr int32_t kSizeWordLimit = 3;
 
 int32_t degreesToMilli(int32_t degrees) {
-    return static_cast<int32_t>(static_cast<uint32_t>(degrees) * 1000u);
+    return wrap32(int64_t{degrees} * 1000);
 }
 
 status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& data,

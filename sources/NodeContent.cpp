@@ -11,7 +11,8 @@ namespace {
 constexpr std::string_view kBlanks = " \n\r\t";
 
 std::string_view withoutTrailingBlanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    const size_t last = text.find_last_not_of(kBlanks);
+    return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }
 
 /** Throws std::out_of_range when there is nothing but blanks; no node is to show such a line. */
