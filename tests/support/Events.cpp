@@ -31,24 +31,4 @@ void pullInto(AStatsEventList* list, ZStatsPullAtomCallback& callback, int32_t t
     EXPECT_EQ(onPullAtom(tag, list, &callback), AStatsManager_PULL_SUCCESS);
 }
 
-std::vector<int32_t> pullInts(ZStatsPullAtomCallback& callback, int32_t tag) {
-    AStatsEventList list;
-    pullInto(&list, callback, tag);
-    const auto events = eventsOf(list);
-    if (events.empty()) return {};
-    EXPECT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].atomId, tag);
-    EXPECT_TRUE(events[0].built);
-    std::vector<int32_t> values;
-    for (const Field& field : events[0].fields) {
-        const int32_t* value = std::get_if<int32_t>(&field);
-        if (value == nullptr) {
-            ADD_FAILURE() << "field " << values.size() + 1 << " is no int32";
-            return {};
-        }
-        values.push_back(*value);
-    }
-    return values;
-}
-
 }  // namespace zstats

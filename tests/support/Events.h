@@ -23,10 +23,4 @@ std::vector<Event> eventsOf(const AStatsEventList& list);
 /** Pulls `tag` into `list` as statsd does. */
 void pullInto(AStatsEventList* list, ZStatsPullAtomCallback& callback, int32_t tag);
 
-/**
- * Pulls an atom that has at most one event of int32 fields and returns these; empty when there was
- * no event. Anything else, such as an unbuilt event or another field type, fails the test.
- */
-std::vector<int32_t> pullInts(ZStatsPullAtomCallback& callback, int32_t tag);
-
 }  // namespace zstats

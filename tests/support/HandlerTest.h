@@ -37,8 +37,6 @@ class HandlerTest : public ::testing::Test {
         return lines;
     }
 
-    std::vector<int32_t> pull(int32_t tag) { return pullInts(callback, tag); }
-
     LogCapture log;
     ZStatsPullAtomCallback callback;
 };

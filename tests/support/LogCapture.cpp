@@ -84,25 +84,6 @@ std::vector<std::string> LogCapture::take(const std::string& tag) {
     return taken;
 }
 
-std::vector<LogLine> LogCapture::lines() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mLines;
-}
-
-std::vector<LogLine> LogCapture::linesOf(const std::string& tag) const {
-    std::vector<LogLine> result = lines();
-    auto other = [&](const LogLine& line) { return line.tag != tag; };
-    result.erase(std::remove_if(result.begin(), result.end(), other), result.end());
-    return result;
-}
-
-size_t LogCapture::count(int priority, const std::string& text) const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return std::count_if(mLines.begin(), mLines.end(), [&](const LogLine& line) {
-        return line.priority == priority && line.text.find(text) != std::string::npos;
-    });
-}
-
 void LogCapture::clear() {
     std::lock_guard<std::mutex> lock(mLock);
     mLines.clear();

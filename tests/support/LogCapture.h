@@ -20,8 +20,6 @@ struct LogLine {
 /**
  * Collects the log lines of all threads, of every priority, for the lifetime of the object. Lines
  * that no capture collects are not shown. Any thread.
- *
- * Texts are looked for as parts of a line's text, and in lines of every tag.
  */
 class LogCapture {
   public:
@@ -39,10 +37,6 @@ class LogCapture {
     /** Runs `action` on the logging thread, right after the next line of this text. */
     void whenLogged(const std::string& text, std::function<void()> action);
 
-    std::vector<LogLine> lines() const;
-    std::vector<LogLine> linesOf(const std::string& tag) const;
-    size_t count(int priority, const std::string& text) const;
-    bool contains(int priority, const std::string& text) const { return count(priority, text) > 0; }
     void clear();
 
   private:

@@ -27,6 +27,7 @@ using android::base::GetIntProperty;
 using android::base::GetProperty;
 using android::base::SetProperty;
 using android::base::unique_fd;
+using Lines = std::vector<std::string>;
 
 class PropertyTest : public testing::Test {
   protected:
@@ -88,19 +89,23 @@ TEST_F(PropertyTest, readsBoolsAndNumbers) {
 }
 
 TEST_F(PropertyTest, refusesWhatDoesNotFitAndSaysSo) {
-    const LogCapture log;
+    LogCapture log;
     EXPECT_TRUE(SetProperty(std::string(127, 'n'), std::string(91, 'v')));
     EXPECT_EQ(GetProperty(std::string(127, 'n'), ""), std::string(91, 'v'));
     EXPECT_FALSE(SetProperty(std::string(128, 'n'), "v"));
     EXPECT_FALSE(SetProperty("n", std::string(92, 'v')));
     EXPECT_FALSE(SetProperty("", "v"));
-    EXPECT_EQ(log.lines().size(), 3u);
+    const Lines lines = {"E cannot set \"" + std::string(128, 'n') + "\" to \"v\": Invalid argument",
+                         "E cannot set \"n\" to \"" + std::string(92, 'v') + "\": Invalid argument",
+                         "E cannot set \"\" to \"v\": Invalid argument"};
+    EXPECT_EQ(log.take("properties"), lines);
 }
 
 TEST_F(PropertyTest, handsControlWritesOnInsteadOfStoringThem) {
-    const LogCapture log;
+    LogCapture log;
     EXPECT_EQ(property_set("ctl.stop", "service"), -1);
-    EXPECT_TRUE(log.contains(ANDROID_LOG_ERROR, "\"ctl.stop\" to \"service\""));
+    EXPECT_EQ(log.take("properties"),
+              Lines{"E cannot set \"ctl.stop\" to \"service\": Function not implemented"});
     std::string taken;
     setControlHandler([&](const std::string& name, const std::string& value) {
         // A handler may well use properties itself.

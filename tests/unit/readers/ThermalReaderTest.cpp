@@ -107,6 +107,14 @@ TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueries) {
                 EXPECT_EQ(reader.getThermalStatus(status), 0);
                 return lines();
             });
+    // A query takes no lock: it is served while a notice holds the reader's.
+    gLogLevel = 2;
+    log.whenLogged("ThermalReader enter binderDied", [&] {
+        std::thread([&] {
+            int status = 0;
+            EXPECT_EQ(reader.getThermalStatus(status), -1);
+        }).join();
+    });
     calda.remote().die();
     expectAnswer(reader, kStatus, {kAbsent, kFailed, "-1 { 99 }"});
 }
