@@ -55,16 +55,16 @@ class WakeUpSourceTest : public AtomTest {
         return taken;
     }
 
-    const Nodes all = {{"active_time_ms", "1500\n"},
-                       {"active_count", "01\n"},
-                       {"event_count", "2\n"},
-                       {"last_change_ms", "3000000000\n"},
-                       {"name", "abc\n"},
-                       {"expire_count", "4\n"},
-                       {"max_time_ms", "5\n"},
-                       {"total_time_ms", "7\n"},
-                       {"prevent_suspend_time_ms", "6\n"},
-                       {"wakeup_count", "8\n"}};
+    const Nodes all = {{"active_time_ms", "1500"},
+                       {"active_count", "01"},
+                       {"event_count", "2"},
+                       {"last_change_ms", "3000000000"},
+                       {"name", "abc"},
+                       {"expire_count", "4"},
+                       {"max_time_ms", "5"},
+                       {"total_time_ms", "7"},
+                       {"prevent_suspend_time_ms", "6"},
+                       {"wakeup_count", "8"}};
     const TempTree tree;
 };
 
@@ -76,8 +76,9 @@ std::string event(const std::string& name, int64_t activeTime = 1500, int maxTim
 TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
     add("wakeup0", all);
     EXPECT_THAT(events(), ElementsAre(event("abc")));
-    add("wakeup0", {{"active_time_ms", "1\n5\n0"}, {"name", "a\nb\n"}, {"max_time_ms", "\n6\n"}});
-    EXPECT_THAT(events(), ElementsAre(event("ab", 150, 6)));
+    add("wakeup0",
+        {{"active_time_ms", "5\n000000000\n"}, {"name", " a\nb \n"}, {"max_time_ms", "\n6\n"}});
+    EXPECT_THAT(events(), ElementsAre(event(" ab ", 5000000000, 6)));
     add("wakeup0", {{"active_time_ms", "1"}, {"name", ""}, {"max_time_ms", "many"}});
     EXPECT_THAT(events(), ElementsAre(event("", 1, 0)));
     remove(tree.path("wakeup0/max_time_ms").c_str());

@@ -52,6 +52,7 @@ TEST_F(GpuAtomTest, reportsTheTimeSinceTheLastPull) {
     expectSeries({"1 2"}, {"", "1 2", "3 4"}, {never, never});
     expectSeries({"1"}, {""}, {{empty(kTime), mismatchInHandler(1, 0)}});
     expectSeries({" "}, {" "}, {{}});
+    expectSeries({""}, {""}, {{empty(kTable), empty(kTime)}});
     // The table is read until it holds something, and never again.
     expectSeries({"", "", "3", "4"}, {"1"},
                  {{empty(kTable), mismatchInHandler(0, 1)}, {"[3000, 0L]"}, {"[3000, 0L]"}});

@@ -135,7 +135,8 @@ struct LinkedCalda : android::BBinder {
         return android::OK;
     }
     android::status_t onTransact(uint32_t, const android::Parcel&, android::Parcel*,
-                                 uint32_t) override {
+                                 uint32_t flags) override {
+        EXPECT_EQ(flags, 0u);
         // A notice on another thread is served while a query is under way.
         std::thread([this] { recipient->binderDied(nullptr); }).join();
         return android::OK;
