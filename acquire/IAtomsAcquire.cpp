@@ -2,14 +2,12 @@
 
 #include <binder/Stability.h>
 #include <cutils/trace.h>
-#include <utils/String8.h>
 #include <utils/Trace.h>
 
 using android::OK;
 using android::Parcel;
 using android::ScopedTrace;
 using android::status_t;
-using android::String8;
 using android::binder::Status;
 using android::os::ParcelFileDescriptor;
 
@@ -17,48 +15,6 @@ namespace zstats {
 
 // The checked form of this macro lets no interface of ours through.
 DO_NOT_DIRECTLY_USE_ME_IMPLEMENT_META_INTERFACE(AtomsAcquire, "com.norda.quill.IAtomsAcquire")
-
-namespace {
-
-/** The status that the parcel itself gives to a vector with fewer values than its count tells. */
-status_t cutShortStatus() {
-    Parcel request;
-    request.writeInt32(1);
-    request.setDataPosition(0);
-    std::vector<int32_t> values;
-    return request.readInt32Vector(&values);
-}
-
-status_t readAtomIds(const Parcel& data, std::vector<int32_t>* atomIds) {
-    // Older versions of libbinder make room for the whole count before they look for the values, so
-    // a count that the request cannot hold must not reach them.
-    const size_t start = data.dataPosition();
-    int32_t count = 0;
-    if (data.readInt32(&count) == OK && count > 0 &&
-        static_cast<size_t>(count) > data.dataAvail() / sizeof(int32_t)) {
-        return cutShortStatus();
-    }
-    data.setDataPosition(start);
-    return data.readInt32Vector(atomIds);
-}
-
-/** Not ok when the request holds more than the arguments; libbinder has no such check everywhere. */
-Status requireAllRead(const Parcel& data) {
-    const size_t unread = data.dataAvail();
-    if (unread == 0) return Status::ok();
-    return Status::fromExceptionCode(
-            Status::EX_BAD_PARCELABLE,
-            String8::format("Parcel data not fully consumed, unread size: %zu", unread));
-}
-
-/** Replaces whatever the reply holds already. */
-status_t writeOver(Parcel* reply, const Status& status) {
-    reply->setDataSize(0);
-    reply->setDataPosition(0);
-    return status.writeToParcel(reply);
-}
-
-}  // namespace
 
 BnAtomsAcquire::BnAtomsAcquire() {
     android::internal::Stability::markCompilationUnit(this);
@@ -79,7 +35,7 @@ status_t BnAtomsAcquire::onTransact(uint32_t code, const Parcel& data, Parcel* r
             break;
     }
     if (result == android::UNEXPECTED_NULL) {
-        return writeOver(reply, Status::fromExceptionCode(Status::EX_NULL_POINTER));
+        return Status::fromExceptionCode(Status::EX_NULL_POINTER).writeOverParcel(reply);
     }
     return result;
 }
@@ -90,8 +46,10 @@ status_t BnAtomsAcquire::onGetInfo(const Parcel& data, Parcel* reply) {
                       "AIDL::cpp::IAtomsAcquire::getInfoForPulledAtoms::cppServer");
 
     std::vector<int32_t> atomIds;
-    if (status_t result = readAtomIds(data, &atomIds); result != OK) return result;
-    if (Status status = requireAllRead(data); !status.isOk()) return status.writeToParcel(reply);
+    if (status_t result = data.readInt32Vector(&atomIds); result != OK) return result;
+    if (Status status = data.enforceNoDataAvail(); !status.isOk()) {
+        return status.writeToParcel(reply);
+    }
 
     std::vector<std::string> info;
     const Status status = getInfoForPulledAtoms(atomIds, &info);
@@ -105,10 +63,12 @@ status_t BnAtomsAcquire::onRegisterFd(const Parcel& data, Parcel* reply) {
                       "AIDL::cpp::IAtomsAcquire::registerFdForPushedAtoms::cppServer");
 
     std::vector<int32_t> atomIds;
-    if (status_t result = readAtomIds(data, &atomIds); result != OK) return result;
+    if (status_t result = data.readInt32Vector(&atomIds); result != OK) return result;
     ParcelFileDescriptor fd;
     if (status_t result = data.readParcelable(&fd); result != OK) return result;
-    if (Status status = requireAllRead(data); !status.isOk()) return status.writeToParcel(reply);
+    if (Status status = data.enforceNoDataAvail(); !status.isOk()) {
+        return status.writeToParcel(reply);
+    }
 
     int32_t ret = 0;
     const Status status = registerFdForPushedAtoms(atomIds, fd, &ret);

@@ -42,7 +42,7 @@ class IAtomsAcquire : public android::IInterface {
 
 /**
  * Server stub, equal on the wire to what the platform's AIDL compiler generates. Written by hand
- * because older versions of libbinder lack the checks that current generated stubs make.
+ * because the compilers of a PC's distributions are older and leave out checks and trace sections.
  */
 class BnAtomsAcquire : public android::BnInterface<IAtomsAcquire> {
   public:

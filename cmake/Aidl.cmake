@@ -1,28 +1,48 @@
-# Compiles AIDL files, named by their type, below `root` into a static library.
-#
-#   aidl_library(TARGET ndk|cpp ROOT dir TYPES android.os.IStatsd ...)
+# Compiles AIDL files, named by their type. What the compiler's output needs beyond that is in
+# aidl-output.sed.
 find_program(AIDL aidl REQUIRED)
+set(AIDL_OUTPUT_RULES ${CMAKE_CURRENT_LIST_DIR}/aidl-output.sed)
 
-function(aidl_library target backend)
-    cmake_parse_arguments(ARG "" "ROOT" "TYPES" ${ARGN})
-    set(out ${CMAKE_BINARY_DIR}/aidl/${target})
-    set(include ${out}/include)
-    file(MAKE_DIRECTORY ${include})
+# aidl_sources(LIST ndk|cpp OUT dir ROOT dir TYPES android.os.IStatsd ...): LIST becomes the
+# generated sources; the headers come to lie below OUT/include. Both are made anew when a file that
+# the type imports has changed.
+function(aidl_sources list backend)
+    cmake_parse_arguments(ARG "" "OUT;ROOT" "TYPES" ${ARGN})
     if(backend STREQUAL "ndk")
         set(flags --lang=ndk --structured)
+        set(headers ${ARG_OUT}/include/aidl)
     else()
         set(flags --lang=cpp)
+        set(headers ${ARG_OUT}/include)
     endif()
+    file(MAKE_DIRECTORY ${ARG_OUT}/include)
+    set(sources)
     foreach(type ${ARG_TYPES})
         string(REPLACE "." "/" path ${type})
-        set(source ${out}/${path}.cpp)
-        add_custom_command(OUTPUT ${source}
-            COMMAND ${AIDL} ${flags} -I ${ARG_ROOT} -o ${out} -h ${include} ${ARG_ROOT}/${path}.aidl
-            DEPENDS ${ARG_ROOT}/${path}.aidl VERBATIM)
+        get_filename_component(folder ${path} DIRECTORY)
+        get_filename_component(name ${path} NAME)
+        string(REGEX REPLACE "^I([A-Z])" "\\1" bare_name ${name})
+        set(source ${ARG_OUT}/${path}.cpp)
+        set(outputs ${source})
+        foreach(header ${name} Bn${bare_name} Bp${bare_name})
+            list(APPEND outputs ${headers}/${folder}/${header}.h)
+        endforeach()
+        add_custom_command(OUTPUT ${outputs}
+            COMMAND ${AIDL} ${flags} --ninja -d ${source}.d -I ${ARG_ROOT} -o ${ARG_OUT}
+                    -h ${ARG_OUT}/include ${ARG_ROOT}/${path}.aidl
+            COMMAND sed -E -i -f ${AIDL_OUTPUT_RULES} ${outputs}
+            DEPENDS ${ARG_ROOT}/${path}.aidl ${AIDL_OUTPUT_RULES} DEPFILE ${source}.d VERBATIM)
         list(APPEND sources ${source})
     endforeach()
+    set(${list} ${sources} PARENT_SCOPE)
+endfunction()
+
+# aidl_library(TARGET ndk|cpp ROOT dir TYPES ...): a static library of the generated sources.
+function(aidl_library target backend)
+    set(out ${CMAKE_BINARY_DIR}/aidl/${target})
+    aidl_sources(sources ${backend} OUT ${out} ${ARGN})
     add_library(${target} STATIC ${sources})
-    target_include_directories(${target} SYSTEM BEFORE PUBLIC ${include})
+    target_include_directories(${target} SYSTEM BEFORE PUBLIC ${out}/include)
     target_compile_options(${target} PRIVATE -w -DDO_NOT_CHECK_MANUAL_BINDER_INTERFACES)
     target_link_libraries(${target} PUBLIC aosp_headers)
 endfunction()

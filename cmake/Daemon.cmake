@@ -6,5 +6,5 @@ list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
 add_library(zstats STATIC ${daemon_sources})
 target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zstats
-    PUBLIC aosp_headers host_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
+    PUBLIC aosp_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
     PRIVATE zstats_warnings PkgConfig::SELINUX)

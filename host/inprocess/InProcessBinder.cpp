@@ -1,11 +1,12 @@
 #include "host/inprocess/InProcessBinder.h"
 
-#include <android/binder_ibinder.h>
+#include <android/binder_libbinder.h>
 #include <binder/Binder.h>
 #include <binder/BpBinder.h>
 #include <binder/IPCThreadState.h>
-#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
 #include <binder/Stability.h>
+#include <fakeservicemanager/FakeServiceManager.h>
 #include <utils/String8.h>
 
 #include <algorithm>
@@ -16,9 +17,6 @@
 #include <mutex>
 #include <thread>
 #include <utility>
-
-// From the NDK library's internals: how it turns its handles into binders and back.
-#include "ibinder_internal.h"
 
 namespace zstats::inprocess {
 
@@ -58,7 +56,8 @@ class Target {
 
     /** Made once, after the target is in the table of handles. */
     void makeProxy() {
-        mProxy = BpBinder::create(mHandle);
+        const auto process = android::ProcessState::self();
+        mProxy = sp<BpBinder>(process->getStrongProxyForHandle(mHandle)->remoteBinder());
         android::internal::Stability::markCompilationUnit(mProxy.get());
     }
 
@@ -235,11 +234,16 @@ class Handles {
     std::map<int32_t, std::shared_ptr<Target>> mTargets;
 };
 
-/** The process's service manager. */
-class Registry : public android::IServiceManager {
+/** The process's service manager: the platform's fake one, and what tests ask of it beyond that. */
+class Registry : public android::FakeServiceManager {
   public:
     sp<IBinder> getService(const String16& name) const override { return lookUp("get ", name); }
     sp<IBinder> checkService(const String16& name) const override { return lookUp("check ", name); }
+
+    Vector<String16> listServices(int dumpFlags) override {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return FakeServiceManager::listServices(dumpFlags);
+    }
 
     status_t addService(const String16& name, const sp<IBinder>& service, bool allowIsolated,
                         int dumpFlags) override {
@@ -247,60 +251,46 @@ class Registry : public android::IServiceManager {
         const std::lock_guard<std::mutex> lock(mLock);
         const auto refusal = mRefusals.find(key);
         if (refusal != mRefusals.end()) return refusal->second;
-        mServices[key] = service;
-        mAdded.push_back({key, service, allowIsolated, dumpFlags});
+        const status_t status =
+                FakeServiceManager::addService(name, service, allowIsolated, dumpFlags);
+        if (status == android::OK) mAdded.push_back({key, service, allowIsolated, dumpFlags});
         mChanged.notify_all();
-        return android::OK;
+        return status;
     }
 
-    Vector<String16> listServices(int /*dumpFlags*/) override {
-        Vector<String16> names;
-        const std::lock_guard<std::mutex> lock(mLock);
-        for (const auto& service : mServices) names.push_back(String16(service.first.c_str()));
-        return names;
-    }
-
+    /** The fake one does not wait. */
     sp<IBinder> waitForService(const String16& name) override {
-        const std::string key = String8(name).c_str();
         std::unique_lock<std::mutex> lock(mLock);
-        mLookUps.push_back("waitFor " + key);
+        mLookUps.push_back(std::string("waitFor ") + String8(name).c_str());
         mChanged.notify_all();
-        mChanged.wait(lock, [&] { return mServices.count(key) != 0; });
-        return mServices[key];
+        mChanged.wait(lock, [&] { return FakeServiceManager::checkService(name) != nullptr; });
+        return FakeServiceManager::checkService(name);
     }
-
-    bool isDeclared(const String16& name) override {
-        const std::lock_guard<std::mutex> lock(mLock);
-        return mServices.count(String8(name).c_str()) != 0;
-    }
-
-    IBinder* onAsBinder() override { return nullptr; }
 
     void publish(const std::string& name, const sp<IBinder>& binder) {
         const std::lock_guard<std::mutex> lock(mLock);
-        mServices[name] = binder;
+        FakeServiceManager::addService(String16(name.c_str()), binder, false, 0);
         mChanged.notify_all();
     }
 
-    void withdraw(const std::string& name, const sp<IBinder>& onlyIf) {
+    /** Takes away each service for which `isMeant` holds. The fake one only clears as a whole. */
+    void withdraw(const std::function<bool(const String16&, const sp<IBinder>&)>& isMeant) {
         const std::lock_guard<std::mutex> lock(mLock);
-        const auto found = mServices.find(name);
-        if (found == mServices.end()) return;
-        if (onlyIf == nullptr || found->second == onlyIf) mServices.erase(found);
-    }
-
-    void withdrawAll(const sp<IBinder>& binder) {
-        const std::lock_guard<std::mutex> lock(mLock);
-        for (auto it = mServices.begin(); it != mServices.end();) {
-            it = it->second == binder ? mServices.erase(it) : std::next(it);
+        std::map<String16, sp<IBinder>> others;
+        for (const String16& name : FakeServiceManager::listServices(0)) {
+            const sp<IBinder> service = FakeServiceManager::checkService(name);
+            if (!isMeant(name, service)) others[name] = service;
+        }
+        clear();
+        for (const auto& [name, service] : others) {
+            FakeServiceManager::addService(name, service, false, 0);
         }
     }
 
     void reset() {
-        std::map<std::string, sp<IBinder>> services;
         std::vector<AddedService> added;
         const std::lock_guard<std::mutex> lock(mLock);
-        services.swap(mServices);
+        clear();
         added.swap(mAdded);
         mLookUps.clear();
         mRefusals.clear();
@@ -338,17 +328,14 @@ class Registry : public android::IServiceManager {
 
   private:
     sp<IBinder> lookUp(const char* how, const String16& name) const {
-        const std::string key = String8(name).c_str();
         const std::lock_guard<std::mutex> lock(mLock);
-        mLookUps.push_back(how + key);
+        mLookUps.push_back(how + std::string(String8(name).c_str()));
         mChanged.notify_all();
-        const auto found = mServices.find(key);
-        return found == mServices.end() ? nullptr : found->second;
+        return FakeServiceManager::checkService(name);
     }
 
-    mutable std::mutex mLock;  // guards all below
+    mutable std::mutex mLock;  // guards all below, and what is registered while it is changed
     mutable std::condition_variable mChanged;
-    std::map<std::string, sp<IBinder>> mServices;
     std::map<std::string, status_t> mRefusals;
     std::vector<AddedService> mAdded;
     mutable std::vector<std::string> mLookUps;
@@ -363,7 +350,9 @@ RemoteService::~RemoteService() {
 }
 
 void RemoteService::die() {
-    Registry::instance()->withdrawAll(mTarget->proxy());
+    Registry::instance()->withdraw([this](const String16&, const sp<IBinder>& service) {
+        return service == mTarget->proxy();
+    });
     mTarget->die();
 }
 
@@ -400,9 +389,7 @@ sp<IBinder> RemoteService::proxy() const {
 }
 
 ndk::SpAIBinder RemoteService::ndkProxy() const {
-    const sp<AIBinder> binder = ABpBinder::lookupOrCreateFromBinder(mTarget->proxy());
-    AIBinder_incStrong(binder.get());
-    return ndk::SpAIBinder(binder.get());
+    return ndk::SpAIBinder(AIBinder_fromPlatformBinder(mTarget->proxy()));
 }
 
 std::shared_ptr<RemoteService> publish(const std::string& name, const sp<IBinder>& local) {
@@ -412,11 +399,13 @@ std::shared_ptr<RemoteService> publish(const std::string& name, const sp<IBinder
 }
 
 std::shared_ptr<RemoteService> publish(const std::string& name, const ndk::SpAIBinder& local) {
-    return publish(name, local.get()->getBinder());
+    return publish(name, AIBinder_toPlatformBinder(local.get()));
 }
 
 void withdraw(const std::string& name) {
-    Registry::instance()->withdraw(name, nullptr);
+    Registry::instance()->withdraw([&name](const String16& other, const sp<IBinder>&) {
+        return other == String16(name.c_str());
+    });
 }
 
 void reset() {

@@ -1,9 +1,12 @@
 #include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <linux/futex.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -14,13 +17,14 @@ namespace zstats::properties {
 namespace {
 
 constexpr uint32_t kMagic = 0x50524f50;
-constexpr uint32_t kVersion = 1;
+constexpr uint32_t kVersion = 2;
 
 }  // namespace
 
 struct PropertyArea::Layout {
     uint32_t magic;
     uint32_t version;
+    std::atomic<uint32_t> serial;  // one more with each change
     std::atomic<uint32_t> count;
     prop_info entries[kCapacity];
 };
@@ -40,6 +44,16 @@ void storeValue(prop_info& entry, const std::string& value) {
         entry.value[i].store(words[i], std::memory_order_release);
     }
     entry.serial.store(serial + 2, std::memory_order_release);
+}
+
+/** A waiter may have mapped the memory elsewhere, so these are not private to the process. */
+long futex(const std::atomic<uint32_t>& word, int operation, uint32_t value,
+           const timespec* timeout) {
+    return syscall(SYS_futex, &word, operation, value, timeout, nullptr, 0);
+}
+
+void wakeAll(const std::atomic<uint32_t>& word) {
+    futex(word, FUTEX_WAKE, INT_MAX, nullptr);
 }
 
 void* mapMemory(size_t size, int protection, int flags, int fd) {
@@ -106,6 +120,7 @@ int PropertyArea::set(const std::string& name, const std::string& value) {
     std::lock_guard<std::mutex> lock(mWriteLock);
     if (const prop_info* entry = find(name.c_str())) {
         storeValue(*const_cast<prop_info*>(entry), value);
+        announce(entry);
         return 0;
     }
     const uint32_t count = mLayout->count.load(std::memory_order_relaxed);
@@ -114,17 +129,41 @@ int PropertyArea::set(const std::string& name, const std::string& value) {
     memcpy(entry.name, name.c_str(), name.size() + 1);
     storeValue(entry, value);
     mLayout->count.store(count + 1, std::memory_order_release);
+    announce(&entry);
     return 0;
+}
+
+void PropertyArea::announce(const prop_info* changed) {
+    mLayout->serial.fetch_add(1, std::memory_order_release);
+    wakeAll(changed->serial);
+    wakeAll(mLayout->serial);
+}
+
+void PropertyArea::forEachEntry(const std::function<void(const prop_info& entry)>& visit) const {
+    const uint32_t count = mLayout->count.load(std::memory_order_acquire);
+    for (uint32_t i = 0; i < count && i < kCapacity; ++i) visit(mLayout->entries[i]);
 }
 
 void PropertyArea::forEach(
         const std::function<void(const char* name, const char* value)>& visit) const {
-    const uint32_t count = mLayout->count.load(std::memory_order_acquire);
-    for (uint32_t i = 0; i < count && i < kCapacity; ++i) {
+    forEachEntry([&visit](const prop_info& entry) {
         char value[PROP_VALUE_MAX];
-        read(mLayout->entries[i], value);
-        visit(mLayout->entries[i].name, value);
+        read(entry, value);
+        visit(entry.name, value);
+    });
+}
+
+uint32_t PropertyArea::serial() const {
+    return mLayout->serial.load(std::memory_order_acquire);
+}
+
+bool PropertyArea::wait(const prop_info* entry, uint32_t old, uint32_t* serial,
+                        const timespec* timeout) const {
+    const std::atomic<uint32_t>& word = entry != nullptr ? entry->serial : mLayout->serial;
+    while ((*serial = word.load(std::memory_order_acquire)) == old) {
+        if (futex(word, FUTEX_WAIT, old, timeout) != 0 && errno == ETIMEDOUT) return false;
     }
+    return true;
 }
 
 uint32_t PropertyArea::read(const prop_info& entry, char (&value)[PROP_VALUE_MAX]) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/system_properties.h>
+#include <time.h>
 
 #include <atomic>
 #include <cstddef>
@@ -58,6 +59,15 @@ class PropertyArea {
 
     /** Calls `visit` for each property, in the order in which they were added. */
     void forEach(const std::function<void(const char* name, const char* value)>& visit) const;
+    void forEachEntry(const std::function<void(const prop_info& entry)>& visit) const;
+
+    /** A number that every change makes another. */
+    uint32_t serial() const;
+    /**
+     * Waits until the serial of the entry, or of the area if that is null, differs from `old`, and
+     * stores it. False after `timeout`; null waits for ever.
+     */
+    bool wait(const prop_info* entry, uint32_t old, uint32_t* serial, const timespec* timeout) const;
 
     /** Copies a consistent value with its NUL to `value`; returns the serial that it had. */
     static uint32_t read(const prop_info& entry, char (&value)[PROP_VALUE_MAX]);
@@ -66,6 +76,9 @@ class PropertyArea {
     struct Layout;
 
     PropertyArea(Layout* layout, bool writable) : mLayout(layout), mWritable(writable) {}
+
+    /** Wakes those that wait for a change of the area or of this entry. */
+    void announce(const prop_info* changed);
 
     Layout* const mLayout;
     const bool mWritable;

@@ -1,4 +1,5 @@
 #include <android/log.h>
+#include <sys/_system_properties.h>
 #include <sys/system_properties.h>
 
 #include <cstring>
@@ -123,4 +124,24 @@ int __system_property_set(const char* name, const char* value) {
     __android_log_print(ANDROID_LOG_ERROR, "properties", "cannot set \"%s\" to \"%s\": %s", name,
                         value, result < 0 ? strerror(-result) : "refused by init");
     return -1;
+}
+
+int __system_property_foreach(void (*callback)(const prop_info* pi, void* cookie), void* cookie) {
+    Store::instance().area()->forEachEntry(
+            [&](const prop_info& entry) { callback(&entry, cookie); });
+    return 0;
+}
+
+bool __system_property_wait(const prop_info* pi, uint32_t old_serial, uint32_t* new_serial_ptr,
+                            const timespec* relative_timeout) {
+    return Store::instance().area()->wait(pi, old_serial, new_serial_ptr, relative_timeout);
+}
+
+uint32_t __system_property_serial(const prop_info* pi) {
+    char value[PROP_VALUE_MAX];
+    return PropertyArea::read(*pi, value);
+}
+
+uint32_t __system_property_area_serial() {
+    return Store::instance().area()->serial();
 }

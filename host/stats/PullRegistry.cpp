@@ -102,10 +102,18 @@ void PullRegistry::dropCommands() {
     mQueue.clear();
 }
 
+/** Looks for up to 5 s, as the platform's pull library does: the call is deprecated for that. */
+static ndk::SpAIBinder findStatsd() {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    return ndk::SpAIBinder(AServiceManager_getService(kStatsdService));
+#pragma GCC diagnostic pop
+}
+
 std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
     std::lock_guard<std::mutex> lock(mStatsdLock);
     for (int i = 0; mStatsd == nullptr && i < kMaxLookUps; ++i) {
-        ndk::SpAIBinder binder(AServiceManager_getService(kStatsdService));
+        const ndk::SpAIBinder binder = findStatsd();
         mStatsd = connect(binder);
         // One that is dying may still be found; nothing would tell when the next one comes.
         if (binder.get() == nullptr || AIBinder_isAlive(binder.get())) break;

@@ -79,8 +79,7 @@ class PullRegistry {
     std::thread mWorker;
     bool mWorkerRunning = false;
 
-    // Held during look-ups too: two first uses of one remote binder at once can fail in this
-    // version of the binder library.
+    // Held during look-ups too: of two at a time each would link the proxy to the notice of death.
     std::mutex mStatsdLock;  // guards mStatsd
     std::shared_ptr<IStatsd> mStatsd;
     ndk::ScopedAIBinder_DeathRecipient mDeathRecipient;

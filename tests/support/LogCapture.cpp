@@ -31,13 +31,13 @@ LogCapture::~LogCapture() {
     all.erase(std::remove(all.begin(), all.end(), this), all.end());
 }
 
-void LogCapture::onLine(const __android_logger_data* data, const char* message) {
+void LogCapture::onLine(const __android_log_message* line) {
     std::vector<std::function<void()>> actions;
     {
         const std::lock_guard<std::mutex> lock(gCapturesLock);
         for (LogCapture* capture : captures()) {
-            capture->add({data->priority, data->tag != nullptr ? data->tag : "", message});
-            actions.push_back(capture->actionFor(message));
+            capture->add({line->priority, line->tag != nullptr ? line->tag : "", line->message});
+            actions.push_back(capture->actionFor(line->message));
         }
     }
     // Without a lock: an action may log, or wait for a thread that does.

@@ -40,7 +40,7 @@ class LogCapture {
     void clear();
 
   private:
-    static void onLine(const __android_logger_data* data, const char* message);
+    static void onLine(const __android_log_message* line);
 
     void add(LogLine line);
     std::function<void()> actionFor(const std::string& text);

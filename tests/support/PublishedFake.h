@@ -3,6 +3,7 @@
 #include <android/binder_auto_utils.h>
 #include <android/binder_manager.h>
 #include <binder/IServiceManager.h>
+#include <gtest/gtest.h>
 #include <utils/String16.h>
 
 #include <memory>
@@ -31,7 +32,7 @@ class PublishedFake {
     void publishLocal() {
         inprocess::withdraw(mName);
         if (mNdkBinder.get() != nullptr) {
-            AServiceManager_addService(mNdkBinder.get(), mName.c_str());
+            EXPECT_EQ(AServiceManager_addService(mNdkBinder.get(), mName.c_str()), 0);
         } else {
             android::defaultServiceManager()->addService(android::String16(mName.c_str()), mBinder);
         }

@@ -16,7 +16,7 @@ namespace zstats::vdevice {
 class StatsdBase : public aidl::android::os::BnStatsd {
   protected:
     using Status = ndk::ScopedAStatus;
-    using Bytes = std::vector<int8_t>;
+    using Bytes = std::vector<uint8_t>;
     using Longs = std::vector<int64_t>;
     using IPendingIntentRef = aidl::android::os::IPendingIntentRef;
     using IPullAtomCallback = aidl::android::os::IPullAtomCallback;

@@ -7,8 +7,10 @@
  * a process on a PC they live in that process. Any thread; reading takes no lock.
  */
 
+#include <stdbool.h>
 #include <stdint.h>
 #include <sys/cdefs.h>
+#include <time.h>
 
 __BEGIN_DECLS
 
@@ -27,6 +29,17 @@ void __system_property_read_callback(const prop_info* pi,
                                      void (*callback)(void* cookie, const char* name,
                                                       const char* value, uint32_t serial),
                                      void* cookie);
+
+/** Calls `callback` for each property, in no particular order. Returns 0. */
+int __system_property_foreach(void (*callback)(const prop_info* pi, void* cookie), void* cookie);
+
+/**
+ * Waits until the serial of the property, or of all of them together if `pi` is null, is no longer
+ * `old_serial`, and stores the new one. False when `relative_timeout` has passed before; null waits
+ * for ever.
+ */
+bool __system_property_wait(const prop_info* pi, uint32_t old_serial, uint32_t* new_serial_ptr,
+                            const struct timespec* relative_timeout);
 
 /** Copies the value to `value` (PROP_VALUE_MAX bytes). Returns its length, 0 if it is absent. */
 int __system_property_get(const char* name, char* value);

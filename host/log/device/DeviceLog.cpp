@@ -10,10 +10,10 @@ namespace {
 
 LogFile gLogFile("/dev/log/main");
 
-void deviceLogger(const __android_logger_data* data, const char* message) {
+void deviceLogger(const __android_log_message* line) {
     // Outside the device, or before init has made the file, lines go where liblog sends them.
-    if (!gLogFile.write(data->priority, data->tag, message)) {
-        __android_log_stderr_logger(data, message);
+    if (!gLogFile.write(line->priority, line->tag, line->message)) {
+        __android_log_stderr_logger(line);
     }
 }
 

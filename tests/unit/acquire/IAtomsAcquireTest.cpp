@@ -13,6 +13,7 @@
 #include "tests/unit/acquire/AcquireKit.h"
 
 using android::BAD_TYPE;
+using android::BAD_VALUE;
 using android::IBinder;
 using android::OK;
 using android::Parcel;
@@ -124,13 +125,13 @@ const Row kRows[] = {
         {"InfoWithoutIds", kInfo, kOurs, {}, false, {}, kShort, ""},
         {"InfoNullIds", kInfo, kOurs, {-1}, false, {}, OK, kNull},
         {"InfoNegativeCount", kInfo, kOurs, {INT32_MIN, 1}, false, {}, OK, kNull},
-        {"InfoShortByOne", kInfo, kOurs, {3, 10, 11}, false, {}, kShort, ""},
-        {"InfoHugeCount", kInfo, kOurs, {0x40000000, 1}, false, {}, kShort, ""},
+        {"InfoShortByOne", kInfo, kOurs, {3, 10, 11}, false, {}, BAD_VALUE, ""},
+        {"InfoHugeCount", kInfo, kOurs, {0x40000000, 1}, false, {}, BAD_VALUE, ""},
         {"InfoTrailing", kInfo, kOurs, {1, 10, 0}, false, {}, OK, unread("4")},
         {"FdForeignToken", kRegister, "android.os.IStatsd", {0}, false, {}, BAD_TYPE, ""},
         {"FdWithoutIds", kRegister, kOurs, {}, false, {}, kShort, ""},
         {"FdNullIds", kRegister, kOurs, {-1, 1, 0}, true, {}, OK, kNull},
-        {"FdHugeCount", kRegister, kOurs, {INT32_MAX, 10}, false, {}, kShort, ""},
+        {"FdHugeCount", kRegister, kOurs, {INT32_MAX, 10}, false, {}, BAD_VALUE, ""},
         {"FdWithoutFd", kRegister, kOurs, {1, 10}, false, {}, kShort, ""},
         {"FdNullFd", kRegister, kOurs, {1, 10, 0}, false, {}, OK, kNull},
         {"FdNoFd", kRegister, kOurs, {0, 1, 0, 7, 7, 7}, false, {}, BAD_TYPE, ""},
