@@ -8,8 +8,8 @@ import time
 import unittest
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-_REAL = ("bash", "cat", "comm", "cut", "date", "dirname", "flock", "grep", "head", "mkdir", "mktemp",
-         "mv", "ln", "rm", "sed", "sh", "sleep", "sort", "tail", "touch")
+_REAL = ("bash", "cat", "comm", "cut", "date", "dirname", "flock", "grep", "head", "mkdir",
+         "mktemp", "mv", "ln", "rm", "sed", "sh", "sleep", "sort", "tail", "touch")
 
 
 class _Machine:
@@ -26,8 +26,8 @@ class _Machine:
         for name, text in programs.items():
             path = os.path.join(folder, "bin", name.replace("_", "-"))
             with open(path, "w", encoding="utf-8") as file:
-                file.write('#!/bin/bash\nset -- %s "$@"\necho "${*//$\'\\n\'/ }" >>%s\nshift\n%s\n' %
-                           (os.path.basename(path), self.called, text))
+                file.write('#!/bin/bash\nset -- %s "$@"\necho "${*//$\'\\n\'/ }" >>%s\nshift\n' %
+                           (os.path.basename(path), self.called) + text + "\n")
             os.chmod(path, 0o755)
 
     def start(self, *command):
@@ -97,14 +97,14 @@ class BuildTest(unittest.TestCase):
     def setUp(self):
         self._folder = tempfile.TemporaryDirectory()
         self.addCleanup(self._folder.cleanup)
-        cmake = 'case $1 in -G) touch "$6/build.ninja" ;; *) sleep 1 ;; esac; echo "end" >>%s/called'
+        cmake = 'case $1 in -G) touch "$6/build.ninja" ;; *) sleep 1 ;; esac; echo end >>%s/called'
         self._machine = _Machine(self._folder.name, cmake=cmake % self._folder.name)
         os.makedirs(self._cache())
 
     def _cache(self):
         listed = subprocess.run(["sed", "-n", r"s/^readonly \(PACKAGE\|UPSTREAM\|VERSION\)=//p",
-                                 "host/aosp/apt-private"], cwd=_ROOT, capture_output=True, text=True,
-                                check=True).stdout.split()
+                                 "host/aosp/apt-private"], cwd=_ROOT, capture_output=True,
+                                text=True, check=True).stdout.split()
         return os.path.join(self._folder.name, ".cache", "zstats_pullerd", "-".join(listed[:2]))
 
     def _build(self, *arguments):
@@ -112,7 +112,8 @@ class BuildTest(unittest.TestCase):
                                    *arguments)
 
     def _steps(self):
-        return ["configure" if " -G " in line else line.split()[0] for line in self._machine.calls()]
+        return ["configure" if " -G " in line else line.split()[0]
+                for line in self._machine.calls()]
 
     def test_calls_take_turns_and_configure_once(self):
         for process in (self._build(), self._build()):
@@ -132,6 +133,57 @@ class BuildTest(unittest.TestCase):
         self._build().communicate(timeout=60)
         killed.communicate()
         self.assertEqual(["configure", "end", "cmake", "end", "cmake", "end"], self._steps())
+
+
+class FetchTest(unittest.TestCase):
+    """host/aosp/apt-private with an archive that hands out the source's folder in two pieces."""
+
+    _APT_GET = """
+        case "$*" in
+        "--print-uris update") echo "'http://archive/dists/stable/InRelease' name 0" ;;
+        *" source "*=*-*)
+            name=${*: -1} name=${name/=/-}
+            mkdir "${name%-*}"; cd "${name%-*}"; touch first; sleep 1; touch second ;;
+        esac"""
+
+    def setUp(self):
+        self._folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self._folder.cleanup)
+        self._machine = _Machine(self._folder.name, sha256sum="", apt_get=self._APT_GET)
+
+    def _fetch(self):
+        return self._machine.start("host/aosp/apt-private", "source")
+
+    def _downloads(self):
+        return sum(" source " in line for line in self._machine.calls())
+
+    def _check_whole(self, process):
+        output, errors = process.communicate(timeout=60)
+        self.assertEqual(0, process.returncode, errors)
+        self.assertEqual(["first", "second"], sorted(os.listdir(output.strip())))
+        self.assertFalse(os.path.exists(os.path.join(os.path.dirname(output), "work")))
+
+    def test_a_second_call_waits_and_fetches_nothing(self):
+        for process in (self._fetch(), self._fetch()):
+            self._check_whole(process)
+        self.assertEqual(1, self._downloads())
+
+    def test_starts_anew_after_a_kill_at_any_point(self):
+        for calls in (1, 2, 3):  # address, index, download
+            killed = self._fetch()
+            self._machine.await_calls(calls)
+            os.killpg(killed.pid, signal.SIGKILL)
+            killed.communicate()
+            os.unlink(self._machine.called)
+        self._check_whole(self._fetch())
+
+    def test_says_in_one_line_that_the_archive_is_out_of_reach(self):
+        path = os.path.join(self._folder.name, "bin", "apt-get")
+        with open(path, "a", encoding="utf-8") as file:
+            file.write('[ "$1" = --print-uris ] || { echo "E: no route there"; exit 100; }')
+        status, lines = self._machine.run("host/aosp/apt-private", "source")
+        self.assertEqual((1, 1), (status, len(lines)), lines)
+        self.assertRegex(lines[0], r"^apt-private: .* cannot be fetched: E: no route there$")
 
 
 if __name__ == "__main__":

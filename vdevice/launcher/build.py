@@ -55,5 +55,5 @@ def write_ramdisk(path, image, profile, script, scenario=None):
     subprocess.run(["chmod", "-R", "go=u-w", folder], check=True)
     with open(path, "wb") as file:
         subprocess.run(["cat", os.path.join(image, "base.cpio")], stdout=file, check=True)
-        subprocess.run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0", shell=True,
-                       cwd=folder, stdout=file, check=True)
+        subprocess.run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0",
+                       shell=True, cwd=folder, stdout=file, check=True)
