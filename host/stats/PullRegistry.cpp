@@ -10,7 +10,6 @@ namespace zstats {
 namespace {
 
 constexpr char kStatsdService[] = "stats";
-constexpr int kMaxLookUps = 3;
 
 void registerWith(aidl::android::os::IStatsd& statsd, int32_t atomTag,
                   const std::shared_ptr<PullAtomCallback>& callback) {
@@ -39,7 +38,7 @@ void PullRegistry::set(int32_t atomTag, const AStatsManager_PullAtomMetadata& me
                        AStatsManager_PullAtomCallback callback, void* cookie) {
     CallbackPtr binder = ndk::SharedRefBase::make<PullAtomCallback>(callback, cookie, metadata);
     {
-        std::lock_guard<std::mutex> lock(mCallbacksLock);
+        const ScopedLock lock(mCallbacksLock);
         mCallbacks[atomTag] = binder;
     }
     enqueue({atomTag, std::move(binder)});
@@ -47,7 +46,7 @@ void PullRegistry::set(int32_t atomTag, const AStatsManager_PullAtomMetadata& me
 
 void PullRegistry::clear(int32_t atomTag) {
     {
-        std::lock_guard<std::mutex> lock(mCallbacksLock);
+        const ScopedLock lock(mCallbacksLock);
         mCallbacks.erase(atomTag);
     }
     enqueue({atomTag, nullptr});
@@ -55,7 +54,7 @@ void PullRegistry::clear(int32_t atomTag) {
 
 void PullRegistry::enqueue(Command command) {
     static JoinAtExit joinAtExit;
-    std::lock_guard<std::mutex> lock(mQueueLock);
+    const ScopedLock lock(mQueueLock);
     mQueue.push_back(std::move(command));
     if (mWorkerRunning) return;
     // The last worker takes no lock any more once it has said that it ends.
@@ -67,7 +66,7 @@ void PullRegistry::enqueue(Command command) {
 void PullRegistry::join() {
     std::thread worker;
     {
-        std::lock_guard<std::mutex> lock(mQueueLock);
+        const ScopedLock lock(mQueueLock);
         worker.swap(mWorker);
     }
     if (worker.joinable()) worker.join();
@@ -87,7 +86,7 @@ void PullRegistry::runCommands() {
 }
 
 std::optional<PullRegistry::Command> PullRegistry::nextCommand() {
-    std::lock_guard<std::mutex> lock(mQueueLock);
+    const ScopedLock lock(mQueueLock);
     if (mQueue.empty()) {
         mWorkerRunning = false;
         return std::nullopt;
@@ -98,7 +97,7 @@ std::optional<PullRegistry::Command> PullRegistry::nextCommand() {
 }
 
 void PullRegistry::dropCommands() {
-    std::lock_guard<std::mutex> lock(mQueueLock);
+    const ScopedLock lock(mQueueLock);
     mQueue.clear();
 }
 
@@ -111,23 +110,17 @@ static ndk::SpAIBinder findStatsd() {
 }
 
 std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
-    std::lock_guard<std::mutex> lock(mStatsdLock);
-    for (int i = 0; mStatsd == nullptr && i < kMaxLookUps; ++i) {
+    const ScopedLock lock(mStatsdLock);
+    if (mStatsd == nullptr) {
         const ndk::SpAIBinder binder = findStatsd();
-        mStatsd = connect(binder);
-        // One that is dying may still be found; nothing would tell when the next one comes.
-        if (binder.get() == nullptr || AIBinder_isAlive(binder.get())) break;
+        mStatsd = IStatsd::fromBinder(binder);
+        // One that dies meanwhile is kept all the same, as by the platform's library: no notice of
+        // its death comes, and the process's atoms stay unregistered.
+        if (mStatsd != nullptr) {
+            AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this);
+        }
     }
     return mStatsd;
-}
-
-std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::connect(const ndk::SpAIBinder& binder) {
-    std::shared_ptr<IStatsd> statsd = IStatsd::fromBinder(binder);
-    if (statsd == nullptr) return nullptr;
-    // A dead one never sends a notice and must not be kept.
-    const bool dead =
-            AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this) == STATUS_DEAD_OBJECT;
-    return dead ? nullptr : statsd;
 }
 
 void PullRegistry::onStatsdDied(void* cookie) {
@@ -138,7 +131,7 @@ void PullRegistry::onStatsdDied(void* cookie) {
 
 void PullRegistry::forgetStatsd() {
     std::shared_ptr<IStatsd> dead;  // its binder is let go without the lock
-    std::lock_guard<std::mutex> lock(mStatsdLock);
+    const ScopedLock lock(mStatsdLock);
     dead.swap(mStatsd);
 }
 
@@ -147,7 +140,7 @@ void PullRegistry::registerAll() {
     if (statsd == nullptr) return;
     std::map<int32_t, CallbackPtr> callbacks;
     {
-        std::lock_guard<std::mutex> lock(mCallbacksLock);
+        const ScopedLock lock(mCallbacksLock);
         callbacks = mCallbacks;
     }
     for (const auto& [atomTag, callback] : callbacks) registerWith(*statsd, atomTag, callback);

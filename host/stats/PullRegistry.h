@@ -8,10 +8,11 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
+
+#include "daemon/base/Mutex.h"
 
 /** Values of a registration; times in ms. The members' initial values are the defaults. */
 struct AStatsManager_PullAtomMetadata {
@@ -67,21 +68,20 @@ class PullRegistry {
     std::optional<Command> nextCommand();
     void dropCommands();
     std::shared_ptr<IStatsd> statsd();
-    std::shared_ptr<IStatsd> connect(const ndk::SpAIBinder& binder);
     void forgetStatsd();
     void registerAll();
 
-    std::mutex mCallbacksLock;  // guards mCallbacks
-    std::map<int32_t, CallbackPtr> mCallbacks;
+    Mutex mCallbacksLock;
+    std::map<int32_t, CallbackPtr> mCallbacks GUARDED_BY(mCallbacksLock);
 
-    std::mutex mQueueLock;  // guards the next three
-    std::deque<Command> mQueue;
-    std::thread mWorker;
-    bool mWorkerRunning = false;
+    Mutex mQueueLock;
+    std::deque<Command> mQueue GUARDED_BY(mQueueLock);
+    std::thread mWorker GUARDED_BY(mQueueLock);
+    bool mWorkerRunning GUARDED_BY(mQueueLock) = false;
 
     // Held during look-ups too: of two at a time each would link the proxy to the notice of death.
-    std::mutex mStatsdLock;  // guards mStatsd
-    std::shared_ptr<IStatsd> mStatsd;
+    Mutex mStatsdLock;
+    std::shared_ptr<IStatsd> mStatsd GUARDED_BY(mStatsdLock);
     ndk::ScopedAIBinder_DeathRecipient mDeathRecipient;
 };
 

@@ -55,7 +55,7 @@ StatsSocketWriter& StatsSocketWriter::instance() {
 }
 
 int StatsSocketWriter::write(const uint8_t* event, size_t size, uint32_t atomId) {
-    std::lock_guard<std::mutex> lock(mLock);
+    const ScopedLock lock(mLock);
     int result = mSocket.ok() ? 0 : connectLocked();
     if (result == 0) result = sendEventLocked(event, size);
     if (isStale(result)) {

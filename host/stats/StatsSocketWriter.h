@@ -4,8 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats {
 
@@ -32,17 +33,18 @@ class StatsSocketWriter {
     int write(const uint8_t* event, size_t size, uint32_t atomId);
 
   private:
-    int connectLocked();
-    int sendLocked(const void* head, size_t headSize, const void* tail, size_t tailSize);
-    int sendEventLocked(const uint8_t* event, size_t size);
-    void reportLossLocked();
+    int connectLocked() REQUIRES(mLock);
+    int sendLocked(const void* head, size_t headSize, const void* tail, size_t tailSize)
+            REQUIRES(mLock);
+    int sendEventLocked(const uint8_t* event, size_t size) REQUIRES(mLock);
+    void reportLossLocked() REQUIRES(mLock);
 
     const std::string mPath;
-    std::mutex mLock;  // guards all below
-    android::base::unique_fd mSocket;
-    uint32_t mLost = 0;
-    int32_t mLastError = 0;
-    uint32_t mLastLostAtom = 0;
+    Mutex mLock;
+    android::base::unique_fd mSocket GUARDED_BY(mLock);
+    uint32_t mLost GUARDED_BY(mLock) = 0;
+    int32_t mLastError GUARDED_BY(mLock) = 0;
+    uint32_t mLastLostAtom GUARDED_BY(mLock) = 0;
 };
 
 }  // namespace zstats

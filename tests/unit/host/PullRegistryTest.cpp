@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <stats_pull_atom_callback.h>
 
+#include <functional>
 #include <thread>
 
 #include "host/inprocess/InProcessBinder.h"
@@ -143,7 +144,36 @@ TEST_F(PullRegistryTest, keepsRegistrationsThatFoundNoStatsd) {
     EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
 }
 
-TEST_F(PullRegistryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
+/** A statsd that dies while it is asked for its descriptor; another is there at once. */
+class DyingStatsd : public android::BBinder {
+  public:
+    explicit DyingStatsd(std::function<void()> die) : mDie(std::move(die)) {}
+
+    const android::String16& getInterfaceDescriptor() const override {
+        mDie();
+        return mDescriptor;
+    }
+
+  private:
+    const std::function<void()> mDie;
+    const android::String16 mDescriptor{"android.os.IStatsd"};
+};
+
+TEST_F(PullRegistryTest, looksUpAStatsdThatDiesMeanwhileOnlyOnce) {
+    mRemote->die();
+    std::shared_ptr<inprocess::RemoteService> dying;
+    dying = inprocess::publish("stats", new DyingStatsd([&] {
+                                   startStatsd();
+                                   dying->die();
+                               }));
+    registerTag(10);
+    settle();
+    registerTag(20);
+    settle();
+    EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+20"});
+}
+
+TEST_F(PullRegistryTest, keepsTheRegistrationsThatSeveralThreadsMake) {
     std::vector<std::thread> threads;
     for (int32_t first : {0, 1, 2}) {
         threads.emplace_back([first] {
@@ -153,9 +183,8 @@ TEST_F(PullRegistryTest, losesNoRegistrationWhileStatsdComesAndGoes) {
             }
         });
     }
-    for (int i = 0; i < 10; ++i) restartStatsd();
     for (std::thread& thread : threads) thread.join();
-    PullRegistry::instance().join();
+    settle();
     restartStatsd();
     Strings expected;
     for (int32_t tag = 0; tag < 60; tag += 2) expected.push_back("+" + std::to_string(tag));
