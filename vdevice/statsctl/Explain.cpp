@@ -183,10 +183,8 @@ int explainCommand(const Words& words) {
     printSources(tag);
 
     const size_t before = daemonLog().size();
-    bool fromCache = false;
-    const PulledAtom atom = pullAtom(control, tag, &fromCache);
-    printf("a pull brings%s\n%s", fromCache ? " (from the cache: it was pulled a moment ago)" : "",
-           atomText(atom, uptimeMs()).c_str());
+    const PulledAtom atom = pullFresh(control, tag);
+    printf("a pull brings\n%s", atomText(atom, uptimeMs()).c_str());
 
     const std::vector<std::string> log = daemonLog();
     printf("the daemon logged%s\n", log.size() == before ? " nothing" : "");

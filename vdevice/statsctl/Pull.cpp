@@ -19,11 +19,12 @@ using aidl::zstats::vdevice::EncodedEvent;
 using aidl::zstats::vdevice::IStatsdControl;
 using aidl::zstats::vdevice::PullOutcome;
 using aidl::zstats::vdevice::PullRegistration;
+using Atoms = std::map<int32_t, PulledAtom>;
 
 constexpr char kControlService[] = "stats_control";
 // statsd serves no pull of an atom sooner after the one before.
 constexpr std::chrono::milliseconds kCoolDown(1000);
-constexpr std::chrono::milliseconds kCoolDownStep(50);
+constexpr std::chrono::milliseconds kStep(50);
 constexpr int kMaxSteps = 60;
 
 PulledEvent decoded(const EncodedEvent& event) {
@@ -38,6 +39,21 @@ std::vector<int32_t> eachOnce(const std::vector<int32_t>& tags) {
     return once;
 }
 
+/** Waits until somebody alive has registered each of these atoms, or for as long as that should take. */
+void waitForRegistrations(const Control& control, const std::vector<int32_t>& tags) {
+    for (int step = 0; step < kMaxSteps; ++step) {
+        std::vector<PullRegistration> list;
+        if (!control->registrations(&list).isOk()) return;
+        const auto registered = [&](int32_t tag) {
+            return std::any_of(list.begin(), list.end(), [&](const auto& entry) {
+                return entry.atomTag == tag && entry.alive;
+            });
+        };
+        if (std::all_of(tags.begin(), tags.end(), registered)) return;
+        std::this_thread::sleep_for(kStep);
+    }
+}
+
 /** Pulls what reports differences, so that a later pull has something to count from. */
 void setBaselines(const Control& control, const std::vector<int32_t>& tags) {
     for (int32_t tag : tags) {
@@ -45,29 +61,42 @@ void setBaselines(const Control& control, const std::vector<int32_t>& tags) {
     }
 }
 
-/** Pulls until the answer is a fresh one. */
-PulledAtom pullFresh(const Control& control, int32_t tag) {
-    bool fromCache = false;
-    PulledAtom atom = pullAtom(control, tag, &fromCache);
-    for (int step = 0; fromCache && step < kMaxSteps; ++step) {
-        std::this_thread::sleep_for(kCoolDownStep);
-        atom = pullAtom(control, tag, &fromCache);
-    }
-    return atom;
-}
-
-std::map<int32_t, PulledAtom> pullAll(const Control& control, const std::vector<int32_t>& tags,
-                                      bool settle) {
-    std::map<int32_t, PulledAtom> atoms;
+Atoms pullSettled(const Control& control, const std::vector<int32_t>& tags) {
+    waitForRegistrations(control, tags);
+    Atoms atoms;
     const auto start = std::chrono::steady_clock::now();
-    if (settle) setBaselines(control, tags);
+    setBaselines(control, tags);
     for (int32_t tag : tags) {
-        if (!settle || !atomInfo(tag).delta) atoms[tag] = pullAtom(control, tag);
+        if (!atomInfo(tag).delta) atoms[tag] = pullAtom(control, tag);
     }
     if (atoms.size() == tags.size()) return atoms;
     std::this_thread::sleep_until(start + kCoolDown);
     for (int32_t tag : tags) {
         if (atoms.count(tag) == 0) atoms[tag] = pullFresh(control, tag);
+    }
+    return atoms;
+}
+
+/** Asks for all at the same time, which statsd otherwise never does. */
+Atoms pullParallel(const Control& control, const std::vector<int32_t>& tags) {
+    Atoms atoms;
+    for (int32_t tag : tags) atoms[tag].tag = tag;
+    control->setParallelPulls(true);
+    std::vector<std::thread> threads;
+    for (int32_t tag : tags) {
+        threads.emplace_back([&, tag] { atoms.at(tag) = pullFresh(control, tag); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    control->setParallelPulls(false);
+    return atoms;
+}
+
+Atoms pullAll(const Control& control, const std::vector<int32_t>& tags, const Words& words) {
+    if (words.settle) return pullSettled(control, tags);
+    if (words.parallel) return pullParallel(control, tags);
+    Atoms atoms;
+    for (int32_t tag : tags) {
+        atoms[tag] = words.fresh ? pullFresh(control, tag) : pullAtom(control, tag);
     }
     return atoms;
 }
@@ -111,10 +140,20 @@ PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache) {
     return atom;
 }
 
+PulledAtom pullFresh(const Control& control, int32_t tag) {
+    bool fromCache = false;
+    PulledAtom atom = pullAtom(control, tag, &fromCache);
+    for (int step = 0; fromCache && step < kMaxSteps; ++step) {
+        std::this_thread::sleep_for(kStep);
+        atom = pullAtom(control, tag, &fromCache);
+    }
+    return atom;
+}
+
 int pullCommand(const Words& words) {
     const Control control = controlOrDie();
     const auto tags = eachOnce(words.ids.empty() ? pulledAtomIds() : words.ids);
-    const auto atoms = pullAll(control, tags, words.settle);
+    const auto atoms = pullAll(control, tags, words);
     if (!words.json) fputs(textHeading().c_str(), stdout);
     int status = kExitOk;
     for (int32_t tag : tags) {

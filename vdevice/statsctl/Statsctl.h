@@ -23,8 +23,12 @@ using Control = std::shared_ptr<aidl::zstats::vdevice::IStatsdControl>;
 struct Words {
     bool json = false;
     bool settle = false;
+    bool fresh = false;
+    bool parallel = false;
+    bool stall = false;
     std::optional<int> uid;
     std::optional<int> seconds;
+    std::optional<int> count;
     std::string file;  // "-" is standard output
     std::vector<int32_t> ids;
 };
@@ -34,6 +38,8 @@ Control controlOrDie();
 
 /** Pulls once. `fromCache`, if given, says whether the cool-down kept the puller from being asked. */
 PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache = nullptr);
+/** Pulls until the cool-down is over and the puller is asked. */
+PulledAtom pullFresh(const Control& control, int32_t tag);
 
 // The commands. Each returns the exit status.
 int pullCommand(const Words& words);

@@ -22,6 +22,9 @@ using android::base::unique_fd;
 using android::binder::Status;
 using Clock = std::chrono::steady_clock;
 
+/** The least that a pipe can hold. */
+constexpr int kSmallPipe = 4096;
+
 volatile sig_atomic_t gEnded = 0;
 
 /** Asks for the stream; returns an exit status, and says why when it is not kExitOk. */
@@ -106,6 +109,12 @@ int follow(int stream, const std::optional<Clock::time_point>& end, const Stream
     return kExitOk;
 }
 
+/** Keeps the stream open without reading it. */
+int stall(const std::optional<Clock::time_point>& end) {
+    poll(nullptr, 0, millisUntil(end));
+    return kExitOk;
+}
+
 }  // namespace
 
 void endFollowingOnSignal() {
@@ -127,11 +136,12 @@ int followStream(const Words& words, const StreamUser& user) {
         return kExitFailed;
     }
     const unique_fd stream(ends[0]);
+    if (words.stall) fcntl(ends[1], F_SETPIPE_SZ, kSmallPipe);
     const int status = request(words.ids, unique_fd(ends[1]));
     if (status != kExitOk) return status;
     std::optional<Clock::time_point> end;
     if (words.seconds) end = Clock::now() + std::chrono::seconds(*words.seconds);
-    return follow(stream, end, user);
+    return words.stall ? stall(end) : follow(stream, end, user);
 }
 
 }  // namespace zstats::vdevice

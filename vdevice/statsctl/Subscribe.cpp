@@ -19,10 +19,12 @@ void print(const StreamedAtom& atom, bool json) {
 }  // namespace
 
 int subscribeCommand(const Words& words) {
+    int printed = 0;
     StreamUser user;
     user.message = [&](const std::vector<StreamedAtom>& atoms) {
         for (const StreamedAtom& atom : atoms) print(atom, words.json);
-        return true;
+        printed += static_cast<int>(atoms.size());
+        return !words.count || printed < *words.count;
     };
     return followStream(words, user);
 }

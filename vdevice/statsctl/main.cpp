@@ -1,6 +1,7 @@
 // statsctl: what an engineer asks the virtual device's statsd and the daemon behind it.
 
 #include <cstdio>
+#include <map>
 #include <string_view>
 
 #include "vdevice/common/ProfileFiles.h"
@@ -11,11 +12,11 @@ using namespace zstats::vdevice;
 namespace {
 
 constexpr char kUsage[] =
-        "usage: statsctl pull [--json] [--settle] [TAG...]\n"
+        "usage: statsctl pull [--json] [--fresh|--settle|--parallel] [TAG...]\n"
         "       statsctl registrations\n"
         "       statsctl pushed [--json]\n"
         "       statsctl explain TAG\n"
-        "       statsctl subscribe ID... [--uid N] [--for SECONDS] [--json]\n"
+        "       statsctl subscribe ID... [--uid N] [--for SECONDS] [--count N] [--stall] [--json]\n"
         "       statsctl trace FILE [ID...] [--for SECONDS]\n"
         "       statsctl watch [ID...] [--for SECONDS]\n";
 
@@ -32,11 +33,11 @@ struct Command {
 constexpr size_t kAnyNumber = SIZE_MAX;
 
 constexpr Command kCommands[] = {
-        {"pull", pullCommand, " --json --settle ", 0, kAnyNumber},
+        {"pull", pullCommand, " --json --settle --fresh --parallel ", 0, kAnyNumber},
         {"registrations", [](const Words&) { return registrationsCommand(); }, "", 0, 0},
         {"pushed", pushedCommand, " --json ", 0, 0},
         {"explain", explainCommand, "", 1, 1},
-        {"subscribe", subscribeCommand, " --json --uid --for ", 0, kAnyNumber},
+        {"subscribe", subscribeCommand, " --json --uid --for --count --stall ", 0, kAnyNumber},
         {"trace", traceCommand, " --for ", 0, kAnyNumber, true},
         {"watch", watchCommand, " --for ", 0, kAnyNumber},
 };
@@ -49,15 +50,16 @@ int complain(const Command& command, const char* what, std::string_view word) {
 
 /** Puts an option into `words`; false if it wants a number and `value` is none. */
 bool takeOption(std::string_view option, const char* value, Words* words) {
-    if (option == "--json") {
-        words->json = true;
-    } else if (option == "--settle") {
-        words->settle = true;
-    } else {
-        const auto number = value == nullptr ? std::nullopt : parseInt(value);
-        if (!number || *number < 0) return false;
-        (option == "--uid" ? words->uid : words->seconds) = number;
-    }
+    const std::map<std::string_view, bool*> flags = {{"--json", &words->json},
+                                                     {"--settle", &words->settle},
+                                                     {"--fresh", &words->fresh},
+                                                     {"--parallel", &words->parallel},
+                                                     {"--stall", &words->stall}};
+    const auto flag = flags.find(option);
+    if (flag != flags.end()) return *flag->second = true;
+    const auto number = value == nullptr ? std::nullopt : parseInt(value);
+    if (!number || *number < 0) return false;
+    (option == "--uid" ? words->uid : option == "--for" ? words->seconds : words->count) = number;
     return true;
 }
 
@@ -73,7 +75,7 @@ int run(const Command& command, int argc, char** argv) {
             if (!takeOption(word, argv[i + 1], &words)) {
                 return complain(command, "a number must follow", word);
             }
-            if (word == "--uid" || word == "--for") ++i;
+            if (word == "--uid" || word == "--for" || word == "--count") ++i;
             continue;
         }
         if (command.takesFile && words.file.empty()) {

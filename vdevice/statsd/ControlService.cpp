@@ -26,6 +26,11 @@ ndk::ScopedAStatus ControlService::pull(int32_t tag, PullOutcome* outcome) {
     return ndk::ScopedAStatus::ok();
 }
 
+ndk::ScopedAStatus ControlService::setParallelPulls(bool parallel) {
+    mPullers->setParallel(parallel);
+    return ndk::ScopedAStatus::ok();
+}
+
 ndk::ScopedAStatus ControlService::registrations(std::vector<PullRegistration>* list) {
     for (const RegisteredPuller& puller : mPullers->list()) {
         PullRegistration registration;

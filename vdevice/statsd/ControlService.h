@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "vdevice/statsd/PullerRegistry.h"
+#include "vdevice/statsd/PullerManager.h"
 #include "vdevice/statsd/PushedAtoms.h"
 
 namespace zstats::vdevice {
@@ -12,16 +12,17 @@ namespace zstats::vdevice {
 /** The service "stats_control": what the virtual device's tools see of statsd. Any thread. */
 class ControlService : public aidl::zstats::vdevice::BnStatsdControl {
   public:
-    ControlService(PullerRegistry* pullers, PushedAtoms* pushedAtoms)
+    ControlService(PullerManager* pullers, PushedAtoms* pushedAtoms)
           : mPullers(pullers), mPushed(pushedAtoms) {}
 
     ndk::ScopedAStatus pull(int32_t tag, aidl::zstats::vdevice::PullOutcome* outcome) override;
+    ndk::ScopedAStatus setParallelPulls(bool parallel) override;
     ndk::ScopedAStatus registrations(
             std::vector<aidl::zstats::vdevice::PullRegistration>* list) override;
     ndk::ScopedAStatus pushed(std::vector<aidl::zstats::vdevice::EncodedEvent>* events) override;
 
   private:
-    PullerRegistry* const mPullers;
+    PullerManager* const mPullers;
     PushedAtoms* const mPushed;
 };
 

@@ -7,7 +7,7 @@ namespace zstats::vdevice {
 ndk::ScopedAStatus PullAnswer::pullFinished(
         int32_t atomTag, bool success,
         const std::vector<aidl::android::util::StatsEventParcel>& output) {
-    std::lock_guard lock(mLock);
+    const ScopedLock lock(mLock);
     if (mExpired) {
         STATSD_LOG(WARN, "late answer to a pull of %d dropped", atomTag);
         return ndk::ScopedAStatus::ok();
@@ -23,8 +23,10 @@ ndk::ScopedAStatus PullAnswer::pullFinished(
 }
 
 std::optional<Answer> PullAnswer::wait(std::chrono::nanoseconds timeout) {
-    std::unique_lock lock(mLock);
-    mArrived.wait_for(lock, timeout, [this] { return mAnswer.has_value(); });
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    ScopedLock lock(mLock);
+    while (!mAnswer && mArrived.wait_until(lock, end) == std::cv_status::no_timeout) {
+    }
     mExpired = !mAnswer.has_value();
     return std::move(mAnswer);
 }

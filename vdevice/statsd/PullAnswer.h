@@ -5,10 +5,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats::vdevice {
 
@@ -32,10 +33,10 @@ class PullAnswer : public aidl::android::os::BnPullAtomResultReceiver {
     std::optional<Answer> wait(std::chrono::nanoseconds timeout);
 
   private:
-    std::mutex mLock;  // guards what follows
-    std::condition_variable mArrived;
-    std::optional<Answer> mAnswer;
-    bool mExpired = false;
+    Mutex mLock;
+    std::condition_variable_any mArrived;
+    std::optional<Answer> mAnswer GUARDED_BY(mLock);
+    bool mExpired GUARDED_BY(mLock) = false;
 };
 
 }  // namespace zstats::vdevice

@@ -71,7 +71,7 @@ void PushedAtoms::take(int32_t uid, const char* packet, size_t size) {
         return;
     }
     {
-        std::lock_guard lock(mLock);
+        const ScopedLock lock(mLock);
         mRecent.push_back(event);
         if (mRecent.size() > kKeep) mRecent.pop_front();
     }
@@ -79,7 +79,7 @@ void PushedAtoms::take(int32_t uid, const char* packet, size_t size) {
 }
 
 std::vector<PushedEvent> PushedAtoms::recent() const {
-    std::lock_guard lock(mLock);
+    const ScopedLock lock(mLock);
     return {mRecent.begin(), mRecent.end()};
 }
 

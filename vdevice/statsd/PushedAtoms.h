@@ -2,9 +2,10 @@
 
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats::vdevice {
 
@@ -33,8 +34,8 @@ class PushedAtoms {
     void take(int32_t uid, const char* packet, size_t size);
 
     const Listener mListener;
-    mutable std::mutex mLock;  // guards mRecent
-    std::deque<PushedEvent> mRecent;
+    mutable Mutex mLock;
+    std::deque<PushedEvent> mRecent GUARDED_BY(mLock);
 };
 
 }  // namespace zstats::vdevice

@@ -7,8 +7,9 @@
 #include <cstring>
 #include <optional>
 #include <string>
-#include <thread>
+#include <utility>
 
+#include "vdevice/statsd/ElapsedTime.h"
 #include "vdevice/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
@@ -39,9 +40,20 @@ std::optional<std::string> readConfig(int in) {
 
 }  // namespace
 
+ShellSubscriber::~ShellSubscriber() {
+    std::thread thread;
+    {
+        const ScopedLock lock(mLock);
+        mEnding = true;
+        thread.swap(mThread);
+    }
+    mChanged.notify_one();
+    if (thread.joinable()) thread.join();
+}
+
 void ShellSubscriber::start(int in, int out, std::chrono::seconds lifetime) {
-    std::lock_guard lock(mStartLock);
-    if (running() >= kMaxSubscriptions) {
+    const ScopedLock lock(mLock);
+    if (mSubscriptions.size() >= kMaxSubscriptions) {
         STATSD_LOG(ERROR, "subscription refused: %zu are running", kMaxSubscriptions);
         return;
     }
@@ -52,41 +64,65 @@ void ShellSubscriber::start(int in, int out, std::chrono::seconds lifetime) {
         STATSD_LOG(ERROR, "subscription: malformed configuration");
         return;
     }
+    launch(std::move(*request), out, lifetime);
+}
+
+void ShellSubscriber::launch(SubscriptionRequest request, int out, std::chrono::seconds lifetime) {
     // The caller closes its own; this one lives as long as the subscription.
     android::base::unique_fd duplicate(fcntl(out, F_DUPFD_CLOEXEC, 0));
     if (!duplicate.ok()) {
         STATSD_LOG(ERROR, "subscription: dup: %s", strerror(errno));
         return;
     }
-    launch(std::move(*request), std::move(duplicate), lifetime);
+    mSubscriptions.emplace_back(std::move(request), std::move(duplicate), lifetime, mPullers,
+                                elapsedNanos);
+    mRunning = mSubscriptions.size();
+    mNewSubscription = true;
+    mChanged.notify_one();
+    if (mServing) return;
+    // The last thread takes no lock any more once it has said that it ends.
+    if (mThread.joinable()) mThread.join();
+    mServing = true;
+    mThread = std::thread(&ShellSubscriber::serve, this);
 }
 
-void ShellSubscriber::launch(SubscriptionRequest request, android::base::unique_fd out,
-                             std::chrono::seconds lifetime) {
-    auto subscription =
-            std::make_shared<Subscription>(std::move(request), std::move(out), lifetime, mPullers);
-    {
-        std::lock_guard lock(mLock);
-        mRunning.insert(subscription);
+/** The one thread of all subscriptions; it ends with the last of them. */
+void ShellSubscriber::serve() {
+    ScopedLock lock(mLock);
+    while (!mEnding) {
+        mNewSubscription = false;
+        const std::chrono::milliseconds sleep(serveAll());
+        const auto wake = std::chrono::steady_clock::now() + sleep;
+        if (mSubscriptions.empty()) break;
+        while (!mEnding && !mNewSubscription &&
+               mChanged.wait_until(lock, wake) == std::cv_status::no_timeout) {
+        }
     }
-    std::thread([this, subscription = std::move(subscription)] {
-        subscription->run();
-        std::lock_guard lock(mLock);
-        mRunning.erase(subscription);
-        STATSD_LOG(INFO, "subscription ended, %zu are running", mRunning.size());
-    }).detach();
+    mServing = false;
+}
+
+int64_t ShellSubscriber::serveAll() {
+    constexpr int64_t kLongestSleepMs = 1000;
+    int64_t sleepMs = kLongestSleepMs;
+    const int64_t now = elapsedNanos();
+    for (auto entry = mSubscriptions.begin(); entry != mSubscriptions.end();) {
+        sleepMs = std::min(sleepMs, entry->work(now));
+        if (entry->alive()) {
+            ++entry;
+            continue;
+        }
+        entry = mSubscriptions.erase(entry);
+        mRunning = mSubscriptions.size();
+        STATSD_LOG(INFO, "subscription ended, %zu are running", mSubscriptions.size());
+    }
+    return sleepMs;
 }
 
 void ShellSubscriber::push(const PushedEvent& event) {
     const auto atom = streamedAtom(event.uid, event.bytes);
     if (!atom) return;
-    std::lock_guard lock(mLock);
-    for (const auto& subscription : mRunning) subscription->push(*atom);
-}
-
-size_t ShellSubscriber::running() const {
-    std::lock_guard lock(mLock);
-    return mRunning.size();
+    const ScopedLock lock(mLock);
+    for (Subscription& subscription : mSubscriptions) subscription.push(*atom);
 }
 
 }  // namespace zstats::vdevice

@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "vdevice/common/ProfileFiles.h"
+#include "vdevice/statsd/ElapsedTime.h"
 #include "vdevice/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
@@ -11,11 +13,18 @@ namespace {
 
 constexpr uid_t kRootUid = 0;
 constexpr uid_t kSystemUid = 1000;
+constexpr char kRegisterPermission[] = "android.permission.REGISTER_STATS_PULL_ATOM";
 
 ndk::ScopedAStatus securityUnlessSystem() {
     const uid_t uid = AIBinder_getCallingUid();
     if (uid == kRootUid || uid == kSystemUid) return ndk::ScopedAStatus::ok();
     return ndk::ScopedAStatus(AStatus_fromExceptionCode(EX_SECURITY));
+}
+
+/** A uid by number or by the name of a user of the platform. */
+std::optional<int32_t> uidOf(const std::string& text) {
+    const auto number = parseInt(text);
+    return number ? number : uidOfAid(text);
 }
 
 std::string eventText(const std::string& bytes) {
@@ -41,6 +50,8 @@ ndk::ScopedAStatus StatsdService::registerPullAtomCallback(
 ndk::ScopedAStatus StatsdService::registerNativePullAtomCallback(
         int32_t tag, int64_t coolDownMillis, int64_t timeoutMillis,
         const std::vector<int32_t>& additive, const std::shared_ptr<IPullAtomCallback>& callback) {
+    Status status = refuseWithoutPermission(tag);
+    if (!status.isOk()) return status;
     if (callback == nullptr) return Status(AStatus_fromExceptionCode(EX_NULL_POINTER));
     mPullers->add(static_cast<int32_t>(AIBinder_getCallingUid()), tag,
                   {coolDownMillis, timeoutMillis, additive}, callback);
@@ -54,8 +65,16 @@ ndk::ScopedAStatus StatsdService::unregisterPullAtomCallback(int32_t uid, int32_
 }
 
 ndk::ScopedAStatus StatsdService::unregisterNativePullAtomCallback(int32_t tag) {
-    mPullers->remove(static_cast<int32_t>(AIBinder_getCallingUid()), tag);
-    return Status::ok();
+    Status status = refuseWithoutPermission(tag);
+    if (status.isOk()) mPullers->remove(static_cast<int32_t>(AIBinder_getCallingUid()), tag);
+    return status;
+}
+
+ndk::ScopedAStatus StatsdService::refuseWithoutPermission(int32_t tag) const {
+    if (mHasPermission(kRegisterPermission)) return Status::ok();
+    STATSD_LOG(ERROR, "uid %u may not register atom %d: %s is not granted",
+               AIBinder_getCallingUid(), tag, kRegisterPermission);
+    return Status(AStatus_fromExceptionCode(EX_SECURITY));
 }
 
 binder_status_t StatsdService::handleShellCommand(int in, int out, int err, const char** argv,
@@ -66,33 +85,38 @@ binder_status_t StatsdService::handleShellCommand(int in, int out, int err, cons
         const int seconds = args.size() > 1 ? atoi(args[1].c_str()) : 0;
         mSubscriber->start(in, out, std::chrono::seconds(seconds));
     } else if (command == "pull-source") {
-        pullSource(out, err, args);
+        return pullSource(out, err, args);
     } else if (command == "print-stats") {
         printStats(out);
     } else {
         dprintf(out,
                 "statsd of the virtual device; it knows these commands:\n"
                 "  data-subscribe [SECONDS]  stream atoms; the configuration comes on the input\n"
-                "  pull-source TAG           pull one atom and print its events\n"
+                "  pull-source TAG [USER]    pull one atom from the puller of a user (a uid or a\n"
+                "                            name like AID_ROOT; AID_SYSTEM if none is named) and\n"
+                "                            print its events\n"
                 "  print-stats               print registrations and subscriptions\n");
     }
     return STATUS_OK;
 }
 
-void StatsdService::pullSource(int out, int err, const std::vector<std::string>& args) {
-    const auto tag = args.size() == 2 ? parseInt(args[1]) : std::nullopt;
-    if (!tag) {
-        dprintf(err, "pull-source wants one atom tag\n");
-        return;
+binder_status_t StatsdService::pullSource(int out, int err, const std::vector<std::string>& args) {
+    const auto tag = args.size() == 2 || args.size() == 3 ? parseInt(args[1]) : std::nullopt;
+    const auto uid = args.size() == 3 ? uidOf(args[2]) : static_cast<int32_t>(kSystemUid);
+    if (!tag || !uid) {
+        dprintf(err,
+                "pull-source wants an atom tag, and a uid or AID name if it is not system's\n");
+        return STATUS_BAD_VALUE;
     }
-    const PullResult result = mPullers->pullFromAnyone(*tag);
-    for (const std::string& event : result.events) dprintf(out, "%s\n", eventText(event).c_str());
-    if (result.success) {
-        dprintf(out, "Pull from %d: received %zu events%s\n", *tag, result.events.size(),
-                result.fromCache ? " (from the cache)" : "");
-    } else {
+    const PullResult result = mPullers->pull({*uid}, *tag, elapsedNanos());
+    if (!result.success) {
         dprintf(out, "Pull from %d failed: %s\n", *tag, result.failure.c_str());
+        return STATUS_UNKNOWN_ERROR;
     }
+    for (const std::string& event : result.events) dprintf(out, "%s\n", eventText(event).c_str());
+    dprintf(out, "Pull from %d: received %zu events%s\n", *tag, result.events.size(),
+            result.fromCache ? " (from the cache)" : "");
+    return STATUS_OK;
 }
 
 void StatsdService::printStats(int out) {

@@ -1,6 +1,11 @@
 #pragma once
 
-#include "vdevice/statsd/PullerRegistry.h"
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "vdevice/statsd/PullerManager.h"
 #include "vdevice/statsd/ShellSubscriber.h"
 #include "vdevice/statsd/StatsdBase.h"
 
@@ -9,8 +14,11 @@ namespace zstats::vdevice {
 /** The service "stats": registrations of pullers, and the shell commands. Any thread. */
 class StatsdService : public StatsdBase {
   public:
-    StatsdService(PullerRegistry* pullers, ShellSubscriber* subscriber)
-          : mPullers(pullers), mSubscriber(subscriber) {}
+    /** Whether the caller of the current transaction holds this permission. */
+    using PermissionCheck = std::function<bool(const char* permission)>;
+
+    StatsdService(PullerManager* pullers, ShellSubscriber* subscriber, PermissionCheck check)
+          : mPullers(pullers), mSubscriber(subscriber), mHasPermission(std::move(check)) {}
 
     Status registerPullAtomCallback(int32_t uid, int32_t tag, int64_t coolDownMillis,
                                     int64_t timeoutMillis, const std::vector<int32_t>& additive,
@@ -27,11 +35,13 @@ class StatsdService : public StatsdBase {
                                        uint32_t argc) override;
 
   private:
-    void pullSource(int out, int err, const std::vector<std::string>& args);
+    Status refuseWithoutPermission(int32_t tag) const;
+    binder_status_t pullSource(int out, int err, const std::vector<std::string>& args);
     void printStats(int out);
 
-    PullerRegistry* const mPullers;
+    PullerManager* const mPullers;
     ShellSubscriber* const mSubscriber;
+    const PermissionCheck mHasPermission;
 };
 
 }  // namespace zstats::vdevice

@@ -3,17 +3,14 @@
 #include <android-base/unique_fd.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <vector>
 
 #include "vdevice/common/ShellStream.h"
-#include "vdevice/statsd/PullerRegistry.h"
+#include "vdevice/statsd/PullerManager.h"
 
 namespace zstats::vdevice {
 
@@ -21,7 +18,7 @@ namespace zstats::vdevice {
 struct SubscriptionRequest {
     struct Pull {
         int32_t tag;
-        std::chrono::milliseconds interval;
+        int64_t intervalMs;
         std::vector<int32_t> uids;  // whom to ask, in this order
     };
     std::set<int32_t> pushed;
@@ -32,43 +29,56 @@ struct SubscriptionRequest {
 /** Reads a serialised configuration; nothing if it is malformed. */
 std::optional<SubscriptionRequest> parseSubscription(std::string_view bytes);
 
+/** The uid that a name of the platform's own users stands for, "AID_ROOT" say. */
+std::optional<int32_t> uidOfAid(const std::string& name);
+
 /** An event as the stream shows it; nothing for bytes that statsd rejects. */
 std::optional<StreamedAtom> streamedAtom(int32_t uid, std::string_view event);
 
 /**
- * A running subscription. One thread, `run`, writes everything; pushed atoms reach it through a
- * queue, so that a reader who does not read holds up nobody but itself.
+ * A running subscription. Not thread-safe: ShellSubscriber's lock guards every call. Each write
+ * blocks until the reader has made room.
  */
 class Subscription {
   public:
-    using Clock = std::chrono::steady_clock;
+    /** Gives the time since boot in ns. */
+    using TimeSource = int64_t (*)();
 
-    /** `lifetime` zero: no limit. */
+    /** `lifetime` zero: no limit. Times are counted from the last whole second before the start. */
     Subscription(SubscriptionRequest request, android::base::unique_fd out,
-                 std::chrono::seconds lifetime, PullerRegistry* pullers);
+                 std::chrono::seconds lifetime, PullerManager* pullers, TimeSource now);
 
-    /** Streams until a write fails or the life time is over. */
-    void run();
-
-    /** Any thread. An atom that was not asked for is ignored. */
+    /** Writes a pushed atom if it was asked for. */
     void push(const StreamedAtom& atom);
 
+    /**
+     * Pulls what is due at `nowNs`, writes a heartbeat if nothing was written for a second, and
+     * ends the subscription when its life time is over. Returns how many ms there is nothing to do.
+     */
+    int64_t work(int64_t nowNs);
+
+    /** False after a failed write and after the life time. */
+    bool alive() const { return mAlive; }
+
   private:
-    bool sendPushed(std::unique_lock<std::mutex>& lock);
-    bool sendDuePulls();
-    bool send(const std::vector<StreamedAtom>& atoms);
-    Clock::time_point nextDeadline() const;
+    struct PlannedPull {
+        SubscriptionRequest::Pull what;
+        int64_t lastMs;
+    };
 
-    const SubscriptionRequest mRequest;
+    int64_t pullDue(int64_t nowNs);
+    void write(const std::vector<StreamedAtom>& atoms);
+
+    std::set<int32_t> mPushed;
+    const bool mCollectUids;
+    std::vector<PlannedPull> mPulls;
     const android::base::unique_fd mOut;
-    PullerRegistry* const mPullers;
-    std::optional<Clock::time_point> mEnd;
-    std::vector<Clock::time_point> mNextPull;  // beside mRequest.pulls
-    Clock::time_point mLastWrite;
-
-    std::mutex mLock;  // guards mQueue
-    std::condition_variable mArrived;
-    std::deque<StreamedAtom> mQueue;
+    PullerManager* const mPullers;
+    const TimeSource mNow;
+    const int64_t mStartSeconds;
+    const int64_t mLifeSeconds;
+    int64_t mLastWriteMs;
+    bool mAlive = true;
 };
 
 }  // namespace zstats::vdevice

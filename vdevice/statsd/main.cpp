@@ -5,6 +5,7 @@
 
 #include "vdevice/common/ProfileFiles.h"
 #include "vdevice/common/ServiceMain.h"
+#include "vdevice/statsd/Companion.h"
 #include "vdevice/statsd/ControlService.h"
 #include "vdevice/statsd/StatsdLog.h"
 #include "vdevice/statsd/StatsdService.h"
@@ -25,7 +26,7 @@ int main() {
     // A reader who has gone shows as a failing write.
     signal(SIGPIPE, SIG_IGN);
 
-    static PullerRegistry pullers;
+    static PullerManager pullers;
     static ShellSubscriber subscriber(&pullers);
     static PushedAtoms pushed([](const PushedEvent& event) { subscriber.push(event); });
     const int socket = pushSocket();
@@ -37,7 +38,8 @@ int main() {
 
     const auto control = ndk::SharedRefBase::make<ControlService>(&pullers, &pushed);
     publishOrDie("stats_control", control->asBinder().get());
-    const auto service = ndk::SharedRefBase::make<StatsdService>(&pullers, &subscriber);
+    const auto service =
+            ndk::SharedRefBase::make<StatsdService>(&pullers, &subscriber, companionGrants);
     publishOrDie("stats", service->asBinder().get());
     return serve();
 }
