@@ -117,7 +117,7 @@ int PropertyArea::set(const std::string& name, const std::string& value) {
     if (!mWritable) return -EROFS;
     if (name.empty() || name.size() >= sizeof(prop_info::name)) return -EINVAL;
     if (value.size() >= PROP_VALUE_MAX) return -EINVAL;
-    std::lock_guard<std::mutex> lock(mWriteLock);
+    const ScopedLock lock(mWriteLock);
     if (const prop_info* entry = find(name.c_str())) {
         storeValue(*const_cast<prop_info*>(entry), value);
         announce(entry);

@@ -8,8 +8,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
+
+#include "daemon/base/Mutex.h"
 
 /** One property in a PropertyArea. */
 struct prop_info {
@@ -82,7 +83,7 @@ class PropertyArea {
 
     Layout* const mLayout;
     const bool mWritable;
-    std::mutex mWriteLock;  // one writer at a time
+    Mutex mWriteLock;  // one writer at a time
 };
 
 /** A write that a process asks init for. */

@@ -24,18 +24,18 @@ class Store {
     int set(const std::string& name, const std::string& value) {
         if (mShared) return requestProperty(kServicePath, {name, value});
         if (name.compare(0, 4, "ctl.") == 0) return control(name, value);
-        std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         return mOwnAreas.back()->set(name, value);
     }
 
     void setHandler(ControlHandler handler) {
-        std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         mHandler = std::move(handler);
     }
 
     void clear() {
         if (mShared) return;
-        std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         startOwnArea();
     }
 
@@ -46,11 +46,12 @@ class Store {
         if (mShared) {
             mArea.store(shared.release(), std::memory_order_release);
         } else {
+            const ScopedLock lock(mLock);
             startOwnArea();
         }
     }
 
-    void startOwnArea() {
+    void startOwnArea() REQUIRES(mLock) {
         std::unique_ptr<PropertyArea> area = PropertyArea::createInMemory();
         if (area == nullptr) {
             __android_log_assert(nullptr, "properties", "no memory for system properties");
@@ -62,7 +63,7 @@ class Store {
     int control(const std::string& name, const std::string& value) {
         ControlHandler handler;
         {
-            std::lock_guard<std::mutex> lock(mLock);
+            const ScopedLock lock(mLock);
             handler = mHandler;
         }
         if (!handler) return -ENOSYS;
@@ -72,10 +73,10 @@ class Store {
 
     bool mShared;
     std::atomic<PropertyArea*> mArea{nullptr};
-    std::mutex mLock;  // guards the rest
+    Mutex mLock;
     // Older areas stay, because readers may hold entries of them.
-    std::vector<std::unique_ptr<PropertyArea>> mOwnAreas;
-    ControlHandler mHandler;
+    std::vector<std::unique_ptr<PropertyArea>> mOwnAreas GUARDED_BY(mLock);
+    ControlHandler mHandler GUARDED_BY(mLock);
 };
 
 }  // namespace

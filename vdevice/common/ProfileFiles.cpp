@@ -50,7 +50,7 @@ std::optional<std::string> NodeSequence::next(pid_t reader, const std::string& k
     if (key.empty() || key.find('/') != std::string::npos) return std::nullopt;
     size_t step = 0;
     {
-        std::lock_guard lock(mLock);
+        const ScopedLock lock(mLock);
         size_t& stored = mSteps[{reader, key}];
         while (stored > 0 && access(path(key, stored).c_str(), F_OK) != 0) --stored;
         step = stored++;

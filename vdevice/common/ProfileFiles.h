@@ -3,11 +3,12 @@
 #include <sys/types.h>
 
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats::vdevice {
 
@@ -42,8 +43,8 @@ class NodeSequence {
     std::string path(const std::string& key, size_t step) const;
 
     const std::string mFolder;
-    std::mutex mLock;  // guards mSteps
-    std::map<std::pair<pid_t, std::string>, size_t> mSteps;
+    Mutex mLock;
+    std::map<std::pair<pid_t, std::string>, size_t> mSteps GUARDED_BY(mLock);
 };
 
 }  // namespace zstats::vdevice

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <set>
 #include <sstream>
 
 namespace zstats::vdevice {
@@ -53,6 +54,13 @@ std::string applyGroup(RcService* service, const Words& words) {
         if (!gid) return unknown("group", words[i]);
         service->gids.push_back(*gid);
     }
+    return "";
+}
+
+std::string applyRestartPeriod(RcService* service, const Words& words) {
+    const auto seconds = parseNumber(words[1], 10);
+    if (!seconds) return "'" + words[1] + "' is no number of seconds";
+    service->restartPeriod = std::chrono::seconds(*seconds);
     return "";
 }
 
@@ -108,6 +116,7 @@ const std::map<std::string, Keyword<RcService>>& serviceKeywords() {
                   service->oneshot = true;
                   return std::string();
               }}},
+            {"restart_period", {1, 1, applyRestartPeriod}},
             {"socket", {5, 5, applySocket}},
             {"user", {1, 1, applyUser}},
     };
@@ -154,13 +163,31 @@ std::string startService(const Words& words, RcFile* out) {
     return "";
 }
 
-std::string startAction(const Words& words, RcFile* out) {
-    static const char* const triggers[] = {"boot", "manager-ready", "services-registered"};
-    if (words.size() != 2) return "'on' needs a trigger";
-    if (std::find(std::begin(triggers), std::end(triggers), words[1]) == std::end(triggers)) {
-        return unknown("trigger", words[1]);
+std::string addTrigger(RcAction* action, const std::string& trigger) {
+    static const std::string kProperty = "property:";
+    static const std::set<std::string> kEvents = {"boot", "manager-ready"};
+    if (trigger.compare(0, kProperty.size(), kProperty) == 0) {
+        const size_t equals = trigger.find('=');
+        if (equals == std::string::npos) return "'" + trigger + "' names no value";
+        action->properties.push_back({trigger.substr(kProperty.size(), equals - kProperty.size()),
+                                      trigger.substr(equals + 1)});
+        return "";
     }
-    out->actions.push_back({words[1], {}});
+    if (kEvents.count(trigger) == 0) return unknown("trigger", trigger);
+    if (!action->event.empty()) return "there can be one event only";
+    action->event = trigger;
+    return "";
+}
+
+std::string startAction(const Words& words, RcFile* out) {
+    if (words.size() % 2 != 0) return "'on' needs triggers with '&&' between them";
+    RcAction action;
+    for (size_t i = 1; i < words.size(); i += 2) {
+        if (i > 1 && words[i - 1] != "&&") return "'on' needs triggers with '&&' between them";
+        const std::string error = addTrigger(&action, words[i]);
+        if (!error.empty()) return error;
+    }
+    out->actions.push_back(std::move(action));
     return "";
 }
 

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,8 @@ struct RcService {
     std::vector<gid_t> gids = {0};
     bool oneshot = false;
     bool disabled = false;
+    /** A process that ended is started again this long after its last start. */
+    std::optional<std::chrono::milliseconds> restartPeriod;
     std::vector<RcSocket> sockets;
     /** Names under which the service registers once it is ready. */
     std::vector<std::string> interfaces;
@@ -37,10 +40,22 @@ struct RcService {
     std::vector<std::string> needs;
 };
 
-/** An `on TRIGGER` stanza: commands, each a name and its arguments. */
+/** A command: its name and its arguments. */
+using RcCommand = std::vector<std::string>;
+
+/** `property:NAME=VALUE`; the value "*" stands for any but the empty one. */
+struct RcPropertyTrigger {
+    std::string name;
+    std::string value;
+};
+
+/** An `on TRIGGER [&& TRIGGER]...` stanza. */
 struct RcAction {
-    std::string trigger;
-    std::vector<std::vector<std::string>> commands;
+    /** Empty if properties alone trigger it. */
+    std::string event;
+    /** All of them have to hold. */
+    std::vector<RcPropertyTrigger> properties;
+    std::vector<RcCommand> commands;
 };
 
 /** The stanzas of any number of files, in the order in which they were read. */

@@ -1,11 +1,12 @@
 #include "vdevice/common/ServiceMain.h"
 
 #include <android/binder_manager.h>
+#include <android/log.h>
 #include <binder/IPCThreadState.h>
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
+#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 
 namespace zstats::vdevice {
@@ -13,7 +14,9 @@ namespace {
 
 void dieUnless(bool published, const std::string& name, int status) {
     if (published) return;
-    fprintf(stderr, "cannot publish %s: status %d\n", name.c_str(), status);
+    // Init sends a service's standard error nowhere.
+    __android_log_print(ANDROID_LOG_ERROR, "vdevice", "cannot publish %s: status %d", name.c_str(),
+                        status);
     exit(EXIT_FAILURE);
 }
 
@@ -30,8 +33,19 @@ void publishOrDie(const std::string& name, const android::sp<android::IBinder>& 
     dieUnless(status == 0, name, status);
 }
 
-int serve() {
+void waitForService(const std::string& name) {
+    // libbinder's own wait looks only once a second.
+    constexpr useconds_t kPollMicros = 10'000;
+    const android::String16 name16(name.c_str());
+    while (android::defaultServiceManager()->checkService(name16) == nullptr) usleep(kPollMicros);
+}
+
+void startServing() {
     android::ProcessState::self()->startThreadPool();
+}
+
+int serve() {
+    startServing();
     android::IPCThreadState::self()->joinThreadPool();
     return EXIT_SUCCESS;
 }

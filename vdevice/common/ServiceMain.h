@@ -13,6 +13,12 @@ void publishOrDie(const std::string& name, AIBinder* binder);
 /** The same for a service of the C++ library. */
 void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder);
 
+/** Returns once a service of this name is registered. */
+void waitForService(const std::string& name);
+
+/** Serves binder calls from now on, beside what the caller goes on to do. */
+void startServing();
+
 /** Serves binder calls until the process is killed. Returns the process's exit status. */
 int serve();
 

@@ -31,6 +31,9 @@ constexpr char kRcFolder[] = "/system/etc/init";
 constexpr char kWatchProgram[] = "/system/bin/svcwait";
 constexpr char kDaemon[] = "zstats_pullerd";
 constexpr char kReadyProperty[] = "vdev.ready";
+/** How soon a service that died is started again, in ms after its last start, if set. */
+constexpr char kRestartProperty[] = "vdev.restart_ms";
+constexpr std::chrono::milliseconds kRestartPeriod(5000);
 
 /** The profile lists the service as absent, or lacks what it serves. */
 bool isAbsent(const RcService& rc, const std::set<std::string>& absent) {
@@ -45,9 +48,12 @@ bool isAbsent(const RcService& rc, const std::set<std::string>& absent) {
 }  // namespace
 
 Init::Init()
-      : mProperties([this](const std::string& action, const std::string& name) {
-            return control(action, name);
-        }) {}
+      : mProperties([this](const std::string& action,
+                           const std::string& name) { return control(action, name); },
+                    [this](const std::string& name, const std::string& value) {
+                        mActions.propertySet(name, value);
+                    }),
+        mActions([this](const std::string& name) { return mProperties.get(name); }) {}
 
 void Init::run() {
     signal(SIGPIPE, SIG_IGN);
@@ -60,7 +66,8 @@ void Init::run() {
     const std::string error = prepare();
     if (error.empty()) {
         startWatch();
-        trigger("boot");
+        mActions.trigger("boot");
+        mActions.enablePropertyTriggers();
         watchFor("");
     } else {
         mScriptHost->refuse(error);
@@ -94,11 +101,15 @@ std::string Init::readRcFiles() {
         const std::string error = parseRcFile(path.filename(), text, &rc);
         if (!error.empty()) return error;
     }
-    mActions = rc.actions;
+    mActions.setActions(std::move(rc.actions));
+    return fileServices(rc.services);
+}
+
+std::string Init::fileServices(const std::vector<RcService>& services) {
     const std::string listed = readProfileFile(std::string(kProfileRoot) + "/absent").value_or("");
     const std::vector<std::string> lines = profileLines(listed);
     const std::set<std::string> absent(lines.begin(), lines.end());
-    for (const RcService& service : rc.services) {
+    for (const RcService& service : services) {
         mServices.push_back(std::make_unique<Service>(
                 service, isAbsent(service, absent),
                 [this](const std::string& name, const std::string& state) {
@@ -111,7 +122,8 @@ std::string Init::readRcFiles() {
 void Init::startWatch() {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return;
-    if (fork() == 0) {
+    mWatchPid = fork();
+    if (mWatchPid == 0) {
         becomeChild();
         const char* const command[] = {kWatchProgram, nullptr};
         execProgram(kWatchProgram, command, {ends[1], ends[1], 2});
@@ -120,20 +132,24 @@ void Init::startWatch() {
     mWatch.reset(ends[0]);
 }
 
+void Init::endWatch() {
+    mStage = Stage::kNothing;
+    mWatch.reset();
+    if (mWatchPid > 0) kill(mWatchPid, SIGKILL);
+    mWatchPid = -1;
+}
+
 void Init::watchFor(const std::string& names) {
     android::base::WriteStringToFd(names + "\n", mWatch.get());
 }
 
 void Init::loop() {
     while (!mEnded) {
-        std::vector<pollfd> waiting = {{mDeaths.get(), POLLIN, 0},
-                                       {mProperties.fd(), POLLIN, 0},
-                                       {mWatch.get(), POLLIN, 0}};
-        for (const auto& service : mServices) waiting.push_back({service->outputFd(), POLLIN, 0});
-        poll(waiting.data(), waiting.size(), millisecondsToRestart());
-        for (size_t i = 0; i < mServices.size(); ++i) {
-            if (waiting[i + 3].revents != 0) mServices[i]->collectOutput();
-        }
+        runActions();
+        pollfd waiting[] = {{mDeaths.get(), POLLIN, 0},
+                            {mProperties.fd(), POLLIN, 0},
+                            {mWatch.get(), POLLIN, 0}};
+        poll(waiting, std::size(waiting), millisecondsToRestart());
         if (waiting[0].revents != 0) reapChildren();
         if (waiting[1].revents != 0) mProperties.serve();
         if (waiting[2].revents != 0) onWatchAnswer();
@@ -170,51 +186,69 @@ void Init::reapChildren() {
     for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
         if (pid == mScriptHost->pid()) mEnded = true;
         for (const auto& service : mServices) {
-            if (service->pid() == pid) service->onEnd(status);
+            if (service->pid() == pid) service->onEnd(status, restartPeriod());
         }
     }
+}
+
+std::chrono::milliseconds Init::restartPeriod() const {
+    const auto faster = parseInt(mProperties.get(kRestartProperty));
+    return faster ? std::chrono::milliseconds(*faster) : kRestartPeriod;
 }
 
 void Init::onWatchAnswer() {
     char answer[4096];
-    if (read(mWatch.get(), answer, sizeof(answer)) <= 0) return mWatch.reset();
+    if (read(mWatch.get(), answer, sizeof(answer)) <= 0) return endWatch();
     if (mStage == Stage::kManager) {
         mStage = Stage::kServices;
-        trigger("manager-ready");
-        std::string names;
-        for (const auto& service : mServices) {
-            if (!service->isRunning()) continue;
-            for (const std::string& name : service->rc().interfaces) names += name + " ";
-        }
-        watchFor(names);
+        mActions.trigger("manager-ready");
+        runActions();
+        watchFor(interfacesOfRunningServices());
     } else if (mStage == Stage::kServices) {
         mStage = Stage::kDaemon;
-        trigger("services-registered");
-        const Service* const daemon = find(kDaemon);
-        if (daemon == nullptr || !daemon->isRunning()) return ready("absent");
         watchFor(kDaemon);
     } else {
-        ready("registered");
+        daemonIs("registered");
     }
+    beginIfReady();
 }
 
-void Init::trigger(const std::string& name) {
-    for (const RcAction& action : mActions) {
-        if (action.trigger != name) continue;
-        for (const auto& command : action.commands) execute(command);
+std::string Init::interfacesOfRunningServices() const {
+    std::string names;
+    for (const auto& service : mServices) {
+        if (!service->isRunning()) continue;
+        for (const std::string& name : service->rc().interfaces) names += name + " ";
     }
+    return names;
 }
 
-void Init::execute(const std::vector<std::string>& command) {
+void Init::runActions() {
+    while (const auto command = mActions.next()) execute(*command);
+}
+
+void Init::execute(const RcCommand& command) {
     const std::string& name = command[0];
     if (name == "class_start") {
         startClass(command[1]);
+    } else if (name == "start") {
+        startFromRc(command[1]);
     } else if (name == "setprop") {
         mProperties.set(command[1], command[2]);
     } else if (name == "mkdir") {
         mkdir(command[1].c_str(), 0755);
     } else if (!control(name, command[1])) {
         INIT_LOG(ERROR, "%s: there is no service '%s'", name.c_str(), command[1].c_str());
+    }
+}
+
+void Init::startFromRc(const std::string& name) {
+    Service* const service = find(name);
+    if (service == nullptr) {
+        INIT_LOG(ERROR, "start: there is no service '%s'", name.c_str());
+    } else if (!service->isAbsent()) {
+        service->start();
+    } else if (name == kDaemon) {
+        daemonIs("absent");
     }
 }
 
@@ -249,16 +283,22 @@ Service* Init::find(const std::string& name) const {
 void Init::onServiceState(const std::string& name, const std::string& state) {
     mProperties.set("init.svc." + name, state);
     if (name != kDaemon) return;
-    if (state == "stopped") ready("stopped");
-    if (state == "restarting") ready("exited");
+    if (state == "stopped") daemonIs("stopped");
+    if (state == "restarting") daemonIs("exited");
 }
 
-void Init::ready(const std::string& state) {
-    if (mStage == Stage::kUp) return;
-    mStage = Stage::kUp;
-    mWatch.reset();
-    mProperties.set(kReadyProperty, state);
-    mScriptHost->begin(state);
+void Init::daemonIs(const std::string& state) {
+    if (mDaemonState.empty()) mDaemonState = state;
+    beginIfReady();
+}
+
+void Init::beginIfReady() {
+    const bool servicesUp = mStage == Stage::kDaemon || mStage == Stage::kNothing;
+    if (mBegun || !servicesUp || mDaemonState.empty()) return;
+    mBegun = true;
+    endWatch();
+    mProperties.set(kReadyProperty, mDaemonState);
+    mScriptHost->begin(mDaemonState);
 }
 
 }  // namespace zstats::vdevice

@@ -2,11 +2,13 @@
 
 #include <android-base/unique_fd.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "vdevice/common/RcFile.h"
+#include "vdevice/init/ActionQueue.h"
 #include "vdevice/init/PropertyService.h"
 #include "vdevice/init/ScriptHost.h"
 #include "vdevice/init/Service.h"
@@ -25,32 +27,43 @@ class Init {
     /** Everything up to the first service. Returns what went wrong, empty if nothing. */
     std::string prepare();
     std::string readRcFiles();
-    /** Asks for word, on mWatch, that the services named (blank-separated) are registered. */
-    void watchFor(const std::string& names);
+    std::string fileServices(const std::vector<RcService>& services);
     void startWatch();
+    void endWatch();
+    /** Has onWatchAnswer called once the services named (blank-separated) are registered. */
+    void watchFor(const std::string& names);
 
     void loop();
     int millisecondsToRestart() const;
+    std::chrono::milliseconds restartPeriod() const;
     void restartDue();
     void reapChildren();
     void onWatchAnswer();
+    std::string interfacesOfRunningServices() const;
 
-    void trigger(const std::string& name);
-    void execute(const std::vector<std::string>& command);
+    void runActions();
+    void execute(const RcCommand& command);
     void startClass(const std::string& name);
+    void startFromRc(const std::string& name);
     bool control(const std::string& action, const std::string& name);
     Service* find(const std::string& name) const;
     void onServiceState(const std::string& name, const std::string& state);
-    /** The script may begin: the daemon is up, or has refused. */
-    void ready(const std::string& state);
+    /** Takes down, the first time, what became of the daemon. */
+    void daemonIs(const std::string& state);
+    /** Lets the script begin once the services are registered and the daemon is too, or is not. */
+    void beginIfReady();
 
     std::vector<std::unique_ptr<Service>> mServices;
-    std::vector<RcAction> mActions;
     std::unique_ptr<ScriptHost> mScriptHost;
     PropertyService mProperties;
+    ActionQueue mActions;
     android::base::unique_fd mDeaths;
     android::base::unique_fd mWatch;
-    enum class Stage { kManager, kServices, kDaemon, kUp } mStage = Stage::kManager;
+    pid_t mWatchPid = -1;
+    /** What the watch waits for. */
+    enum class Stage { kManager, kServices, kDaemon, kNothing } mStage = Stage::kManager;
+    std::string mDaemonState;
+    bool mBegun = false;
     bool mEnded = false;
 };
 

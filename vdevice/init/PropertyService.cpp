@@ -68,7 +68,16 @@ std::string PropertyService::load(const std::string& path) {
 }
 
 int PropertyService::set(const std::string& name, const std::string& value) {
-    return mArea->set(name, value);
+    const int result = mArea->set(name, value);
+    if (result == 0) mListener(name, value);
+    return result;
+}
+
+std::string PropertyService::get(const std::string& name) const {
+    char value[PROP_VALUE_MAX] = {};
+    const prop_info* const found = mArea->find(name.c_str());
+    if (found != nullptr) PropertyArea::read(*found, value);
+    return value;
 }
 
 void PropertyService::serve() {

@@ -20,7 +20,11 @@ class PropertyService {
     /** Carries out `action` ("start", ...) on the service of that name; false if there is none. */
     using ControlHandler = std::function<bool(const std::string& action, const std::string& name)>;
 
-    explicit PropertyService(ControlHandler control) : mControl(std::move(control)) {}
+    /** Told of every property that is set, be the value new or not. */
+    using SetListener = std::function<void(const std::string& name, const std::string& value)>;
+
+    PropertyService(ControlHandler control, SetListener listener)
+          : mControl(std::move(control)), mListener(std::move(listener)) {}
 
     /** Makes the store and its socket. Returns what went wrong, empty if nothing. */
     std::string open();
@@ -34,12 +38,15 @@ class PropertyService {
 
     /** From init itself. Returns 0 or a negative errno. */
     int set(const std::string& name, const std::string& value);
+    /** The value now, empty if there is none. */
+    std::string get(const std::string& name) const;
 
   private:
     int handle(const zstats::properties::PropertyRequest& request, pid_t pid);
     int control(const zstats::properties::PropertyRequest& request, pid_t pid);
 
     const ControlHandler mControl;
+    const SetListener mListener;
     std::unique_ptr<zstats::properties::PropertyArea> mArea;
     android::base::unique_fd mSocket;
 };

@@ -21,14 +21,6 @@
 namespace zstats::vdevice {
 namespace {
 
-using android::base::unique_fd;
-using std::chrono::milliseconds;
-
-/** A process that lived this long is restarted without delay. */
-constexpr milliseconds kLongLife(1000);
-constexpr milliseconds kFirstDelay(100);
-constexpr milliseconds kLongestDelay(5000);
-
 void makeSocket(const RcSocket& rc) {
     const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
     const int on = 1;
@@ -54,29 +46,32 @@ void Service::start() {
         mStartAfterEnd = mStopping;
         return;
     }
-    int output[2];
-    if (pipe2(output, O_CLOEXEC) != 0) return;
     mPid = fork();
-    if (mPid == 0) runProgram(output[1]);
-    close(output[1]);
-    fcntl(output[0], F_SETFL, O_NONBLOCK);
-    mOutput.reset(output[0]);
+    if (mPid == 0) runProgram();
+    if (mPid < 0) {
+        INIT_LOG(ERROR, "cannot fork for service '%s': %s", mRc.name.c_str(), strerror(errno));
+        return;
+    }
     mStarted = Clock::now();
     mListener(mRc.name, "running");
     INIT_LOG(INFO, "starting service '%s' (pid %d)", mRc.name.c_str(), mPid);
 }
 
-void Service::runProgram(int output) const {
+void Service::runProgram() const {
     becomeChild();
     setsid();
     umask(022);
     makeSockets();
     dropPrivileges();
-    std::vector<const char*> command;
-    for (const std::string& word : mRc.command) command.push_back(word.c_str());
+    std::vector<char*> command;
+    for (const std::string& word : mRc.command) command.push_back(const_cast<char*>(word.c_str()));
     command.push_back(nullptr);
-    const unique_fd input(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    execProgram(command[0], command.data(), {input.get(), output, output});
+    // What a service writes to its standard descriptors is lost, as on a device.
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(null, fd);
+    execv(command[0], command.data());
+    INIT_LOG(ERROR, "cannot execute %s: %s", command[0], strerror(errno));
+    _exit(127);
 }
 
 void Service::makeSockets() const {
@@ -92,7 +87,6 @@ void Service::dropPrivileges() const {
 }
 
 void Service::kill() {
-    if (!isRunning()) return;
     INIT_LOG(INFO, "Sending signal %d to service '%s' (pid %d) process group...", SIGKILL,
              mRc.name.c_str(), mPid);
     ::kill(-mPid, SIGKILL);
@@ -106,6 +100,7 @@ void Service::stop() {
     mDisabled = true;
     mStartAfterEnd = false;
     mRestartTime.reset();
+    if (!isRunning()) return mListener(mRc.name, "stopped");
     kill();
 }
 
@@ -116,8 +111,7 @@ void Service::restart() {
     kill();
 }
 
-void Service::onEnd(int waitStatus) {
-    collectOutput();
+void Service::onEnd(int waitStatus, std::chrono::milliseconds restartPeriod) {
     if (WIFSIGNALED(waitStatus)) {
         INIT_LOG(INFO, "Service '%s' (pid %d) received signal %d", mRc.name.c_str(), mPid,
                  WTERMSIG(waitStatus));
@@ -129,37 +123,11 @@ void Service::onEnd(int waitStatus) {
     ::kill(-mPid, SIGKILL);
     mPid = -1;
     mStopping = false;
-    mOutput.reset();
     if (mDisabled || (mRc.oneshot && !mStartAfterEnd)) return mListener(mRc.name, "stopped");
-    const Clock::duration delay = mStartAfterEnd ? Clock::duration::zero() : nextDelay();
+    const Clock::duration period = mRc.restartPeriod.value_or(restartPeriod);
+    mRestartTime = mStartAfterEnd ? Clock::now() : mStarted + period;
     mStartAfterEnd = false;
-    mRestartTime = Clock::now() + delay;
     mListener(mRc.name, "restarting");
-}
-
-Service::Clock::duration Service::nextDelay() {
-    if (Clock::now() - mStarted >= kLongLife) {
-        mDelay = Clock::duration::zero();
-        return mDelay;
-    }
-    mDelay = std::clamp<Clock::duration>(mDelay * 2, kFirstDelay, kLongestDelay);
-    return mDelay;
-}
-
-void Service::collectOutput() {
-    char buffer[4096];
-    ssize_t count = 0;
-    while ((count = read(mOutput.get(), buffer, sizeof(buffer))) > 0) {
-        mPartLine.append(buffer, static_cast<size_t>(count));
-    }
-    const bool ended = count == 0;
-    size_t end = 0;
-    while ((end = mPartLine.find('\n')) != std::string::npos || (ended && !mPartLine.empty())) {
-        const std::string line = mPartLine.substr(0, end);
-        __android_log_print(ANDROID_LOG_INFO, mRc.name.c_str(), "%s", line.c_str());
-        mPartLine.erase(0, end == std::string::npos ? end : end + 1);
-    }
-    if (ended) mOutput.reset();
 }
 
 }  // namespace zstats::vdevice

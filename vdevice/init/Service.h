@@ -1,6 +1,6 @@
 #pragma once
 
-#include <android-base/unique_fd.h>
+#include <sys/types.h>
 
 #include <chrono>
 #include <functional>
@@ -20,15 +20,18 @@ class Service {
     /** Told of each change: "running", "stopping", "restarting" or "stopped". */
     using StateListener = std::function<void(const std::string& name, const std::string& state)>;
 
-    /** `absent`: the profile wants it not started by its class; a request still starts it. */
+    /** `absent`: the profile wants it not started by the rc files; a request still starts it. */
     Service(const RcService& rc, bool absent, StateListener listener)
-          : mRc(rc), mListener(std::move(listener)), mDisabled(rc.disabled || absent) {}
+          : mRc(rc),
+            mAbsent(absent),
+            mListener(std::move(listener)),
+            mDisabled(rc.disabled || absent) {}
 
     const RcService& rc() const { return mRc; }
     bool isDisabled() const { return mDisabled; }
     bool isRunning() const { return mPid > 0; }
+    bool isAbsent() const { return mAbsent; }
     pid_t pid() const { return mPid; }
-    int outputFd() const { return mOutput.get(); }
 
     /** Starts the process unless it runs; enables the service. */
     void start();
@@ -37,32 +40,29 @@ class Service {
     /** As stop, and start again once the process is gone. */
     void restart();
 
-    /** The process has ended: decides when it starts again. */
-    void onEnd(int waitStatus);
+    /**
+     * The process has ended. Unless it is to stay away, it starts again `restartPeriod` after its
+     * last start, or after the rc file's own period.
+     */
+    void onEnd(int waitStatus, std::chrono::milliseconds restartPeriod);
     /** When a restart is due, nothing if none is. */
     std::optional<Clock::time_point> restartTime() const { return mRestartTime; }
 
-    /** Moves what the process wrote to its standard output and error into the log. */
-    void collectOutput();
-
   private:
     void kill();
-    void runProgram(int output) const;
+    void runProgram() const;
     void makeSockets() const;
     void dropPrivileges() const;
-    Clock::duration nextDelay();
 
     const RcService mRc;
+    const bool mAbsent;
     const StateListener mListener;
     bool mDisabled;
     bool mStopping = false;
     bool mStartAfterEnd = false;
     pid_t mPid = -1;
     Clock::time_point mStarted;
-    Clock::duration mDelay = Clock::duration::zero();
     std::optional<Clock::time_point> mRestartTime;
-    android::base::unique_fd mOutput;
-    std::string mPartLine;
 };
 
 }  // namespace zstats::vdevice

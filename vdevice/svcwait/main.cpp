@@ -1,4 +1,3 @@
-#include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 #include <unistd.h>
 
@@ -6,6 +5,8 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+
+#include "vdevice/common/ServiceMain.h"
 
 // Waits until services are registered: those named as arguments, and then it ends; or, without
 // arguments, those of each line of standard input, which it writes back once they all are. An empty
@@ -20,15 +21,10 @@ void waitForManager() {
     while (android::ProcessState::self()->getContextObject(nullptr) == nullptr) usleep(kPollMicros);
 }
 
-void waitForService(const std::string& name) {
-    const android::String16 name16(name.c_str());
-    while (android::defaultServiceManager()->checkService(name16) == nullptr) usleep(kPollMicros);
-}
-
 void answerLines() {
     for (std::string line; std::getline(std::cin, line);) {
         std::istringstream names(line);
-        for (std::string name; names >> name;) waitForService(name);
+        for (std::string name; names >> name;) zstats::vdevice::waitForService(name);
         std::cout << line << std::endl;
     }
 }
@@ -37,7 +33,7 @@ void answerLines() {
 
 int main(int argc, char** argv) {
     waitForManager();
-    for (int i = 1; i < argc; ++i) waitForService(argv[i]);
+    for (int i = 1; i < argc; ++i) zstats::vdevice::waitForService(argv[i]);
     if (argc == 1) answerLines();
     return 0;
 }

@@ -15,6 +15,7 @@ service one /bin/one -v x
     group 1234 shell
     oneshot
     disabled
+    restart_period 7
     socket statsdw dgram+passcred 0222 statsd 7
     interface aidl a.b.IC/default
     needs nodes charger
@@ -29,6 +30,7 @@ service two /bin/two
     EXPECT_EQ(1066u, one.uid);
     EXPECT_EQ((std::vector<gid_t>{1234, 2000}), one.gids);
     EXPECT_TRUE(one.oneshot && one.disabled);
+    EXPECT_EQ(std::chrono::seconds(7), one.restartPeriod);
     ASSERT_EQ(1u, one.sockets.size());
     EXPECT_TRUE(one.sockets[0].passCredentials);
     EXPECT_EQ(0222u, one.sockets[0].mode);
@@ -37,6 +39,7 @@ service two /bin/two
     EXPECT_EQ((std::vector<std::string>{"nodes", "charger"}), one.needs);
     EXPECT_EQ(std::vector<gid_t>{0}, rc.services[1].gids);
     EXPECT_FALSE(rc.services[1].oneshot || rc.services[1].disabled);
+    EXPECT_FALSE(rc.services[1].restartPeriod);
 }
 
 TEST(RcFileTest, collectsStanzasOfSeveralFiles) {
@@ -69,7 +72,13 @@ TEST(RcFileTest, refusesWhatHasNoEffectHere) {
             {service + "socket n dgram 0888 root root", "f:2: unknown mode '0888'"},
             {service + "socket n dgram 1000 root root", "f:2: unknown mode '1000'"},
             {service + "interface hidl a", "f:2: unknown kind of interface 'hidl'"},
-            {"on property:a=b", "f:1: unknown trigger 'property:a=b'"},
+            {service + "restart_period soon", "f:2: 'soon' is no number of seconds"},
+            {"on services-registered", "f:1: unknown trigger 'services-registered'"},
+            {"on property:a", "f:1: 'property:a' names no value"},
+            {"on boot && manager-ready", "f:1: there can be one event only"},
+            {"on boot property:a=b", "f:1: 'on' needs triggers with '&&' between them"},
+            {"on boot &&", "f:1: 'on' needs triggers with '&&' between them"},
+            {"on", "f:1: 'on' needs triggers with '&&' between them"},
             {"on boot\nexec /bin/x", "f:2: unknown keyword 'exec'"},
             {"on boot\nsetprop a", "f:2: wrong number of arguments for 'setprop'"},
     };
