@@ -43,13 +43,24 @@ daemon_log() { logcat -d | grep " ${1:-zstats_pullerd}: "; }
 log_count() { logcat -d | grep -cF -- "$1"; }
 log_has_more() { [ "$(log_count "$1")" -gt "$2" ]; }
 
-# A pull of one tag as JSON, later than the cool-down of the one before.
-pull() { sleep 1.1; statsctl pull --json "$@"; }
+# The last line of a tag as "PRIORITY TEXT".
+last_line() { logcat -d | sed -n "s/^[-0-9]* [.:0-9]* *[0-9]* *[0-9]* *[0-9]* \([VDIWEF]\) $1: /\1 /p" | tail -n 1; }
 
+# Pulls as JSON that ask the daemon, once the cool-down of the pull before is over.
+pull() { statsctl pull --json --fresh "$@"; }
+
+# Registrations of processes that live.
+registered() { statsctl registrations 2>/dev/null | tail -n +2 | grep -vc 'has died'; }
+all_registered() { [ "$(registered)" -eq 39 ]; }
+
+state_of() { getprop "init.svc.$1"; }
+state_is() { [ "$(state_of "$1")" = "$2" ]; }
 daemon_pid() { pidof zstats_pullerd; }
+# From the daemon's end to the registration of its last atom.
 restart_daemon() {
     stop zstats_pullerd
-    wait_for 10 sh -c '! pidof zstats_pullerd'
+    wait_for 20 state_is zstats_pullerd stopped
     start zstats_pullerd
-    wait_for 10 service_is_there zstats_pullerd
+    wait_for 20 service_is_there zstats_pullerd
+    wait_for 20 all_registered
 }

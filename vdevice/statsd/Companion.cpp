@@ -5,11 +5,21 @@
 #include <android/binder_manager.h>
 
 namespace zstats::vdevice {
+namespace {
+
+/** Looks for up to 5 s, as statsd does; the call is deprecated for that. */
+ndk::SpAIBinder findCompanion() {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    return ndk::SpAIBinder(AServiceManager_getService("statscompanion"));
+#pragma GCC diagnostic pop
+}
+
+}  // namespace
 
 bool companionGrants(const char* permission) {
     using aidl::android::os::IStatsCompanionService;
-    const ndk::SpAIBinder binder(AServiceManager_getService("statscompanion"));
-    const auto companion = IStatsCompanionService::fromBinder(binder);
+    const auto companion = IStatsCompanionService::fromBinder(findCompanion());
     bool granted = false;
     return companion != nullptr &&
            companion

@@ -41,10 +41,6 @@ while read -r tenths degrees milli; do
     is "temperature/$tenths" "$degrees,$milli" "$(fields 150030)"
 done <<END
 305 31 30500
-24 2 2400
-25 3 2500
--5 0 -500
--25 -2 -2500
 -36 -3 -3600
 END
 
@@ -53,9 +49,7 @@ while read -r fcc typical ratio; do
     echo "$typical" >/profile/nodes/battery_typical_capacity
     is "loss/$fcc-of-$typical" "$typical,$fcc,$ratio" "$(fields 150138)"
 done <<END
-4500 5000 10
 5100 5000 -2
-4999 5000 1
 END
 echo abc >/profile/nodes/battery_typical_capacity
 is loss/no-number none "$(fields 150138)"

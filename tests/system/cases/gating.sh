@@ -4,20 +4,17 @@
 daemon=/system_ext/bin/zstats_pullerd
 features=/profile/features
 cp $features /tmp/features.saved 2>/dev/null || : >/tmp/features.saved
-service_is_stopped() { [ -z "$(daemon_pid)" ]; }
 # Starts the service, which init then has to stop for good because the daemon asks it to.
 start_refused() {
     refusals=$(log_count 'ctl.stop')
     start zstats_pullerd
     wait_for 10 log_has_more 'ctl.stop' "$refusals" || not_ok "$1/request" "init saw no ctl.stop"
-    if wait_for 5 service_is_stopped; then ok "$1/stopped"; else not_ok "$1/stopped" "it runs"; fi
-    pid=$(daemon_pid)
-    sleep 2
-    is "$1/stays-stopped" '' "$pid$(daemon_pid)"
+    # Neither running nor about to be started again.
+    if wait_for 10 state_is zstats_pullerd stopped; then ok "$1/stopped"; else not_ok "$1/stopped" "$(state_of zstats_pullerd)"; fi
 }
 
 stop zstats_pullerd
-wait_for 10 service_is_stopped
+wait_for 20 state_is zstats_pullerd stopped
 
 echo 'feature=os.tool.quill.zstats_pullerd.enable off' >>$features
 before=$(log_count 'os.tool.quill.zstats_pullerd.enable disabled.')
@@ -52,7 +49,7 @@ umount /proc/meminfo
 
 mount_meminfo 4194305
 stop zstats_pullerd
-wait_for 10 service_is_stopped
+wait_for 20 state_is zstats_pullerd stopped
 start zstats_pullerd
 if wait_for 10 service_is_there zstats_pullerd; then ok large/runs; else not_ok large/runs 'not published'; fi
 umount /proc/meminfo

@@ -23,14 +23,24 @@ has death_logged "Service 'charger' (pid $before) received signal 9" "$(daemon_l
 is uid_of_a_service 1000 "$(stat -c %u "/proc/$(pidof charger)")"
 
 stop charger
-charger_is_gone() { ! pidof charger; }
-wait_for 10 charger_is_gone && ok stop || not_ok stop "it still runs"
-stopped() { [ "$(getprop init.svc.charger)" = stopped ]; }
-wait_for 10 stopped && ok stop_state || not_ok stop_state "$(getprop init.svc.charger)"
-sleep 1
-is stays_stopped "" "$(pidof charger)"
+wait_for 10 state_is charger stopped && ok stop || not_ok stop "$(state_of charger)"
+is stopped_has_no_process "" "$(pidof charger)"
 start charger
 wait_for 10 pidof charger && ok start || not_ok start "it does not run"
+
+# One that waits for its restart can be stopped for good; the property makes it wait long.
+setprop vdev.restart_ms 1000000
+kill -9 "$(pidof charger)"
+wait_for 10 state_is charger restarting && ok back_off || not_ok back_off "$(state_of charger)"
+stop charger
+is stop_in_back_off stopped "$(state_of charger)"
+start charger
+wait_for 10 pidof charger && ok start_after_back_off || not_ok start_after_back_off "$(state_of charger)"
+setprop vdev.restart_ms ""
+
+# What a service prints goes where a device sends it.
+is standard_descriptors "/dev/null /dev/null /dev/null" \
+    "$(for fd in 0 1 2; do readlink "/proc/$(daemon_pid)/fd/$fd"; done | xargs)"
 has request_logged "Control message: Processed ctl.stop for 'charger' from pid: " \
     "$(daemon_log init)"
 

@@ -9,7 +9,6 @@ echo 41 >/profile/nodes/battery_dod.1
 echo 42 >/profile/nodes/battery_dod.2
 restart_daemon
 has first '"fields":[40]' "$(pull 150006)"
-sleep 1.1
 text=$(statsctl explain 150006)
 has other_reader 'battery_dod: "40\n"' "$text"
 has second 'depth_of_discharge 41' "$text"

@@ -2,15 +2,13 @@
 # Without statsd at its start the daemon serves, but answers no pull; a statsd that dies later gets
 # the registrations again.
 
-registered() { statsctl registrations 2>/dev/null | grep -c '\b150[0-9][0-9][0-9]\b'; }
-all_registered() { [ "$(registered)" -eq 39 ]; }
 answered() { statsctl pull --json 150005 2>/dev/null | grep -q '"fields"'; }
 
 if wait_for 10 all_registered; then ok start/registered; else not_ok start/registered "$(registered) of 39"; fi
 
 stop zstats_pullerd
 stop statsd
-wait_for 10 sh -c '! pidof statsd'
+wait_for 10 state_is statsd stopped
 before=$(log_count 'pullerd:  Get statsd service fail')
 start zstats_pullerd
 wait_for 10 service_is_there zstats_pullerd
@@ -20,7 +18,7 @@ has absent/dumps 'ZstatsPullerService::dump' "$(dumpsys zstats_pullerd --rgbLog 
 has absent/other-service atomacq "$(dumpsys -l)"
 start statsd
 wait_for 10 service_is_there stats
-sleep 2
+sleep 1
 is absent/no-later-registration 0 "$(registered)"
 
 restart_daemon
@@ -28,9 +26,12 @@ if wait_for 10 all_registered; then ok back/registered; else not_ok back/registe
 
 before=$(log_count 'statsd service died, will try to reconnect.')
 pid=$(daemon_pid)
+# Back while the library still looks for it; on a device its restart may take 5 s.
+setprop vdev.restart_ms 500
 kill -9 "$(pidof statsd)"
 wait_for 10 log_has_more 'statsd service died, will try to reconnect.' "$before" &&
     ok death/logged || not_ok death/logged 'no line'
 if wait_for 20 all_registered; then ok death/registered-again; else not_ok death/registered-again "$(registered) of 39"; fi
+setprop vdev.restart_ms ""
 is death/same-daemon "$pid" "$(daemon_pid)"
 if wait_for 10 answered; then ok death/answered; else not_ok death/answered 'no event'; fi

@@ -8,6 +8,8 @@ others() {
     pool=$(cut -d ' ' -f 1 /proc/$pid/syscall)
     cat /proc/$pid/task/*/syscall | grep -vc "^$pool "
 }
+# Ends of pipes by what may be done with them.
+pipes() { ls -l /proc/$pid/fd | grep "^$1.* -> pipe:" | wc -l; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
 runs_done() { [ "$(runs "done")" -ge "$1" ]; }
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }
@@ -27,6 +29,8 @@ wait_for 20 running_is 0 || not_ok warm_up "$(running) still run"
 
 base=$(runs "done")
 fds_before=$(fds)
+writers_before=$(pipes l-wx)
+readers_before=$(pipes lr-x)
 others_before=$(others)
 clients=
 for i in $(seq 1 20); do
@@ -36,6 +40,7 @@ done
 wait_for 40 runs_done $((base + 20)) && ok twenty_accepted || not_ok twenty_accepted "$(runs "done")"
 is twenty_run 20 "$(running)"
 is one_descriptor_each $((fds_before + 20)) "$(fds)"
+is it_is_the_write_end "$((writers_before + 20)) $readers_before" "$(pipes l-wx) $(pipes lr-x)"
 
 refused=$(log_count "subscription refused: 20 are running")
 for i in 21 22 23 24 25; do subscribe $i 60; done

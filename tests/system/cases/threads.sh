@@ -1,0 +1,21 @@
+# profile: qcom
+# Handlers that hang take one thread each; the pool has four, the one that starts it and the main one.
+
+pid=$(daemon_pid)
+# Threads in an ioctl: those of the binder pool wait in it for calls, and for what they call.
+pool() { cat /proc/$pid/task/*/syscall | grep -c '^16 '; }
+hang='"failed":"no answer within 2000 ms"'
+cycles=$(pull 150009)
+kill -STOP "$(pidof handlefactory)"
+is four_hang 4 "$(statsctl pull --json --parallel 150005 150006 150123 150167 | grep -c "$hang")"
+is others_are_answered "$cycles" "$(pull 150009)"
+is two_more_hang 2 "$(statsctl pull --json --parallel 150013 150018 | grep -c "$hang")"
+is then_nobody_answers 1 "$(pull 150009 | grep -c "$hang")"
+is threads 6 "$(pool)"
+
+late=$(log_count 'late answer to a pull of 150')
+kill -CONT "$(pidof handlefactory)"
+all_late() { [ "$(log_count 'late answer to a pull of 150')" -ge $((late + 7)) ]; }
+wait_for 20 all_late && ok late_answers || not_ok late_answers "$(log_count 'late answer')"
+is answered_again "$cycles" "$(pull 150009)"
+is threads_stay 6 "$(pool)"
