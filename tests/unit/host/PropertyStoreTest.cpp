@@ -11,8 +11,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
-#include <sstream>
 #include <thread>
 #include <utility>
 
@@ -22,8 +22,6 @@
 namespace zstats::properties {
 namespace {
 
-using android::base::GetBoolProperty;
-using android::base::GetIntProperty;
 using android::base::GetProperty;
 using android::base::SetProperty;
 using android::base::unique_fd;
@@ -70,22 +68,33 @@ TEST_F(PropertyTest, givesTheDefaultForAnEmptyPropertyAsForAnAbsentOne) {
     }
 }
 
-TEST_F(PropertyTest, readsBoolsAndNumbers) {
-    // GetBoolProperty with either default, GetIntProperty and property_get_int32 with -1.
-    const std::pair<const char*, const char*> rows[] = {
-            {"1", "11 1 1"},           {"y", "11 -1 -1"},    {"on", "11 -1 -1"},
-            {"true", "11 -1 -1"},      {"0", "00 0 0"},      {"off", "00 -1 -1"},
-            {"no", "00 -1 -1"},        {"TRUE", "10 -1 -1"}, {"2", "10 2 2"},
-            {"", "10 -1 -1"},          {"0x10", "10 16 16"}, {"12ms", "10 -1 12"},
-            {"2147483648", "10 -1 -1"}};
-    for (const auto& [value, expected] : rows) {
-        ASSERT_TRUE(SetProperty("x", value));
-        std::ostringstream read;
-        read << GetBoolProperty("x", true) << GetBoolProperty("x", false) << " "
-             << GetIntProperty<int32_t>("x", -1) << " " << property_get_int32("x", -1);
-        EXPECT_EQ(read.str(), expected) << value;
-        EXPECT_EQ(property_get_bool("x", 1), GetBoolProperty("x", true) ? 1 : 0);
+TEST_F(PropertyTest, wakesThoseThatWaitForAValue) {
+    using android::base::WaitForProperty;
+    EXPECT_FALSE(WaitForProperty("y", "2", std::chrono::milliseconds(5)));
+    std::thread waiter([] { EXPECT_TRUE(WaitForProperty("y", "2", std::chrono::minutes(1))); });
+    for (const char* value : {"0", "1", "2"}) {
+        EXPECT_EQ(property_set("x", value), 0);
+        EXPECT_EQ(property_set("y", value), 0);
     }
+    waiter.join();
+    EXPECT_FALSE(WaitForProperty("y", "3", std::chrono::milliseconds(5)));
+}
+
+TEST_F(PropertyTest, tellsWhatHasChanged) {
+    android::base::CachedProperty cached("y");
+    bool changed = false;
+    EXPECT_EQ(property_set("y", "1"), 0);
+    EXPECT_STREQ(cached.Get(&changed), "1");
+    EXPECT_TRUE(changed);
+    EXPECT_EQ(property_set("x", "2"), 0);
+    EXPECT_STREQ(cached.Get(&changed), "1");
+    EXPECT_FALSE(changed);
+    const auto note = [](const char* name, const char* value, void* lines) {
+        static_cast<Lines*>(lines)->push_back(std::string(name) + "=" + value);
+    };
+    Lines all;
+    EXPECT_EQ(property_list(note, &all), 0);
+    EXPECT_EQ(all, (Lines{"y=1", "x=2"}));
 }
 
 TEST_F(PropertyTest, refusesWhatDoesNotFitAndSaysSo) {
@@ -160,6 +169,18 @@ TEST_F(PropertyFileTest, holdsAnAreaThatReadersCannotChange) {
     reader->forEach([&](auto* name, auto* text) { all = all + ";" + name + "=" + text; });
     EXPECT_EQ(all, "2;a=2;b=3");
     EXPECT_EQ(reader->set("a", "4"), -EROFS);
+}
+
+TEST_F(PropertyFileTest, wakesWhoWaitsInAnotherMapping) {
+    const auto writer = PropertyArea::create(mPath);
+    const auto reader = PropertyArea::map(mPath);
+    ASSERT_TRUE(writer != nullptr && reader != nullptr);
+    const uint32_t before = reader->serial();
+    uint32_t after = before;
+    std::thread waiter([&] { EXPECT_TRUE(reader->wait(nullptr, before, &after, nullptr)); });
+    EXPECT_EQ(writer->set("a", "b"), 0);
+    waiter.join();
+    EXPECT_NE(after, before);
 }
 
 TEST_F(PropertyFileTest, isNotMappedWhenItIsNoArea) {
