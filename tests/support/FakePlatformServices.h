@@ -115,7 +115,8 @@ class FakeAudio : public PublishedFake {
             if (code != kMonitor) return BBinder::onTransact(code, data, reply, flags);
             request.set({reinterpret_cast<const char*>(data.data()), data.dataSize()});
             const auto answer = text.get();
-            return answer ? reply->writeCString(answer->c_str()) : android::OK;
+            // A C string with its end, padded as all that is written.
+            return answer ? reply->write(answer->c_str(), answer->size() + 1) : android::OK;
         }
 
         Guarded<std::optional<std::string>> text;
