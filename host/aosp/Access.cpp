@@ -3,6 +3,7 @@
 #include <binder/IPCThreadState.h>
 
 // A servicemanager for a system without service contexts: it knows who calls and admits everybody.
+// The platform's own, compiled off a device, takes every caller for root.
 
 namespace android {
 
