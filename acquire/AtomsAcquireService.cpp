@@ -3,8 +3,8 @@
 #include <binder/IPCThreadState.h>
 
 #include "acquire/PushedAtomSubscription.h"
-#include "daemon/Log.h"
 #include "daemon/base/Callers.h"
+#include "daemon/base/Log.h"
 
 using android::binder::Status;
 
@@ -13,7 +13,6 @@ namespace zstats {
 bool AtomsAcquireService::checkCallingPermission() {
     const uid_t uid = android::IPCThreadState::self()->getCallingUid();
     ZLOG(INFO, "AtomsAcquireService checkCallingPermission callingUid =%d!\n", uid);
-    // statsd's own uid is not among them, although subscriptions name it as a package.
     if (isRootOrSystem(uid)) return true;
     ZLOG(ERROR, "AtomsAcquireService::checkCallingPermission calling from invalid uid:%d", uid);
     return false;

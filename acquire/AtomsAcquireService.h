@@ -22,7 +22,7 @@ class AtomsAcquireService : public BnAtomsAcquire {
                                                      int32_t* ret) override;
 
   private:
-    /** Logs the calling uid; true for root and system alone. */
+    /** Logs the calling uid. True for root and system alone; statsd's own uid is refused. */
     static bool checkCallingPermission();
 };
 

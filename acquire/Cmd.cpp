@@ -26,7 +26,7 @@ namespace {
 constexpr char kCmdTag[] = "cmd";
 constexpr int32_t kExitNoService = 20;
 
-/** What to ask of which service. */
+/** A service and the arguments of its command. */
 struct Command {
     std::string_view service;
     Vector<String16> arguments;
@@ -37,6 +37,7 @@ String16 toString16(std::string_view text) {
     return String16(text.data(), text.size());
 }
 
+/** `argv` is not empty. "-w" alone is the name of a service. */
 Command parseCommand(const std::vector<std::string_view>& argv) {
     Command command;
     command.waitForService = argv.size() >= 2 && argv[0] == "-w";
@@ -48,6 +49,7 @@ Command parseCommand(const std::vector<std::string_view>& argv) {
     return command;
 }
 
+/** Prints the services that can be reached, sorted. */
 int32_t listServices(IServiceManager& manager, TextOutput& outputLog) {
     Vector<String16> services = manager.listServices(IServiceManager::DUMP_FLAG_PRIORITY_ALL);
     services.sort(sort_func);
@@ -59,6 +61,7 @@ int32_t listServices(IServiceManager& manager, TextOutput& outputLog) {
     return 0;
 }
 
+/** `negated` is the status as an errno value. */
 const char* describeFailure(status_t status, int32_t negated) {
     switch (status) {
         case android::BAD_TYPE:
@@ -74,9 +77,9 @@ const char* describeFailure(status_t status, int32_t negated) {
     }
 }
 
+/** The line goes to the output log, not to the error log. */
 void reportFailure(std::string_view service, status_t status, TextOutput& outputLog,
                    RunMode runMode) {
-    // Wrapped, since the lowest status has no positive counterpart.
     const int32_t negated = wrap32(-int64_t{status});
     const char* text = describeFailure(status, negated);
     if (runMode == RunMode::kStandalone) {
@@ -87,6 +90,7 @@ void reportFailure(std::string_view service, status_t status, TextOutput& output
               << ")" << endl;
 }
 
+/** The service; null, with a line, when it is absent. Waits for it with "-w". */
 sp<IBinder> findService(IServiceManager& manager, const Command& command, TextOutput& errorLog,
                         RunMode runMode) {
     const String16 name = toString16(command.service);
@@ -101,6 +105,7 @@ sp<IBinder> findService(IServiceManager& manager, const Command& command, TextOu
     return nullptr;
 }
 
+/** Also starts the process's binder threads, which the command's callbacks arrive on. */
 sp<IServiceManager> findServiceManager(TextOutput& errorLog, RunMode runMode) {
     android::ProcessState::self()->startThreadPool();
     sp<IServiceManager> manager = android::defaultServiceManager();
@@ -157,6 +162,7 @@ int32_t cmdMain(const std::vector<std::string_view>& argv, TextOutput& outputLog
         return status;
     }
     callback->deactivate();
+    // The command may have sent its result during the call.
     return receiver->waitForResult();
 }
 

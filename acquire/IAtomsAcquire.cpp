@@ -4,6 +4,8 @@
 #include <cutils/trace.h>
 #include <utils/Trace.h>
 
+#include "daemon/base/ManualInterface.h"
+
 using android::OK;
 using android::Parcel;
 using android::ScopedTrace;
@@ -13,8 +15,7 @@ using android::os::ParcelFileDescriptor;
 
 namespace zstats {
 
-// The checked form of this macro lets no interface of ours through.
-DO_NOT_DIRECTLY_USE_ME_IMPLEMENT_META_INTERFACE(AtomsAcquire, "com.norda.quill.IAtomsAcquire")
+IMPLEMENT_MANUAL_META_INTERFACE(AtomsAcquire, "com.norda.quill.IAtomsAcquire")
 
 BnAtomsAcquire::BnAtomsAcquire() {
     android::internal::Stability::markCompilationUnit(this);

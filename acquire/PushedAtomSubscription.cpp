@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "acquire/Cmd.h"
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 
 using android::os::ParcelFileDescriptor;
 using android::os::statsd::PulledAtomSubscription;
@@ -22,20 +22,21 @@ namespace {
 
 constexpr int64_t kPullIntervalMs = 1000;
 constexpr const char* kPullPackages[] = {"AID_ROOT", "AID_SYSTEM", "AID_STATSD"};
-constexpr size_t kLengthBytes = 8;
+constexpr size_t kLengthBytes = 8;  // of the length in front of a message
 
+/** Ids from `first` to `last`, both included. */
 struct IdRange {
     int32_t first;
     int32_t last;
-    AtomSource source;
+    AtomDelivery delivery;
 };
 
 constexpr IdRange kIdRanges[] = {
-        {3, 749, AtomSource::kPushed},
-        {100000, 149999, AtomSource::kPushed},
-        {150000, INT32_MAX, AtomSource::kPulled},
-        // Narrow on purpose: the pulled ids above it are not offered.
-        {10000, 10499, AtomSource::kPulled},
+        {3, 749, AtomDelivery::kPushed},
+        {100000, 149999, AtomDelivery::kPushed},
+        {150000, INT32_MAX, AtomDelivery::kPulled},
+        // The pulled ids from 10500 to 99999 are not subscribed.
+        {10000, 10499, AtomDelivery::kPulled},
 };
 
 /** The descriptors that one subscription's thread works with. */
@@ -52,7 +53,7 @@ void addPulled(ShellSubscription* subscription, int32_t atomId) {
     for (const char* package : kPullPackages) pulled->add_packages(package);
 }
 
-/** Body of the detached thread. Leaves the pipe's write end alone: nobody closes it. */
+/** Body of the detached thread. The pipe's write end stays open for the life of the process. */
 void runDataSubscribe(SubscriptionFds fds) {
     ZLOG(INFO, "AtomsAcquire cmdMain in!!!\n");
     cmdMain({"stats", "data-subscribe"}, android::aout, android::aerr, fds.controlRead, fds.output,
@@ -62,13 +63,14 @@ void runDataSubscribe(SubscriptionFds fds) {
     ZLOG(INFO, "AtomsAcquire cmdMain done!!!\n");
 }
 
-/** Hands the frame to the pipe; false when that fails. What a short write leaves out is lost. */
+/** Writes the frame in one call; false when that fails. A short write counts as success. */
 bool writeConfig(int fd, const std::string& frame) {
     if (write(fd, frame.data(), frame.size()) >= 0) return true;
     ZLOG(ERROR, "AtomsAcquire write to control pipe done with error(%s) \n", strerror(errno));
     return false;
 }
 
+/** Returns 1 when the command's thread runs, else -1. */
 int32_t subscribe(const std::vector<int32_t>& atomIds, const ParcelFileDescriptor& fd) {
     int control[2];
     if (pipe(control) != 0) {
@@ -96,24 +98,24 @@ int32_t subscribe(const std::vector<int32_t>& atomIds, const ParcelFileDescripto
 
 }  // namespace
 
-AtomSource classifyAtomId(int32_t atomId) {
+AtomDelivery deliveryOf(int32_t atomId) {
     for (const IdRange& range : kIdRanges) {
-        if (atomId >= range.first && atomId <= range.last) return range.source;
+        if (atomId >= range.first && atomId <= range.last) return range.delivery;
     }
-    return AtomSource::kNone;
+    return AtomDelivery::kNone;
 }
 
 std::string serializeSubscription(const std::vector<int32_t>& atomIds) {
     ShellSubscription subscription;
     for (int32_t atomId : atomIds) {
-        switch (classifyAtomId(atomId)) {
-            case AtomSource::kPushed:
+        switch (deliveryOf(atomId)) {
+            case AtomDelivery::kPushed:
                 subscription.add_pushed()->set_atom_id(atomId);
                 break;
-            case AtomSource::kPulled:
+            case AtomDelivery::kPulled:
                 addPulled(&subscription, atomId);
                 break;
-            case AtomSource::kNone:
+            case AtomDelivery::kNone:
                 break;
         }
     }

@@ -10,14 +10,14 @@
 namespace zstats {
 
 /** How a subscription asks for an atom. */
-enum class AtomSource {
-    kNone,    // not subscribed
+enum class AtomDelivery {
+    kNone,    // left out
     kPushed,  // delivered when somebody writes it
-    kPulled,  // pulled by statsd once a second
+    kPulled,  // statsd pulls it once a second
 };
 
-/** The source of an atom id. Ids that belong to neither range are left out of a subscription. */
-AtomSource classifyAtomId(int32_t atomId);
+/** How the atom with this id is asked for; kNone for ids outside of all ranges. */
+AtomDelivery deliveryOf(int32_t atomId);
 
 /** A serialised statsd ShellSubscription for the ids, in their order, duplicates kept. */
 std::string serializeSubscription(const std::vector<int32_t>& atomIds);

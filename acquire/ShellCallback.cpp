@@ -19,6 +19,7 @@ namespace zstats {
 
 namespace {
 
+/** How a file is opened in a mode, and which permissions its caller needs. */
 struct OpenMode {
     const char16_t* name;
     int flags;
@@ -39,6 +40,7 @@ std::string toUtf8(const String16& text) {
     return String8(text).c_str();
 }
 
+/** Null for a mode that is none of the four. */
 const OpenMode* findOpenMode(const String16& name) {
     for (const OpenMode& mode : kOpenModes) {
         if (name == String16(mode.name)) return &mode;
@@ -46,7 +48,7 @@ const OpenMode* findOpenMode(const String16& name) {
     return nullptr;
 }
 
-/** `path` seen from the current directory; an absolute one stands for itself. */
+/** `path` joined to the current directory, unless it is absolute. */
 std::string fullPath(const std::string& path) {
     std::error_code ignored;
     const std::filesystem::path directory = std::filesystem::current_path(ignored);
@@ -62,6 +64,7 @@ FileContext fileContext(const std::string& path) {
     return FileContext(context, freecon);
 }
 
+/** True when SELinux gives a process in `context` this permission to a file in `fileContext`. */
 bool granted(const std::string& context, const char* fileContext, const char* permission) {
     return selinux_check_access(context.c_str(), fileContext, "file", permission, nullptr) == 0;
 }
@@ -71,7 +74,7 @@ bool granted(const std::string& context, const char* fileContext, const char* pe
 unique_fd MyShellCallback::checked(unique_fd fd, const std::string& path,
                                    const std::string& context, bool read, bool write) {
     const FileContext owner = fileContext(path);
-    // No policy knows an empty context: a file without one is refused where policies are enforced.
+    // A file without a context is checked with an empty one, which an enforcing policy refuses.
     const char* file = owner != nullptr ? owner.get() : "";
     const char* refused = nullptr;
     if (write && !granted(context, file, "write")) {

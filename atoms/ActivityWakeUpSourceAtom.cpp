@@ -9,15 +9,15 @@
 #include <memory>
 
 #include "atoms/AtomEvent.h"
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
 
 namespace zstats {
 
 namespace {
 
-/** A file of a wake-up source and the number it fills; the name's has no number. */
+/** A file of a wake-up source and the number that it fills, null for the file with the name. */
 struct Attribute {
     const char* fileName;
     int64_t WakeLockInfo::*number;
@@ -35,13 +35,10 @@ constexpr Attribute kAttributes[] = {
         {"wakeup_count", &WakeLockInfo::wakeupCount},
 };
 
-// Room for any entry's name and attribute behind the directory, so that a path never reallocates.
+// Room behind the directory for the longest entry and attribute: the path is never reallocated.
 constexpr size_t kLongestEntryPath = NAME_MAX + sizeof("/prevent_suspend_time_ms");
 
-/**
- * Reads the sources of one directory. Path and content are buffers that all sources share, so that
- * the many inactive ones allocate nothing.
- */
+/** Reads the sources of one directory with a path and a content buffer that they share. */
 class WakeUpSourceReader {
   public:
     explicit WakeUpSourceReader(const char* directory) : mPath(directory) {
@@ -54,7 +51,7 @@ class WakeUpSourceReader {
         mPath.resize(mDirectoryLength);
         mPath.append(entry);
         mSourceLength = mPath.size();
-        errno = 0;  // an empty file fails without an error of its own
+        errno = 0;  // an empty file counts as failed and sets none
         if (!readAttribute("/active_time_ms")) {
             ZLOG_AT(2, DEBUG, "ActivityWakeUpSourceAtom readFile is fail %d", -errno);
             return false;
@@ -66,6 +63,7 @@ class WakeUpSourceReader {
     }
 
   private:
+    /** Fills the rest of an active source. An attribute that cannot be read keeps its 0. */
     void readStatistics(WakeLockInfo& info) {
         for (const Attribute& attribute : kAttributes) {
             if (!readAttribute("/", attribute.fileName)) continue;

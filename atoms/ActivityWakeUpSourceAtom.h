@@ -33,7 +33,7 @@ void getWakeLockStats(std::vector<WakeLockInfo>* out);
 /** getWakeLockStats over `directory`, given with its final slash. */
 void getWakeLockStatsAt(const char* directory, std::vector<WakeLockInfo>* out);
 
-/** Appends an event for each record that is active. */
+/** Appends an event for each record with an active time of at least 1 ms, in order. */
 void appendWakeLockEvents(const std::vector<WakeLockInfo>& records, int32_t atomTag,
                           AStatsEventList* data);
 

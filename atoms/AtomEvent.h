@@ -7,6 +7,7 @@
 
 namespace zstats {
 
+// A field of each type that the atoms have.
 inline void writeField(AStatsEvent* event, int32_t value) {
     AStatsEvent_writeInt32(event, value);
 }

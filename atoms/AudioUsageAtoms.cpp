@@ -1,60 +1,32 @@
 #include "atoms/AudioUsageAtoms.h"
 
-#include <binder/IServiceManager.h>
-#include <binder/Parcel.h>
-#include <utils/String16.h>
-
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "atoms/AtomEvent.h"
-#include "daemon/Log.h"
 #include "daemon/ZStatsPullAtomCallback.h"
-#include "daemon/base/Arithmetic.h"
+#include "daemon/base/Log.h"
+#include "sources/AudioClient.h"
 
 namespace zstats {
 
-using android::IBinder;
-using android::Parcel;
-using android::sp;
-
 namespace {
 
-constexpr uint32_t kAudioMonitorCode = 129;
+enum class UahType { kText, kInt32, kInt64 };
 
-enum class UahType { TEXT, INT32, INT64 };
-
+/** The types of a record's fields, in order. */
 constexpr std::array<UahType, 17> kUahTypes = {
-        UahType::TEXT,  UahType::INT32, UahType::INT32, UahType::TEXT,  UahType::INT32,
-        UahType::INT64, UahType::INT64, UahType::INT64, UahType::INT64, UahType::INT32,
-        UahType::INT32, UahType::INT64, UahType::INT32, UahType::INT64, UahType::TEXT,
-        UahType::INT64, UahType::INT32,
+        UahType::kText,  UahType::kInt32, UahType::kInt32, UahType::kText,  UahType::kInt32,
+        UahType::kInt64, UahType::kInt64, UahType::kInt64, UahType::kInt64, UahType::kInt32,
+        UahType::kInt32, UahType::kInt64, UahType::kInt32, UahType::kInt64, UahType::kText,
+        UahType::kInt64, UahType::kInt32,
 };
 using UahFields = std::array<const char*, kUahTypes.size()>;
 
-// Newer platforms mark the parcel's C strings as deprecated; the service takes nothing else.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-void writeMonitorRequest(Parcel& data) {
-    data.writeCString("PAPowerMonitorResult");
-}
-
-const char* readMonitorReply(const Parcel& reply) {
-    const char* text = reply.readCString();
-    return text != nullptr ? text : "";
-}
-#pragma GCC diagnostic pop
-
-/** The text of an error status; the least status has no positive counterpart and wraps. */
-const char* describeStatus(android::status_t status) {
-    return strerror(wrap32(-int64_t{status}));
-}
-
 /**
- * Ends each comma-separated field of `text` with a NUL in place, notes where the fields start, and
- * returns their number, which may exceed the array's. A comma at the end adds no field.
+ * Ends each comma-separated field of `text` with a NUL in place, puts where the first of them start
+ * into `fields`, and returns the number of all. A comma at the end adds no field.
  */
 size_t splitFields(std::string& text, UahFields& fields) {
     size_t count = 0;
@@ -68,15 +40,16 @@ size_t splitFields(std::string& text, UahFields& fields) {
     return count;
 }
 
+/** Text that is no number is written as 0. */
 void writeUahField(AStatsEvent* event, UahType type, const char* text) {
     switch (type) {
-        case UahType::TEXT:
+        case UahType::kText:
             AStatsEvent_writeString(event, text);
             break;
-        case UahType::INT32:
+        case UahType::kInt32:
             AStatsEvent_writeInt32(event, atoi(text));
             break;
-        case UahType::INT64:
+        case UahType::kInt64:
             AStatsEvent_writeInt64(event, atoll(text));
             break;
     }
@@ -94,7 +67,7 @@ void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, ASt
         AStatsEvent* event = beginEvent(data, atomTag);
         AStatsEvent_writeString(event, fields[0]);
         if (count != fields.size()) {
-            // The event stays unbuilt, so that statsd drops it, and the pull ends here.
+            // The event is left unbuilt, which makes statsd drop it, and the pull ends.
             ZLOG(ERROR, "handleUahDataset error data size");
             return;
         }
@@ -104,22 +77,8 @@ void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, ASt
 }
 
 void ZStatsPullAtomCallback::handleAudioPAPower(int32_t atomTag, AStatsEventList* data) {
-    const sp<android::IServiceManager> manager = android::defaultServiceManager();
-    const sp<IBinder> service =
-            manager != nullptr ? manager->checkService(android::String16("audio")) : nullptr;
-    if (service == nullptr) {
-        ZLOG(ERROR, "Cannot connect to service: audio");
-        return;
-    }
-    Parcel request;
-    Parcel reply;
-    writeMonitorRequest(request);
-    const android::status_t status = service->transact(kAudioMonitorCode, request, &reply, 0);
-    if (status != android::OK) {
-        ZLOG(ERROR, "Error invoking remote service: %s\n", describeStatus(status));
-        return;
-    }
-    appendEvent(data, atomTag, static_cast<float>(atof(readMonitorReply(reply))));
+    const std::optional<std::string> text = readAmplifierMonitor();
+    if (text) appendEvent(data, atomTag, static_cast<float>(atof(text->c_str())));
 }
 
 void ZStatsPullAtomCallback::handleUahDataset(int32_t atomTag, AStatsEventList* data) {

@@ -1,14 +1,12 @@
 #include "atoms/ChargerRead.h"
 
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 
 namespace zstats {
 
-std::optional<std::vector<int32_t>> readCharger(ZStatsPullAtomCallback& callback,
-                                                const ChargerWarnings& warnings,
-                                                std::initializer_list<ChargerGetter> getters) {
-    // This copy keeps the proxy alive through a death notice.
-    const auto charger = callback.getIChargeService();
+std::optional<std::vector<int32_t>> readChargerValues(const std::shared_ptr<ICharger>& charger,
+                                                      const ChargerWarnings& warnings,
+                                                      std::initializer_list<ChargerGetter> getters) {
     if (charger == nullptr) {
         ZLOG_AT(0, WARN, "%s line %d, getIChargeService return false", warnings.handler,
                 warnings.noServiceLine);

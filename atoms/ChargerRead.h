@@ -1,18 +1,17 @@
 #pragma once
 
-#include <aidl/vendor/norda/hardware/charger/ICharger.h>
-
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <vector>
 
-#include "daemon/ZStatsPullAtomCallback.h"
+#include "sources/ChargerClient.h"
 
 namespace zstats {
 
 /** One of the charger's calls that answer with a number. */
-using ChargerGetter = ndk::ScopedAStatus (ZStatsPullAtomCallback::ICharger::*)(int32_t* out);
+using ChargerGetter = ndk::ScopedAStatus (ICharger::*)(int32_t* out);
 
 /** How a handler's warnings read. The line numbers are fixed parts of the texts. */
 struct ChargerWarnings {
@@ -23,11 +22,11 @@ struct ChargerWarnings {
 };
 
 /**
- * Makes all these calls, in this order, also when one fails. Returns their values, or nothing, with
- * a warning at level 0, when the service is absent or any call did not succeed.
+ * Makes all these calls of `charger`, in this order, also when one fails. Returns their values, or
+ * nothing, with a warning, when there is no charger or a call failed.
  */
-std::optional<std::vector<int32_t>> readCharger(ZStatsPullAtomCallback& callback,
-                                                const ChargerWarnings& warnings,
-                                                std::initializer_list<ChargerGetter> getters);
+std::optional<std::vector<int32_t>> readChargerValues(const std::shared_ptr<ICharger>& charger,
+                                                      const ChargerWarnings& warnings,
+                                                      std::initializer_list<ChargerGetter> getters);
 
 }  // namespace zstats

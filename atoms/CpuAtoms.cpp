@@ -8,22 +8,23 @@
 #include <regex>
 
 #include "atoms/AtomEvent.h"
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Arithmetic.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
 
 namespace zstats {
 
 namespace {
 
+// Idle states of each CPU.
 constexpr int kQcomIdleStates = 2;
 constexpr int kMtkIdleStates = 8;
 constexpr int64_t kUsPerMs = 1000;
 
 /** Replaces `content` by the file's text, empty when there is none. Its buffer is reused. */
 void readIdleFile(const char* path, std::string& content) {
-    constexpr char kFunction[] = "getContentByHandleKeyDebug";
+    constexpr char kFunction[] = "getContentByHandleKeyDebug";  // as the lines name it
     content.clear();
     const int fd = open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
@@ -43,7 +44,7 @@ void readIdleFile(const char* path, std::string& content) {
             content.c_str());
 }
 
-/** Idle time in us of one CPU over its states; a nonsensical sum wraps around. */
+/** Idle time in us of one CPU over its states; a sum beyond 64 bits wraps around. */
 int64_t totalIdleUs(const std::string& cpuPrefix, int cpu, int stateCount, std::string& path,
                     std::string& content) {
     path.assign(cpuPrefix).append(std::to_string(cpu)).append("/cpuidle/state");
@@ -72,8 +73,8 @@ void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std
     if (dash == std::string::npos) return;
     const int first = std::stoi(range.substr(0, dash));
     const int last = std::stoi(range.substr(dash + 1));
-    // The largest last CPU has no successor and wraps. As `first` is never negative, a negative end
-    // has no CPU before it.
+    // One past the last. No '-' precedes `first`, so it is never negative, and an end that is, such
+    // as the one of INT_MAX, leaves no CPU.
     const int32_t end = wrap32(int64_t{last} + 1);
     std::string path;
     std::string content;
@@ -84,6 +85,7 @@ void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std
 }
 
 void appendPerfSchedinfoEvents(const std::string& content, int32_t atomTag, AStatsEventList* data) {
+    // One digit after "cpu": only CPUs 0 to 9 can be told apart.
     const std::regex pattern("(cpu\\d):(\\d+)");
     std::map<std::string, std::string> values;
     for (std::sregex_iterator match(content.begin(), content.end(), pattern), end; match != end;
@@ -91,6 +93,7 @@ void appendPerfSchedinfoEvents(const std::string& content, int32_t atomTag, ASta
         values[(*match)[1]] = (*match)[2];
     }
     for (const auto& [name, digits] : values) {
+        // Decimal digits from the least significant: 0, 1-3, 4, 5, 6-9, 10-11.
         const int64_t value = std::stoll(digits);
         appendEvent(data, atomTag, int32_t{std::stoi(name.substr(3))},
                     static_cast<int32_t>(value % 10), static_cast<int32_t>(value / 10 % 1000),
@@ -105,8 +108,8 @@ void ZStatsPullAtomCallback::handleCpuLeakageInformation(int32_t atomTag, AStats
     const int32_t leakageType = getValueByHandleKey("cpu_leakage_type");
     const int32_t core = getValueByHandleKey("cpu_core");
     appendEvent(data, atomTag, leakageType, core);
-    ZLOG_AT(2, DEBUG, "PullAtomCallback %s handler for cpuLeakageType = %d, cpuCore = %d",
-            "handleCpuLeakageInformation", leakageType, core);
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s handler for cpuLeakageType = %d, cpuCore = %d", __func__,
+            leakageType, core);
 }
 
 void ZStatsPullAtomCallback::handleCpuIdle(int32_t atomTag, AStatsEventList* data) {

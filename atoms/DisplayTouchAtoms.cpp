@@ -1,24 +1,16 @@
-#include <binder/IServiceManager.h>
-#include <utils/String16.h>
-#include <utils/String8.h>
-
 #include <cstdlib>
 #include <optional>
 #include <sstream>
 
 #include "atoms/AtomEvent.h"
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
 
 namespace zstats {
 namespace {
 
-constexpr char kTouchService[] = "vendor.norda.hardware.touch.INordaTouch/default";
-constexpr int32_t kTouchDevice = 0;
-constexpr int32_t kRefreshRateNode = 26;
-
-/** A level of 1 is what a panel keeps while it is off. */
+/** A panel that is off keeps a level of 1. */
 constexpr int32_t kHighestOffLevel = 1;
 
 /** Answers an atom that holds a value for each panel, made from its backlight level. */
@@ -32,18 +24,11 @@ void appendPanels(const std::vector<int32_t>& levels, const char* handler, int32
     }
 }
 
-android::sp<ZStatsPullAtomCallback::INordaTouch> findTouchService() {
-    const android::sp<android::IServiceManager> manager = android::defaultServiceManager();
-    if (manager == nullptr) return nullptr;
-    return ZStatsPullAtomCallback::INordaTouch::asInterface(
-            manager->checkService(android::String16(kTouchService)));
-}
-
 /**
  * The number that the first word of `text` begins with, if that begins with a digit. Throws
  * std::out_of_range when it does not fit an int.
  */
-std::optional<int32_t> leadingNumber(const char* text) {
+std::optional<int32_t> leadingNumber(const std::string& text) {
     std::istringstream stream(text);
     std::string word;
     if (!(stream >> word) || word[0] < '0' || word[0] > '9') return std::nullopt;
@@ -73,20 +58,12 @@ void ZStatsPullAtomCallback::handleScreenPanelBacklight(int32_t atomTag, AStatsE
 }
 
 void ZStatsPullAtomCallback::handleTouchRefreshRateLevel(int32_t atomTag, AStatsEventList* data) {
-    // Two first pulls may both connect; either proxy serves.
-    android::sp<INordaTouch> touch = mTouchService.load();
-    if (touch == nullptr) {
-        touch = findTouchService();
-        mTouchService.store(touch);
-    }
+    const android::sp<INordaTouch> touch = getTouchService(mTouchService);
     if (touch == nullptr) {
         ZLOG_AT(0, WARN, "%s getService failed", __func__);
         return;
     }
-    android::String16 text;
-    // The text decides: a failed call leaves none.
-    static_cast<void>(touch->touchReadNodeFile(kTouchDevice, kRefreshRateNode, &text));
-    if (const auto level = leadingNumber(android::String8(text).c_str())) {
+    if (const auto level = leadingNumber(readRefreshRateNode(*touch))) {
         appendEvent(data, atomTag, *level);
     } else {
         ZLOG_AT(2, DEBUG, "%s parse touchReadNodeFile failed", __func__);
@@ -95,7 +72,7 @@ void ZStatsPullAtomCallback::handleTouchRefreshRateLevel(int32_t atomTag, AStats
 
 void ZStatsPullAtomCallback::handleDisplayDeviceInformation(int32_t /*atomTag*/,
                                                             AStatsEventList* /*data*/) {
-    // The node is read for the lines that this writes; the atom has no event.
+    // This atom never has an event. The node is read for the log lines that reading it writes.
     static_cast<void>(getContentByHandleKey("devinfo_lcd"));
 }
 

@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "atoms/AtomEvent.h"
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Arithmetic.h"
-#include "readers/TextLines.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
+#include "daemon/base/TextLines.h"
 
 namespace zstats {
 
@@ -18,10 +18,11 @@ namespace {
 constexpr std::string_view kFreqMark = "Freq";
 constexpr std::string_view kMhzMark = "Mhz";
 constexpr std::string_view kTimeMark = "Time(msec):";
-// The frequency's text starts here whatever precedes it: "Freq" and one separator.
+// The frequency's text starts at this index of the line: behind "Freq" and one separator, which a
+// line is expected to begin with.
 constexpr size_t kFreqTextStart = 5;
 
-/** `text` from its first character that is no blank; throws std::out_of_range when all are. */
+/** `text` without its leading blanks; throws std::out_of_range when it is empty or blank. */
 std::string stripLeading(std::string_view text) {
     const size_t start = text.find_first_not_of(" \n\r\t");
     if (start == std::string_view::npos) throw std::out_of_range("no number in a DDR line");
@@ -41,7 +42,7 @@ bool parseDdrLine(std::string_view line, int32_t& freqMhz, int64_t& timeMs) {
     freqMhz = atoi(stripLeading(line.substr(kFreqTextStart, freqLength)).c_str());
     const size_t timeStart = time + kTimeMark.size();
     const size_t blank = line.find(' ', timeStart);
-    // The blank that ends the time belongs to its text, so a blank right at its start is all of it.
+    // The text ends behind the next blank, so a blank that follows the mark at once makes it " ".
     const size_t timeLength =
             blank == std::string_view::npos ? std::string_view::npos : blank + 1 - timeStart;
     timeMs = atol(stripLeading(line.substr(timeStart, timeLength)).c_str());
@@ -51,9 +52,9 @@ bool parseDdrLine(std::string_view line, int32_t& freqMhz, int64_t& timeMs) {
 /** Stores `timeMs` as the baseline of `freqMhz` and returns the time since the last one. */
 int64_t advanceBaseline(std::map<int32_t, int64_t>& lastMs, int32_t freqMhz, int64_t timeMs) {
     int64_t& last = lastMs[freqMhz];
-    const int64_t delta = wrappingDifference(timeMs, last);
+    const int64_t deltaMs = wrappingDifference(timeMs, last);
     last = timeMs;
-    return delta;
+    return deltaMs;
 }
 
 }  // namespace
@@ -69,6 +70,7 @@ void appendDdrResidencyEvents(const std::string& content, std::map<int32_t, int6
 }
 
 void ZStatsPullAtomCallback::handleDdrLpmStats(int32_t atomTag, AStatsEventList* data) {
+    // Always an event: what the node does not have is -1.
     KeyValueMap stats = parseKeyValueFromContent(getContentByHandleKey("ddr_lpm_stats"));
     AStatsEvent* event = beginEvent(data, atomTag);
     for (const char* key : {"self_refresh", "sleep1", "sleep2", "sleep3", "sleep4"}) {
@@ -79,6 +81,7 @@ void ZStatsPullAtomCallback::handleDdrLpmStats(int32_t atomTag, AStatsEventList*
 
 void ZStatsPullAtomCallback::handleDdrFreqTimeInformation(int32_t atomTag, AStatsEventList* data) {
     const char* key = isQcomPlatform() ? "power_ddr_residency" : "power_ddr_residency_mtk";
+    // Held while the node is read, too: a reading that is overtaken would take the baseline back.
     const ScopedLock lock(mDdrLock);
     appendDdrResidencyEvents(getContentByHandleKey(key), mDdrResidencyMs, atomTag, data);
 }
@@ -102,6 +105,7 @@ void ZStatsPullAtomCallback::handleAllocstallUxInformation(int32_t atomTag, ASta
 void ZStatsPullAtomCallback::handleUfsTotalReadWriteSize(int32_t atomTag, AStatsEventList* data) {
     const std::string readSize = getContentByHandleKey("ufs_total_read_size");
     const std::string writeSize = getContentByHandleKey("ufs_total_write_size");
+    // Both nodes have been read, and their failures logged, before either is looked at.
     if (readSize.empty() || writeSize.empty()) return;
     appendEvent(data, atomTag, int32_t{atoi(readSize.c_str())}, int32_t{atoi(writeSize.c_str())});
 }

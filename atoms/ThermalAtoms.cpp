@@ -1,48 +1,20 @@
-#include <android/os/IThermalService.h>
-#include <binder/IServiceManager.h>
-#include <utils/String16.h>
-
 #include <limits>
 
 #include "atoms/AtomEvent.h"
-#include "daemon/Log.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Log.h"
+#include "sources/ThermalServiceClient.h"
 
 namespace zstats {
 
-using android::IBinder;
-using android::sp;
-using android::os::IThermalService;
-using android::os::Temperature;
-
 namespace {
 
-constexpr int32_t kCpuTemperatureType = 0;
-
-/** Truncates toward zero; the ends of the range and 0 stand for what has no int32. */
+/** Truncates toward zero. Beyond int32 the result is the end of its range, for NaN 0. */
 int32_t truncateToInt32(float value) {
     if (value != value) return 0;
     if (value >= 2147483648.0f) return std::numeric_limits<int32_t>::max();
     if (value <= -2147483648.0f) return std::numeric_limits<int32_t>::min();
     return static_cast<int32_t>(value);
-}
-
-/** The platform's thermal service: the cached proxy, or one looked up and cached now. */
-sp<IThermalService> checkThermalService(AtomicSp<IThermalService>& cache) {
-    sp<IThermalService> service = cache.load();
-    if (service != nullptr) return service;
-    const sp<android::IServiceManager> manager = android::defaultServiceManager();
-    const sp<IBinder> binder = manager != nullptr
-                                       ? manager->checkService(android::String16("thermalservice"))
-                                       : nullptr;
-    if (binder == nullptr) {
-        ZLOG(ERROR, "get thermalservice failed");
-        return nullptr;
-    }
-    ZLOG_AT(2, DEBUG, "get thermalservice succeed");
-    service = IThermalService::asInterface(binder);
-    cache.store(service);
-    return service;
 }
 
 /** Appends the temperatures of `type` as one event when there are as many as its atom holds. */
@@ -62,44 +34,40 @@ void appendTemperature(ThermalReader& reader, ThermalReader::TemperatureType typ
 }  // namespace
 
 void ZStatsPullAtomCallback::handleCpuTemperature(int32_t atomTag, AStatsEventList* data) {
-    const sp<IThermalService> service = checkThermalService(mThermalService);
+    const auto service = getThermalService(mThermalService);
     if (service == nullptr) {
-        ZLOG_AT(0, WARN, "%s line %d, checkIThermalService return false", "handleCpuTemperature",
-                940);
+        ZLOG_AT(0, WARN, "%s line %d, checkIThermalService return false", __func__, 940);
         return;
     }
-    std::vector<Temperature> temperatures;
-    // The list alone decides: a failed call leaves it empty.
-    static_cast<void>(service->getCurrentTemperaturesWithType(kCpuTemperatureType, &temperatures));
-    if (temperatures.empty()) {
-        ZLOG_AT(0, WARN, "%s line %d, temperatureVec is empty", "handleCpuTemperature", 947);
+    const std::vector<float> degrees = readCpuTemperatures(*service);
+    if (degrees.empty()) {
+        ZLOG_AT(0, WARN, "%s line %d, temperatureVec is empty", __func__, 947);
         return;
     }
-    for (size_t i = 0; i < temperatures.size(); ++i) {
-        appendEvent(data, atomTag, static_cast<int32_t>(i), truncateToInt32(temperatures[i].mValue));
+    for (size_t i = 0; i < degrees.size(); ++i) {
+        appendEvent(data, atomTag, static_cast<int32_t>(i), truncateToInt32(degrees[i]));
     }
 }
 
 void ZStatsPullAtomCallback::handleThermalStatus(int32_t atomTag, AStatsEventList* data) {
     int status = 0;
     if (mThermalReader.getThermalStatus(status) != 0) {
-        ZLOG_AT(2, DEBUG, "%s getThermalStatus failed", "handleThermalStatus");
+        ZLOG_AT(2, DEBUG, "%s getThermalStatus failed", __func__);
         return;
     }
     appendEvent(data, atomTag, int32_t{status});
 }
 
 void ZStatsPullAtomCallback::handleAmbientTemperature(int32_t atomTag, AStatsEventList* data) {
-    appendTemperature(mThermalReader, ThermalReader::AMBIENT, "handleAmbientTemperature", atomTag,
-                      data);
+    appendTemperature(mThermalReader, ThermalReader::AMBIENT, __func__, atomTag, data);
 }
 
 void ZStatsPullAtomCallback::handleBoardTemperature(int32_t atomTag, AStatsEventList* data) {
-    appendTemperature(mThermalReader, ThermalReader::BOARD, "handleBoardTemperature", atomTag, data);
+    appendTemperature(mThermalReader, ThermalReader::BOARD, __func__, atomTag, data);
 }
 
 void ZStatsPullAtomCallback::handleShellTemperature(int32_t atomTag, AStatsEventList* data) {
-    appendTemperature(mThermalReader, ThermalReader::SHELL, "handleShellTemperature", atomTag, data);
+    appendTemperature(mThermalReader, ThermalReader::SHELL, __func__, atomTag, data);
 }
 
 }  // namespace zstats

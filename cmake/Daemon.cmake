@@ -1,7 +1,7 @@
 # All of the daemon but its main function, as a library: for its executable, which vdevice/ links with
 # the substitutes of the closed libraries, and for the tests.
 file(GLOB daemon_sources CONFIGURE_DEPENDS
-    daemon/*.cpp sources/*.cpp atoms/*.cpp readers/*.cpp acquire/*.cpp kernel/*.cpp)
+    daemon/*.cpp daemon/base/*.cpp sources/*.cpp atoms/*.cpp readers/*.cpp acquire/*.cpp kernel/*.cpp)
 list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
 
 add_library(zstats STATIC ${daemon_sources})

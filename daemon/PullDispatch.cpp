@@ -1,7 +1,7 @@
 #include "daemon/PullDispatch.h"
 
 #include "daemon/AtomTable.h"
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 
 namespace zstats {
 
@@ -16,7 +16,7 @@ AtomHandlerTable makeAtomHandlers() {
 
 }  // namespace
 
-// Made from constants alone, so the order of static initialisation does not matter.
+// Made of constants, so it does not depend on the order of static initialisation.
 const AtomHandlerTable gAtomHandlers = makeAtomHandlers();
 
 AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallback& callback,
@@ -36,7 +36,7 @@ AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallb
 AStatsManager_PullAtomCallbackReturn pullAtom(const AtomHandlerTable& handlers,
                                               ZStatsPullAtomCallback& callback, int32_t atomTag,
                                               AStatsEventList* data) {
-    // The copy is called with the lock released, so that a slow handler holds up no other pull.
+    // A copy, called with the lock released: a slow handler delays no other pull.
     const AtomHandler handler = getAtomHandler(handlers, callback, atomTag);
     if (handler) handler(callback, atomTag, data);
     return AStatsManager_PULL_SUCCESS;

@@ -16,7 +16,7 @@ std::string readProperty(const char* name, const char* defaultValue) {
     return value;
 }
 
-/** Compares the first character alone, so that "0x" or "01" count as '0'. */
+/** Compares the first character alone: "01" counts as '0'. */
 bool startsWith(const char* name, const char* defaultValue, char expected) {
     return readProperty(name, defaultValue)[0] == expected;
 }
@@ -29,7 +29,7 @@ bool isUnlockedDebugBuild() {
 }  // namespace
 
 bool opensSecondChannel() {
-    // The order counts: what makes a build a trial build outweighs what makes it a release.
+    // The first rule that applies decides: a trial build that also calls itself a release opens it.
     if (readProperty(kEngineeringType, "release") == "preversion") return true;
     if (readProperty("ro.sys.engineering.pre", "false") == "true") return true;
     if (isUnlockedDebugBuild()) return true;

@@ -8,9 +8,9 @@
 #include <signal.h>
 
 #include "acquire/AtomsAcquireService.h"
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
 #include "daemon/ZstatsPullerService.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
 #include "vendor/include/feature_switch.h"
 
 namespace zstats {
@@ -28,7 +28,7 @@ constexpr char kFeatureName[] = "os.tool.quill.zstats_pullerd.enable";
 constexpr int kMinMemTotalKb = 4194304;
 constexpr size_t kMaxBinderThreads = 4;
 
-/** Init restarts whatever ends by itself, so a daemon that may not run has to be stopped there. */
+/** Has init stop the service, which it would otherwise start again. Returns false. */
 bool refuse() {
     property_set("ctl.stop", kServiceName);
     return false;
@@ -58,7 +58,7 @@ bool publish(const char* name, const sp<android::IBinder>& service) {
 }
 
 void joinBinderThreads() {
-    // The maximum goes before the start: lowering it afterwards is not allowed everywhere.
+    // The maximum first: some platforms do not let it be lowered once the pool has started.
     const sp<ProcessState> process = ProcessState::self();
     process->setThreadPoolMaxThreadCount(kMaxBinderThreads);
     process->startThreadPool();
@@ -75,14 +75,14 @@ bool mayRun() {
 bool mayRunWith(const std::function<bool(int)>& memTotalOk) {
     if (!isFeatureEnabled()) return false;
     ZLOG(DEBUG, "process isolation feature is enable.");
-    // Cheapest question first: the build is asked about on small devices alone, the override only
-    // on commercial ones. A small device with a trial build runs, so that trials cover it.
+    // Only small devices ask for the build, and only commercial builds for the override: each
+    // question writes a log line.
     if (!memTotalOk(kMinMemTotalKb) && isCommercialVersion() && !isStartForced()) return false;
     ZLOG(DEBUG, "start zstats_pullerd.");
     return true;
 }
 
-int serve() {
+int publishAndServe() {
     ZLOG(INFO, "%s daemon start", kServiceName);
     sp<AtomsAcquireService> acquireService(new AtomsAcquireService());
     if (!publish("atomacq", acquireService)) {
@@ -91,7 +91,8 @@ int serve() {
     }
     ZLOG(INFO, "addService atomacq service success.");
 
-    // Registers with statsd as it is made, hence only once the other name is known to be free.
+    // The constructor registers the atoms with statsd, so publish atomacq first: when that fails,
+    // nothing is registered.
     sp<ZstatsPullerService> pullerService(new ZstatsPullerService());
     if (!publish(kServiceName, pullerService)) {
         ZLOG(ERROR, "Failed to add %s service", kServiceName);
@@ -101,7 +102,7 @@ int serve() {
 
     joinBinderThreads();
     ZLOG(INFO, "%s daemon end", kServiceName);
-    // Its kernel channel ends while the process is still whole.
+    // Close the kernel channel before static destructors run.
     pullerService.clear();
     acquireService.clear();
     return 0;
@@ -110,7 +111,7 @@ int serve() {
 int runDaemon() {
     // Dumps, subscriptions and text outputs go to other processes' pipes, whose reader may be gone.
     signal(SIGPIPE, SIG_IGN);
-    return mayRun() ? serve() : -1;
+    return mayRun() ? publishAndServe() : -1;
 }
 
 }  // namespace zstats

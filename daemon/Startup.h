@@ -19,11 +19,11 @@ bool mayRunWith(const std::function<bool(int thresholdKb)>& memTotalOk);
  * binder calls on at most 4 pool threads and the calling one. Returns the process's exit status:
  * 0 once the pool ends, which it does not in normal operation, or -1 when a name is refused.
  */
-int serve();
+int publishAndServe();
 
 /**
- * The whole daemon: mayRun, then serve. Returns the process's exit status, -1 on a refusal. Ignores
- * SIGPIPE for the whole process: a write to a reader that is gone fails with EPIPE instead.
+ * The whole daemon: mayRun, then publishAndServe. Returns the process's exit status, -1 on a refusal.
+ * Ignores SIGPIPE for the whole process: a write to a reader that is gone fails with EPIPE instead.
  */
 int runDaemon();
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <aidl/vendor/norda/hardware/charger/ICharger.h>
 #include <android/os/IThermalService.h>
 #include <stats_pull_atom_callback.h>
-#include <vendor/norda/hardware/touch/INordaTouch.h>
 
 #include <atomic>
 #include <cstdint>
@@ -12,14 +10,15 @@
 #include <string>
 #include <vector>
 
-#include "daemon/AtomicSp.h"
+#include "daemon/base/AtomicSp.h"
 #include "daemon/base/Mutex.h"
 #include "readers/GpuReader.h"
 #include "readers/ThermalReader.h"
+#include "sources/ChargerClient.h"
+#include "sources/NodeContent.h"
+#include "sources/TouchClient.h"
 
 namespace zstats {
-
-using KeyValueMap = std::map<std::string, std::string>;
 
 /**
  * The one object that every pull runs on: all atom handlers and the data sources they share.
@@ -30,8 +29,8 @@ using KeyValueMap = std::map<std::string, std::string>;
  */
 class ZStatsPullAtomCallback {
   public:
-    using ICharger = aidl::vendor::norda::hardware::charger::ICharger;
-    using INordaTouch = ::vendor::norda::hardware::touch::INordaTouch;
+    using ICharger = zstats::ICharger;
+    using INordaTouch = zstats::INordaTouch;
 
     ZStatsPullAtomCallback() = default;
     ZStatsPullAtomCallback(const ZStatsPullAtomCallback&) = delete;
@@ -94,23 +93,15 @@ class ZStatsPullAtomCallback {
     void handleAudioPAPower(int32_t atomTag, AStatsEventList* data);
     void handleUahDataset(int32_t atomTag, AStatsEventList* data);
 
-    // Node content: sources/NodeContent.cpp. All are re-entrant and keep no state.
-
-    /** Text of the node behind a handle-factory key, empty on any failure. */
+    // What the handlers share. Each forwards to the function of its name in sources/NodeContent.h.
     std::string getContentByHandleKey(const std::string& key);
-    /** The node's text as atoi reads it; -1 when it is empty or the service is absent. */
     int32_t getValueByHandleKey(const std::string& key);
-    /**
-     * Map of the "key: value" lines of a node's text; the last of equal keys wins. Throws
-     * std::out_of_range at a line with nothing but blanks after its colon.
-     */
     KeyValueMap parseKeyValueFromContent(const std::string& content);
-    /** The key's value as atoi reads it; -1 when the key is absent. */
     int32_t getValueByKey(KeyValueMap& map, const std::string& key);
 
     /**
      * The charger service's proxy, connected on first use and again after the service died; empty
-     * when the service is not there. Any thread. sources/ChargerClient.cpp
+     * when the service is not there. Any thread.
      */
     std::shared_ptr<ICharger> getIChargeService();
 
@@ -121,7 +112,7 @@ class ZStatsPullAtomCallback {
     void setRgbHistogramLog(bool enabled) { mRgbHistogramLog = enabled; }
     bool rgbHistogramLog() const { return mRgbHistogramLog; }
 
-    /** Guards the search of the handler table, for the pull dispatch alone. */
+    /** Held by the pull dispatch while it searches the handler table. */
     RecursiveMutex& handlerLock() RETURN_CAPABILITY(mHandlerLock) { return mHandlerLock; }
 
   private:
@@ -135,16 +126,12 @@ class ZStatsPullAtomCallback {
     /** Serialises the searches of the handler table, which never changes. Guards no member. */
     RecursiveMutex mHandlerLock;
     Mutex mChargerLock;  // never held during a call of the charger
-    /** Takes no lock of its own: handleGpuFreqTimeInfo holds mGpuLock for the whole pull. */
+    /** Takes no lock of its own; handleGpuFreqTimeInfo, which alone uses it, holds mGpuLock. */
     GpuReader mGpuReader GUARDED_BY(mGpuLock);
     ThermalReader mThermalReader;  // guards itself
     /** Set at the first connection, then kept for the life of the object. No lock. */
     AtomicSp<INordaTouch> mTouchService;
-    /**
-     * Last cumulative residency in ms by DDR frequency in MHz. handleDdrFreqTimeInformation holds
-     * mDdrLock from before it reads the node: a reading that is overtaken by a later one would take
-     * the baseline back.
-     */
+    /** Last cumulative residency in ms by DDR frequency in MHz, of handleDdrFreqTimeInformation. */
     std::map<int32_t, int64_t> mDdrResidencyMs GUARDED_BY(mDdrLock);
     Mutex mGpuLock;
     Mutex mDdrLock;

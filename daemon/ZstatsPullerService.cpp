@@ -1,5 +1,3 @@
-#define DO_NOT_CHECK_MANUAL_BINDER_INTERFACES  // the macro below admits listed descriptors only
-
 #include "daemon/ZstatsPullerService.h"
 
 #include <android/binder_ibinder.h>
@@ -13,10 +11,11 @@
 #include <cstdlib>
 
 #include "daemon/AtomTable.h"
-#include "daemon/Log.h"
 #include "daemon/PullDispatch.h"
 #include "daemon/SecondChannel.h"
 #include "daemon/base/Callers.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/ManualInterface.h"
 #include "kernel/BpfEventChannel.h"
 
 namespace zstats {
@@ -27,7 +26,7 @@ using aidl::android::os::IStatsd;
 using android::String16;
 using android::String8;
 
-// The same for every atom; statsd is the one that keeps to them.
+// The same for every atom. statsd keeps to them.
 constexpr int64_t kCoolDownMillis = 1000;
 constexpr int64_t kTimeoutMillis = 2000;
 
@@ -60,11 +59,11 @@ int32_t toNumber(const String16& text) {
 
 }  // namespace
 
-IMPLEMENT_META_INTERFACE(ZstatsPullerService, "com.norda.zstats.IZstatsPullerService")
+IMPLEMENT_MANUAL_META_INTERFACE(ZstatsPullerService, "com.norda.zstats.IZstatsPullerService")
 
 BnZstatsPullerService::BnZstatsPullerService()
       : mAtomTags(allAtomTags()), mStatsdDeathRecipient(AIBinder_DeathRecipient_new(onStatsdDied)) {
-    // Nobody would pull: no callback object, no registration, no kernel channel, and no retry.
+    // Without statsd nobody pulls: no callback object, no registration, no kernel channel.
     if (!connectStatsd()) return;
     mPullAtomCallback = std::make_shared<ZStatsPullAtomCallback>();
     registerPullAtomCallbacks();
@@ -74,7 +73,7 @@ BnZstatsPullerService::BnZstatsPullerService()
 BnZstatsPullerService::~BnZstatsPullerService() = default;
 
 ZstatsPullerService::~ZstatsPullerService() {
-    // Called even without a connection; the library refuses what is no descriptor of its own.
+    // Also with the -1 or the error of a connection that was never made, which the library ignores.
     zbpf_connect_exit(connectFd(), kBpfClientName);
 }
 
@@ -87,20 +86,20 @@ bool BnZstatsPullerService::connectStatsd() {
         ZLOG_AT(1, INFO, "pullerd: mStatsd is null");
         return false;
     }
-    // Stored before the link is made: a notice that comes at once has to find it and clear it.
+    // Stored before the link is made: a notice that comes at once has to clear it.
     std::atomic_store(&mStatsd, statsd);
     AIBinder_linkToDeath(binder.get(), mStatsdDeathRecipient.get(), this);
     return true;
 }
 
 void BnZstatsPullerService::registerPullAtomCallbacks() {
-    // The callback object is complete: pulls may arrive from the first registration on.
+    // Pulls may arrive from the first registration on; mPullAtomCallback is complete.
     for (const int32_t tag : mAtomTags) registerPullAtomCallback(tag, mPullAtomCallback.get());
     ZLOG_AT(1, INFO, "pullerd:uid =%d registerPullAtomCallback success", getuid());
 }
 
 void BnZstatsPullerService::openKernelChannels() {
-    // The library's interface takes paths that it could write to, hence no literals.
+    // The function takes a char*, which a literal is not.
     char schedPath[] = "/system_ext/bin/zcvt/norda_sched";
     connectZbpfForKorkerInner(schedPath);
     if (!opensSecondChannel()) return;
@@ -117,13 +116,12 @@ void BnZstatsPullerService::connectZbpfForKorkerInner(char* path) {
     mConnectFd = zbpf_connect_start(&request);
     ZLOG_AT(2, DEBUG, "kworker mConnectFd = %d", mConnectFd);
     if (mConnectFd < 0) {
-        // The value stays: the end of the connection is asked for with it all the same.
         ZLOG_AT(0, WARN, "kworker connect fail fd = %d", mConnectFd);
     }
 }
 
 void BnZstatsPullerService::onStatsdDied(void* cookie) {
-    // The text promises more than is done: the registrations are the pull library's business.
+    // Nothing more to do: libstatspull registers the atoms again when statsd is back.
     ZLOG(ERROR, "statsd service died, will try to reconnect.");
     auto* service = static_cast<BnZstatsPullerService*>(cookie);
     std::atomic_store(&service->mStatsd, std::shared_ptr<IStatsd>());

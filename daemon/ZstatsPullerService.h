@@ -20,7 +20,7 @@ class IZstatsPullerService : public android::IInterface {
     DECLARE_META_INTERFACE(ZstatsPullerService)
 };
 
-/** The client side, which the platform's interface macros want to exist. */
+/** The client side. Nobody uses it; the platform's macros need the class. */
 class BpZstatsPullerService : public android::BpInterface<IZstatsPullerService> {
   public:
     explicit BpZstatsPullerService(const android::sp<android::IBinder>& impl)
@@ -51,12 +51,13 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
                                  uint32_t flags) override;
 
     /**
-     * Connects to the kernel channel of the BPF program at `path`; mConnectFd becomes what the
-     * library returned, or stays as it is on a device without the channel. No retry.
+     * Connects to the kernel channel of the BPF program at `path`, once. connectFd() is then what
+     * the library returned, also when that is an error, and unchanged on a device without the
+     * channel. During construction only.
      */
     void connectZbpfForKorkerInner(char* path);
 
-    /** The descriptor of the last connection, negative when there is none. */
+    /** What the last connection attempt returned, negative when it failed; -1 before the first. */
     int32_t connectFd() const { return mConnectFd; }
 
   private:
@@ -74,11 +75,11 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
     std::shared_ptr<ZStatsPullAtomCallback> mPullAtomCallback;
     int32_t mConnectFd = -1;
     std::vector<int32_t> mAtomTags;
-    /** Owns the link to statsd, so that no notice reaches a service that is gone. */
+    /** Owns the link to statsd: with it gone no notice reaches a service that is gone. */
     ndk::ScopedAIBinder_DeathRecipient mStatsdDeathRecipient;
 };
 
-/** The service that the daemon publishes; ends the kernel channel with itself. */
+/** The service that the daemon publishes. Its destructor ends the kernel channel. */
 class ZstatsPullerService : public BnZstatsPullerService {
   public:
     ~ZstatsPullerService() override;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 #include "vendor/include/stats_write.h"
 
 namespace zstats {
@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kFatalDataFlag = 1;
 
-// The two ones are the library's to interpret.
+// What the two ones select is the library's own.
 constexpr zbpf_connect_request kRequestTemplate = {
         {}, 1, 1, {}, {}, onBpfDataArrived, onBpfDisconnect};
 
@@ -31,7 +31,7 @@ void onKestrelFatalDataArrived(short dataType, const char* record) {
         return;
     }
     FatalDataHead head;
-    memcpy(&head, record, sizeof(head));  // the library promises no alignment
+    memcpy(&head, record, sizeof(head));  // the record may lie at any address
     const char* info = record + sizeof(head);
     ZLOG_AT(2, DEBUG,
             "onKestrelFatalDataArrived: data_type(%d) bpf_data(type:%d pe:%d lnr:%d bnr:%d "
@@ -48,7 +48,7 @@ bool isBpfChannelSupported() {
 }
 
 zbpf_connect_request buildConnectionRequest(const char* path) {
-    // The template's zeros end both texts.
+    // Both texts end with the template's zeros.
     zbpf_connect_request request = kRequestTemplate;
     memcpy(request.path, path, strnlen(path, sizeof(request.path) - 1));
     static_assert(sizeof(request.name) == sizeof(kBpfClientName));
@@ -66,7 +66,6 @@ void onBpfDataArrived(int dispatchFlag, short dataType, char* record) {
 }
 
 void onBpfDisconnect() {
-    // The descriptor is kept: the connection is still to be ended with it.
     ZLOG_AT(2, DEBUG, "kworker :on_bpf_disconnect");
 }
 

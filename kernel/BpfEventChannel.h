@@ -29,7 +29,10 @@ zbpf_connect_request buildConnectionRequest(const char* path);
  */
 void onBpfDataArrived(int dispatchFlag, short dataType, char* record);
 
-/** The kernel's end is gone. Logged only: there is no reconnection. */
+/**
+ * The kernel's end is gone. Logged only: nothing reconnects, and the connection's descriptor stays
+ * the one that it is ended with. On a thread of the closed library's.
+ */
 void onBpfDisconnect();
 
 }  // namespace zstats

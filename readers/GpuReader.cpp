@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
 #include "daemon/base/Arithmetic.h"
-#include "readers/TextLines.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
+#include "daemon/base/TextLines.h"
 #include "sources/HalHandleFactoryProxyAidl.h"
 
 namespace zstats {
@@ -17,6 +17,7 @@ namespace {
 
 constexpr char kQcomDelimiters[] = " \t\n";
 
+/** The node's text, empty when it cannot be had. */
 std::string readNode(const std::string& key) {
     std::string content;
     getContentByHandleKey(key, content);
@@ -36,8 +37,7 @@ void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
 }
 
 void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
-    // One buffer ends each line's text for sscanf; the lead-in takes at least one character.
-    std::string line;
+    std::string line;  // sscanf needs text that ends with a NUL
     forEachLine(content, [&](std::string_view view) {
         line.assign(view);
         int freqHz = 0;
@@ -79,11 +79,10 @@ void MtkGpuStats::readFreqsTime(std::vector<long long>& out) {
     parseMtkGpuFreqsTime(readNode(mFreqTimeKey), out);
 }
 
-// An unknown platform is no fault: the atom then has no frequencies and stays empty.
 std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath) {
     if (isQcomPlatform()) return std::make_shared<QcomGpuStats>();
     if (access(chipIdPath, F_OK) == 0) return std::make_shared<MtkGpuStats>();
-    ZLOG(ERROR, "%s With a unknown vendor platform!", "getGpuStats");
+    ZLOG(ERROR, "%s With a unknown vendor platform!", __func__);
     return nullptr;
 }
 
@@ -106,7 +105,6 @@ void GpuReader::readFreqsTime(std::vector<long long>& out) {
 }
 
 std::vector<int> GpuReader::getGpuFreqsKhz() {
-    // The node may have been unreadable so far; once known, the table does not change.
     if (mFreqsKhz.empty() && mStats != nullptr) mStats->readFreqsKhz(mFreqsKhz);
     return mFreqsKhz;
 }
@@ -115,9 +113,9 @@ std::vector<long long> GpuReader::getGpuFreqsTimeDelta() {
     std::vector<long long> times;
     readFreqsTime(times);
     if (times.size() != mLastTimes.size()) {
-        ZLOG(ERROR, "%s, last freq size %lu, curr freq size %lu", "getGpuFreqsTimeDelta",
-             mLastTimes.size(), times.size());
-        // The baseline stays, so a node whose length changed for good is reported at every pull.
+        ZLOG(ERROR, "%s, last freq size %lu, curr freq size %lu", __func__, mLastTimes.size(),
+             times.size());
+        // The baseline is kept: a node whose length changed for good is reported at every pull.
         mTimeDeltas.assign(mLastTimes.size(), 0);
     } else {
         for (size_t i = 0; i < times.size(); ++i) {
@@ -125,7 +123,7 @@ std::vector<long long> GpuReader::getGpuFreqsTimeDelta() {
         }
         mLastTimes = std::move(times);
     }
-    ZLOG_AT(2, DEBUG, "%s last time %lld, current time %lld", "getGpuFreqsTimeDelta",
+    ZLOG_AT(2, DEBUG, "%s last time %lld, current time %lld", __func__,
             static_cast<long long>(mLastReadTimeMs), static_cast<long long>(mCurrentReadTimeMs));
     return mTimeDeltas;
 }

@@ -46,12 +46,15 @@ void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out);
 /** Appends the time of each line that holds a lead-in, a frequency and a time. */
 void parseMtkGpuFreqsTime(const std::string& content, std::vector<long long>& out);
 
-/** The back-end for this device, empty on an unknown platform. `chipIdPath` exists on MediaTek. */
+/**
+ * The back-end for this device, empty, with an error line, on an unknown platform. `chipIdPath` is
+ * a path that exists on MediaTek devices alone.
+ */
 std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath);
 
 /**
- * Turns the GPU's cumulative residency counters into differences between two readings. Not
- * thread-safe: one pull handler alone uses it.
+ * Turns the GPU's cumulative residency counters into differences between two readings. Takes no
+ * lock: its owner lets one thread at a time use it.
  */
 class GpuReader {
   public:
@@ -62,13 +65,17 @@ class GpuReader {
 
     /** Takes a reading: appends the cumulative counters to `out` and advances the read times. */
     void readFreqsTime(std::vector<long long>& out);
-    /** The frequencies in kHz; read again at each call while there are none. */
+    /** The frequencies in kHz, in node order; once read they are kept, an empty list is read again. */
     std::vector<int> getGpuFreqsKhz();
-    /** Takes a reading and returns the time at each frequency since the last one that matched. */
+    /**
+     * Takes a reading and returns the time at each frequency since the baseline, in the unit of the
+     * node's counters; the reading becomes the baseline. A reading of another length than the
+     * baseline's gives zeros, with an error line, and the baseline is kept.
+     */
     std::vector<long long> getGpuFreqsTimeDelta();
 
   private:
-    int64_t mLastReadTimeMs;
+    int64_t mLastReadTimeMs;  // since boot
     int64_t mCurrentReadTimeMs;
     std::vector<int> mFreqsKhz;
     std::vector<long long> mLastTimes;

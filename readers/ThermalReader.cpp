@@ -1,10 +1,10 @@
 #include "readers/ThermalReader.h"
 
-#include <binder/IServiceManager.h>
 #include <utils/String16.h>
 
-#include "daemon/Log.h"
 #include "daemon/base/Arithmetic.h"
+#include "daemon/base/Log.h"
+#include "sources/ServiceLookup.h"
 
 namespace zstats {
 
@@ -21,13 +21,10 @@ constexpr uint32_t kGetStatus = 4;
 constexpr uint32_t kGetShellTemperatures = 21;
 constexpr uint32_t kGetAmbientTemperature = 25;
 
-// The two leading words of the shell temperatures must both exceed this.
+// Both words in front of the shell temperatures have to be above this. What they mean is not known.
 constexpr int32_t kSizeWordLimit = 3;
 
-int32_t degreesToMilli(int32_t degrees) {
-    return wrap32(int64_t{degrees} * 1000);
-}
-
+/** Makes a call; an error line when the transport fails. */
 status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& data,
                         Parcel* reply) {
     const status_t status = binder->transact(code, data, reply, 0);
@@ -38,9 +35,10 @@ status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& 
     return status;
 }
 
+/** Appends the first of the four temperatures, the board's, or the three of the shell. */
 int readShellTemperatures(const Parcel& reply, bool board, std::vector<int>& out) {
     const int32_t first = reply.readInt32();
-    // What the words mean is the service's business; a reply that ends early reads as zeros.
+    // A reply that ends early reads as zeros.
     const int32_t second = first > kSizeWordLimit ? reply.readInt32() : 0;
     if (second <= kSizeWordLimit) {
         ZLOG_AT(1, INFO, "ThermalReader get all shell temperature return invalid vec size");
@@ -74,17 +72,16 @@ void ThermalReader::getCaldaService() {
         ZLOG_AT(2, DEBUG, "ThermalReader Calda Binder already exists");
         return;
     }
-    const sp<android::IServiceManager> manager = android::defaultServiceManager();
-    if (manager == nullptr) {
+    const auto [managerFound, binder] = lookUpService(mServiceName.c_str());
+    if (!managerFound) {
         ZLOG_AT(1, INFO, "ThermalReader getServiceManager failed");
         return;
     }
-    const sp<IBinder> binder = manager->checkService(String16(mServiceName.c_str()));
     if (binder == nullptr) {
         ZLOG_AT(1, INFO, "ThermalReader checkService failed");
         return;
     }
-    // Held before it is linked: a notice that comes at once must find it.
+    // Stored before the link is made: a notice that comes at once has to find it.
     mCaldaBinder.store(binder);
     if (mDeathRecipient != nullptr) {
         const status_t status = binder->linkToDeath(mDeathRecipient, nullptr, 0);
@@ -106,7 +103,7 @@ sp<IBinder> ThermalReader::beginQuery(Parcel& data) {
     // A copy, so that a death notice cannot free the binder during the transaction.
     const sp<IBinder> binder = mCaldaBinder.load();
     if (binder == nullptr) {
-        // The one text serves all queries, whatever it names.
+        // The text is the same for every query, although it names one of them.
         ZLOG(ERROR, "ThermalReader connect calda failed in getThermalStatus");
     }
     return binder;
@@ -133,7 +130,7 @@ int ThermalReader::getTemperatureInMilliCelsius(TemperatureType type, std::vecto
     const sp<IBinder> binder = beginQuery(data);
     if (binder == nullptr) return -1;
     out.clear();
-    // The reply is read whatever the transport said: an empty one fails the size test or reads 0.
+    // The reply is read after a failed call, too: it is empty then, and every word of it reads as 0.
     switch (type) {
         case BOARD:
         case SHELL:
@@ -141,7 +138,7 @@ int ThermalReader::getTemperatureInMilliCelsius(TemperatureType type, std::vecto
             return readShellTemperatures(reply, type == BOARD, out);
         case AMBIENT:
             transactLogged(binder, kGetAmbientTemperature, data, &reply);
-            out.push_back(degreesToMilli(reply.readInt32()));
+            out.push_back(wrap32(int64_t{reply.readInt32()} * 1000));
             return 0;
         default:
             ZLOG_AT(1, INFO, "ThermalReader revieved invalid temperature type: %d", type);

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/AtomicSp.h"
+#include "daemon/base/AtomicSp.h"
 #include "daemon/base/Mutex.h"
 
 namespace zstats {
@@ -23,7 +23,7 @@ class ThermalReader {
 
     /** Tries the connection once. */
     ThermalReader();
-    /** Gives the death notice up. No query may be running. */
+    /** Unlinks the death notice. No query may be running. */
     ~ThermalReader();
     ThermalReader(const ThermalReader&) = delete;
     ThermalReader& operator=(const ThermalReader&) = delete;

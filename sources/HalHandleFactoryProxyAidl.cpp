@@ -1,12 +1,12 @@
 #include "sources/HalHandleFactoryProxyAidl.h"
 
 #include <android/binder_auto_utils.h>
-#include <android/binder_manager.h>
 
 #include <utility>
 
-#include "daemon/Log.h"
-#include "sources/DeathLink.h"
+#include "daemon/base/DeathLink.h"
+#include "daemon/base/Log.h"
+#include "sources/ServiceLookup.h"
 
 namespace zstats {
 
@@ -24,9 +24,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
 }
 
 std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxyAidl::connect() {
-    const std::string instance = std::string(IHandleFactory::descriptor) + "/default";
-    // Does not wait: without the service every atom is answered at once, with its fallback.
-    const ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    const ndk::SpAIBinder binder = lookUpDefaultInstance(IHandleFactory::descriptor);
     if (binder.get() == nullptr) {
         ZLOG(WARN, "get handlefactory aidl service failed");
         return nullptr;
@@ -34,7 +32,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
     ZLOG(INFO, "Get handlefactory service success. Its ref count is %d",
          AIBinder_debugGetRefCount(binder.get()));
     auto service = IHandleFactory::fromBinder(binder);
-    // Stored before it is linked, so that no notice comes too early to be of use.
+    // Stored before the link is made: a notice that comes at once has to clear it.
     std::atomic_store(&mService, service);
     linkToDeathForever(binder.get(), onServiceDied, this);
     return service;
@@ -42,7 +40,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
 
 void HalHandleFactoryProxyAidl::onServiceDied(void* /*cookie*/) {
     ZLOG(ERROR, "handlefactory service died, will try to reconnect.");
-    // No lock: a notice must not wait for a connection attempt.
+    // Without the lock, so that the notice does not wait for a connection attempt.
     std::atomic_store(&getInstance().mService, std::shared_ptr<IHandleFactory>());
 }
 
@@ -53,8 +51,8 @@ bool HalHandleFactoryProxyAidl::exist() {
 int HalHandleFactoryProxyAidl::read(const std::string& key, std::string& out) {
     if (!exist()) return -1;
     HandleResult result{};
-    // The call is made without the lock, so that a slow node holds up no other reader.
-    // Looked up anew: the service may have died since, which counts as a failed call.
+    // Called without the lock, so that a slow node does not delay other readers. The service may
+    // have died since exist(), which counts as a failed call.
     const auto service = getService();
     if (service == nullptr || !service->readHandle(key, 0, &result).isOk()) {
         ZLOG(WARN, "handleFactory read failed.");

@@ -21,7 +21,7 @@ class HalHandleFactoryProxyAidl {
 
     /** The cached proxy, connecting first if there is none; empty when the service is absent. */
     std::shared_ptr<IHandleFactory> getService();
-    /** True when the service can be reached. Makes a whole connection attempt when not connected. */
+    /** True when getService() has a proxy: each call makes an attempt while not connected. */
     bool exist();
     /**
      * Asks for the node behind `key`. Assigns its text to `out` and returns the service's result
@@ -36,6 +36,7 @@ class HalHandleFactoryProxyAidl {
 
     static void onServiceDied(void* cookie);
 
+    /** Looks the service up, caches and links it; empty when it is absent. */
     std::shared_ptr<IHandleFactory> connect() REQUIRES(mLock);
 
     /** One connection attempt at a time. Guards no member: the death notice does not take it. */
@@ -44,8 +45,9 @@ class HalHandleFactoryProxyAidl {
 };
 
 /**
- * Replaces `out` by the text of the node behind `key`; leaves it untouched when the text is empty
- * or cannot be had. For code outside the handlers.
+ * Replaces `out` by the text of the node behind `key`; leaves it untouched, with an error line,
+ * when the text is empty or cannot be had. For the readers; handlers use the functions of nodes.
+ * Any thread.
  */
 void getContentByHandleKey(const std::string& key, std::string& out);
 

@@ -1,28 +1,31 @@
+#include "sources/NodeContent.h"
+
 #include <cstdlib>
 #include <string_view>
 
-#include "daemon/Log.h"
-#include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/TextLines.h"
 #include "sources/HalHandleFactoryProxyAidl.h"
 
-namespace zstats {
+namespace zstats::nodes {
+
 namespace {
 
 constexpr std::string_view kBlanks = " \n\r\t";
 
 std::string_view withoutTrailingBlanks(std::string_view text) {
     const size_t last = text.find_last_not_of(kBlanks);
-    return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+    return last == std::string_view::npos ? std::string_view() : text.substr(0, last + 1);
 }
 
-/** Throws std::out_of_range when there is nothing but blanks; no node is to show such a line. */
+/** Throws std::out_of_range when the text is empty or blank. */
 std::string_view withoutLeadingBlanks(std::string_view text) {
     return text.substr(text.find_first_not_of(kBlanks));
 }
 
 }  // namespace
 
-std::string ZStatsPullAtomCallback::getContentByHandleKey(const std::string& key) {
+std::string getContentByHandleKey(const std::string& key) {
     std::string content;
     auto& factory = HalHandleFactoryProxyAidl::getInstance();
     if (!factory.exist()) {
@@ -34,14 +37,14 @@ std::string ZStatsPullAtomCallback::getContentByHandleKey(const std::string& key
             ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, len=%lu", __func__, key.c_str(), 0UL);
         }
     }
-    // Failures, too, are followed by the (empty) result.
+    // Written after a failure, too, with an empty result.
     ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, result = %s", __func__, key.c_str(),
             content.c_str());
     return content;
 }
 
-int32_t ZStatsPullAtomCallback::getValueByHandleKey(const std::string& key) {
-    // What atoms report for a missing node; a node that holds -1 looks the same.
+int32_t getValueByHandleKey(const std::string& key) {
+    // Atoms report -1 for a missing node; a node that holds -1 looks the same.
     int32_t value = -1;
     auto& factory = HalHandleFactoryProxyAidl::getInstance();
     if (factory.exist()) {
@@ -54,25 +57,19 @@ int32_t ZStatsPullAtomCallback::getValueByHandleKey(const std::string& key) {
     return value;
 }
 
-KeyValueMap ZStatsPullAtomCallback::parseKeyValueFromContent(const std::string& content) {
+KeyValueMap parseKeyValueFromContent(const std::string& content) {
     KeyValueMap map;
-    // Views of the content: only what ends up in the map is copied.
-    std::string_view rest = content;
-    while (!rest.empty()) {
-        const size_t end = rest.find('\n');
-        const std::string_view line = rest.substr(0, end);
-        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-
+    forEachLine(content, [&map](std::string_view line) {
         const size_t colon = line.find(':');
-        if (colon == std::string_view::npos) continue;
-        // Numbered keys come in order, and then each belongs at the end.
+        if (colon == std::string_view::npos) return;
+        // Most nodes list their keys sorted: with this hint those are appended in constant time.
         map.insert_or_assign(map.end(), std::string(withoutTrailingBlanks(line.substr(0, colon))),
                              std::string(withoutLeadingBlanks(line.substr(colon + 1))));
-    }
+    });
     return map;
 }
 
-int32_t ZStatsPullAtomCallback::getValueByKey(KeyValueMap& map, const std::string& key) {
+int32_t getValueByKey(const KeyValueMap& map, const std::string& key) {
     const auto found = map.find(key);
     if (found == map.end()) {
         ZLOG(ERROR, "PullAtomCallback %s node Key: %s not exist.", __func__, key.c_str());
@@ -83,4 +80,4 @@ int32_t ZStatsPullAtomCallback::getValueByKey(KeyValueMap& map, const std::strin
     return atoi(found->second.c_str());
 }
 
-}  // namespace zstats
+}  // namespace zstats::nodes

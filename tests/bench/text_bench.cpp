@@ -10,8 +10,8 @@
 #include "atoms/MemoryStorageAtoms.h"
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"
-#include "daemon/SystemHelpers.h"
-#include "readers/TextLines.h"
+#include "daemon/base/SystemHelpers.h"
+#include "daemon/base/TextLines.h"
 #include "tests/bench/BenchKit.h"
 #include "tests/support/LogCapture.h"
 

@@ -3,8 +3,8 @@
 #include <android-base/file.h>
 #include <binder/IPCThreadState.h>
 
-#include "daemon/Log.h"
 #include "daemon/ZstatsPullerService.h"
+#include "daemon/base/Log.h"
 #include "tests/fuzz/FuzzKit.h"
 
 using namespace zstats::fuzz;

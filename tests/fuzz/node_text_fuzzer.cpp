@@ -8,7 +8,7 @@
 #include "atoms/CpuAtoms.h"
 #include "atoms/MemoryStorageAtoms.h"
 #include "daemon/ZStatsPullAtomCallback.h"
-#include "readers/TextLines.h"
+#include "daemon/base/TextLines.h"
 #include "tests/fuzz/FuzzKit.h"
 
 using namespace zstats;

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "daemon/Log.h"
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/Log.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
 #include "tests/support/Events.h"

@@ -67,15 +67,15 @@ constexpr char kStarted[] = "I AtomsAcquire cmdMain in!!!\n";
 constexpr char kEnded[] = "I AtomsAcquire cmdMain done!!!\n";
 
 TEST(SubscriptionMessageTest, ClassifiesIdsByRange) {
-    constexpr AtomSource kNone = AtomSource::kNone;
-    constexpr AtomSource kPushed = AtomSource::kPushed;
-    constexpr AtomSource kPulled = AtomSource::kPulled;
-    const std::pair<int32_t, AtomSource> rows[] = {
+    constexpr AtomDelivery kNone = AtomDelivery::kNone;
+    constexpr AtomDelivery kPushed = AtomDelivery::kPushed;
+    constexpr AtomDelivery kPulled = AtomDelivery::kPulled;
+    const std::pair<int32_t, AtomDelivery> rows[] = {
             {INT32_MIN, kNone}, {-1, kNone},       {0, kNone},        {2, kNone},
             {3, kPushed},       {749, kPushed},    {750, kNone},      {9999, kNone},
             {10000, kPulled},   {10499, kPulled},  {10500, kNone},    {99999, kNone},
             {100000, kPushed},  {149999, kPushed}, {150000, kPulled}, {INT32_MAX, kPulled}};
-    for (const auto& [id, source] : rows) EXPECT_EQ(classifyAtomId(id), source) << id;
+    for (const auto& [id, source] : rows) EXPECT_EQ(deliveryOf(id), source) << id;
 }
 
 /** The message as protobuf's own compiler reads it, words one blank apart. */

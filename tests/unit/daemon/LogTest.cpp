@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 #include "tests/support/LogCapture.h"
 
 namespace zstats {

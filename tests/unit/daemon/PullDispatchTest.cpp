@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "daemon/AtomTable.h"
-#include "daemon/Log.h"
 #include "daemon/PullDispatch.h"
+#include "daemon/base/Log.h"
 #include "host/stats/EventList.h"
 #include "tests/support/LogCapture.h"
 

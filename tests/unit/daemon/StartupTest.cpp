@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "daemon/Log.h"
 #include "daemon/Startup.h"
-#include "daemon/SystemHelpers.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
 #include "tests/support/LogCapture.h"
@@ -151,7 +151,7 @@ TEST_F(ServeTest, PublishesInOrderAndServesOnFourThreadsAndItsOwn) {
         atomacq = inprocess::addedServices()[0].binder;
         inprocess::reset();
     });
-    EXPECT_EQ(serve(), 0);
+    EXPECT_EQ(publishAndServe(), 0);
     EXPECT_EQ(takeProcessCalls(), (Lines{"setThreadPoolMaxThreadCount 4", "startThreadPool",
                                          "giveThreadPoolName", "joinThreadPool 1"}));
     EXPECT_EQ(atExit, kServes);
@@ -177,7 +177,7 @@ TEST_F(ServeTest, EndsWhenANameIsRefusedByAnyStatus) {
         inprocess::reset();
         if (row.name != nullptr) inprocess::refuseService(row.name, row.status);
         inprocess::hideServiceManager(row.name == nullptr);
-        EXPECT_EQ(serve(), -1);
+        EXPECT_EQ(publishAndServe(), -1);
         EXPECT_EQ(mLog.take(), row.lines);
         EXPECT_EQ(libraries::takeCalls(), row.calls);
         EXPECT_EQ(inprocess::addedServices().size(), row.calls.size());

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <optional>
 
-#include "daemon/Log.h"
-#include "daemon/SystemHelpers.h"
+#include "daemon/base/Log.h"
+#include "daemon/base/SystemHelpers.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/OwnEntries.h"
 #include "tests/support/TempTree.h"

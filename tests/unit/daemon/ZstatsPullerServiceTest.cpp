@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "daemon/Log.h"
 #include "daemon/PullDispatch.h"
 #include "daemon/ZstatsPullerService.h"
+#include "daemon/base/Log.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
 #include "tests/support/LogCapture.h"

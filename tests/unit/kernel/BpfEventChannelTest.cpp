@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 #include "kernel/BpfEventChannel.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/libraries/FakeLibraries.h"

@@ -1,4 +1,4 @@
-#include "daemon/SystemHelpers.h"
+#include "daemon/base/SystemHelpers.h"
 #include "readers/GpuReader.h"
 #include "tests/support/AtomTest.h"
 

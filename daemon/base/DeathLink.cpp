@@ -1,4 +1,4 @@
-#include "sources/DeathLink.h"
+#include "daemon/base/DeathLink.h"
 
 #include <vector>
 
@@ -7,7 +7,7 @@
 namespace zstats {
 namespace {
 
-/** Keeps a recipient reachable, so that a leak checker tells it from a forgotten one. */
+/** Keeps a recipient reachable: a leak checker does not report it. */
 void keepForever(AIBinder_DeathRecipient* recipient) {
     struct Kept {
         Mutex lock;

@@ -1,4 +1,4 @@
-#include "daemon/SystemHelpers.h"
+#include "daemon/base/SystemHelpers.h"
 
 #include <android-base/properties.h>
 #include <fcntl.h>
@@ -13,7 +13,7 @@
 #include <fstream>
 #include <memory>
 
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 
 namespace zstats {
 
@@ -35,7 +35,6 @@ int forEachToken(const char* text, const char* delimiters, Take take) {
     return 0;
 }
 
-/** Takes values of any length, which the older fixed-size read would cut. */
 void copyPropertyValue(void* cookie, const char* /*name*/, const char* value, uint32_t /*serial*/) {
     auto* result = static_cast<std::string*>(cookie);
     if (result != nullptr) *result = value;
@@ -67,7 +66,7 @@ int readAll(int fd, const std::string& path, std::string* out) {
 int readFile(const std::string& path, std::string* out) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        // Absent nodes are usual on devices that lack a part: no line at the levels in use.
+        // Devices lack some nodes, so no line at the usual levels.
         ZLOG_AT(2, DEBUG, "Open %s failed(%s)", path.c_str(), strerror(errno));
         return -1;
     }
@@ -108,9 +107,8 @@ bool isQcomPlatform() {
 }
 
 bool isReleaseType() {
-    // A build that does not say what it is gets the stricter treatment.
     const std::string releaseType = getSystemProperty("ro.build.release_type");
-    ZLOG(INFO, "%s: releaseType: %s", "isReleaseType", releaseType.c_str());
+    ZLOG(INFO, "%s: releaseType: %s", __func__, releaseType.c_str());
     return releaseType != "false";
 }
 
@@ -120,7 +118,6 @@ bool isPreVersion() {
 }
 
 bool isCommercialVersion() {
-    // Fixed at the first question, so that one process never acts on two answers.
     static const bool commercial = isReleaseType() && !isPreVersion();
     return commercial;
 }
@@ -133,13 +130,13 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
     int memTotal = -1;
     std::ifstream meminfo(path);
     if (!meminfo.is_open()) {
-        // Better to run without need than to be missing where there is memory enough.
+        // Counts as enough: a device is not refused because its memory cannot be told.
         ZLOG(INFO, "Failed to open /proc/meminfo");
         return true;
     }
     for (std::string line; std::getline(meminfo, line);) {
         if (line.compare(0, strlen("MemTotal"), "MemTotal") != 0) continue;
-        // NOLINTNEXTLINE(cert-err34-c): the whole of the line's grammar is this format
+        // NOLINTNEXTLINE(cert-err34-c): a number beyond int is not expected
         if (sscanf(line.c_str(), "MemTotal:%*[ ]%d", &memTotal) != 1) {
             ZLOG(ERROR, "sscanf not match");
             return true;
@@ -147,7 +144,7 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
         break;
     }
     meminfo.close();
-    // Still -1 when no line had it: the device then counts as small.
+    // Still -1 when no line begins with MemTotal: the device then counts as small.
     ZLOG(INFO, "memTotal: %dKb", memTotal);
     return memTotal > thresholdKb;
 }

@@ -6,8 +6,8 @@ namespace zstats {
 
 /**
  * Has `onDied` called with `cookie`, on a binder thread, when the process behind `binder` dies. The
- * recipient behind the link is never deleted: connections are rare, and nothing would tell when
- * the last notice has been given. A binder that cannot be linked is left without a notice.
+ * link lasts until then and cannot be taken back; its recipient is never deleted, since a notice
+ * may be on its way at any time. A binder that cannot be linked gives no notice. Any thread.
  */
 void linkToDeathForever(AIBinder* binder, AIBinder_DeathRecipient_onBinderDied onDied, void* cookie);
 

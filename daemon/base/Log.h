@@ -11,9 +11,9 @@ namespace zstats {
 inline constexpr char kLogTag[] = "zstats_pullerd";
 
 /**
- * Process-wide verbosity: 0 WARN, 1 INFO, 2 DEBUG and above. Starts at 1; changed only by the dump
- * option "--loglevel". Never negative. A stale read only changes which optional lines are written,
- * so it is read and written relaxed.
+ * Process-wide verbosity: 0 WARN, 1 INFO, 2 and above DEBUG; never negative. Starts at 1 and is
+ * changed by the dump option "--loglevel" alone. Read and written relaxed, on any thread: a stale
+ * read changes nothing but which optional lines are written.
  */
 extern std::atomic<int32_t> gLogLevel;
 

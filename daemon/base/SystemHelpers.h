@@ -6,11 +6,13 @@
 
 namespace zstats {
 
+// All of these may be called on any thread.
+
 /** Path whose existence marks a MediaTek device. */
 inline constexpr char kMtkChipIdPath[] = "/proc/device-tree/chosen/atag,chipid";
 
 /**
- * Appends the whole content of a file to `out`, which is not cleared first. Any thread.
+ * Appends the whole content of a file to `out`, which is not cleared first.
  * Returns the number of bytes read, or -1 when the file cannot be opened or a read fails; what was
  * read before a failure stays in `out`. errno is that of the failing call.
  */
@@ -24,25 +26,31 @@ int readFile(const std::string& path, std::string* out);
 int splitString(const char* text, const char* delimiters, std::vector<int>* out);
 int splitString(const char* text, const char* delimiters, std::vector<long long>* out);
 
-/** The value of a system property, empty when it does not exist. Not cached. Any thread. */
+/** The value of a system property, empty when it does not exist. Not cached. */
 std::string getSystemProperty(const std::string& name);
 
 /** Milliseconds since boot, suspend included (CLOCK_BOOTTIME), or -1 when the clock fails. */
 int64_t getBootTimeMs();
 
-/** True when "ro.hardware" is exactly "qcom". Reads the property at each call. */
+/** True on a Qualcomm device: "ro.hardware" is exactly "qcom". Reads the property at each call. */
 bool isQcomPlatform();
 
 /** True unless "ro.build.release_type" is exactly "false"; a missing property counts as release. */
 bool isReleaseType();
 
-/** True on builds for trials before release. Computed once per process, then fixed. */
+/**
+ * True on builds for trials before release: "persist.sys.alwayson.switch" is "true", or
+ * "ro.sys.engineering.pre" is true as GetBoolProperty reads it. Computed once per process.
+ */
 bool isPreVersion();
 
-/** True for a release build that is no pre-version. Computed once per process, then fixed. */
+/** True for a release build that is no pre-version. Computed once per process. */
 bool isCommercialVersion();
 
-/** True when MemTotal of /proc/meminfo is above `thresholdKb` kB; true also when it is unreadable. */
+/**
+ * True when MemTotal of /proc/meminfo is above `thresholdKb` kB. True also when the file or its
+ * MemTotal line cannot be read, false when it has no such line.
+ */
 bool checkMemTotalOk(int thresholdKb);
 
 /** checkMemTotalOk for the meminfo at `path`. */

@@ -1,4 +1,4 @@
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 
 namespace zstats {
 

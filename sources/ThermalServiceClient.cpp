@@ -1,0 +1,41 @@
+#include "sources/ThermalServiceClient.h"
+
+#include "daemon/base/Log.h"
+#include "sources/ServiceLookup.h"
+
+namespace zstats {
+
+using android::sp;
+using android::os::IThermalService;
+
+namespace {
+
+constexpr int32_t kCpuTemperatureType = 0;
+
+}  // namespace
+
+sp<IThermalService> getThermalService(AtomicSp<IThermalService>& cache) {
+    sp<IThermalService> service = cache.load();
+    if (service != nullptr) return service;
+    const sp<android::IBinder> binder = lookUpService("thermalservice").binder;
+    if (binder == nullptr) {
+        ZLOG(ERROR, "get thermalservice failed");
+        return nullptr;
+    }
+    ZLOG_AT(2, DEBUG, "get thermalservice succeed");
+    service = IThermalService::asInterface(binder);
+    cache.store(service);
+    return service;
+}
+
+std::vector<float> readCpuTemperatures(IThermalService& service) {
+    std::vector<android::os::Temperature> temperatures;
+    // The status is not checked: a failed call leaves the list empty.
+    static_cast<void>(service.getCurrentTemperaturesWithType(kCpuTemperatureType, &temperatures));
+    std::vector<float> degrees;
+    degrees.reserve(temperatures.size());
+    for (const auto& temperature : temperatures) degrees.push_back(temperature.mValue);
+    return degrees;
+}
+
+}  // namespace zstats
