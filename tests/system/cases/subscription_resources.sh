@@ -9,6 +9,8 @@ others() {
     cat /proc/$pid/task/*/syscall | grep -vc "^$pool "
 }
 # Ends of pipes by what may be done with them.
+# Which end it is shows in the mode that only ls prints.
+# shellcheck disable=SC2010
 pipes() { ls -l /proc/$pid/fd | grep "^$1.* -> pipe:" | wc -l; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
 runs_done() { [ "$(runs "done")" -ge "$1" ]; }

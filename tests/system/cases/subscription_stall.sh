@@ -1,9 +1,9 @@
 # profile: qcom
 # A reader who stops reading stops every subscription, new ones too, and no pull, until it goes away.
 
-statsd_writes() { grep -q '^1 ' /proc/$(pidof statsd)/task/*/syscall; }
+statsd_writes() { grep -q '^1 ' /proc/"$(pidof statsd)"/task/*/syscall; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
-runs_catch_up() { [ "$(runs in)" -eq "$(runs done)" ]; }
+runs_catch_up() { [ "$(runs in)" -eq "$(runs "done")" ]; }
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }
 running_is() { [ "$(running)" = "$1" ]; }
 lines() { grep -c '"atom":150005,' stream; }
@@ -22,13 +22,13 @@ wait_for 60 stuck && ok statsd_waits || not_ok statsd_waits "it is not writing"
 count=$(lines)
 statsctl subscribe 150005 --for 2 --json >late 2>late.err
 is late/accepted_and_empty "0 " "$? $(cat late late.err)"
-is late/stays_in_the_daemon $(($(runs done) + 1)) "$(runs in)"
+is late/stays_in_the_daemon $(($(runs "done") + 1)) "$(runs in)"
 is other/stops "$count" "$(lines)"
 has pull/answered '"fields"' "$(statsctl pull --json --fresh 150006)"
 
 kill $stalled
 wait $stalled 2>/dev/null
-wait_for 20 runs_catch_up && ok late/started || not_ok late/started "$(runs in) $(runs done)"
+wait_for 20 runs_catch_up && ok late/started || not_ok late/started "$(runs in) $(runs "done")"
 more() { [ "$(lines)" -gt "$count" ]; }
 wait_for 20 more && ok other/goes_on || not_ok other/goes_on "$(lines) lines"
 kill $stream
