@@ -7,8 +7,7 @@ has system/level 'Zstats_pullerd set gLogLevel: 2' \
 pull 150006 >/dev/null
 has system/level-in-force 'find matching handler for atomTag = 150006' "$(daemon_log)"
 refused=$(asuid 2000 dumpsys zstats_pullerd --loglevel 1 2>&1)
-has_not shell/no-reply 'ZstatsPullerService::dump' "$refused"
-has shell/refused 'Error dumping service info' "$refused"
+is shell/refused "Error with service 'zstats_pullerd' while dumping: PERMISSION_DENIED" "$refused"
 seen=$(log_count 'find matching handler for atomTag = 150009')
 pull 150009 >/dev/null
 is shell/no-change $((seen + 1)) "$(log_count 'find matching handler for atomTag = 150009')"
