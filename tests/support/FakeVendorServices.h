@@ -16,6 +16,7 @@
 
 #include "tests/support/Guarded.h"
 #include "tests/support/PublishedFake.h"
+#include "vdevice/lib/sources/ChargerMethods.h"
 
 namespace zstats {
 
@@ -96,18 +97,7 @@ class FakeCharger : public PublishedFake {
     ndk::ScopedAStatus method(int32_t* out) override { \
         return answer(#method, out);                   \
     }
-        ANSWER(getBatteryVoltageNow)
-        ANSWER(getPsyBatteryCC)
-        ANSWER(getPsyBatteryCurrentNow)
-        ANSWER(getPsyBatteryFcc)
-        ANSWER(getPsyBatteryPchg)
-        ANSWER(getPsyBatteryPchgResetCount)
-        ANSWER(getPsyBatteryTemp)
-        ANSWER(getPsyChargeTech)
-        ANSWER(getPsyFastChgType)
-        ANSWER(getPsyInputCurrent)
-        ANSWER(getUIsohValue)
-        ANSWER(getUsbInputCurrentNow)
+        ZSTATS_CHARGER_METHODS(ANSWER)
 #undef ANSWER
 
         ndk::ScopedAStatus answer(const char* method, int32_t* out) {

@@ -1,7 +1,7 @@
 """Boots the virtual device in the emulator and takes in what arrives on its second serial port.
 
 That port carries frames, each a type byte, a length (32 bits, little endian) and as many bytes.
-vdevice/init/Channel.h has their list.
+vdevice/system/init/Channel.h has their list.
 """
 
 import ctypes

@@ -6,9 +6,9 @@
 
 #include <cstdio>
 
-#include "vdevice/common/DeviceSources.h"
-#include "vdevice/common/ProfileCheck.h"
-#include "vdevice/common/RcFile.h"
+#include "vdevice/lib/profile/ProfileCheck.h"
+#include "vdevice/lib/sources/DeviceSources.h"
+#include "vdevice/system/init/RcFile.h"
 
 using namespace zstats::vdevice;
 

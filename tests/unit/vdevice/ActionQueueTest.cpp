@@ -2,7 +2,7 @@
 
 #include <map>
 
-#include "vdevice/init/ActionQueue.h"
+#include "vdevice/system/init/ActionQueue.h"
 
 namespace zstats::vdevice {
 namespace {

@@ -14,7 +14,7 @@
 #include "tests/support/FakeVendorServices.h"
 #include "tests/support/HandlerTest.h"
 #include "tests/support/SubstituteProfile.h"
-#include "vdevice/common/AtomSources.h"
+#include "vdevice/lib/sources/AtomSources.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ void add(Names& names, const std::string& name) {
 
 /** The pattern of `tag` that a path fits, or the path itself. */
 std::string patternOf(int32_t tag, const std::string& path) {
-    for (const AtomSource& source : atomSources()) {
+    for (const ValueSource& source : atomSources()) {
         const std::string pattern = source.name;
         const size_t star = pattern.find('*');
         if (source.tag != tag || star == std::string::npos) continue;
@@ -144,7 +144,7 @@ TEST_F(AtomSourcesTest, listsWhatEachHandlerReads) {
     for (const std::string hardware : {"qcom", "mt6789"}) {
         for (const AtomEntry& entry : kAtomTable) {
             Reads listed;
-            for (const AtomSource& source : sourcesOf(entry.tag, hardware)) {
+            for (const ValueSource& source : sourcesOf(entry.tag, hardware)) {
                 listed[source.kind].emplace_back(source.name);
             }
             Reads reads = readsOf(entry.tag, hardware);

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "vdevice/common/OverlayPlan.h"
+#include "vdevice/system/init/OverlayPlan.h"
 
 namespace zstats::vdevice {
 namespace {

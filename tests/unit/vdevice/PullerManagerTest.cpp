@@ -4,8 +4,8 @@
 #include <thread>
 
 #include "tests/unit/vdevice/FakePuller.h"
-#include "vdevice/statsd/ElapsedTime.h"
-#include "vdevice/statsd/PullerManager.h"
+#include "vdevice/system/statsd/ElapsedTime.h"
+#include "vdevice/system/statsd/PullerManager.h"
 
 namespace zstats::vdevice {
 namespace {

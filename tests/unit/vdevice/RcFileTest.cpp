@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "vdevice/common/RcFile.h"
+#include "vdevice/system/init/RcFile.h"
 
 namespace zstats::vdevice {
 namespace {

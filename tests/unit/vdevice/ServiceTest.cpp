@@ -9,7 +9,7 @@
 #include <string>
 
 #include "tests/support/TempTree.h"
-#include "vdevice/init/Service.h"
+#include "vdevice/system/init/Service.h"
 
 static bool gForkFails = false;
 

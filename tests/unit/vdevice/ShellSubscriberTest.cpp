@@ -9,7 +9,7 @@
 
 #include "proto/shell_config.pb.h"
 #include "tests/unit/vdevice/FakePuller.h"
-#include "vdevice/statsd/ShellSubscriber.h"
+#include "vdevice/system/statsd/ShellSubscriber.h"
 
 namespace zstats::vdevice {
 namespace {

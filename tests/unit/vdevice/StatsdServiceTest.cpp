@@ -4,8 +4,8 @@
 
 #include "host/inprocess/InProcessBinder.h"
 #include "tests/unit/vdevice/FakePuller.h"
-#include "vdevice/statsd/Companion.h"
-#include "vdevice/statsd/StatsdService.h"
+#include "vdevice/system/statsd/Companion.h"
+#include "vdevice/system/statsd/StatsdService.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -98,7 +98,7 @@ TEST_F(StatsdServiceTest, pullsFromSystemUnlessAUserIsNamed) {
             {{"pull-source", "150005", "AID_ROOT"}, "0 " + event + "\n"},
             {{"pull-source", "150005", "0"}, "0 " + event + " (from the cache)\n"},
             {{"pull-source", "150005", "AID_SYSTEM"}, missing},
-            {{"pull-source", "150005", "AID_NOBODY"}, usage},
+            {{"pull-source", "150005", "AID_UNKNOWN"}, usage},
             {{"pull-source", "x"}, usage},
             {{"pull-source"}, usage},
     };

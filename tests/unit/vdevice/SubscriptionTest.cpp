@@ -7,8 +7,8 @@
 
 #include "proto/shell_config.pb.h"
 #include "tests/unit/vdevice/FakePuller.h"
-#include "vdevice/statsd/ElapsedTime.h"
-#include "vdevice/statsd/Subscription.h"
+#include "vdevice/system/statsd/ElapsedTime.h"
+#include "vdevice/system/statsd/Subscription.h"
 
 namespace zstats::vdevice {
 namespace {

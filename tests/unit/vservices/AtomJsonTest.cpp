@@ -2,8 +2,8 @@
 
 #include <limits>
 
-#include "vdevice/common/AtomJson.h"
-#include "vdevice/common/PulledAtom.h"
+#include "vdevice/lib/atoms/AtomJson.h"
+#include "vdevice/lib/atoms/PulledAtom.h"
 
 namespace zstats::vdevice {
 namespace {

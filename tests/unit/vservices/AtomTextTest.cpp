@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "vdevice/common/AtomText.h"
+#include "vdevice/lib/atoms/AtomText.h"
 
 namespace zstats::vdevice {
 namespace {

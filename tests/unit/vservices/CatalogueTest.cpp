@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "daemon/AtomTable.h"
-#include "vdevice/common/AtomCatalogue.h"
-#include "vdevice/common/AtomSources.h"
+#include "vdevice/lib/atoms/AtomCatalogue.h"
+#include "vdevice/lib/sources/AtomSources.h"
 
 namespace zstats::vdevice {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "vdevice/common/ProfileCheck.h"
+#include "vdevice/lib/profile/ProfileCheck.h"
 
 namespace zstats::vdevice {
 namespace {

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "vdevice/common/CaldaReplies.h"
-#include "vdevice/common/NodeSamples.h"
-#include "vdevice/common/ProfileFiles.h"
+#include "vdevice/lib/profile/ProfileFiles.h"
+#include "vdevice/lib/sources/CaldaReplies.h"
+#include "vdevice/tools/zstats_record/NodeSamples.h"
 
 namespace zstats::vdevice {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "vdevice/common/Scenario.h"
+#include "vdevice/lib/profile/Scenario.h"
 
 namespace zstats::vdevice {
 namespace {

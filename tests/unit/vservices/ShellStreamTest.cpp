@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "vdevice/common/ShellStream.h"
+#include "vdevice/lib/atoms/ShellStream.h"
 
 namespace zstats::vdevice {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <set>
 
-#include "vdevice/common/TraceWriter.h"
+#include "vdevice/tools/statsctl/TraceWriter.h"
 
 namespace zstats::vdevice {
 namespace {

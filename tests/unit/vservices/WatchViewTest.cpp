@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "vdevice/common/WatchView.h"
+#include "vdevice/tools/statsctl/WatchView.h"
 
 namespace zstats::vdevice {
 namespace {

@@ -1,0 +1,53 @@
+#include "vdevice/lib/ServiceMain.h"
+
+#include <android/binder_manager.h>
+#include <android/log.h>
+#include <binder/IPCThreadState.h>
+#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace zstats::vdevice {
+namespace {
+
+void dieUnless(bool published, const std::string& name, int status) {
+    if (published) return;
+    // Init sends a service's standard error nowhere.
+    __android_log_print(ANDROID_LOG_ERROR, "vdevice", "cannot publish %s: status %d", name.c_str(),
+                        status);
+    exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+void publishOrDie(const std::string& name, AIBinder* binder) {
+    const auto status = AServiceManager_addService(binder, name.c_str());
+    dieUnless(status == 0, name, status);
+}
+
+void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder) {
+    const auto status =
+            android::defaultServiceManager()->addService(android::String16(name.c_str()), binder);
+    dieUnless(status == 0, name, status);
+}
+
+void waitForService(const std::string& name) {
+    // libbinder's own wait looks only once a second.
+    constexpr useconds_t kPollMicros = 10'000;
+    const android::String16 name16(name.c_str());
+    while (android::defaultServiceManager()->checkService(name16) == nullptr) usleep(kPollMicros);
+}
+
+void startBinderThreads() {
+    android::ProcessState::self()->startThreadPool();
+}
+
+int serveBinderCalls() {
+    startBinderThreads();
+    android::IPCThreadState::self()->joinThreadPool();
+    return EXIT_SUCCESS;
+}
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <android/binder_ibinder.h>
+#include <binder/IBinder.h>
+
+#include <string>
+
+namespace zstats::vdevice {
+
+/** Publishes an NDK service; ends the process with a message if the service manager refuses. */
+void publishOrDie(const std::string& name, AIBinder* binder);
+
+/** The same for a service of the C++ library. */
+void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder);
+
+/** Returns once a service of this name is registered. */
+void waitForService(const std::string& name);
+
+/** Serves binder calls from now on, beside what the caller goes on to do. */
+void startBinderThreads();
+
+/** Serves binder calls until the process is killed. Returns the process's exit status. */
+int serveBinderCalls();
+
+}  // namespace zstats::vdevice

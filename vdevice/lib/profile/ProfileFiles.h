@@ -1,0 +1,69 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "daemon/base/Mutex.h"
+
+namespace zstats::vdevice {
+
+/** Where the device finds its profile. Services read it at each call, so that tests can edit it. */
+inline constexpr char kProfileRoot[] = "/profile";
+
+/** The names of a profile's files and folders. */
+namespace profile {
+inline constexpr char kAbsent[] = "absent";
+inline constexpr char kAudio[] = "audio";
+inline constexpr char kBuildProp[] = "build.prop";
+inline constexpr char kCalda[] = "calda";
+inline constexpr char kCharger[] = "charger";
+inline constexpr char kFeatures[] = "features";
+inline constexpr char kNodes[] = "nodes";
+inline constexpr char kRoot[] = "root";
+inline constexpr char kScenario[] = "scenario";
+inline constexpr char kThermal[] = "thermal";
+inline constexpr char kTouch[] = "touch";
+inline constexpr char kUsage[] = "uah";
+}  // namespace profile
+
+/** The path of a profile's file or folder on the device. */
+std::string profilePath(const std::string& name);
+
+/** A whole file; nothing when it cannot be opened or read. */
+std::optional<std::string> readProfileFile(const std::string& path);
+
+/** Lines without their ends; blank lines and those that begin with '#' are left out. */
+std::vector<std::string> profileLines(std::string_view text);
+
+/** The `key=value` lines of a text, the last of a key counting. Lines without '=' are left out. */
+std::map<std::string, std::string> keyValueLines(std::string_view text);
+
+/** A whole decimal integer, sign allowed; nothing for anything else. */
+std::optional<int> parseInt(std::string_view text);
+
+/**
+ * Contents of nodes that change from read to read: KEY, then KEY.1, KEY.2, ..., the last of them
+ * from then on. Each reading process walks the sequence on its own. Any thread.
+ */
+class NodeSequence {
+  public:
+    /** `folder` holds the files. */
+    explicit NodeSequence(std::string folder) : mFolder(std::move(folder)) {}
+
+    /** What `reader` (a process id) gets for its next read of `key`; nothing without such a node. */
+    std::optional<std::string> next(pid_t reader, const std::string& key);
+
+  private:
+    std::string path(const std::string& key, size_t step) const;
+
+    const std::string mFolder;
+    Mutex mLock;
+    std::map<std::pair<pid_t, std::string>, size_t> mSteps GUARDED_BY(mLock);
+};
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,57 @@
+// The platform's audio service as far as the virtual device has one: the power monitor's result,
+// which is the text of the profile's file "audio", or its line status=N as a transport status.
+
+#include <binder/Binder.h>
+#include <binder/Parcel.h>
+
+#include <cstring>
+
+#include "vdevice/lib/ServiceMain.h"
+#include "vdevice/lib/profile/ProfileFiles.h"
+
+using namespace zstats::vdevice;
+
+namespace {
+
+using android::Parcel;
+using android::status_t;
+
+constexpr uint32_t kMonitorResult = 129;
+constexpr char kMonitorName[] = "PAPowerMonitorResult";
+
+// The one call to be deprecated on newer platforms; the daemon's request has no other form.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+class Audio : public android::BBinder {
+  protected:
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
+        if (code != kMonitorResult) return BBinder::onTransact(code, data, reply, flags);
+        const char* name = data.readCString();
+        if (name == nullptr || strcmp(name, kMonitorName) != 0) return android::BAD_VALUE;
+        return answer(reply);
+    }
+
+  private:
+    static status_t answer(Parcel* reply) {
+        std::string text = readProfileFile(profilePath(profile::kAudio)).value_or("");
+        const auto values = keyValueLines(text);
+        const auto status = values.find("status");
+        if (status != values.end()) {
+            return parseInt(status->second).value_or(android::UNKNOWN_ERROR);
+        }
+        // An empty file stands for a reply without any text.
+        if (text.empty()) return android::OK;
+        if (text.back() == '\n') text.pop_back();
+        return reply->writeCString(text.c_str());
+    }
+};
+
+#pragma GCC diagnostic pop
+
+}  // namespace
+
+int main() {
+    publishOrDie("audio", android::sp<android::IBinder>(new Audio));
+    return serveBinderCalls();
+}

@@ -1,0 +1,50 @@
+// What the platform's system server does that others wait for: it tells statsd who holds a
+// permission, and says when the boot is complete. The thermal and the audio service, parts of it on
+// a device, are programs of their own here, so that tests can stop one of them.
+
+#include <aidl/android/os/BnStatsCompanionService.h>
+#include <cutils/properties.h>
+
+#include <algorithm>
+#include <string>
+
+#include "vdevice/lib/ServiceMain.h"
+#include "vdevice/lib/profile/ProfileFiles.h"
+
+using namespace zstats::vdevice;
+
+namespace {
+
+constexpr int32_t kRootUid = 0;
+constexpr int32_t kSystemUid = 1000;
+
+class StatsCompanion : public aidl::android::os::BnStatsCompanionService {
+  public:
+    /** Root and system hold every permission; nobody else has one here. */
+    ndk::ScopedAStatus checkPermission(const std::string&, int32_t, int32_t uid,
+                                       bool* granted) override {
+        *granted = uid == kRootUid || uid == kSystemUid;
+        return ndk::ScopedAStatus::ok();
+    }
+};
+
+/** The profile has the file that the service of this name serves, and wants it started. */
+bool isStarted(const std::string& service, const std::string& file) {
+    const auto absent = profileLines(readProfileFile(profilePath(profile::kAbsent)).value_or(""));
+    return readProfileFile(profilePath(file)) &&
+           std::find(absent.begin(), absent.end(), service) == absent.end();
+}
+
+}  // namespace
+
+int main() {
+    const auto companion = ndk::SharedRefBase::make<StatsCompanion>();
+    publishOrDie("statscompanion", companion->asBinder().get());
+    startBinderThreads();
+    // On a device statsd has been up for seconds when the system server has come this far.
+    waitForService("stats");
+    if (isStarted("thermalservice", profile::kThermal)) waitForService("thermalservice");
+    if (isStarted("audio", profile::kAudio)) waitForService("audio");
+    property_set("sys.boot_completed", "1");
+    return serveBinderCalls();
+}

@@ -1,0 +1,76 @@
+// The platform's thermal service as far as the virtual device has one: the CPU temperatures of the
+// profile's file "thermal", a line each.
+
+#include <android/os/BnThermalService.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "vdevice/lib/ServiceMain.h"
+#include "vdevice/lib/profile/ProfileFiles.h"
+
+using namespace zstats::vdevice;
+
+namespace {
+
+using android::sp;
+using android::binder::Status;
+using android::os::IThermalEventListener;
+using android::os::IThermalStatusListener;
+using android::os::Temperature;
+
+constexpr int32_t kCpu = 0;
+
+Status unsupported() {
+    return Status::fromExceptionCode(Status::EX_UNSUPPORTED_OPERATION);
+}
+
+std::vector<Temperature> cpuTemperatures() {
+    std::vector<Temperature> temperatures;
+    const auto text = readProfileFile(profilePath(profile::kThermal));
+    for (const std::string& line : profileLines(text.value_or(""))) {
+        const std::string name = "CPU" + std::to_string(temperatures.size());
+        temperatures.emplace_back(strtof(line.c_str(), nullptr), kCpu,
+                                  android::String16(name.c_str()), 0);
+    }
+    return temperatures;
+}
+
+class ThermalService : public android::os::BnThermalService {
+  public:
+    Status registerThermalEventListener(const sp<IThermalEventListener>&, bool*) override {
+        return unsupported();
+    }
+    Status registerThermalEventListenerWithType(const sp<IThermalEventListener>&, int32_t,
+                                                bool*) override {
+        return unsupported();
+    }
+    Status unregisterThermalEventListener(const sp<IThermalEventListener>&, bool*) override {
+        return unsupported();
+    }
+    Status getCurrentTemperatures(std::vector<Temperature>* list) override {
+        *list = cpuTemperatures();
+        return Status::ok();
+    }
+    Status getCurrentTemperaturesWithType(int32_t type, std::vector<Temperature>* list) override {
+        if (type == kCpu) *list = cpuTemperatures();
+        return Status::ok();
+    }
+    Status registerThermalStatusListener(const sp<IThermalStatusListener>&, bool*) override {
+        return unsupported();
+    }
+    Status unregisterThermalStatusListener(const sp<IThermalStatusListener>&, bool*) override {
+        return unsupported();
+    }
+    Status getCurrentThermalStatus(int32_t* status) override {
+        *status = 0;
+        return Status::ok();
+    }
+};
+
+}  // namespace
+
+int main() {
+    publishOrDie("thermalservice", sp<android::IBinder>(new ThermalService));
+    return serveBinderCalls();
+}

@@ -1,0 +1,120 @@
+#include "vdevice/system/init/Boot.h"
+
+#include <android-base/file.h>
+#include <android-base/unique_fd.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "vdevice/lib/profile/ProfileFiles.h"
+#include "vdevice/system/init/OverlayPlan.h"
+#include "vdevice/system/init/ProcLinks.h"
+
+namespace zstats::vdevice {
+namespace {
+
+using android::base::unique_fd;
+
+constexpr char kModule[] = "/lib/modules/binder_linux.ko";
+constexpr char kPolicy[] = "/etc/selinux/policy";
+/** Few, because a replaced /proc has a link for each; enough for a test to see new ids. */
+constexpr int kMaxPid = 4096;
+
+struct FileSystem {
+    const char* type;
+    const char* path;
+    const char* options;
+};
+
+constexpr FileSystem kFileSystems[] = {
+        {"devtmpfs", "/dev", "mode=755"},
+        {"proc", "/.kernel/proc", ""},
+        {"sysfs", "/.kernel/sys", ""},
+        {"proc", "/proc", ""},
+        {"sysfs", "/sys", ""},
+        {"devpts", "/dev/pts", ""},
+        {"tmpfs", "/dev/shm", "mode=1777"},
+        {"selinuxfs", "/.kernel/sys/fs/selinux", ""},
+        {"selinuxfs", "/sys/fs/selinux", ""},
+};
+
+/** These come after the policy, so that their files carry labels. */
+constexpr FileSystem kLabelledFileSystems[] = {{"tmpfs", "/tmp", "mode=1777"},
+                                               {"tmpfs", "/data", "mode=771"}};
+
+void mountOne(const FileSystem& fileSystem) {
+    mkdir(fileSystem.path, 0755);
+    mount(fileSystem.type, fileSystem.path, fileSystem.type, 0, fileSystem.options);
+}
+
+std::string failed(const std::string& what) {
+    return what + ": " + strerror(errno);
+}
+
+bool apply(const OverlayStep& step) {
+    const char* path = step.path.c_str();
+    switch (step.kind) {
+        case OverlayStep::Kind::kTmpfs:
+            return mount("tmpfs", path, "tmpfs", 0, "mode=755") == 0;
+        case OverlayStep::Kind::kFolder:
+            return mkdir(path, 0755) == 0 || errno == EEXIST;
+        case OverlayStep::Kind::kFile:
+            return unique_fd(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644)).ok();
+        case OverlayStep::Kind::kLink:
+            return symlink(step.source.c_str(), path) == 0;
+        case OverlayStep::Kind::kBind:
+            return mount(step.source.c_str(), path, nullptr, MS_BIND, nullptr) == 0;
+    }
+    return false;
+}
+
+}  // namespace
+
+void mountFileSystems() {
+    umask(0);
+    for (const FileSystem& fileSystem : kFileSystems) mountOne(fileSystem);
+    mkdir("/dev/log", 0755);
+    mkdir("/dev/socket", 0755);
+    close(open("/dev/log/main", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+}
+
+std::string loadBinder() {
+    const unique_fd module(open(kModule, O_RDONLY | O_CLOEXEC));
+    if (syscall(SYS_finit_module, module.get(), "", 0) != 0) return failed(kModule);
+    if (chmod("/dev/binder", 0666) != 0) return failed("/dev/binder");
+    return "";
+}
+
+std::string loadPolicy() {
+    std::string policy;
+    if (android::base::ReadFileToString(kPolicy, &policy)) {
+        const unique_fd load(open("/sys/fs/selinux/load", O_WRONLY | O_CLOEXEC));
+        const ssize_t written = write(load.get(), policy.data(), policy.size());
+        if (written != static_cast<ssize_t>(policy.size())) return failed("/sys/fs/selinux/load");
+    }
+    for (const FileSystem& fileSystem : kLabelledFileSystems) mountOne(fileSystem);
+    return "";
+}
+
+std::string showProfileFiles() {
+    const std::string overlay = profilePath(profile::kRoot);
+    if (access(overlay.c_str(), F_OK) != 0) return "";
+    android::base::WriteStringToFile(std::to_string(kMaxPid), "/proc/sys/kernel/pid_max");
+    try {
+        for (const auto& step : planOverlay(overlay, kKernelTrees, kKernelTrees, kMaxPid)) {
+            if (!apply(step)) return failed("root" + step.path);
+            if (step.kind == OverlayStep::Kind::kTmpfs && step.path == "/proc") hideThreads();
+        }
+    } catch (const std::filesystem::filesystem_error& error) {
+        return error.what();
+    }
+    return "";
+}
+
+}  // namespace zstats::vdevice

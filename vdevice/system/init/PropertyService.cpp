@@ -1,0 +1,118 @@
+#include "vdevice/system/init/PropertyService.h"
+
+#include <android-base/file.h>
+#include <errno.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
+
+#include <cstring>
+#include <sstream>
+
+#include "vdevice/system/init/InitLog.h"
+
+namespace zstats::vdevice {
+namespace {
+
+using android::base::unique_fd;
+using zstats::properties::PropertyArea;
+using zstats::properties::PropertyRequest;
+
+constexpr char kControlPrefix[] = "ctl.";
+/** Answers of the platform's property service. */
+constexpr int kErrorReadOnly = 0xB;
+constexpr int kErrorControl = 0x20;
+constexpr int kErrorSet = 0x24;
+constexpr timeval kClientPatience = {2, 0};
+
+bool startsWith(const std::string& text, const char* prefix) {
+    return text.compare(0, strlen(prefix), prefix) == 0;
+}
+
+/** What `ps` would call the process; its path is in the log of such requests on devices too. */
+std::string programOf(pid_t pid) {
+    std::string command;
+    android::base::ReadFileToString("/proc/" + std::to_string(pid) + "/cmdline", &command);
+    return command.c_str();
+}
+
+}  // namespace
+
+std::string PropertyService::open() {
+    mArea = PropertyArea::create(zstats::properties::kAreaPath);
+    if (mArea == nullptr)
+        return std::string(zstats::properties::kAreaPath) + ": " + strerror(errno);
+    mSocket.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, zstats::properties::kServicePath);
+    if (bind(mSocket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+        chmod(address.sun_path, 0666) != 0 || listen(mSocket.get(), SOMAXCONN) != 0) {
+        return std::string(zstats::properties::kServicePath) + ": " + strerror(errno);
+    }
+    return "";
+}
+
+std::string PropertyService::load(const std::string& path) {
+    std::string text;
+    if (!android::base::ReadFileToString(path, &text)) return path + ": " + strerror(errno);
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        const size_t equals = line.find('=');
+        if (line.empty() || line[0] == '#' || equals == std::string::npos) continue;
+        const int result = set(line.substr(0, equals), line.substr(equals + 1));
+        if (result != 0) return path + ": '" + line + "': " + strerror(-result);
+    }
+    return "";
+}
+
+int PropertyService::set(const std::string& name, const std::string& value) {
+    const int result = mArea->set(name, value);
+    if (result == 0) mListener(name, value);
+    return result;
+}
+
+std::string PropertyService::get(const std::string& name) const {
+    char value[PROP_VALUE_MAX] = {};
+    const prop_info* const found = mArea->find(name.c_str());
+    if (found != nullptr) PropertyArea::read(*found, value);
+    return value;
+}
+
+void PropertyService::serve() {
+    const unique_fd client(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    ucred peer = {};
+    socklen_t length = sizeof(peer);
+    getsockopt(client.get(), SOL_SOCKET, SO_PEERCRED, &peer, &length);
+    setsockopt(client.get(), SOL_SOCKET, SO_RCVTIMEO, &kClientPatience, sizeof(kClientPatience));
+    PropertyRequest request;
+    if (!zstats::properties::readPropertyRequest(client.get(), &request)) return;
+    zstats::properties::sendPropertyResult(client.get(), handle(request, peer.pid));
+}
+
+int PropertyService::handle(const PropertyRequest& request, pid_t pid) {
+    if (startsWith(request.name, kControlPrefix)) return control(request, pid);
+    if (startsWith(request.name, "ro.") && mArea->find(request.name.c_str()) != nullptr) {
+        INIT_LOG(ERROR, "Unable to set property '%s' from pid: %d: it is read-only",
+                 request.name.c_str(), pid);
+        return kErrorReadOnly;
+    }
+    const int result = set(request.name, request.value);
+    if (result == 0) return 0;
+    INIT_LOG(ERROR, "Unable to set property '%s' from pid: %d: %s", request.name.c_str(), pid,
+             strerror(-result));
+    return kErrorSet;
+}
+
+int PropertyService::control(const PropertyRequest& request, pid_t pid) {
+    const std::string program = programOf(pid);
+    const std::string action = request.name.substr(strlen(kControlPrefix));
+    const bool done = mControl(action, request.value);
+    INIT_LOG(INFO, "Control message: %s %s for '%s' from pid: %d (%s)",
+             done ? "Processed" : "Could not process", request.name.c_str(), request.value.c_str(),
+             pid, program.c_str());
+    return done ? 0 : kErrorControl;
+}
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,125 @@
+// Plays a scenario from the device's boot: each second it writes into /profile, which the services
+// read at each call, what the scenario says for that second.
+//
+//   scenario FILE                   plays it, and ends when nothing changes any more
+//   scenario --values SECOND FILE   prints what holds at that second, a line a value
+
+#include <android-base/file.h>
+#include <android-base/parseint.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "vdevice/lib/profile/ProfileFiles.h"
+#include "vdevice/lib/profile/Scenario.h"
+
+using namespace zstats::vdevice;
+
+namespace {
+
+using Values = std::map<Scenario::Target, std::string>;
+
+/** Ends the process with a message unless the file holds a scenario. */
+Scenario loadOrDie(const char* path) {
+    const auto text = readProfileFile(path);
+    if (!text) {
+        fprintf(stderr, "scenario: %s: %s\n", path, strerror(errno));
+        exit(1);
+    }
+    auto parsed = Scenario::parse(*text);
+    if (const auto* reason = std::get_if<std::string>(&parsed)) {
+        fprintf(stderr, "scenario: %s: %s\n", path, reason->c_str());
+        exit(1);
+    }
+    return std::get<Scenario>(std::move(parsed));
+}
+
+/** Puts the content in the file's place at once: a reader sees the old or the new. */
+bool replaceFile(const std::string& path, const std::string& content) {
+    const std::string fresh = path + ".new";
+    if (android::base::WriteStringToFile(content, fresh) &&
+        rename(fresh.c_str(), path.c_str()) == 0) {
+        return true;
+    }
+    fprintf(stderr, "scenario: %s: %s\n", path.c_str(), strerror(errno));
+    return false;
+}
+
+/** The file's `key=value` lines with the given ones among them. */
+std::string mergedLines(const std::string& path, const std::map<std::string, std::string>& set) {
+    auto lines = keyValueLines(readProfileFile(path).value_or(""));
+    for (const auto& [key, value] : set) lines[key] = value;
+    std::string text;
+    for (const auto& [key, value] : lines) text += key + "=" + value + "\n";
+    return text;
+}
+
+/** A node that a scenario sets has no contents that go by the number of reads. */
+void dropSequence(const std::string& path) {
+    for (int step = 1; unlink((path + "." + std::to_string(step)).c_str()) == 0; ++step) {
+    }
+}
+
+bool writeChanged(const Values& before, const Values& now) {
+    std::map<std::string, std::map<std::string, std::string>> lines;
+    bool ok = true;
+    for (const auto& [target, text] : now) {
+        const auto old = before.find(target);
+        if (old != before.end() && old->second == text) continue;
+        const std::string path = profilePath(target.file);
+        if (!target.key.empty()) {
+            lines[path][target.key] = text;
+            continue;
+        }
+        if (old == before.end()) dropSequence(path);
+        ok = replaceFile(path, text + "\n") && ok;
+    }
+    for (const auto& [path, set] : lines) ok = replaceFile(path, mergedLines(path, set)) && ok;
+    return ok;
+}
+
+void sleepUntil(int64_t second) {
+    const timespec time = {static_cast<time_t>(second), 0};
+    while (clock_nanosleep(CLOCK_BOOTTIME, TIMER_ABSTIME, &time, nullptr) == EINTR) {
+    }
+}
+
+int64_t uptimeSeconds() {
+    timespec now = {};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return now.tv_sec;
+}
+
+int play(const Scenario& scenario) {
+    Values before;
+    for (int64_t second = uptimeSeconds();; ++second) {
+        sleepUntil(second);
+        Values now = scenario.at(second);
+        if (!writeChanged(before, now)) return 1;
+        before = std::move(now);
+        if (second >= scenario.end()) return 0;
+    }
+}
+
+int print(const Scenario& scenario, int64_t second) {
+    for (const auto& [target, text] : scenario.at(second)) {
+        printf("%s %s%s%s\n", target.file.c_str(), target.key.c_str(),
+               target.key.empty() ? "" : " ", text.c_str());
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int64_t second = 0;
+    if (argc == 2) return play(loadOrDie(argv[1]));
+    if (argc == 4 && strcmp(argv[1], "--values") == 0 && android::base::ParseInt(argv[2], &second)) {
+        return print(loadOrDie(argv[3]), second);
+    }
+    fprintf(stderr, "usage: scenario FILE\n       scenario --values SECOND FILE\n");
+    return 2;
+}

@@ -1,0 +1,73 @@
+#include "vdevice/system/statsd/Puller.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "vdevice/system/statsd/ElapsedTime.h"
+
+namespace zstats::vdevice {
+namespace {
+
+constexpr int64_t kMinCoolDownMillis = 1000;
+constexpr int64_t kMaxTimeoutMillis = 10000;
+
+PullTerms bounded(PullTerms terms) {
+    terms.coolDownMillis = std::max(terms.coolDownMillis, kMinCoolDownMillis);
+    terms.timeoutMillis = std::min(terms.timeoutMillis, kMaxTimeoutMillis);
+    return terms;
+}
+
+PullResult failed(std::string why) {
+    PullResult result;
+    result.failure = std::move(why);
+    return result;
+}
+
+}  // namespace
+
+Puller::Puller(int32_t tag, PullTerms terms, Callback callback)
+      : mTag(tag), mTerms(bounded(std::move(terms))), mCallback(std::move(callback)) {}
+
+PullResult Puller::pull(int64_t eventTimeNs) {
+    const ScopedLock lock(mLock);
+    const int64_t now = elapsedNanos();
+    const int64_t coolDownNs = mTerms.coolDownMillis * kNanosPerMilli;
+    if (mLastPullNs && (mLastEventNs == eventTimeNs || now - *mLastPullNs < coolDownNs)) {
+        PullResult cached = mLast;
+        cached.fromCache = true;
+        return cached;
+    }
+    mLastPullNs = now;
+    mLastEventNs = eventTimeNs;
+    mLast = ask();
+    return mLast;
+}
+
+PullResult Puller::ask() {
+    const auto answer = ndk::SharedRefBase::make<PullAnswer>();
+    const ndk::ScopedAStatus status = mCallback->onPullAtom(mTag, answer);
+    if (status.getStatus() == STATUS_DEAD_OBJECT) {
+        PullResult result = failed("the puller's process has died");
+        result.dead = true;
+        return result;
+    }
+    if (!status.isOk()) {
+        return failed("the call failed with status " + std::to_string(status.getStatus()));
+    }
+    auto received = answer->wait(std::chrono::milliseconds(mTerms.timeoutMillis));
+    if (!received) {
+        return failed("no answer within " + std::to_string(mTerms.timeoutMillis) + " ms");
+    }
+    if (!received->success) return failed("the puller reported failure");
+    PullResult result;
+    result.success = true;
+    result.events = std::move(received->events);
+    return result;
+}
+
+bool Puller::alive() const {
+    return AIBinder_isAlive(mCallback->asBinder().get());
+}
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <aidl/android/os/IPullAtomCallback.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "daemon/base/Mutex.h"
+#include "vdevice/system/statsd/PullAnswer.h"
+
+namespace zstats::vdevice {
+
+/** What a puller asked for when it registered, after statsd's bounds. */
+struct PullTerms {
+    int64_t coolDownMillis = 0;  // at least 1000
+    int64_t timeoutMillis = 0;   // at most 10000
+    std::vector<int32_t> additiveFields;
+};
+
+/** How a pull went. */
+struct PullResult {
+    bool success = false;
+    std::string failure;  // why not; empty on success
+    bool fromCache = false;
+    bool dead = false;  // the call found that the puller's process is gone
+    EncodedEvents events;
+};
+
+/** One process's answer to the pulls of one atom. Any thread; pulls run one after the other. */
+class Puller {
+  public:
+    using Callback = std::shared_ptr<aidl::android::os::IPullAtomCallback>;
+
+    /** Bounds the terms as statsd does. */
+    Puller(int32_t tag, PullTerms terms, Callback callback);
+
+    /**
+     * Asks the process and waits for its answer, at most its time-out. Within the cool-down of the
+     * last pull, or for the same `eventTimeNs` again, the result is that of the last pull, be it a
+     * failure.
+     */
+    PullResult pull(int64_t eventTimeNs);
+
+    const PullTerms& terms() const { return mTerms; }
+    /** False once the driver has told of the process's death. */
+    bool alive() const;
+
+  private:
+    PullResult ask();
+
+    const int32_t mTag;
+    const PullTerms mTerms;
+    const Callback mCallback;
+
+    Mutex mLock;  // held while the process is asked
+    std::optional<int64_t> mLastPullNs GUARDED_BY(mLock);
+    int64_t mLastEventNs GUARDED_BY(mLock) = -1;
+    PullResult mLast GUARDED_BY(mLock);
+};
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,85 @@
+#include "vdevice/system/statsd/PullerManager.h"
+
+#include <algorithm>
+
+#include "vdevice/system/statsd/ElapsedTime.h"
+#include "vdevice/system/statsd/StatsdLog.h"
+
+namespace zstats::vdevice {
+namespace {
+
+PullResult notRegistered() {
+    PullResult result;
+    result.failure = "no puller registered";
+    return result;
+}
+
+}  // namespace
+
+void PullerManager::add(int32_t uid, int32_t tag, PullTerms terms, const Callback& callback) {
+    const ScopedLock lock(mLock);
+    auto puller = std::make_shared<Puller>(tag, std::move(terms), callback);
+    mPullers[{uid, tag}] = {mArrivals++, std::move(puller)};
+}
+
+void PullerManager::remove(int32_t uid, int32_t tag) {
+    const ScopedLock lock(mLock);
+    mPullers.erase({uid, tag});
+}
+
+PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, int64_t eventTimeNs) {
+    const ScopedLock lock(mLock);
+    for (int32_t uid : uids) {
+        const Key key(uid, tag);
+        if (mPullers.count(key) != 0) return pullLocked(key, eventTimeNs);
+    }
+    return notRegistered();
+}
+
+PullResult PullerManager::pullFromAnyone(int32_t tag) {
+    const ScopedLock lock(mLock);
+    const std::pair<const Key, Registration>* first = nullptr;
+    for (const auto& entry : mPullers) {
+        if (entry.first.second != tag) continue;
+        if (first == nullptr || entry.second.arrival < first->second.arrival) first = &entry;
+    }
+    return first == nullptr ? notRegistered() : pullLocked(first->first, elapsedNanos());
+}
+
+PullResult PullerManager::pullLocked(const Key& key, int64_t eventTimeNs) {
+    const auto [uid, tag] = key;
+    const std::shared_ptr<Puller> puller = mPullers.at(key).puller;
+    PullResult result = mParallel ? pullReleased(*puller, eventTimeNs) : puller->pull(eventTimeNs);
+    if (!result.dead) return result;
+    const auto found = mPullers.find({uid, tag});
+    // Without the lock, the process may have come back and registered meanwhile.
+    if (found != mPullers.end() && found->second.puller == puller) mPullers.erase(found);
+    STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", tag, uid);
+    return result;
+}
+
+PullResult PullerManager::pullReleased(Puller& puller, int64_t eventTimeNs) {
+    mLock.unlock();
+    PullResult result = puller.pull(eventTimeNs);
+    mLock.lock();
+    return result;
+}
+
+std::vector<RegisteredPuller> PullerManager::list() const {
+    std::vector<std::pair<uint64_t, RegisteredPuller>> found;
+    {
+        const ScopedLock lock(mLock);
+        for (const auto& [key, registration] : mPullers) {
+            const Puller& puller = *registration.puller;
+            found.push_back({registration.arrival,
+                             {key.first, key.second, puller.terms(), puller.alive()}});
+        }
+    }
+    std::sort(found.begin(), found.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<RegisteredPuller> list;
+    for (auto& [arrival, puller] : found) list.push_back(std::move(puller));
+    return list;
+}
+
+}  // namespace zstats::vdevice

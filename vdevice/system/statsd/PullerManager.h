@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "daemon/base/Mutex.h"
+#include "vdevice/system/statsd/Puller.h"
+
+namespace zstats::vdevice {
+
+/** A registration as tools see it. */
+struct RegisteredPuller {
+    int32_t uid = 0;
+    int32_t tag = 0;
+    PullTerms terms;
+    bool alive = false;
+};
+
+/**
+ * Everyone who answers pulls, by uid and atom tag; a later registration replaces an earlier one.
+ * Any thread.
+ *
+ * As on a device, one lock is held for the length of each pull: pulls run one after the other,
+ * whichever atoms they are for, and registrations wait for them.
+ */
+class PullerManager {
+  public:
+    using Callback = Puller::Callback;
+
+    void add(int32_t uid, int32_t tag, PullTerms terms, const Callback& callback);
+    void remove(int32_t uid, int32_t tag);
+
+    /**
+     * Asks the first of these uids that has a puller for the tag. A puller whose process turns out
+     * to be dead is removed. `eventTimeNs`: see Puller::pull.
+     */
+    PullResult pull(const std::vector<int32_t>& uids, int32_t tag, int64_t eventTimeNs);
+    /** Asks whoever registered the tag first, now. */
+    PullResult pullFromAnyone(int32_t tag);
+
+    /** Whether the lock is released while a puller is asked, so that pulls of several atoms overlap. */
+    void setParallel(bool parallel) { mParallel = parallel; }
+
+    /** In the order of arrival. */
+    std::vector<RegisteredPuller> list() const;
+
+  private:
+    using Key = std::pair<int32_t, int32_t>;  // uid and tag
+
+    struct Registration {
+        uint64_t arrival;
+        std::shared_ptr<Puller> puller;
+    };
+    using Registrations = std::map<Key, Registration>;
+
+    PullResult pullLocked(const Key& key, int64_t eventTimeNs) REQUIRES(mLock);
+    PullResult pullReleased(Puller& puller, int64_t eventTimeNs) REQUIRES(mLock);
+
+    std::atomic<bool> mParallel{false};
+    mutable Mutex mLock;
+    uint64_t mArrivals GUARDED_BY(mLock) = 0;
+    Registrations mPullers GUARDED_BY(mLock);
+};
+
+}  // namespace zstats::vdevice

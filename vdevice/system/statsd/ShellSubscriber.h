@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <list>
+#include <thread>
+
+#include "daemon/base/Mutex.h"
+#include "vdevice/system/statsd/PushedAtoms.h"
+#include "vdevice/system/statsd/Subscription.h"
+
+namespace zstats::vdevice {
+
+/**
+ * All running subscriptions, 20 at most. Any thread.
+ *
+ * As on a device, one lock is held while a configuration is read, while atoms are pulled and while
+ * frames are written, whichever subscription they are for. A reader who takes nothing more stops
+ * every subscription, new ones and pushed atoms included, until it reads on or goes away.
+ */
+class ShellSubscriber {
+  public:
+    explicit ShellSubscriber(PullerManager* pullers) : mPullers(pullers) {}
+    /** Ends all subscriptions. */
+    ~ShellSubscriber();
+
+    /**
+     * Reads one length-prefixed configuration from `in` and, if there is room and it makes sense,
+     * streams to a duplicate of `out` from now on. Blocks until the configuration is complete. A
+     * refusal shows in the log only.
+     */
+    void start(int in, int out, std::chrono::seconds lifetime);
+
+    /** Hands an event to every subscription that asked for its atom. */
+    void push(const PushedEvent& event);
+
+    /** How many there are. Never waits. */
+    size_t running() const { return mRunning; }
+
+  private:
+    void launch(SubscriptionRequest request, int out, std::chrono::seconds lifetime) REQUIRES(mLock);
+    void serve();
+    int64_t serveAll() REQUIRES(mLock);
+
+    PullerManager* const mPullers;
+    std::atomic<size_t> mRunning{0};
+    Mutex mLock;
+    std::condition_variable_any mChanged;
+    std::list<Subscription> mSubscriptions GUARDED_BY(mLock);
+    bool mNewSubscription GUARDED_BY(mLock) = false;
+    bool mEnding GUARDED_BY(mLock) = false;
+    bool mServing GUARDED_BY(mLock) = false;
+    std::thread mThread GUARDED_BY(mLock);
+};
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <aidl/zstats/vdevice/IStatsdControl.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vdevice/lib/atoms/PulledAtom.h"
+
+namespace zstats::vdevice {
+
+/** Exit statuses of the tool. */
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
+using Control = std::shared_ptr<aidl::zstats::vdevice::IStatsdControl>;
+
+/** The words after a command, its options taken out. */
+struct Words {
+    bool json = false;
+    bool settle = false;
+    bool fresh = false;
+    bool parallel = false;
+    bool stall = false;
+    std::optional<int> uid;
+    std::optional<int> seconds;
+    std::optional<int> count;
+    std::string file;  // "-" is standard output
+    std::vector<int32_t> ids;
+};
+
+/** statsd's control service; ends the process with a message if it is not there. */
+Control controlOrDie();
+
+/** Pulls once. `fromCache`, if given, says whether the cool-down kept the puller from being asked. */
+PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache = nullptr);
+/** Pulls until the cool-down is over and the puller is asked. */
+PulledAtom pullFresh(const Control& control, int32_t tag);
+
+// The commands. Each returns the exit status.
+int pullCommand(const Words& words);
+int registrationsCommand();
+int pushedCommand(const Words& words);
+int explainCommand(const Words& words);
+int subscribeCommand(const Words& words);
+int traceCommand(const Words& words);
+int watchCommand(const Words& words);
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,196 @@
+// zstats_record: writes all that the daemon reads on this device as a profile folder.
+
+#include <glob.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <thread>
+
+#include "vdevice/lib/atoms/AtomCatalogue.h"
+#include "vdevice/lib/profile/ProfileFiles.h"
+#include "vdevice/lib/sources/AtomSources.h"
+#include "vdevice/lib/sources/DeviceSources.h"
+#include "vdevice/tools/zstats_record/NodeSamples.h"
+#include "vdevice/tools/zstats_record/Recording.h"
+
+using namespace zstats::vdevice;
+
+namespace {
+
+constexpr int kUsageStatus = 2;
+constexpr std::chrono::seconds kBetweenSamples(1);
+
+// What handlers and start-up gating read of the kernel.
+constexpr const char* kKernelFiles[] = {
+        "/proc/meminfo",
+        "/proc/uptime",
+        "/proc/device-tree/chosen/atag,chipid",
+        "/sys/devices/system/cpu/cpu*/cpuidle/state*/{name,time}",
+        // In parentheses: one pattern in two lines.
+        ("/sys/class/wakeup/*/{name,active_count,active_time_ms,event_count,expire_count,"
+         "last_change_ms,max_time_ms,prevent_suspend_time_ms,total_time_ms,wakeup_count}"),
+};
+
+void note(const char* what) {
+    fprintf(stderr, "zstats_record: %s\n", what);
+}
+
+void recordNodes(const Recording& recording, int samples) {
+    if (!serviceIsThere(handleFactoryService())) return note("no handle factory: no nodes");
+    recording.makeFolder(profile::kNodes);
+    std::map<std::string, std::vector<std::string>> contents;
+    for (int sample = 0; sample < samples; ++sample) {
+        if (sample > 0) std::this_thread::sleep_for(kBetweenSamples);
+        for (const std::string_view key : sourceNames(SourceKind::kKey)) {
+            Reading reading = readHandleKey(std::string(key));
+            if (reading.ok) contents[std::string(key)].push_back(std::move(reading.text));
+        }
+    }
+    for (auto& [key, texts] : contents) {
+        for (const auto& [name, text] : nodeFiles(key, std::move(texts))) {
+            recording.put(std::string(profile::kNodes) + "/" + name, text);
+        }
+    }
+}
+
+void recordCharger(const Recording& recording) {
+    if (!serviceIsThere(chargerService())) return note("no charger service");
+    std::string text;
+    for (const std::string& method : chargerMethods()) {
+        const Reading reading = readChargerMethod(method);
+        text += method + "=" + (reading.ok ? reading.text : "fail") + "\n";
+    }
+    recording.put(profile::kCharger, text);
+}
+
+void recordTouch(const Recording& recording) {
+    const Reading reading = readTouch();
+    if (!reading.ok) return note("no text from the touch service");
+    recording.put(profile::kTouch, reading.text);
+}
+
+/** The profile's lines for the replies to the three codes. */
+std::string caldaText() {
+    std::string text;
+    if (const auto reply = callCalda(kCaldaStatus); reply && reply->transport != 0) {
+        return "transport_error=" + std::to_string(reply->transport) + "\n";
+    } else if (reply && reply->words.size() == 1) {
+        text += "exception=" + std::to_string(reply->words[0]) + "\n";
+    } else if (reply && reply->words.size() > 1) {
+        text += "status=" + std::to_string(reply->words[1]) + "\n";
+    }
+    if (const auto reply = callCalda(kCaldaAmbient); reply && !reply->words.empty()) {
+        text += "ambient=" + std::to_string(reply->words[0]) + "\n";
+    }
+    if (const auto reply = callCalda(kCaldaAllTemperatures); reply && reply->transport == 0) {
+        std::string words;
+        for (int32_t word : reply->words)
+            words += (words.empty() ? "" : " ") + std::to_string(word);
+        text += "vector=" + words + "\n";
+    }
+    return text;
+}
+
+void recordHeat(const Recording& recording) {
+    if (serviceIsThere(kCaldaService)) {
+        recording.put(profile::kCalda, caldaText());
+    } else {
+        note("no service calda");
+    }
+    const auto temperatures = readCpuTemperatures();
+    if (!temperatures) return note("no temperatures from the thermal service");
+    std::string text;
+    for (float value : *temperatures) text += valueText(value) + "\n";
+    recording.put(profile::kThermal, text);
+}
+
+void recordAudio(const Recording& recording) {
+    const auto reply = callAudio();
+    if (!reply) return note("no audio service");
+    if (reply->transport != 0) {
+        recording.put(profile::kAudio, "status=" + std::to_string(reply->transport) + "\n");
+    } else {
+        // An empty file is a reply without any text.
+        recording.put(profile::kAudio, reply->text ? *reply->text + "\n" : "");
+    }
+}
+
+void recordUsage(const Recording& recording) {
+    const auto records = readUsageRecords();
+    if (!records) return recording.put(profile::kUsage, "!fail\n");
+    if (records->empty()) return;
+    std::string text;
+    for (const auto& record : *records) text += record.value_or("!nontext") + "\n";
+    recording.put(profile::kUsage, text);
+}
+
+/** Properties that a boot brings back; the others are the running system's state. */
+void recordProperties(const Recording& recording) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> list(popen("getprop", "r"), pclose);
+    char line[1024];
+    std::string text;
+    while (list != nullptr && fgets(line, sizeof(line), list.get()) != nullptr) {
+        const std::string entry(line);
+        const size_t middle = entry.find("]: [");
+        const size_t end = entry.rfind(']');
+        if (entry[0] != '[' || middle == std::string::npos || end < middle + 4) continue;
+        const std::string name = entry.substr(1, middle - 1);
+        if (name.rfind("ro.", 0) != 0 && name.rfind("persist.", 0) != 0) continue;
+        text += name + "=" + entry.substr(middle + 4, end - middle - 4) + "\n";
+    }
+    if (text.empty()) note("getprop lists no properties");
+    recording.put(profile::kBuildProp, text);
+}
+
+void recordKernel(const Recording& recording) {
+    for (const char* pattern : kKernelFiles) {
+        glob_t found = {};
+        glob(pattern, GLOB_BRACE, nullptr, &found);
+        for (size_t i = 0; i < found.gl_pathc; ++i) {
+            const Reading reading = readDeviceFile(found.gl_pathv[i]);
+            if (reading.ok)
+                recording.put(std::string(profile::kRoot) + found.gl_pathv[i], reading.text);
+        }
+        globfree(&found);
+    }
+}
+
+int usage() {
+    note("usage: zstats_record DIR [--samples N]");
+    return kUsageStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int samples = 1;
+    const char* folder = nullptr;
+    for (int i = 1; i < argc; ++i) {
+        if (strcmp(argv[i], "--samples") == 0) {
+            const auto number = i + 1 < argc ? parseInt(argv[++i]) : std::nullopt;
+            if (!number || *number < 1) return usage();
+            samples = *number;
+        } else if (folder == nullptr && argv[i][0] != '-') {
+            folder = argv[i];
+        } else {
+            return usage();
+        }
+    }
+    if (folder == nullptr) return usage();
+
+    const Recording recording(folder);
+    recordNodes(recording, samples);
+    recordCharger(recording);
+    recordTouch(recording);
+    recordHeat(recording);
+    recordAudio(recording);
+    recordUsage(recording);
+    recordProperties(recording);
+    recordKernel(recording);
+    return EXIT_SUCCESS;
+}
