@@ -2,8 +2,8 @@
 
 #include <binder/IPCThreadState.h>
 
-// A servicemanager for a system without service contexts: it knows who calls and admits everybody.
-// The platform's own, compiled off a device, takes every caller for root.
+// servicemanager's access checks for a system without SELinux service contexts: every caller may do
+// everything. The platform's own, compiled off a device, takes every caller for root.
 
 namespace android {
 

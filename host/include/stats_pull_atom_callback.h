@@ -59,7 +59,7 @@ typedef AStatsManager_PullAtomCallbackReturn (*AStatsManager_PullAtomCallback)(i
 void AStatsManager_setPullAtomCallback(int32_t atom_tag, AStatsManager_PullAtomMetadata* metadata,
                                        AStatsManager_PullAtomCallback callback, void* cookie);
 
-/** Takes the atom's registration back; returns at once as well. */
+/** Ends the atom's registration. Returns at once. */
 void AStatsManager_clearPullAtomCallback(int32_t atom_tag);
 
 __END_DECLS

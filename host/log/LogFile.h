@@ -17,7 +17,7 @@ namespace zstats {
  * A log file that several processes append to, in the form that logcat prints:
  * "MM-DD HH:MM:SS.mmm uid pid tid P tag: text". Any thread; uses no memory but the stack.
  *
- * All of it is in this header, so that programs without the rest of the host's code can have it.
+ * Header-only, so that programs can use it without linking the rest of host/.
  */
 class LogFile {
   public:

@@ -71,7 +71,7 @@ std::unique_ptr<PropertyArea> PropertyArea::createInMemory() {
 }
 
 std::unique_ptr<PropertyArea> PropertyArea::create(const std::string& path) {
-    // Filled under another name: whoever can open `path` finds a complete area.
+    // Created under another name and renamed, so that a process that can open `path` finds it complete.
     const std::string draft = path + ".new";
     android::base::unique_fd fd(
             open(draft.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0444));

@@ -13,7 +13,7 @@ namespace zstats::properties {
 namespace {
 
 constexpr uint32_t kSetProperty2 = 0x00020001;
-/** Far above any real name or value; keeps a stray client from making init allocate. */
+/** Far above any real name or value: limits what a client can make init allocate. */
 constexpr uint32_t kMaxTextBytes = 4096;
 
 bool readText(int fd, std::string* text) {

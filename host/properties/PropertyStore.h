@@ -62,7 +62,7 @@ class PropertyArea {
     void forEach(const std::function<void(const char* name, const char* value)>& visit) const;
     void forEachEntry(const std::function<void(const prop_info& entry)>& visit) const;
 
-    /** A number that every change makes another. */
+    /** Changes with every change of a property. */
     uint32_t serial() const;
     /**
      * Waits until the serial of the entry, or of the area if that is null, differs from `old`, and

@@ -14,12 +14,12 @@ constexpr char kStatsdService[] = "stats";
 void registerWith(aidl::android::os::IStatsd& statsd, int32_t atomTag,
                   const std::shared_ptr<PullAtomCallback>& callback) {
     const AStatsManager_PullAtomMetadata& metadata = callback->metadata();
-    // A statsd that just died fails this call; its death notice brings the registration back.
+    // The status is not checked: if statsd has died, its death notice has all atoms registered again.
     statsd.registerNativePullAtomCallback(atomTag, metadata.coolDownMillis, metadata.timeoutMillis,
                                           metadata.additiveFields, callback);
 }
 
-/** Ends the worker before the process takes down what it uses. */
+/** Joins the worker before static objects that it uses are destroyed. */
 struct JoinAtExit {
     ~JoinAtExit() { PullRegistry::instance().join(); }
 };
@@ -27,7 +27,7 @@ struct JoinAtExit {
 }  // namespace
 
 PullRegistry& PullRegistry::instance() {
-    // Binder threads may still pull while the process exits, so only the worker is waited for.
+    // Never deleted: binder threads may still call its callbacks while the process exits.
     static auto* registry = new PullRegistry;
     return *registry;
 }
@@ -57,7 +57,7 @@ void PullRegistry::enqueue(Command command) {
     const ScopedLock lock(mQueueLock);
     mQueue.push_back(std::move(command));
     if (mWorkerRunning) return;
-    // The last worker takes no lock any more once it has said that it ends.
+    // A worker that has cleared mWorkerRunning ends without taking the lock again.
     if (mWorker.joinable()) mWorker.join();
     mWorkerRunning = true;
     mWorker = std::thread(&PullRegistry::runCommands, this);
@@ -114,8 +114,8 @@ std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
     if (mStatsd == nullptr) {
         const ndk::SpAIBinder binder = findStatsd();
         mStatsd = IStatsd::fromBinder(binder);
-        // One that dies meanwhile is kept all the same, as by the platform's library: no notice of
-        // its death comes, and the process's atoms stay unregistered.
+        // The status is not checked, as in the platform's library: a statsd that died before the
+        // link stays cached without a death notice, and the process's atoms stay unregistered.
         if (mStatsd != nullptr) {
             AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this);
         }
@@ -130,7 +130,7 @@ void PullRegistry::onStatsdDied(void* cookie) {
 }
 
 void PullRegistry::forgetStatsd() {
-    std::shared_ptr<IStatsd> dead;  // its binder is let go without the lock
+    std::shared_ptr<IStatsd> dead;  // released after the lock
     const ScopedLock lock(mStatsdLock);
     dead.swap(mStatsd);
 }

@@ -52,7 +52,7 @@ class PullRegistry {
     using IStatsd = aidl::android::os::IStatsd;
     using CallbackPtr = std::shared_ptr<PullAtomCallback>;
 
-    /** A registration, or with an empty callback its withdrawal. */
+    /** A registration, or, with an empty callback, the end of one. */
     struct Command {
         int32_t atomTag;
         CallbackPtr callback;
@@ -79,7 +79,7 @@ class PullRegistry {
     std::thread mWorker GUARDED_BY(mQueueLock);
     bool mWorkerRunning GUARDED_BY(mQueueLock) = false;
 
-    // Held during look-ups too: of two at a time each would link the proxy to the notice of death.
+    // Held during look-ups too, so that only one of them links the death recipient.
     Mutex mStatsdLock;
     std::shared_ptr<IStatsd> mStatsd GUARDED_BY(mStatsdLock);
     ndk::ScopedAIBinder_DeathRecipient mDeathRecipient;

@@ -21,12 +21,12 @@ struct AStatsEvent {
 
 namespace {
 
-/** Room that an event starts with: usual atoms fit, and long lists of events stay small. */
+/** Initial capacity in bytes: enough for most atoms. */
 constexpr size_t kUsualBytes = 256;
 
 void appendBytes(AStatsEvent* event, const void* data, size_t size) {
     std::vector<uint8_t>& bytes = event->bytes;
-    // Both sides matter: a corrupt size must not wrap round the sum.
+    // Written so that a huge size does not overflow the sum.
     if (size > kMaxPulledBytes || bytes.size() > kMaxPulledBytes - size) {
         event->errors |= kErrorOverflow;
         return;
@@ -89,7 +89,7 @@ bool beginAnnotation(AStatsEvent* event, uint8_t id, EventType type) {
         event->errors |= kErrorAnnotationIdTooLarge;
         return false;
     }
-    // After an overflow the type byte itself may be missing; the error is noted already.
+    // After an overflow there may be no type byte; the error is recorded already.
     if (event->lastFieldPos >= event->bytes.size()) return false;
     uint8_t& typeByte = event->bytes[event->lastFieldPos];
     if (typeByte >> 4 >= static_cast<int>(kMaxAnnotations)) {

@@ -41,7 +41,7 @@ LogHeader makeHeader() {
             static_cast<uint32_t>(now.tv_sec), static_cast<uint32_t>(now.tv_nsec)};
 }
 
-/** True for errors of a socket whose other end went away, which a new connection mends. */
+/** True for errors of a socket whose peer has gone: connecting again may help. */
 bool isStale(int error) {
     return error == -ENOTCONN || error == -ECONNREFUSED || error == -ENOENT || error == -ECONNRESET;
 }

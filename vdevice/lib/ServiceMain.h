@@ -16,7 +16,7 @@ void publishOrDie(const std::string& name, const android::sp<android::IBinder>& 
 /** Returns once a service of this name is registered. */
 void waitForService(const std::string& name);
 
-/** Serves binder calls from now on, beside what the caller goes on to do. */
+/** Starts threads that serve binder calls, and returns. */
 void startBinderThreads();
 
 /** Serves binder calls until the process is killed. Returns the process's exit status. */

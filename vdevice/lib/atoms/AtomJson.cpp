@@ -35,7 +35,7 @@ void appendAscii(std::string* out, char c) {
 
 std::string jsonValue(const AtomValue& value) {
     if (const auto* text = std::get_if<std::string>(&value)) return jsonString(*text);
-    // JSON has no word for these.
+    // JSON has no infinities and no NaN.
     if (const auto* number = std::get_if<float>(&value); number != nullptr) {
         if (!std::isfinite(*number)) return "null";
     }
@@ -68,7 +68,7 @@ size_t utf8Length(std::string_view text) {
     for (size_t i = 1; i < length; ++i) {
         if ((byte(i) & 0xC0) != 0x80) return 0;
     }
-    // Overlong forms, surrogates, and what lies beyond the last character.
+    // Not UTF-8: overlong encodings, surrogates, and values above U+10FFFF.
     if (first == 0xE0 && byte(1) < 0xA0) return 0;
     if (first == 0xED && byte(1) > 0x9F) return 0;
     if (first == 0xF0 && byte(1) < 0x90) return 0;

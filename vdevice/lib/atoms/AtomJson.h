@@ -20,7 +20,7 @@ std::string jsonUnbuilt(int32_t id);
 /** A pull that was not answered. */
 std::string jsonFailed(int32_t id, std::string_view reason);
 
-/** Bytes of the UTF-8 character at the start of a text that is not empty; 0 if there is none. */
+/** Length in bytes of the UTF-8 character that a non-empty text begins with; 0 if it is malformed. */
 size_t utf8Length(std::string_view text);
 
 /** The text in quotes. Bytes that are no UTF-8 become U+FFFD, so that the line stays JSON. */

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kNameColumn = 8;
 constexpr size_t kFieldColumn = 40;
 constexpr size_t kBarLength = 24;
-// More columns than this are hard to read across; such events are written out.
+// Events with more fields than this are printed as "name value" pairs instead of table rows.
 constexpr size_t kMaxColumns = 8;
 
 using Row = std::vector<std::string>;

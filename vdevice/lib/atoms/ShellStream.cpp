@@ -81,7 +81,7 @@ AtomValue catalogueValue(const Message& message, const FieldDescriptor& field) {
     }
 }
 
-/** Fields that the catalogue does not have, by what their wire form can tell. */
+/** A field that the catalogue lacks: its type is guessed from its wire type. */
 void appendUnknown(const UnknownFieldSet& unknown, std::vector<AtomValue>* fields) {
     for (int i = 0; i < unknown.field_count(); ++i) {
         const UnknownField& field = unknown.field(i);

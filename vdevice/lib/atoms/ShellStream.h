@@ -33,7 +33,7 @@ std::optional<std::vector<StreamedAtom>> parseShellData(std::string_view message
 /** Cuts a stream, however its bytes arrive, into messages. Not thread-safe. */
 class ShellFrameCutter {
   public:
-    /** Longest message that is believed; a longer one means that the stream is broken. */
+    /** A longer message, in bytes, is taken for a broken stream. */
     static constexpr uint64_t kMaxMessage = 16 << 20;
 
     void append(const char* bytes, size_t count) { mPending.append(bytes, count); }

@@ -126,7 +126,7 @@ std::string checkScenario(const std::string& text) {
     return fault == nullptr ? "" : *fault;
 }
 
-/** What checks a file: its lines, its `key=value` lines with each key once, its text, or nothing. */
+/** How a file is checked: by lines, by `key=value` lines (each key once), as a whole, or not at all. */
 struct TextFile {
     const char* name;
     std::string (*line)(const std::string&, const ProfileNames&);

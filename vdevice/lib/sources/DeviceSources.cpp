@@ -46,7 +46,7 @@ sp<IBinder> find(const char* name) {
 
 template <typename Interface>
 std::shared_ptr<Interface> findNdk(const std::string& name) {
-    // Looked up the other way first: the NDK's look-up logs an error for a service that is absent.
+    // Checked with the C++ library first: the NDK's look-up logs an error for an absent service.
     if (find(name.c_str()) == nullptr) return nullptr;
     return Interface::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(name.c_str())));
 }
@@ -172,7 +172,7 @@ Reading readDeviceFile(const std::string& path) {
 }
 
 int64_t uptimeMs() {
-    // From the file, as a profile may show a longer one than that of the virtual device.
+    // Read from the file: a profile may replace it by that of a device that has been up for longer.
     return static_cast<int64_t>(strtod(readDeviceFile("/proc/uptime").text.c_str(), nullptr) * 1000);
 }
 

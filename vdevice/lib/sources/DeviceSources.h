@@ -10,8 +10,8 @@
 namespace zstats::vdevice {
 
 /**
- * The places that the daemon takes its values from, asked directly and from another process. Each
- * call looks its service up anew and waits for none. Any thread.
+ * Reads the daemon's sources without the daemon. Each call looks its service up and does not wait
+ * for it. Any thread.
  */
 
 /** A value as text, or the reason for which there is none. */

@@ -19,7 +19,7 @@ using android::status_t;
 constexpr uint32_t kMonitorResult = 129;
 constexpr char kMonitorName[] = "PAPowerMonitorResult";
 
-// The one call to be deprecated on newer platforms; the daemon's request has no other form.
+// readCString is deprecated, but the daemon sends a C string.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 

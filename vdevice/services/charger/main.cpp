@@ -12,7 +12,7 @@ namespace {
 
 using Status = ndk::ScopedAStatus;
 
-/** The number beside `method`; an error for "fail", for no number and for no such line. */
+/** The number in the line of `method`; an error for "fail", another text, or a missing line. */
 Status lookUp(const char* method, int32_t* value) {
     const auto text = readProfileFile(profilePath(profile::kCharger));
     const auto lines = keyValueLines(text.value_or(""));

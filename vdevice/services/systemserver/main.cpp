@@ -1,6 +1,6 @@
-// What the platform's system server does that others wait for: it tells statsd who holds a
-// permission, and says when the boot is complete. The thermal and the audio service, parts of it on
-// a device, are programs of their own here, so that tests can stop one of them.
+// Stands for the platform's system server: answers statsd's permission checks and sets
+// sys.boot_completed. The thermal and the audio service, which run inside the system server on a
+// device, are separate programs here, so that tests can stop one of them.
 
 #include <aidl/android/os/BnStatsCompanionService.h>
 #include <cutils/properties.h>
@@ -28,7 +28,7 @@ class StatsCompanion : public aidl::android::os::BnStatsCompanionService {
     }
 };
 
-/** The profile has the file that the service of this name serves, and wants it started. */
+/** Whether init starts the service: the profile has its file and does not list it as absent. */
 bool isStarted(const std::string& service, const std::string& file) {
     const auto absent = profileLines(readProfileFile(profilePath(profile::kAbsent)).value_or(""));
     return readProfileFile(profilePath(file)) &&
@@ -41,7 +41,7 @@ int main() {
     const auto companion = ndk::SharedRefBase::make<StatsCompanion>();
     publishOrDie("statscompanion", companion->asBinder().get());
     startBinderThreads();
-    // On a device statsd has been up for seconds when the system server has come this far.
+    // On a device statsd starts long before the system server does.
     waitForService("stats");
     if (isStarted("thermalservice", profile::kThermal)) waitForService("thermalservice");
     if (isStarted("audio", profile::kAudio)) waitForService("audio");

@@ -11,6 +11,6 @@ int main(int argc, char** argv) {
             zstats::cmdMain(arguments, android::aout, android::aerr, STDIN_FILENO, STDOUT_FILENO,
                             STDERR_FILENO, zstats::RunMode::kStandalone);
     fflush(stdout);
-    // Without the destructors of static objects, which binder threads may still be using.
+    // _exit skips static destructors: binder threads may still use those objects.
     _exit(result);
 }

@@ -40,7 +40,7 @@ bool ActionQueue::isTriggered(const RcAction& action, const Event& event) const 
 }
 
 bool ActionQueue::holds(const RcPropertyTrigger& trigger, const Event& event) const {
-    // The value that was set counts, also when the property has changed again since.
+    // The value of the event counts, though the property may have changed again since.
     const bool set = !event.property.empty() && trigger.name == event.property;
     const std::string value = set ? event.value : mLookUp(trigger.name);
     return trigger.value == "*" ? !value.empty() : trigger.value == value;

@@ -11,8 +11,8 @@
 namespace zstats::vdevice {
 
 /**
- * Which commands of the rc files run, and in which order. Events and property changes queue up;
- * each starts the actions that it triggers, in the order of the files. Used on init's one thread.
+ * Decides which commands of the rc files run. Events and property changes are queued; each in turn
+ * queues the commands of the actions that it triggers, in the order of the files. Not thread-safe.
  */
 class ActionQueue {
   public:
@@ -23,15 +23,15 @@ class ActionQueue {
 
     void setActions(std::vector<RcAction> actions) { mActions = std::move(actions); }
 
-    /** Starts actions of this event whose properties hold when its turn comes. */
+    /** Queues an event. The properties of its actions are looked at when its turn comes. */
     void trigger(const std::string& event) { mEvents.push_back({event, "", ""}); }
 
     /**
-     * From now on a property that is set, to a new value or to the one it has, starts the actions
-     * without an event that wait for it. Those that hold already start once.
+     * From now on propertySet triggers actions that have property triggers alone. Those whose
+     * properties hold already are triggered once.
      */
     void enablePropertyTriggers();
-    /** To be told of every property that is set. */
+    /** To be called whenever a property is set, also to the value that it has. */
     void propertySet(const std::string& name, const std::string& value);
 
     /** The next command to run, nothing if none is due. */

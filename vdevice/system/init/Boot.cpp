@@ -23,7 +23,7 @@ using android::base::unique_fd;
 
 constexpr char kModule[] = "/lib/modules/binder_linux.ko";
 constexpr char kPolicy[] = "/etc/selinux/policy";
-/** Few, because a replaced /proc has a link for each; enough for a test to see new ids. */
+/** Limits the process ids: a replaced /proc gets one link for each possible id. */
 constexpr int kMaxPid = 4096;
 
 struct FileSystem {
@@ -44,7 +44,7 @@ constexpr FileSystem kFileSystems[] = {
         {"selinuxfs", "/sys/fs/selinux", ""},
 };
 
-/** These come after the policy, so that their files carry labels. */
+/** Mounted after the policy is loaded, so that their files get SELinux labels. */
 constexpr FileSystem kLabelledFileSystems[] = {{"tmpfs", "/tmp", "mode=1777"},
                                                {"tmpfs", "/data", "mode=771"}};
 

@@ -11,15 +11,15 @@ enum class FrameType : char {
     kOutput = 'O',     // of the script, as written
     kErrors = 'E',     // of the script, as written
     kLog = 'L',        // text of the device's log, in whole or in part lines
-    kHeartbeat = 'H',  // nothing; the device still runs
+    kHeartbeat = 'H',  // no bytes; the device is alive
     kState = 'S',      // why the script starts: the daemon "registered", "stopped" or "exited"
     kRefusal = 'F',    // why the device does not start
     kExit = 'X',       // the script's status, 32 bits
 };
 
 /**
- * The way out of the device: its second serial port, with frames of a type, a length (32 bits,
- * little endian) and as many bytes. One thread.
+ * Sends frames to the launcher over the device's second serial port. A frame is its type, a length
+ * (32 bits, little endian) and that many bytes. Not thread-safe.
  */
 class Channel {
   public:
@@ -27,7 +27,7 @@ class Channel {
     Channel();
 
     void send(FrameType type, std::string_view bytes);
-    /** Returns once all has left the port. */
+    /** Returns once everything has been sent. */
     void drain();
 
   private:

@@ -35,7 +35,7 @@ constexpr char kReadyProperty[] = "vdev.ready";
 constexpr char kRestartProperty[] = "vdev.restart_ms";
 constexpr std::chrono::milliseconds kRestartPeriod(5000);
 
-/** The profile lists the service as absent, or lacks what it serves. */
+/** Whether the profile lists the service as absent or lacks one of the files that it needs. */
 bool isAbsent(const RcService& rc, const std::set<std::string>& absent) {
     const auto listed = [&](const std::string& name) { return absent.count(name) != 0; };
     const auto missing = [](const std::string& name) {

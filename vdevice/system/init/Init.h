@@ -24,7 +24,7 @@ class Init {
     void run();
 
   private:
-    /** Everything up to the first service. Returns what went wrong, empty if nothing. */
+    /** Prepares the boot up to the first service. Returns what went wrong, empty if nothing. */
     std::string prepare();
     std::string readRcFiles();
     std::string fileServices(const std::vector<RcService>& services);
@@ -48,9 +48,9 @@ class Init {
     bool control(const std::string& action, const std::string& name);
     Service* find(const std::string& name) const;
     void onServiceState(const std::string& name, const std::string& state);
-    /** Takes down, the first time, what became of the daemon. */
+    /** Stores the daemon's first state. */
     void daemonIs(const std::string& state);
-    /** Lets the script begin once the services are registered and the daemon is too, or is not. */
+    /** Starts the script when all services are registered and the daemon's first state is known. */
     void beginIfReady();
 
     std::vector<std::unique_ptr<Service>> mServices;

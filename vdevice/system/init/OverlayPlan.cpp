@@ -50,7 +50,7 @@ class Planner {
 
     bool isLink(const std::string& path) const { return fs::is_symlink(mOverlay + path); }
 
-    /** The kernel has a thing of the same kind there, which can be mounted over. */
+    /** Whether the kernel has a file or folder of the same kind there, which can be mounted over. */
     bool kernelHas(const std::string& path) const {
         if (isLink(path)) return false;
         std::error_code ignored;

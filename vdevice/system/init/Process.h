@@ -9,7 +9,7 @@ namespace zstats::vdevice {
 /** Blocks SIGCHLD and returns a descriptor that tells of it instead, without blocking reads. */
 android::base::unique_fd childDeaths();
 
-/** Undoes in a fresh child what init set up for itself: blocked signals. */
+/** Restores the default signal handling in a forked child. */
 void becomeChild();
 
 /**

@@ -30,7 +30,7 @@ bool startsWith(const std::string& text, const char* prefix) {
     return text.compare(0, strlen(prefix), prefix) == 0;
 }
 
-/** What `ps` would call the process; its path is in the log of such requests on devices too. */
+/** The process's program, for the log. */
 std::string programOf(pid_t pid) {
     std::string command;
     android::base::ReadFileToString("/proc/" + std::to_string(pid) + "/cmdline", &command);

@@ -20,7 +20,7 @@ class PropertyService {
     /** Carries out `action` ("start", ...) on the service of that name; false if there is none. */
     using ControlHandler = std::function<bool(const std::string& action, const std::string& name)>;
 
-    /** Told of every property that is set, be the value new or not. */
+    /** Called whenever a property is set, also to the value that it has. */
     using SetListener = std::function<void(const std::string& name, const std::string& value)>;
 
     PropertyService(ControlHandler control, SetListener listener)

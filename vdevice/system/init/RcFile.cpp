@@ -15,7 +15,7 @@ using Words = std::vector<std::string>;
 
 constexpr size_t kAnyNumber = 1000;
 
-/** What a keyword takes, and what it does; the function returns what is wrong. */
+/** How many arguments a keyword takes, and its effect; `apply` returns what is wrong. */
 template <typename Target>
 struct Keyword {
     size_t minArguments;

@@ -66,8 +66,8 @@ struct RcFile {
 
 /**
  * Adds the stanzas of `text` to `out`. Returns what is wrong as "FILE:LINE: REASON", empty if
- * nothing is; `file` is only for that text. An unknown keyword is an error, so that nobody relies
- * on one that has no effect here.
+ * nothing is; `file` appears in that text alone. An unknown keyword is an error, since it would
+ * have no effect.
  */
 std::string parseRcFile(const std::string& file, std::string_view text, RcFile* out);
 

@@ -28,7 +28,7 @@ constexpr int kHeartbeatMs = 5000;
 constexpr char kBegin = 'b';
 constexpr char kRefuse = 'r';
 
-/** The life of the process: from its start to the script's end. */
+/** What the forked process runs. */
 class ScriptProcess {
   public:
     explicit ScriptProcess(int orders)
@@ -70,7 +70,7 @@ class ScriptProcess {
         }
     }
 
-    /** Passes on what is there; false when nothing is. The end closes `from`. */
+    /** Passes on what can be read; false if nothing can. Closes `from` at its end. */
     bool passOnce(unique_fd* from, FrameType type) {
         char buffer[16384];
         const ssize_t count = read(from->get(), buffer, sizeof(buffer));
@@ -89,7 +89,7 @@ class ScriptProcess {
         }
     }
 
-    /** The script's own end counts: what it left running in the background may hold the pipes. */
+    /** Ends with the script itself: background processes that it left may keep the pipes open. */
     void finish(int32_t status) {
         while (passOnce(&mOutput, FrameType::kOutput)) {
         }

@@ -10,9 +10,8 @@ namespace zstats::vdevice {
 inline constexpr char kScriptPath[] = "/script/main";
 
 /**
- * The process that talks to the outside: it streams the device's log from the start, runs the
- * script once told to, passes its output and status on, and ends. It is a process of its own
- * because the port is slow and init must stay quick.
+ * A child process that sends the device's log and the script's output and status to the launcher.
+ * It ends with the script. Init forks it because writing to the slow port blocks.
  */
 class ScriptHost {
   public:

@@ -90,7 +90,7 @@ void Service::kill() {
     INIT_LOG(INFO, "Sending signal %d to service '%s' (pid %d) process group...", SIGKILL,
              mRc.name.c_str(), mPid);
     ::kill(-mPid, SIGKILL);
-    // The child may not lead its group yet.
+    // The child may not have called setsid() yet, and so not be in a group of its own.
     ::kill(mPid, SIGKILL);
     mStopping = true;
     mListener(mRc.name, "stopping");
@@ -119,7 +119,7 @@ void Service::onEnd(int waitStatus, std::chrono::milliseconds restartPeriod) {
         INIT_LOG(INFO, "Service '%s' (pid %d) exited with status %d", mRc.name.c_str(), mPid,
                  WEXITSTATUS(waitStatus));
     }
-    // What the process started ends with it.
+    // Kill what is left of its process group.
     ::kill(-mPid, SIGKILL);
     mPid = -1;
     mStopping = false;

@@ -37,12 +37,12 @@ class Service {
     void start();
     /** Kills the process group; the service stays stopped until it is started. */
     void stop();
-    /** As stop, and start again once the process is gone. */
+    /** Kills the process group and starts the service again once the process has ended. */
     void restart();
 
     /**
-     * The process has ended. Unless it is to stay away, it starts again `restartPeriod` after its
-     * last start, or after the rc file's own period.
+     * To be called when the process has ended. Unless the service is stopped or a oneshot, its
+     * restart is due `restartPeriod` after its last start; the rc file's restart_period precedes.
      */
     void onEnd(int waitStatus, std::chrono::milliseconds restartPeriod);
     /** When a restart is due, nothing if none is. */

@@ -37,7 +37,7 @@ Scenario loadOrDie(const char* path) {
     return std::get<Scenario>(std::move(parsed));
 }
 
-/** Puts the content in the file's place at once: a reader sees the old or the new. */
+/** Replaces the file atomically: a reader sees the old content or the new. */
 bool replaceFile(const std::string& path, const std::string& content) {
     const std::string fresh = path + ".new";
     if (android::base::WriteStringToFile(content, fresh) &&

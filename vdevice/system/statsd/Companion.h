@@ -3,8 +3,8 @@
 namespace zstats::vdevice {
 
 /**
- * Whether the caller of the current transaction holds a permission, by the companion service of the
- * system server. Nobody holds any while that service is not there, for which this waits up to 5 s.
+ * Asks the system server's companion service whether the caller of the current transaction holds a
+ * permission. Waits up to 5 s for that service; false without it.
  */
 bool companionGrants(const char* permission);
 

@@ -21,7 +21,7 @@ ndk::ScopedAStatus ControlService::pull(int32_t tag, PullOutcome* outcome) {
     outcome->answered = result.success;
     outcome->failure = result.failure;
     outcome->fromCache = result.fromCache;
-    // Who wrote a pulled event is of no interest here.
+    // Pulled events come without their sender's uid.
     for (const std::string& bytes : result.events) outcome->events.push_back(encoded(-1, bytes));
     return ndk::ScopedAStatus::ok();
 }

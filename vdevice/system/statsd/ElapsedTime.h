@@ -9,7 +9,7 @@ namespace zstats::vdevice {
 inline constexpr int64_t kNanosPerMilli = 1'000'000;
 inline constexpr int64_t kMillisPerSecond = 1000;
 
-/** Time since boot in ns, the clock that statsd plans by. */
+/** Time since boot in ns, sleep included. */
 inline int64_t elapsedNanos() {
     timespec now = {};
     clock_gettime(CLOCK_BOOTTIME, &now);

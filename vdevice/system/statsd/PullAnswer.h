@@ -13,10 +13,10 @@
 
 namespace zstats::vdevice {
 
-/** What a pull's answer holds: the encoded events, byte for byte, in the order sent. */
+/** Encoded events, byte for byte, in the order in which they were sent. */
 using EncodedEvents = std::vector<std::string>;
 
-/** What the puller said. */
+/** The arguments of pullFinished. */
 struct Answer {
     bool success = false;
     EncodedEvents events;

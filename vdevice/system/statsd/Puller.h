@@ -13,14 +13,14 @@
 
 namespace zstats::vdevice {
 
-/** What a puller asked for when it registered, after statsd's bounds. */
+/** The terms of a registration. */
 struct PullTerms {
     int64_t coolDownMillis = 0;  // at least 1000
     int64_t timeoutMillis = 0;   // at most 10000
     std::vector<int32_t> additiveFields;
 };
 
-/** How a pull went. */
+/** The result of a pull. */
 struct PullResult {
     bool success = false;
     std::string failure;  // why not; empty on success
@@ -29,12 +29,12 @@ struct PullResult {
     EncodedEvents events;
 };
 
-/** One process's answer to the pulls of one atom. Any thread; pulls run one after the other. */
+/** A process that answers the pulls of one atom. Any thread; pulls run one after the other. */
 class Puller {
   public:
     using Callback = std::shared_ptr<aidl::android::os::IPullAtomCallback>;
 
-    /** Bounds the terms as statsd does. */
+    /** Raises the cool-down to 1 s and lowers the time-out to 10 s where `terms` go beyond. */
     Puller(int32_t tag, PullTerms terms, Callback callback);
 
     /**

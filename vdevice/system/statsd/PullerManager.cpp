@@ -52,7 +52,7 @@ PullResult PullerManager::pullLocked(const Key& key, int64_t eventTimeNs) {
     PullResult result = mParallel ? pullReleased(*puller, eventTimeNs) : puller->pull(eventTimeNs);
     if (!result.dead) return result;
     const auto found = mPullers.find({uid, tag});
-    // Without the lock, the process may have come back and registered meanwhile.
+    // With parallel pulls the process may have restarted and registered again meanwhile.
     if (found != mPullers.end() && found->second.puller == puller) mPullers.erase(found);
     STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", tag, uid);
     return result;

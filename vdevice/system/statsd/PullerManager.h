@@ -21,7 +21,7 @@ struct RegisteredPuller {
 };
 
 /**
- * Everyone who answers pulls, by uid and atom tag; a later registration replaces an earlier one.
+ * The registered pullers by uid and atom tag; a later registration replaces an earlier one.
  * Any thread.
  *
  * As on a device, one lock is held for the length of each pull: pulls run one after the other,

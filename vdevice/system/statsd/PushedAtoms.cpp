@@ -12,7 +12,7 @@
 namespace zstats::vdevice {
 namespace {
 
-// Log id, thread, and a time of two words, packed; then the tag.
+// Packed: log id, thread id, seconds, nanoseconds. The tag follows.
 constexpr size_t kHeaderSize = 1 + 2 + 4 + 4;
 constexpr char kStatsLogId = 5;
 constexpr uint32_t kEventTag = 1937006964;
@@ -65,7 +65,7 @@ void PushedAtoms::take(int32_t uid, const char* packet, size_t size) {
     }
     memcpy(&tag, packet + kHeaderSize, sizeof(tag));
     PushedEvent event{uid, std::string(packet + kHeaderSize + sizeof(tag), packet + size)};
-    // Also comes here: the count of events that the sender lost. It is no event.
+    // A sender that lost events reports their number the same way, but not as an event.
     if (tag != kEventTag || event.bytes[0] != kObject) {
         STATSD_LOG(WARN, "pushed packet from uid %d holds no event", uid);
         return;

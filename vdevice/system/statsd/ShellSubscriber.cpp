@@ -80,13 +80,13 @@ void ShellSubscriber::launch(SubscriptionRequest request, int out, std::chrono::
     mNewSubscription = true;
     mChanged.notify_one();
     if (mServing) return;
-    // The last thread takes no lock any more once it has said that it ends.
+    // A thread that has cleared mServing ends without taking the lock again.
     if (mThread.joinable()) mThread.join();
     mServing = true;
     mThread = std::thread(&ShellSubscriber::serve, this);
 }
 
-/** The one thread of all subscriptions; it ends with the last of them. */
+/** Runs on mThread, while there are subscriptions. */
 void ShellSubscriber::serve() {
     ScopedLock lock(mLock);
     while (!mEnding) {

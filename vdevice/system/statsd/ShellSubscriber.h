@@ -15,9 +15,9 @@ namespace zstats::vdevice {
 /**
  * All running subscriptions, 20 at most. Any thread.
  *
- * As on a device, one lock is held while a configuration is read, while atoms are pulled and while
- * frames are written, whichever subscription they are for. A reader who takes nothing more stops
- * every subscription, new ones and pushed atoms included, until it reads on or goes away.
+ * As on a device, one lock is held while a configuration is read, atoms are pulled and frames are
+ * written for any of the subscriptions. A reader that stops reading therefore blocks all of them,
+ * the start of new ones and the delivery of pushed atoms, until it reads on or closes its end.
  */
 class ShellSubscriber {
   public:
@@ -26,9 +26,9 @@ class ShellSubscriber {
     ~ShellSubscriber();
 
     /**
-     * Reads one length-prefixed configuration from `in` and, if there is room and it makes sense,
-     * streams to a duplicate of `out` from now on. Blocks until the configuration is complete. A
-     * refusal shows in the log only.
+     * Reads one length-prefixed configuration from `in` and streams to a duplicate of `out` from
+     * now on. Blocks until the configuration is complete. A malformed one, or a subscription too
+     * many, is refused with a log line only.
      */
     void start(int in, int out, std::chrono::seconds lifetime);
 

@@ -10,8 +10,8 @@
 namespace zstats::vdevice {
 
 /**
- * statsd's interface with every call refused as unsupported, for whoever serves only some of it:
- * configurations, reports, queries and alarms have no user in the virtual device.
+ * statsd's interface with every call refused as unsupported; derived classes implement those that
+ * the virtual device uses. Configurations, reports, queries and alarms are not among them.
  */
 class StatsdBase : public aidl::android::os::BnStatsd {
   protected:

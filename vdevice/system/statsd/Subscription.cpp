@@ -71,8 +71,8 @@ int64_t Subscription::work(int64_t nowNs) {
     }
     const int64_t untilPull = pullDue(nowNs);
     if (nowMs - mLastWriteMs >= kHeartbeatMs) write({});
-    // Counted from the time before the pulls and writes, so that whoever sleeps this long lets an
-    // interval pass between the end of one round and the next.
+    // Relative to the start of this round: the caller sleeps this long after the round's end, so
+    // that slow pulls and writes delay the next round.
     return std::min(untilPull, mLastWriteMs + kHeartbeatMs - nowMs);
 }
 

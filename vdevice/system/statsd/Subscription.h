@@ -29,7 +29,7 @@ struct SubscriptionRequest {
 /** Reads a serialised configuration; nothing if it is malformed. */
 std::optional<SubscriptionRequest> parseSubscription(std::string_view bytes);
 
-/** An event as the stream shows it; nothing for bytes that statsd rejects. */
+/** Decodes an event; nothing for bytes that statsd rejects. */
 std::optional<StreamedAtom> streamedAtom(int32_t uid, std::string_view event);
 
 /**
@@ -50,7 +50,8 @@ class Subscription {
 
     /**
      * Pulls what is due at `nowNs`, writes a heartbeat if nothing was written for a second, and
-     * ends the subscription when its life time is over. Returns how many ms there is nothing to do.
+     * ends the subscription when its life time is over. Returns the ms to sleep before the next
+     * call.
      */
     int64_t work(int64_t nowNs);
 

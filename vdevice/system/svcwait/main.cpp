@@ -8,9 +8,11 @@
 
 #include "vdevice/lib/ServiceMain.h"
 
-// Waits until services are registered: those named as arguments, and then it ends; or, without
-// arguments, those of each line of standard input, which it writes back once they all are. An empty
-// line is answered when the service manager itself answers.
+// Waits until services are registered.
+//
+//   svcwait NAME...      waits for these and ends
+//   svcwait              for each line of names on standard input: waits for these, then writes the
+//                        line to standard output; an empty line waits for the service manager
 
 namespace {
 

@@ -7,7 +7,7 @@ namespace zstats::vdevice {
 
 using Arguments = std::vector<std::string>;
 
-/** Each takes its arguments without its own name and returns its exit status. */
+/** The tools. Each takes its arguments without the tool's name and returns the exit status. */
 int logcatMain(const Arguments& arguments);
 int getpropMain(const Arguments& arguments);
 int setpropMain(const Arguments& arguments);

@@ -1,6 +1,6 @@
 /**
- * kestrel: plays the kernel's side of the BPF data channel. Delivers one record, or the notice that
- * the channel is gone, to a connection of the daemon, and ends once the callback has returned.
+ * kestrel: plays the kernel's side of the BPF data channel. Delivers one record, or a
+ * disconnection, to a channel of the daemon, and ends once the daemon's callback has returned.
  */
 #include <android-base/parseint.h>
 #include <getopt.h>

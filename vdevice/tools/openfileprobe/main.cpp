@@ -3,8 +3,8 @@
 //   cmd openfileprobe [--late] PATH CONTEXT MODE     CONTEXT may be ""
 //   cmd openfileprobe --label PATH CONTEXT           gives a file a security context
 //
-// It prints what came of it and, of a file that was opened, what it could do with it. The result is
-// 0 when the file was opened or labelled, 1 when not, 2 for a command that it does not understand.
+// It prints whether the file was opened, and what reading and writing it gave. The result is 0 when
+// the file was opened or labelled, 1 when not, 2 for wrong arguments.
 
 #include <android-base/unique_fd.h>
 #include <binder/Binder.h>
@@ -36,7 +36,7 @@ namespace {
 
 constexpr uint32_t kOpenFile = IBinder::FIRST_CALL_TRANSACTION;
 constexpr char kText[] = "written by openfileprobe\n";
-/** Time in which the reply to a command reaches its caller. */
+/** Long enough for the reply to reach the caller. */
 constexpr std::chrono::milliseconds kReplyTime{500};
 
 struct Command {

@@ -22,7 +22,7 @@ using aidl::zstats::vdevice::PullRegistration;
 using Atoms = std::map<int32_t, PulledAtom>;
 
 constexpr char kControlService[] = "stats_control";
-// statsd serves no pull of an atom sooner after the one before.
+// The cool-down that the daemon registers, and statsd's minimum.
 constexpr std::chrono::milliseconds kCoolDown(1000);
 constexpr std::chrono::milliseconds kStep(50);
 constexpr int kMaxSteps = 60;
@@ -39,7 +39,7 @@ std::vector<int32_t> eachOnce(const std::vector<int32_t>& tags) {
     return once;
 }
 
-/** Waits until somebody alive has registered each of these atoms, or for as long as that should take. */
+/** Waits until living processes have registered all these atoms, a few seconds at most. */
 void waitForRegistrations(const Control& control, const std::vector<int32_t>& tags) {
     for (int step = 0; step < kMaxSteps; ++step) {
         std::vector<PullRegistration> list;
@@ -54,7 +54,7 @@ void waitForRegistrations(const Control& control, const std::vector<int32_t>& ta
     }
 }
 
-/** Pulls what reports differences, so that a later pull has something to count from. */
+/** Pulls the atoms that count from the pull before, so that a later pull has a baseline. */
 void setBaselines(const Control& control, const std::vector<int32_t>& tags) {
     for (int32_t tag : tags) {
         if (atomInfo(tag).delta) pullAtom(control, tag);
@@ -77,7 +77,7 @@ Atoms pullSettled(const Control& control, const std::vector<int32_t>& tags) {
     return atoms;
 }
 
-/** Asks for all at the same time, which statsd otherwise never does. */
+/** Pulls all at the same time; otherwise statsd pulls one atom after the other. */
 Atoms pullParallel(const Control& control, const std::vector<int32_t>& tags) {
     Atoms atoms;
     for (int32_t tag : tags) atoms[tag].tag = tag;
@@ -112,7 +112,7 @@ void print(const PulledAtom& atom, bool json) {
 }  // namespace
 
 Control controlOrDie() {
-    // Asked first: the look-up below logs an error for a service that is absent.
+    // Checked first: the look-up below logs an error for an absent service.
     if (serviceIsThere(kControlService)) {
         const ndk::SpAIBinder binder(AServiceManager_checkService(kControlService));
         const auto control = IStatsdControl::fromBinder(binder);

@@ -19,7 +19,7 @@ inline constexpr int kExitUsage = 2;
 
 using Control = std::shared_ptr<aidl::zstats::vdevice::IStatsdControl>;
 
-/** The words after a command, its options taken out. */
+/** The parsed command line after the command. */
 struct Words {
     bool json = false;
     bool settle = false;
@@ -36,9 +36,9 @@ struct Words {
 /** statsd's control service; ends the process with a message if it is not there. */
 Control controlOrDie();
 
-/** Pulls once. `fromCache`, if given, says whether the cool-down kept the puller from being asked. */
+/** Pulls once. `fromCache`, if given, tells whether statsd answered from its cache. */
 PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache = nullptr);
-/** Pulls until the cool-down is over and the puller is asked. */
+/** Pulls again until the answer does not come from statsd's cache. */
 PulledAtom pullFresh(const Control& control, int32_t tag);
 
 // The commands. Each returns the exit status.

@@ -125,7 +125,7 @@ void endFollowingOnSignal() {
 }
 
 int followStream(const Words& words, const StreamUser& user) {
-    // Before the first binder call: the driver keeps the identity of the moment it is opened.
+    // Before the first binder call: the driver keeps the uid with which it was opened.
     if (words.uid && setuid(static_cast<uid_t>(*words.uid)) != 0) {
         fprintf(stderr, "statsctl: setuid(%d): %s\n", *words.uid, strerror(errno));
         return kExitFailed;

@@ -12,7 +12,7 @@
 namespace zstats::vdevice {
 namespace {
 
-// Of a terminal that does not know its size, as a serial console.
+// The size of a terminal that does not tell it, a serial console for instance.
 constexpr size_t kDefaultWidth = 80;
 constexpr size_t kDefaultHeight = 24;
 
@@ -90,7 +90,7 @@ int watchOnScreen(const Words& words) {
     return followStream(words, user);
 }
 
-/** Where nobody looks on: a line for each value that changes. */
+/** Output that is no terminal: a line for each value that changes. */
 int watchAsLines(const Words& words) {
     WatchView view;
     StreamUser user;

@@ -13,7 +13,7 @@ class Recording {
     /** Writes a file, with the folders above it. */
     void put(const std::string& name, const std::string& content) const;
 
-    /** Makes a folder, so that the service behind it counts as there even without a file. */
+    /** Makes a folder: the service behind it is started also when the folder is empty. */
     void makeFolder(const std::string& name) const;
 
   private:

@@ -129,7 +129,7 @@ void recordUsage(const Recording& recording) {
     recording.put(profile::kUsage, text);
 }
 
-/** Properties that a boot brings back; the others are the running system's state. */
+/** Records "ro." and "persist." properties; the others do not outlast a boot. */
 void recordProperties(const Recording& recording) {
     const std::unique_ptr<FILE, int (*)(FILE*)> list(popen("getprop", "r"), pclose);
     char line[1024];
