@@ -13,7 +13,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /** Log lines as "W text", then events as "[1, 2L, 1.5f, true, "text"]", 2L being an int64. */
-using Transcript = std::vector<std::string>;
+using Transcript = Lines;
 using Nodes = std::map<std::string, std::string>;
 
 inline std::string textOf(const Field& field) {
@@ -33,20 +33,6 @@ inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
         texts.push_back(text + (event.built ? "]" : "] unbuilt"));
     }
     return texts;
-}
-
-/**
- * What of `transcript` is written at `level`, where the letter of a line may be followed by its
- * gate: "W0 text" stands for "W text" at level 0 and above.
- */
-inline Transcript atLevel(int32_t level, Transcript transcript) {
-    const auto gated = [](const std::string& text) { return isalpha(text[0]) && isdigit(text[1]); };
-    const auto closed = [&](const auto& text) { return gated(text) && text[1] - '0' > level; };
-    transcript.erase(std::remove_if(transcript.begin(), transcript.end(), closed), transcript.end());
-    for (std::string& text : transcript) {
-        if (gated(text)) text.erase(1, 1);
-    }
-    return transcript;
 }
 
 /** The line of a node whose text is empty, and those of one that the service refuses. */

@@ -1,6 +1,7 @@
 #include "tests/support/LogCapture.h"
 
 #include <algorithm>
+#include <cctype>
 #include <utility>
 
 namespace zstats {
@@ -72,9 +73,9 @@ void LogCapture::waitFor(const std::string& text, size_t count) const {
     });
 }
 
-std::vector<std::string> LogCapture::take(const std::string& tag) {
+Lines LogCapture::take(const std::string& tag) {
     constexpr char kLetters[] = "??VDIWEF";
-    std::vector<std::string> taken;
+    Lines taken;
     const std::lock_guard<std::mutex> lock(mLock);
     for (const LogLine& line : std::exchange(mLines, {})) {
         if (line.tag != tag) continue;
@@ -87,6 +88,18 @@ std::vector<std::string> LogCapture::take(const std::string& tag) {
 void LogCapture::clear() {
     std::lock_guard<std::mutex> lock(mLock);
     mLines.clear();
+}
+
+Lines atLevel(int32_t level, const Lines& lines) {
+    Lines written;
+    for (const std::string& line : lines) {
+        if (line.size() < 2 || isalpha(line[0]) == 0 || isdigit(line[1]) == 0) {
+            written.push_back(line);
+        } else if (line[1] - '0' <= level) {
+            written.push_back(line.substr(0, 1) + line.substr(2));
+        }
+    }
+    return written;
 }
 
 }  // namespace zstats

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <android/log.h>
+#include <gtest/gtest.h>
 
 #include <condition_variable>
 #include <functional>
@@ -8,7 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "daemon/Log.h"
+
 namespace zstats {
+
+using Lines = std::vector<std::string>;
 
 /** One log line as the program handed it to the log; `text` without what a device adds to it. */
 struct LogLine {
@@ -29,7 +34,7 @@ class LogCapture {
     LogCapture& operator=(const LogCapture&) = delete;
 
     /** The lines of this tag since the last take, as "W text", in order; all lines are forgotten. */
-    std::vector<std::string> take(const std::string& tag = "zstats_pullerd");
+    Lines take(const std::string& tag = "zstats_pullerd");
 
     /** Returns once `count` lines of this text have been logged since the last take. */
     void waitFor(const std::string& text, size_t count = 1) const;
@@ -51,5 +56,21 @@ class LogCapture {
     std::string mAwaited;
     std::function<void()> mAction;
 };
+
+/**
+ * What of `lines` is written at `level`, where the letter of a line may be followed by its gate:
+ * "W0 text" stands for "W text" at level 0 and above.
+ */
+Lines atLevel(int32_t level, const Lines& lines);
+
+/** Expects these lines, gated so, of `run` at each of the levels 0, 2 and 1. */
+template <typename Run>
+void expectLines(LogCapture& log, const Lines& lines, const Run& run) {
+    for (const int32_t level : {0, 2, 1}) {
+        gLogLevel = level;
+        run();
+        EXPECT_EQ(log.take(), atLevel(level, lines)) << "level " << level;
+    }
+}
 
 }  // namespace zstats

@@ -1,10 +1,15 @@
 #include "tests/support/libraries/FakeLibraries.h"
 
-#include <mutex>
-#include <utility>
+#include <android-base/stringprintf.h>
 
 #include "vendor/include/feature_switch.h"
 #include "vendor/include/stats_write.h"
+#include "vendor/include/zbpf_connection.h"
+
+zstats::Libraries zstats::gLibraries;
+
+using android::base::StringPrintf;
+using zstats::gLibraries;
 
 struct AStatsManager_PullAtomMetadata {
     int64_t coolDownMillis = -1;
@@ -12,114 +17,53 @@ struct AStatsManager_PullAtomMetadata {
     int32_t additiveFields = -1;
 };
 
-namespace zstats::libraries {
 namespace {
 
-std::mutex gLock;  // guards all below
-Answers gAnswers;
-std::vector<std::string> gCalls;
-zbpf_connect_request gRequest;
-std::vector<Registration> gRegistrations;
-int gMetadataInUse = 0;
-
-template <typename... Arguments>
-void record(std::string call, const Arguments&... arguments) {
-    [[maybe_unused]] const auto text = [](const auto& argument) {
-        if constexpr (std::is_arithmetic_v<std::decay_t<decltype(argument)>>) {
-            return std::to_string(argument);
-        } else {
-            return std::string(argument);
-        }
-    };
-    const std::lock_guard<std::mutex> lock(gLock);
-    gCalls.push_back((std::move(call) + ... + (" " + text(arguments))));
-}
-
-Answers answers() {
-    const std::lock_guard<std::mutex> lock(gLock);
-    return gAnswers;
+int record(const std::string& call, int answer = 0) {
+    gLibraries.calls.push_back(call);
+    return answer;
 }
 
 }  // namespace
 
-void reset(Answers answers) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    gAnswers = std::move(answers);
-    gCalls.clear();
-    gRegistrations.clear();
-}
-
-std::vector<std::string> takeCalls() {
-    const std::lock_guard<std::mutex> lock(gLock);
-    return std::exchange(gCalls, {});
-}
-
-zbpf_connect_request lastRequest() {
-    const std::lock_guard<std::mutex> lock(gLock);
-    return gRequest;
-}
-
-std::vector<Registration> registrations() {
-    const std::lock_guard<std::mutex> lock(gLock);
-    return gRegistrations;
-}
-
-int metadataInUse() {
-    const std::lock_guard<std::mutex> lock(gLock);
-    return gMetadataInUse;
-}
-
-}  // namespace zstats::libraries
-
-using namespace zstats::libraries;
-
 bool isOsFeatureEnabled(const char* feature) {
-    record("isOsFeatureEnabled", feature);
-    return answers().featureEnabled;
+    return record(std::string("isOsFeatureEnabled ") + feature, gLibraries.featureEnabled) != 0;
 }
 
 int zbpf_is_enable() {
-    record("zbpf_is_enable");
-    return answers().bpfEnabled;
+    return record("zbpf_is_enable", gLibraries.bpfEnabled);
 }
 
 int zbpf_btf_support() {
-    record("zbpf_btf_support");
-    return answers().bpfTypes;
+    return record("zbpf_btf_support", gLibraries.bpfTypes);
 }
 
 int zbpf_region_support() {
-    record("zbpf_region_support");
-    return answers().bpfRegion;
+    return record("zbpf_region_support", gLibraries.bpfRegion);
 }
 
 int zbpf_connect_start(zbpf_connect_request* request) {
-    record("zbpf_connect_start", request->path, request->name);
-    const std::lock_guard<std::mutex> lock(gLock);
-    gRequest = *request;
-    return gAnswers.bpfConnection < 0 ? gAnswers.bpfConnection : gAnswers.bpfConnection++;
+    return record(
+            StringPrintf("zbpf_connect_start %s %s", request->path, request->name),
+            gLibraries.bpfConnection < 0 ? gLibraries.bpfConnection : gLibraries.bpfConnection++);
 }
 
 int zbpf_connect_exit(int fd, const char* name) {
-    record("zbpf_connect_exit", fd, name);
-    if (const auto atExit = answers().atExit) atExit();
-    return 0;
+    if (gLibraries.atExit) gLibraries.atExit();
+    return record(StringPrintf("zbpf_connect_exit %d %s", fd, name));
 }
 
 int NordaFramework::stats_write(int atomId, int type, int pe, int lnr, int bnr, const char* info) {
-    record("stats_write", atomId, type, pe, lnr, bnr, info);
-    return 0;
+    return record(StringPrintf("stats_write %d %d %d %d %d %s", atomId, type, pe, lnr, bnr, info));
 }
 
 AStatsManager_PullAtomMetadata* AStatsManager_PullAtomMetadata_obtain() {
-    const std::lock_guard<std::mutex> lock(gLock);
-    ++gMetadataInUse;
+    ++gLibraries.metadataInUse;
     return new AStatsManager_PullAtomMetadata;
 }
 
 void AStatsManager_PullAtomMetadata_release(AStatsManager_PullAtomMetadata* metadata) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    --gMetadataInUse;
+    --gLibraries.metadataInUse;
     delete metadata;
 }
 
@@ -140,8 +84,8 @@ void AStatsManager_PullAtomMetadata_setAdditiveFields(AStatsManager_PullAtomMeta
 
 void AStatsManager_setPullAtomCallback(int32_t tag, AStatsManager_PullAtomMetadata* metadata,
                                        AStatsManager_PullAtomCallback callback, void* cookie) {
-    record("setPullAtomCallback", tag, metadata->coolDownMillis, metadata->timeoutMillis,
-           metadata->additiveFields);
-    const std::lock_guard<std::mutex> lock(gLock);
-    gRegistrations.push_back({tag, callback, cookie});
+    record("setPullAtomCallback " + std::to_string(tag) + " " +
+           std::to_string(metadata->coolDownMillis) + " " +
+           std::to_string(metadata->timeoutMillis) + " " + std::to_string(metadata->additiveFields));
+    gLibraries.registrations.push_back({callback, cookie});
 }

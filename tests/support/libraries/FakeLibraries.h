@@ -4,51 +4,41 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "vendor/include/zbpf_connection.h"
+namespace zstats {
 
 /**
  * The closed libraries and the pull library as a test program links them in place of the real ones:
- * each call is recorded, in one order for all of them, and answered as the test wants it.
+ * they record each call and answer as the test says. For calls on the test's own thread.
  */
-namespace zstats::libraries {
+struct Libraries {
+    struct Registration {
+        AStatsManager_PullAtomCallback callback;
+        void* cookie;
+    };
 
-/** What the libraries answer; the values are those of a device that supports everything. */
-struct Answers {
+    // What is answered; as it stands, by a device that supports everything.
     bool featureEnabled = true;
     int bpfEnabled = 1;
     int bpfTypes = 1;
     int bpfRegion = 1;
-    /** Of the first connection; the next one gets the number after it. */
-    int bpfConnection = 40;
-    /** Runs in each zbpf_connect_exit. */
-    std::function<void()> atExit;
+    int bpfConnection = 40;        // of the first connection; the next one gets the number after it
+    std::function<void()> atExit;  // runs in each zbpf_connect_exit
+
+    /**
+     * The calls of all libraries in their order, with their arguments. The set-up of a registration
+     * is part of its call: "setPullAtomCallback 150005 1000 2000 0" holds the tag, cool-down and
+     * time-out in ms, and the number of additive fields.
+     */
+    std::vector<std::string> calls;
+    std::vector<Registration> registrations;
+    int metadataInUse = 0;  // obtained and not released
+
+    std::vector<std::string> takeCalls() { return std::exchange(calls, {}); }
 };
 
-/** Starts anew with these answers, and with nothing recorded. */
-void reset(Answers answers = {});
+extern Libraries gLibraries;
 
-/**
- * The calls since the last take, by function with its arguments: "zbpf_connect_exit 41 pullerd_kw".
- * The set-up of a registration is part of its call, "setPullAtomCallback 150005 1000 2000 0": tag,
- * cool-down and time-out in ms, number of additive fields.
- */
-std::vector<std::string> takeCalls();
-
-/** The request of the last zbpf_connect_start. */
-zbpf_connect_request lastRequest();
-
-struct Registration {
-    int32_t tag;
-    AStatsManager_PullAtomCallback callback;
-    void* cookie;
-};
-
-/** The registrations since reset(), in order. */
-std::vector<Registration> registrations();
-
-/** How many metadata objects were obtained and not released. */
-int metadataInUse();
-
-}  // namespace zstats::libraries
+}  // namespace zstats

@@ -14,10 +14,9 @@
 #include <vector>
 
 #include "host/inprocess/InProcessBinder.h"
+#include "tests/support/LogCapture.h"
 
 namespace zstats {
-
-using Lines = std::vector<std::string>;
 
 /** A text stream that keeps what was printed. Any thread. */
 class TextCapture : public android::TextOutput {

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-namespace zstats {
+#include "tests/support/LogCapture.h"
 
-using Lines = std::vector<std::string>;
+namespace zstats {
 
 /** Sets the properties that have a value. */
 inline void setProperties(std::initializer_list<std::pair<const char*, const char*>> properties) {

@@ -39,7 +39,7 @@ TEST_F(PullDispatchTest, TableHasAHandlerForEveryAtomAndNoOther) {
         EXPECT_EQ(onPullAtom(tag, &mList, &mCallback), 0) << tag;
     }
     EXPECT_TRUE(mList.events.empty());
-    EXPECT_EQ(mLog.take(), std::vector<std::string>{});
+    EXPECT_EQ(mLog.take(), Lines{});
 }
 
 TEST_F(PullDispatchTest, RunsOneHandlerOnceOnTheSameObjectsWithoutTheLock) {
@@ -64,15 +64,11 @@ TEST_F(PullDispatchTest, TellsAtLevelTwoOfItsSearchWhichHoldsTheLock) {
     const std::string found = head + "find matching handler for atomTag = 5";
     bool wasFree = true;
     mLog.whenLogged(found, [&] { wasFree = lockIsFree(); });
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        pullAtom(table, mCallback, 5, &mList);
-        pullAtom(table, mCallback, 6, &mList);
-    }
-    EXPECT_EQ(mLog.take(),
-              (std::vector<std::string>{"D " + found, "D " + head +
-                                                              "do not find matching handler "
-                                                              "for atomTag = 6"}));
+    expectLines(mLog,
+                {"D2 " + found, "D2 " + head + "do not find matching handler for atomTag = 6"}, [&] {
+                    pullAtom(table, mCallback, 5, &mList);
+                    pullAtom(table, mCallback, 6, &mList);
+                });
     EXPECT_FALSE(wasFree);
 }
 

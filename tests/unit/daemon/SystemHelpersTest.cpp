@@ -84,22 +84,16 @@ TEST_F(SystemHelpersTest, ReadFileTakesDescriptor0LikeAnyOther) {
 
 TEST_F(SystemHelpersTest, ReadFileTellsOfAMissingFileAtLevelTwoAndOfAFailingReadAlways) {
     const auto before = ownEntries("fd");
-    const struct {
-        const char* path;
-        int error;
-        const char* line;
-        int32_t gate;
-    } rows[] = {{"/nowhere/x", ENOENT, "D Open /nowhere/x failed(No such file or directory)", 2},
-                {"/proc", EISDIR, "E Read file /proc failed.(Is a directory)", 0}};
-    for (const auto& row : rows) {
-        for (const int32_t level : {0, 1, 2}) {
-            gLogLevel = level;
+    const std::tuple<const char*, int, const char*> rows[] = {
+            {"/nowhere/x", ENOENT, "D2 Open /nowhere/x failed(No such file or directory)"},
+            {"/proc", EISDIR, "E Read file /proc failed.(Is a directory)"}};
+    for (const auto& [path, error, line] : rows) {
+        expectLines(mLog, {line}, [&, path = path, error = error] {
             std::string out = "kept";
-            EXPECT_EQ(readFile(row.path, &out), -1);
-            EXPECT_EQ(errno, row.error);
+            EXPECT_EQ(readFile(path, &out), -1);
+            EXPECT_EQ(errno, error);
             EXPECT_EQ(out, "kept");
-            EXPECT_EQ(mLog.take(), level < row.gate ? Lines{} : Lines{row.line});
-        }
+        });
     }
     EXPECT_EQ(ownEntries("fd"), before);
 }
@@ -139,14 +133,11 @@ TEST_F(SystemHelpersTest, SplitStringReadsPrefixedLongNumbers) {
 
 TEST_F(SystemHelpersTest, GetSystemPropertyLogsItsAnswerAtLevelTwo) {
     property_set("test.helpers.name", "value");
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        EXPECT_EQ(getSystemProperty("test.helpers.name"), "value");
-        EXPECT_EQ(getSystemProperty("test.helpers.absent"), "");
-        EXPECT_EQ(mLog.take(), level < 2 ? Lines{}
-                                         : (Lines{"D property test.helpers.name:value",
-                                                  "D property test.helpers.absent:"}));
-    }
+    expectLines(mLog, {"D2 property test.helpers.name:value", "D2 property test.helpers.absent:"},
+                [] {
+                    EXPECT_EQ(getSystemProperty("test.helpers.name"), "value");
+                    EXPECT_EQ(getSystemProperty("test.helpers.absent"), "");
+                });
 }
 
 TEST_F(SystemHelpersTest, SplitStringTellsThatItCouldNotCopy) {
@@ -262,8 +253,9 @@ TEST_F(SystemHelpersTest, MemTotalIsComparedStrictly) {
     for (const auto& row : cases) {
         mFiles.write("meminfo", row.meminfo != nullptr ? row.meminfo : "");
         const std::string path = mFiles.path(row.meminfo != nullptr ? "meminfo" : "absent");
-        EXPECT_EQ(checkMemTotalOkAt(path.c_str(), 4194304), row.isOk) << row.line;
-        EXPECT_EQ(mLog.take(), Lines{row.line});
+        expectLines(mLog, {row.line}, [&] {
+            EXPECT_EQ(checkMemTotalOkAt(path.c_str(), 4194304), row.isOk) << row.line;
+        });
     }
 }
 

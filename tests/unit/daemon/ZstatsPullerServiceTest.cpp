@@ -3,10 +3,10 @@
 #include <cutils/properties.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,8 +26,6 @@ using android::sp;
 using android::String16;
 using android::base::unique_fd;
 
-using Lines = std::vector<std::string>;
-
 /** The tags in the order in which statsd is to get them. */
 constexpr int32_t kTags[] = {150005, 150006, 150007, 150008, 150009, 150010, 150011, 150013,
                              150014, 150018, 150015, 150112, 150022, 150023, 150024, 150025,
@@ -35,26 +33,22 @@ constexpr int32_t kTags[] = {150005, 150006, 150007, 150008, 150009, 150010, 150
                              150121, 150123, 150124, 150125, 150126, 150127, 150128, 150129,
                              150131, 150133, 150135, 150136, 150138, 150141, 150167};
 
-constexpr char kSched[] = "zbpf_connect_start /system_ext/bin/zcvt/norda_sched pullerd_kw";
-constexpr char kCoreControl[] =
-        "zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw";
+/** A binder that claims an interface, which is all that the service asks of statsd. */
+class Claiming : public android::BBinder {
+  public:
+    explicit Claiming(const char* descriptor) : mDescriptor(descriptor) {}
+    const String16& getInterfaceDescriptor() const override { return mDescriptor; }
 
-/** What the callback object says as it is made on a device of no known platform. */
-constexpr char kNoGpu[] = "E getGpuStats With a unknown vendor platform!";
-
-/** A binder of statsd's interface, which is all that the service asks of it. */
-struct Statsd : android::BBinder {
-    const String16& getInterfaceDescriptor() const override { return descriptor; }
-
-    const String16 descriptor{"android.os.IStatsd"};
+  private:
+    const String16 mDescriptor;
 };
 
 class ZstatsPullerServiceTest : public testing::Test {
   protected:
     ZstatsPullerServiceTest() {
         inprocess::reset();
-        libraries::reset();
-        mStatsd = inprocess::publish("stats", sp<android::IBinder>(new Statsd));
+        gLibraries = {};
+        mStatsd = publishStats("android.os.IStatsd");
     }
     ~ZstatsPullerServiceTest() override {
         inprocess::reset();
@@ -62,148 +56,119 @@ class ZstatsPullerServiceTest : public testing::Test {
         gLogLevel = 1;
     }
 
+    static std::shared_ptr<inprocess::RemoteService> publishStats(const char* descriptor) {
+        return inprocess::publish("stats", sp<android::IBinder>(new Claiming(descriptor)));
+    }
+
     std::shared_ptr<inprocess::RemoteService> mStatsd;
     LogCapture mLog;
 };
 
-TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsWithOneCookieBeforeItConnects) {
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        libraries::reset();
-        const sp<ZstatsPullerService> service(new ZstatsPullerService);
-
+TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConnection) {
+    const std::string sched = "zbpf_connect_start /system_ext/bin/zcvt/norda_sched";
+    const Lines first = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support",
+                         sched + " pullerd_kw"};
+    const Lines both = {first[0], first[1], first[2], first[3],
+                        first[0], first[1], first[2], sched + "_corectl pullerd_kw"};
+    const struct {
+        int region, connection;
+        const char* releaseType;
+        Lines calls, lines;
+        const char* exit;
+    } rows[] = {
+            {1,
+             40,
+             "false",
+             both,
+             {"D2 kworker mConnectFd = 40", "D2 kworker mConnectFd = 41"},
+             "zbpf_connect_exit 41 pullerd_kw"},
+            {1,
+             40,
+             "true",
+             first,
+             {"D2 kworker mConnectFd = 40"},
+             "zbpf_connect_exit 40 pullerd_kw"},
+            {1, 0, "true", first, {"D2 kworker mConnectFd = 0"}, "zbpf_connect_exit 0 pullerd_kw"},
+            {1,
+             -5,
+             "true",
+             first,
+             {"D2 kworker mConnectFd = -5", "W0 kworker connect fail fd = -5"},
+             "zbpf_connect_exit -5 pullerd_kw"},
+            {2,
+             40,
+             "true",
+             {first[0], first[1], first[2]},
+             {"W0 do not support zcvt"},
+             "zbpf_connect_exit -1 pullerd_kw"}};
+    for (const auto& row : rows) {
+        property_set("ro.build.release_type", row.releaseType);
         Lines calls;
         for (const int32_t tag : kTags) {
             calls.push_back("setPullAtomCallback " + std::to_string(tag) + " 1000 2000 0");
         }
-        const Lines connection = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support"};
-        for (const char* start : {kSched, kCoreControl}) {
-            calls.insert(calls.end(), connection.begin(), connection.end());
-            calls.push_back(start);
-        }
-        EXPECT_EQ(libraries::takeCalls(), calls);
-        const std::pair<int32_t, std::string> gatedLines[] = {
-                {2, "D property ro.hardware:"},
-                {0, kNoGpu},
-                {1, "I ThermalReader checkService failed"},
-                {1, "I pullerd:uid =" + std::to_string(getuid()) +
-                            " registerPullAtomCallback success"},
-                {2, "D kworker mConnectFd = 40"},
-                {2, "D kworker mConnectFd = 41"}};
-        Lines lines;
-        for (const auto& [gate, line] : gatedLines) {
-            if (level >= gate) lines.push_back(line);
-        }
-        EXPECT_EQ(mLog.take(), lines);
-        EXPECT_EQ(libraries::metadataInUse(), 0);
-        const auto registrations = libraries::registrations();
-        EXPECT_NE(registrations[0].cookie, nullptr);
-        for (const auto& registration : registrations) {
-            EXPECT_EQ(registration.callback, &onPullAtom);
-            EXPECT_EQ(registration.cookie, registrations[0].cookie);
-        }
+        calls.insert(calls.end(), row.calls.begin(), row.calls.end());
+        Lines lines = {"D2 property ro.hardware:",  // of the callback object, as the next two
+                       "E getGpuStats With a unknown vendor platform!",
+                       "I1 ThermalReader checkService failed",
+                       "I1 pullerd:uid =" + std::to_string(getuid()) +
+                               " registerPullAtomCallback success"};
+        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
+        lines.emplace_back("W0 do not support zcvt");  // of the connection that is tried below
+        expectLines(mLog, lines, [&] {
+            inprocess::reset();
+            mStatsd = publishStats("android.os.IStatsd");
+            gLibraries = {};
+            gLibraries.bpfRegion = row.region;
+            gLibraries.bpfConnection = row.connection;
+            sp<ZstatsPullerService> service(new ZstatsPullerService);
+            EXPECT_EQ(gLibraries.takeCalls(), calls);
+            EXPECT_EQ(gLibraries.metadataInUse, 0);
+            for (const auto& registration : gLibraries.registrations) {
+                EXPECT_EQ(registration.callback, &onPullAtom);
+                EXPECT_NE(registration.cookie, nullptr);
+                EXPECT_EQ(registration.cookie, gLibraries.registrations[0].cookie);
+            }
+            // None waits; the second is of the callback object.
+            EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda"}));
+
+            gLibraries.bpfEnabled = 0;  // where nothing is supported the descriptor stays
+            char path[] = "/bpf/later";
+            service->connectZbpfForKorkerInner(path);
+            gLibraries.calls.clear();
+            service.clear();
+            EXPECT_EQ(gLibraries.takeCalls(), Lines{row.exit});
+        });
+        properties::clearProperties();
     }
-    // Without waiting, once each; the second is of the callback object's readers.
-    EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda", "check stats",
-                                           "check calda", "check stats", "check calda"}));
 }
 
 TEST_F(ZstatsPullerServiceTest, DoesNothingWithoutStatsd) {
-    for (const bool absent : {true, false}) {
+    for (const char* descriptor : {"", "android.os.IStatsd2"}) {
         inprocess::withdraw("stats");
-        if (!absent) inprocess::publish("stats", sp<android::IBinder>(new android::BBinder));
-        for (const int32_t level : {0, 1, 2}) {
-            gLogLevel = level;
-            sp<ZstatsPullerService> service(new ZstatsPullerService);
-            Lines lines = {"E pullerd:  Get statsd service fail", "I pullerd: mStatsd is null"};
-            if (level == 0) lines.pop_back();
-            EXPECT_EQ(mLog.take(), lines);
-            EXPECT_EQ(libraries::takeCalls(), Lines{});
-            service.clear();
-            EXPECT_EQ(libraries::takeCalls(), Lines{"zbpf_connect_exit -1 pullerd_kw"});
-        }
+        if (descriptor[0] != '\0') publishStats(descriptor);
+        expectLines(mLog, {"E pullerd:  Get statsd service fail", "I1 pullerd: mStatsd is null"},
+                    [&] {
+                        sp<ZstatsPullerService>(new ZstatsPullerService).clear();
+                        EXPECT_EQ(gLibraries.takeCalls(), Lines{"zbpf_connect_exit -1 pullerd_kw"});
+                    });
     }
 }
 
 TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     gLogLevel = 2;
+    sp<ZstatsPullerService>(new ZstatsPullerService).clear();  // which is told of nothing any more
     const sp<ZstatsPullerService> service(new ZstatsPullerService);
     const ndk::SpAIBinder statsd = mStatsd->ndkProxy();
     const int32_t references = AIBinder_debugGetRefCount(statsd.get());
     const Lines lookUps = inprocess::lookUps();
-    libraries::takeCalls();
-    mLog.take();
+    gLibraries.calls.clear();
+    mLog.clear();
     mStatsd->die();
     EXPECT_LT(AIBinder_debugGetRefCount(statsd.get()), references);
     EXPECT_EQ(mLog.take(), Lines{"E statsd service died, will try to reconnect."});
-    EXPECT_EQ(libraries::takeCalls(), Lines{});
+    EXPECT_EQ(gLibraries.calls, Lines{});
     EXPECT_EQ(inprocess::lookUps(), lookUps);
-}
-
-TEST_F(ZstatsPullerServiceTest, IsNotToldOfADeathAfterItsEnd) {
-    sp<ZstatsPullerService>(new ZstatsPullerService).clear();
-    mLog.take();
-    mStatsd->die();
-    EXPECT_EQ(mLog.take(), Lines{});
-}
-
-TEST_F(ZstatsPullerServiceTest, ConnectsToTheKernelAndEndsTheLastConnection) {
-    const Lines unsupported = {"W do not support zcvt", "W do not support zcvt"};
-    const Lines second = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support", kCoreControl};
-    const struct {
-        int region, connection;
-        const char* releaseType;
-        Lines last;   // the last calls before the end
-        Lines lines;  // at level 0
-        const char* exit;
-    } rows[] = {
-            {1, 40, "false", second, {}, "zbpf_connect_exit 41 pullerd_kw"},
-            {1, 40, "true", {kSched}, {}, "zbpf_connect_exit 40 pullerd_kw"},
-            {1, 0, "true", {kSched}, {}, "zbpf_connect_exit 0 pullerd_kw"},
-            {1,
-             -5,
-             "true",
-             {kSched},
-             {"W kworker connect fail fd = -5"},
-             "zbpf_connect_exit -5 pullerd_kw"},
-            {2,
-             40,
-             "false",
-             {"zbpf_region_support"},
-             unsupported,
-             "zbpf_connect_exit -1 pullerd_kw"},
-    };
-    for (const auto& row : rows) {
-        libraries::Answers answers;
-        answers.bpfRegion = row.region;
-        answers.bpfConnection = row.connection;
-        libraries::reset(answers);
-        properties::clearProperties();
-        property_set("ro.build.release_type", row.releaseType);
-        gLogLevel = 0;
-        sp<ZstatsPullerService> service(new ZstatsPullerService);
-        const Lines calls = libraries::takeCalls();
-        ASSERT_GE(calls.size(), row.last.size());
-        EXPECT_TRUE(std::equal(row.last.rbegin(), row.last.rend(), calls.rbegin()))
-                << testing::PrintToString(calls);
-        Lines lines = {kNoGpu};
-        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
-        EXPECT_EQ(mLog.take(), lines);
-        service.clear();
-        EXPECT_EQ(libraries::takeCalls(), Lines{row.exit});
-    }
-}
-
-TEST_F(ZstatsPullerServiceTest, KeepsTheDescriptorWhereAConnectionIsNotSupported) {
-    sp<ZstatsPullerService> service(new ZstatsPullerService);
-    libraries::Answers answers;
-    answers.bpfTypes = 0;
-    libraries::reset(answers);
-    char path[] = "/bpf/later";
-    service->connectZbpfForKorkerInner(path);
-    service.clear();
-    EXPECT_EQ(libraries::takeCalls(),
-              (Lines{"zbpf_is_enable", "zbpf_btf_support", "zbpf_connect_exit 41 pullerd_kw"}));
 }
 
 /** The service as dumpsys reaches it. */
@@ -229,7 +194,7 @@ class DumpTest : public ZstatsPullerServiceTest {
 
     /** The flag as the pulls see it. */
     static bool rgbLog() {
-        const void* cookie = libraries::registrations().back().cookie;
+        const void* cookie = gLibraries.registrations.back().cookie;
         return static_cast<const ZStatsPullAtomCallback*>(cookie)->rgbHistogramLog();
     }
 
@@ -307,14 +272,17 @@ TEST_F(DumpTest, NeedsNeitherACallbackObjectNorADescriptorThatTakesText) {
     android::Vector<String16> args;
     args.add(String16("--rgbLog"));
     args.add(String16("1"));
-    for (const int fd : {full.get(), unwritable.get(), -1}) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    const unique_fd unread(ends[1]);
+    signal(SIGPIPE, SIG_IGN);  // as in the daemon
+    for (const int fd : {full.get(), unwritable.get(), unread.get(), -1}) {
         EXPECT_EQ(service->dump(fd, args), android::OK);
     }
 }
 
 TEST_F(DumpTest, EveryTransactionIsLoggedAndServedByTheBase) {
-    gLogLevel = 0;
-    mLog.take();
     const struct {
         uint32_t code, flags;
         android::status_t status;
@@ -324,10 +292,14 @@ TEST_F(DumpTest, EveryTransactionIsLoggedAndServedByTheBase) {
                 {0x00ffffff, 0, android::UNKNOWN_TRANSACTION, "code 16777215, flags 0."},
                 {0x5f4e5446, 0, android::OK, "code 1598968902, flags 0."}};
     android::Parcel reply;
+    mLog.clear();
     for (const auto& row : rows) {
-        EXPECT_EQ(mService->transact(row.code, {}, &reply, row.flags), row.status);
-        EXPECT_EQ(mLog.take(), Lines{std::string("I BnZstatsPullerService onTransact ") + row.line});
+        reply.freeData();
+        expectLines(mLog, {std::string("I BnZstatsPullerService onTransact ") + row.line}, [&] {
+            EXPECT_EQ(mService->transact(row.code, {}, &reply, row.flags), row.status);
+        });
     }
+    reply.setDataPosition(0);
     const String16 descriptor("com.norda.zstats.IZstatsPullerService");
     EXPECT_EQ(reply.readString16(), descriptor);
     EXPECT_EQ(mService->queryLocalInterface(descriptor).get(),

@@ -25,7 +25,6 @@ namespace {
 using android::base::GetProperty;
 using android::base::SetProperty;
 using android::base::unique_fd;
-using Lines = std::vector<std::string>;
 
 class PropertyTest : public testing::Test {
   protected:

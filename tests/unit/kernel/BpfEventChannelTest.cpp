@@ -27,24 +27,9 @@ extern char connectExit __asm__("zbpf_connect_exit");
 namespace zstats {
 namespace {
 
-using Lines = std::vector<std::string>;
-
-/** A record as the kernel lays it out, one byte off since nobody promises where it lies. */
-class Record {
-  public:
-    Record(int32_t type, int32_t pe, int32_t lnr, int32_t bnr, const std::string& info) {
-        const int32_t head[] = {type, pe, lnr, bnr};
-        mBytes.append(reinterpret_cast<const char*>(head), sizeof(head)).append(info);
-    }
-    char* get() { return mBytes.data() + 1; }
-
-  private:
-    std::string mBytes = "?";
-};
-
 class BpfEventChannelTest : public testing::Test {
   protected:
-    BpfEventChannelTest() { libraries::reset(); }
+    BpfEventChannelTest() { gLibraries = {}; }
     ~BpfEventChannelTest() override { gLogLevel = 1; }
 
     LogCapture mLog;
@@ -73,24 +58,20 @@ TEST_F(BpfEventChannelTest, AsksEachQuestionOnlyAfterTheOneBefore) {
                 {1, 1, 2, false, 3}, {-2, 1, 1, false, 1}, {1, 1, -1, false, 3},
                 {-1, 2, 1, true, 3}};
     for (const auto& row : rows) {
-        libraries::Answers answers;
-        answers.bpfEnabled = row.enabled;
-        answers.bpfTypes = row.types;
-        answers.bpfRegion = row.region;
-        libraries::reset(answers);
+        gLibraries.bpfEnabled = row.enabled;
+        gLibraries.bpfTypes = row.types;
+        gLibraries.bpfRegion = row.region;
         EXPECT_EQ(isBpfChannelSupported(), row.isSupported);
-        EXPECT_EQ(libraries::takeCalls(), Lines(questions.begin(), questions.begin() + row.asked));
+        EXPECT_EQ(gLibraries.takeCalls(), Lines(questions.begin(), questions.begin() + row.asked));
     }
 }
 
 TEST_F(BpfEventChannelTest, RequestsInTheLibrarysLayoutWithAPathCutToFit) {
     for (const size_t length : {0, 12, 1022, 1023, 1024, 4000}) {
-        SCOPED_TRACE(length);
         std::string path;
         for (size_t i = 0; i < length; ++i) path += static_cast<char>('a' + i % 26);
         const zbpf_connect_request request = buildConnectionRequest(path.c_str());
-        char bytes[1064];
-        memcpy(bytes, &request, sizeof(bytes));
+        const auto* bytes = reinterpret_cast<const char*>(&request);
         std::string expected = path.substr(0, 1023);
         expected.resize(1048, '\0');
         expected[1024] = 1;
@@ -105,67 +86,65 @@ TEST_F(BpfEventChannelTest, RequestsInTheLibrarysLayoutWithAPathCutToFit) {
 }
 
 TEST_F(BpfEventChannelTest, WritesAnAtomForARecordAndTellsWhatItDrops) {
-    Record record(7, 1, 2, 3, "x");
-    Record extreme(INT32_MAX, INT32_MIN, -1, 0, "a, b:c %s");
-    Record empty(0, 0, 0, 0, "");
-    Record longest(1, 2, 3, 4, std::string(900, 'i'));
-    const std::string arrived = "D onBpfDataArrived: bpf data arrived, dispatch_flag(";
-    const std::string fatal = "D onKestrelFatalDataArrived: data_type(";
-    const std::string info(900, 'i');
+    const std::string text(900, 'i');
     const struct {
         int flag;
         short type;
-        char* record;
+        std::vector<int32_t> head;  // none: a null record
+        std::string info;
         Lines calls;
-        Lines lines;  // the first one and those of level 2
+        std::string line;  // after the first
     } rows[] = {
             {1,
              -4,
-             record.get(),
+             {7, 1, 2, 3},
+             "x",
              {"stats_write 100207 7 1 2 3 x"},
-             {arrived + "1)", fatal + "-4) bpf_data(type:7 pe:1 lnr:2 bnr:3 info:x)"}},
+             "D2 onKestrelFatalDataArrived: data_type(-4) bpf_data(type:7 pe:1 lnr:2 bnr:3 "
+             "info:x)"},
             {1,
              0,
-             extreme.get(),
+             {INT32_MAX, INT32_MIN, -1, 0},
+             "a, b:c %s",
              {"stats_write 100207 2147483647 -2147483648 -1 0 a, b:c %s"},
-             {arrived + "1)", fatal + "0) bpf_data(type:2147483647 pe:-2147483648 lnr:-1 bnr:0 "
-                                      "info:a, b:c %s)"}},
+             "D2 onKestrelFatalDataArrived: data_type(0) bpf_data(type:2147483647 pe:-2147483648 "
+             "lnr:-1 bnr:0 info:a, b:c %s)"},
             {1,
              32767,
-             empty.get(),
+             {0, 0, 0, 0},
+             "",
              {"stats_write 100207 0 0 0 0 "},
-             {arrived + "1)", fatal + "32767) bpf_data(type:0 pe:0 lnr:0 bnr:0 info:)"}},
+             "D2 onKestrelFatalDataArrived: data_type(32767) bpf_data(type:0 pe:0 lnr:0 bnr:0 "
+             "info:)"},
             {1,
              1,
-             longest.get(),
-             {"stats_write 100207 1 2 3 4 " + info},
-             {arrived + "1)", fatal + "1) bpf_data(type:1 pe:2 lnr:3 bnr:4 info:" + info + ")"}},
-            {1, 1, nullptr, {}, {arrived + "1)", "W onKestrelFatalDataArrived, bpf_data is null\n"}},
-            {0, 1, record.get(), {}, {arrived + "0)", "W unknown dispatch flag 0\n"}},
-            {2, 1, record.get(), {}, {arrived + "2)", "W unknown dispatch flag 2\n"}},
-            {-1, 1, nullptr, {}, {arrived + "-1)", "W unknown dispatch flag -1\n"}},
+             {1, 2, 3, 4},
+             text,
+             {"stats_write 100207 1 2 3 4 " + text},
+             "D2 onKestrelFatalDataArrived: data_type(1) bpf_data(type:1 pe:2 lnr:3 bnr:4 info:" +
+                     text + ")"},
+            {1, 1, {}, "", {}, "W0 onKestrelFatalDataArrived, bpf_data is null\n"},
+            {0, 1, {1, 2, 3, 4}, "", {}, "W0 unknown dispatch flag 0\n"},
+            {2, 1, {1, 2, 3, 4}, "", {}, "W0 unknown dispatch flag 2\n"},
+            {-1, 1, {}, "", {}, "W0 unknown dispatch flag -1\n"},
     };
     for (const auto& row : rows) {
-        for (const int32_t level : {0, 1, 2}) {
-            gLogLevel = level;
-            onBpfDataArrived(row.flag, row.type, row.record);
-            EXPECT_EQ(libraries::takeCalls(), row.calls);
-            Lines lines;
-            for (const std::string& line : row.lines) {
-                if (level == 2 || line[0] != 'D') lines.push_back(line);
-            }
-            EXPECT_EQ(mLog.take(), lines);
-        }
+        // One byte off, since nobody promises where a record lies.
+        std::string record = "?";
+        record.append(reinterpret_cast<const char*>(row.head.data()), 4 * row.head.size());
+        record += row.info;
+        const std::string first = "D2 onBpfDataArrived: bpf data arrived, dispatch_flag(" +
+                                  std::to_string(row.flag) + ")";
+        expectLines(mLog, {first, row.line}, [&] {
+            onBpfDataArrived(row.flag, row.type, row.head.empty() ? nullptr : record.data() + 1);
+            EXPECT_EQ(gLibraries.takeCalls(), row.calls);
+        });
     }
 }
 
 TEST_F(BpfEventChannelTest, ADisconnectIsOnlyTold) {
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        onBpfDisconnect();
-    }
-    EXPECT_EQ(mLog.take(), Lines{"D kworker :on_bpf_disconnect"});
-    EXPECT_EQ(libraries::takeCalls(), Lines{});
+    expectLines(mLog, {"D2 kworker :on_bpf_disconnect"}, onBpfDisconnect);
+    EXPECT_EQ(gLibraries.calls, Lines{});
 }
 
 }  // namespace

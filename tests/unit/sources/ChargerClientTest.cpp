@@ -18,11 +18,8 @@ using ChargerClientTest = HandlerTest;
 
 TEST_F(ChargerClientTest, LooksAnAbsentServiceUpAtEachCallWithoutWaiting) {
     inprocess::reset();
-    for (const int32_t level : {0, 1, 2}) {
-        gLogLevel = level;
-        EXPECT_EQ(callback.getIChargeService(), nullptr);
-        EXPECT_THAT(takeLines(), ElementsAre(kAbsent));
-    }
+    log.clear();
+    expectLines(log, {kAbsent}, [&] { EXPECT_EQ(callback.getIChargeService(), nullptr); });
     const FakeCharger charger;
     EXPECT_NE(callback.getIChargeService(), nullptr);
     EXPECT_THAT(takeLines(), IsEmpty());

@@ -145,28 +145,24 @@ TEST_F(HalHandleFactoryProxyAidlTest, TheFreeFunctionReplacesItsOutputOnlyByText
         bool present;
         const char* text;  // null: the service answers with an error
         const char* out;
-        std::vector<std::string> lines;  // at level 2
+        Lines lines;
     } rows[] = {
             {false, nullptr, "before", {kAbsent, "E " + prefix + "Proxy Aidl not exist."}},
             {true, nullptr, "before", {kReadFailed, "E " + prefix + "len=0"}},
             {true, "", "before", {"E " + prefix + "len=0"}},
-            {true, "5", "5", {"D " + prefix + "result = 5"}},
+            {true, "5", "5", {"D2 " + prefix + "result = 5"}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.lines.back());
         service.reset();
         if (row.present) connect();
         if (row.text != nullptr) service->set("k", row.text, -1);
-        takeLines();
-        for (const int32_t level : {0, 1, 2}) {
-            gLogLevel = level;
+        log.clear();
+        expectLines(log, row.lines, [&] {
             out = "before";
             getContentByHandleKey("k", out);
             EXPECT_EQ(out, row.out);
-            auto lines = row.lines;
-            if (level < 2 && lines.back()[0] == 'D') lines.pop_back();
-            EXPECT_EQ(takeLines(), lines) << "level " << level;
-        }
+        });
     }
 }
 

@@ -47,42 +47,35 @@ TEST_F(NodeContentTest, ReadsValuesAsAtoiDoesWhateverTheResultCode) {
 
 TEST_F(NodeContentTest, LogsEachOutcome) {
     const std::string prefix = "PullAtomCallback getContentByHandleKey read nodeKey: k, ";
-    constexpr char kAbsent[] = "W get handlefactory aidl service failed";
-    constexpr char kFailed[] = "W handleFactory read failed.";
     const struct {
         bool present;
-        const char* text;                // null: the service answers with an error
-        std::vector<std::string> lines;  // at every level, the last one for contents alone
+        const char* text;  // null: the service answers with an error
+        Lines lines;       // of the service's client
+        Lines failure;
         int32_t value;
-    } rows[] = {
-            {false, nullptr, {kAbsent, "E " + prefix + "Proxy Aidl not exist."}, -1},
-            {true, nullptr, {kFailed, "E " + prefix + "len=0"}, -1},
-            {true, "", {"E " + prefix + "len=0"}, -1},
-            {true, "12\n", {}, 12},
-    };
+    } rows[] = {{false,
+                 nullptr,
+                 {"W get handlefactory aidl service failed"},
+                 {"E " + prefix + "Proxy Aidl not exist."},
+                 -1},
+                {true, nullptr, {"W handleFactory read failed."}, {"E " + prefix + "len=0"}, -1},
+                {true, "", {}, {"E " + prefix + "len=0"}, -1},
+                {true, "12\n", {}, {}, 12}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.lines));
+        SCOPED_TRACE(testing::PrintToString(row.failure));
         service.reset();
         if (row.present) connect();
         const std::string text = row.text != nullptr ? row.text : "";
         if (row.text != nullptr) service->set("k", text);
-        takeLines();
-        for (const int32_t level : {0, 1, 2}) {
-            gLogLevel = level;
-            EXPECT_EQ(callback.getContentByHandleKey("k"), text);
-            auto lines = row.lines;
-            if (level == 2) lines.push_back("D " + prefix + "result = " + text);
-            EXPECT_EQ(takeLines(), lines) << level;
-
-            EXPECT_EQ(callback.getValueByHandleKey("k"), row.value);
-            lines = row.lines;
-            if (!lines.empty()) lines.pop_back();
-            if (level == 2) {
-                lines.push_back("D PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
-                                std::to_string(row.value));
-            }
-            EXPECT_EQ(takeLines(), lines) << level;
-        }
+        log.clear();
+        Lines lines = row.lines;
+        lines.push_back("D2 PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
+                        std::to_string(row.value));
+        expectLines(log, lines, [&] { EXPECT_EQ(callback.getValueByHandleKey("k"), row.value); });
+        lines = row.lines;
+        lines.insert(lines.end(), row.failure.begin(), row.failure.end());
+        lines.push_back("D2 " + prefix + "result = " + text);
+        expectLines(log, lines, [&] { EXPECT_EQ(callback.getContentByHandleKey("k"), text); });
     }
 }
 
@@ -116,17 +109,12 @@ TEST_F(NodeContentTest, PicksNumbersByKey) {
                                                     {"", 7},  {"large", 1}, {"A", -1}};
     const std::string prefix = " PullAtomCallback getValueByKey node Key: ";
     for (const auto& [key, value] : rows) {
-        for (const int32_t level : {0, 1, 2}) {
-            gLogLevel = level;
+        const std::string line = map.count(key) == 0
+                                         ? "E" + prefix + key + " not exist."
+                                         : "D2" + prefix + key + ", value: " + map.at(key) + " ";
+        expectLines(log, {line}, [&, key = key, value = value] {
             EXPECT_EQ(callback.getValueByKey(map, key), value);
-            std::vector<std::string> lines;
-            if (map.count(key) == 0) {
-                lines.push_back("E" + prefix + key + " not exist.");
-            } else if (level == 2) {
-                lines.push_back("D" + prefix + key + ", value: " + map.at(key) + " ");
-            }
-            EXPECT_EQ(takeLines(), lines);
-        }
+        });
     }
     EXPECT_EQ(map, before);
 }
