@@ -116,6 +116,7 @@ TEST_F(CmdTest, ListsTheServicesThatAreThereByUnitOfTheirNames) {
                "Currently running services:\n  Zygote\n  audio\n  audio2\n  \xf0\x90\x80\x80\n"
                "  \xef\xbc\x80\n",
                "", {});
+    EXPECT_EQ(inprocess::lookUps().size(), 12u) << "each name once in each run";
 }
 
 TEST_F(CmdTest, NamesTheStatusOfAFailedCallOnTheOutput) {

@@ -199,10 +199,19 @@ TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
                                          ", context " + kCaller + ")\n");
         EXPECT_EQ(mError.atPrint, before) << "the file was open while the line was written";
     }
-    for (const auto& [enabled, caller] : {std::pair(false, kCaller), {true, ""}}) {
-        gPolicy = {enabled};
-        EXPECT_EQ(open("there", "r", caller), 0);
-        EXPECT_EQ(gPolicy.calls, Lines{});
+    const struct {
+        bool enabled;
+        const char* path;
+        const char* caller;
+        size_t calls;
+    } unasked[] = {{false, "there", kCaller, 0},
+                   {true, "there", "", 0},
+                   {true, "missing", kCaller, 0},
+                   {true, "there", "u", 3}};
+    for (const auto& row : unasked) {
+        gPolicy = {row.enabled, "read"};
+        EXPECT_EQ(open(row.path, "r", row.caller), row.path[0] == 'm' ? -1 : 0);
+        EXPECT_EQ(gPolicy.calls.size(), row.calls);
     }
 }
 

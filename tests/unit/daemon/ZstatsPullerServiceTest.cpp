@@ -199,7 +199,7 @@ class DumpTest : public ZstatsPullerServiceTest {
     }
 
     const sp<ZstatsPullerService> mService{new ZstatsPullerService};
-    const std::shared_ptr<inprocess::RemoteService> mRemote =
+    std::shared_ptr<inprocess::RemoteService> mRemote =
             inprocess::publish("zstats_pullerd", sp<android::IBinder>(mService));
 };
 
@@ -267,6 +267,9 @@ TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
 TEST_F(DumpTest, NeedsNeitherACallbackObjectNorADescriptorThatTakesText) {
     inprocess::withdraw("stats");
     const sp<ZstatsPullerService> service(new ZstatsPullerService);
+    mRemote = inprocess::publish("zstats_pullerd", sp<android::IBinder>(service));
+    EXPECT_EQ(dump({"--rgbLog", "1"}),
+              "ZstatsPullerService::dump\n\tZstats_pullerd set RGB Histogram Log: 0\n");
     const unique_fd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     const unique_fd unwritable(open("/dev/null", O_RDONLY | O_CLOEXEC));
     android::Vector<String16> args;
