@@ -242,7 +242,9 @@ class Registry : public android::FakeServiceManager {
 
     Vector<String16> listServices(int dumpFlags) override {
         const std::lock_guard<std::mutex> lock(mLock);
-        return FakeServiceManager::listServices(dumpFlags);
+        Vector<String16> names = FakeServiceManager::listServices(dumpFlags);
+        for (const std::string& name : mGone) names.push_back(String16(name.c_str()));
+        return names;
     }
 
     status_t addService(const String16& name, const sp<IBinder>& service, bool allowIsolated,
@@ -294,6 +296,7 @@ class Registry : public android::FakeServiceManager {
         added.swap(mAdded);
         mLookUps.clear();
         mRefusals.clear();
+        mGone.clear();
         mHidden = false;
     }
 
@@ -312,6 +315,11 @@ class Registry : public android::FakeServiceManager {
     void refuse(const std::string& name, status_t status) {
         const std::lock_guard<std::mutex> lock(mLock);
         mRefusals[name] = status;
+    }
+
+    void listGone(const std::string& name) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        mGone.push_back(name);
     }
 
     std::vector<AddedService> added() const {
@@ -337,6 +345,7 @@ class Registry : public android::FakeServiceManager {
     mutable std::mutex mLock;  // guards all below, and what is registered while it is changed
     mutable std::condition_variable mChanged;
     std::map<std::string, status_t> mRefusals;
+    std::vector<std::string> mGone;
     std::vector<AddedService> mAdded;
     mutable std::vector<std::string> mLookUps;
 };
@@ -422,6 +431,10 @@ std::vector<std::string> lookUps() {
 
 void waitForLookUp(const std::string& lookUp) {
     Registry::instance()->waitForLookUp(lookUp);
+}
+
+void listGone(const std::string& name) {
+    Registry::instance()->listGone(name);
 }
 
 void refuseService(const std::string& name, status_t status) {

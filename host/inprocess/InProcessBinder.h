@@ -80,6 +80,8 @@ std::vector<AddedService> addedServices();
 std::vector<std::string> lookUps();
 /** Returns once this look-up has been made, which may still be waiting for its service. */
 void waitForLookUp(const std::string& lookUp);
+/** Makes lists name a service that no look-up finds, as one that died after the list was made. */
+void listGone(const std::string& name);
 /** Makes addService of this name return `status`. */
 void refuseService(const std::string& name, android::status_t status);
 /** Makes the process have no service manager (true) or have it back (false). */

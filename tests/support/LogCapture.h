@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/Log.h"
+#include "daemon/base/Log.h"
 
 namespace zstats {
 

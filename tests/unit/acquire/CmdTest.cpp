@@ -1,4 +1,3 @@
-#include <binder/IServiceManager.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,7 +10,6 @@
 #include "tests/unit/acquire/AcquireKit.h"
 
 using android::status_t;
-using android::String16;
 
 namespace zstats {
 namespace {
@@ -111,7 +109,7 @@ TEST_F(CmdTest, ListsTheServicesThatAreThereByUnitOfTheirNames) {
     for (const char* name : {"\xef\xbc\x80", "\xf0\x90\x80\x80", "audio2", "audio", "Zygote"}) {
         publishCommand(name, FakeCommand::answer);
     }
-    android::defaultServiceManager()->addService(String16("gone"), nullptr);
+    inprocess::listGone("gone");
     expectRuns({"-l"}, 0,
                "Currently running services:\n  Zygote\n  audio\n  audio2\n  \xf0\x90\x80\x80\n"
                "  \xef\xbc\x80\n",
