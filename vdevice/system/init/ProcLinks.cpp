@@ -48,11 +48,17 @@ bool listen(int fd) {
            send(fd, &request, sizeof(request), 0) == sizeof(request);
 }
 
+/** Newer kernel headers declare these beside proc_event, older ones in it: found here, both ways. */
+struct ProcEvents : proc_event {
+    static constexpr auto kFork = PROC_EVENT_FORK;
+    static constexpr auto kExit = PROC_EVENT_EXIT;
+};
+
 void handle(const proc_event& event) {
-    if (event.what == proc_event::PROC_EVENT_FORK) {
+    if (event.what == ProcEvents::kFork) {
         const auto& fork = event.event_data.fork;
         if (fork.child_pid != fork.child_tgid) unlink(linkOf(fork.child_pid).c_str());
-    } else if (event.what == proc_event::PROC_EVENT_EXIT) {
+    } else if (event.what == ProcEvents::kExit) {
         const auto& exit = event.event_data.exit;
         if (exit.process_pid == exit.process_tgid) return;
         const std::string link = linkOf(exit.process_pid);
