@@ -17,7 +17,7 @@ std::string messageOf(const std::string& frame) {
     return message.value_or("");
 }
 
-TEST(ShellStream, writesTheFrameToTheByte) {
+TEST(ShellStreamTest, writesTheFrameToTheByte) {
     const std::string frame = shellFrame({{150006, 5, 1000, {int32_t{-1}}}}, true);
     const unsigned char kBytes[] = {0x15, 0,    0,    0,    0,    0,    0,    0,  // length 21
                                     0x0a, 0x0f,                                   // atom
@@ -31,7 +31,7 @@ TEST(ShellStream, writesTheFrameToTheByte) {
     EXPECT_EQ(shellFrame({}, false), std::string(8, '\0'));
 }
 
-TEST(ShellStream, bringsEveryTypeBack) {
+TEST(ShellStreamTest, bringsEveryTypeBack) {
     // The catalogue has a bool sixth and eighth, and an int32 ninth.
     std::vector<AtomValue> fields(13, int64_t{0});
     fields[0] = std::string("wlan");
@@ -59,7 +59,7 @@ TEST(ShellStream, bringsEveryTypeBack) {
     EXPECT_EQ(received->at(3).fields, (std::vector<AtomValue>{1, int64_t{2}}));
 }
 
-TEST(ShellStream, refusesWhatIsNoMessage) {
+TEST(ShellStreamTest, refusesWhatIsNoMessage) {
     for (const std::string bytes :
          {"\x0a\x05", "\x0a", "\xff\xff\xff", "\x0a\x04\xb2\x9f\x49\x7f"}) {
         EXPECT_FALSE(parseShellData(bytes).has_value());
@@ -69,7 +69,7 @@ TEST(ShellStream, refusesWhatIsNoMessage) {
     EXPECT_TRUE(empty->empty());
 }
 
-TEST(ShellFrameCutter, cutsHoweverTheBytesArrive) {
+TEST(ShellFrameCutterTest, cutsHoweverTheBytesArrive) {
     const std::string stream = shellFrame({{150006, 1, 0, {5}}}, false) + shellFrame({}, false) +
                                shellFrame({{150006, 2, 0, {6}}}, false);
     for (size_t step : {size_t{1}, size_t{3}, size_t{9}, stream.size()}) {
@@ -85,7 +85,7 @@ TEST(ShellFrameCutter, cutsHoweverTheBytesArrive) {
     }
 }
 
-TEST(ShellFrameCutter, stopsAtALengthThatCannotBe) {
+TEST(ShellFrameCutterTest, stopsAtALengthThatCannotBe) {
     ShellFrameCutter cutter;
     cutter.append("\0\0\0\0\1\0\0\0abcdefgh", 16);
     EXPECT_FALSE(cutter.next().has_value());

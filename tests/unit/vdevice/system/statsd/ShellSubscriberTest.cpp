@@ -8,7 +8,7 @@
 #include <future>
 
 #include "proto/shell_config.pb.h"
-#include "tests/unit/vdevice/FakePuller.h"
+#include "tests/unit/vdevice/system/statsd/FakePuller.h"
 #include "vdevice/system/statsd/ShellSubscriber.h"
 
 namespace zstats::vdevice {

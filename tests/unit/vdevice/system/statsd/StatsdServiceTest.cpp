@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "host/inprocess/InProcessBinder.h"
-#include "tests/unit/vdevice/FakePuller.h"
+#include "tests/unit/vdevice/system/statsd/FakePuller.h"
 #include "vdevice/system/statsd/Companion.h"
 #include "vdevice/system/statsd/StatsdService.h"
 

@@ -6,7 +6,7 @@
 #include <csignal>
 
 #include "proto/shell_config.pb.h"
-#include "tests/unit/vdevice/FakePuller.h"
+#include "tests/unit/vdevice/system/statsd/FakePuller.h"
 #include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/Subscription.h"
 

@@ -8,7 +8,7 @@
 namespace zstats::vdevice {
 namespace {
 
-TEST(AtomJson, writesAnEventWithNamesAndTypes) {
+TEST(AtomJsonTest, writesAnEventWithNamesAndTypes) {
     const struct {
         int32_t id;
         std::vector<AtomValue> fields;
@@ -34,7 +34,7 @@ TEST(AtomJson, writesAnEventWithNamesAndTypes) {
     }
 }
 
-TEST(AtomJson, writesValuesThatReadBackEqual) {
+TEST(AtomJsonTest, writesValuesThatReadBackEqual) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const struct {
         AtomValue value;
@@ -56,7 +56,7 @@ TEST(AtomJson, writesValuesThatReadBackEqual) {
     }
 }
 
-TEST(AtomJson, keepsEveryStringValid) {
+TEST(AtomJsonTest, keepsEveryStringValid) {
     const struct {
         std::string text;
         const char* quoted;
@@ -76,7 +76,7 @@ TEST(AtomJson, keepsEveryStringValid) {
     for (const auto& item : kCases) EXPECT_EQ(jsonString(item.text), item.quoted);
 }
 
-TEST(PulledAtomJson, saysWhatBecameOfThePull) {
+TEST(PulledAtomJsonTest, saysWhatBecameOfThePull) {
     const struct {
         PulledAtom atom;
         std::vector<std::string> lines;

@@ -9,7 +9,7 @@
 namespace zstats::vdevice {
 namespace {
 
-TEST(Catalogue, hasExactlyTheAtomsThatTheDaemonRegisters) {
+TEST(AtomCatalogueTest, hasExactlyTheAtomsThatTheDaemonRegisters) {
     std::vector<int32_t> tags;
     for (const AtomEntry& entry : kAtomTable) tags.push_back(entry.tag);
     std::sort(tags.begin(), tags.end());
@@ -19,13 +19,13 @@ TEST(Catalogue, hasExactlyTheAtomsThatTheDaemonRegisters) {
     EXPECT_EQ(atomInfo(100208).name, "unknown");
 }
 
-TEST(Catalogue, hasFieldsForAllButWhatIsNeverFilled) {
+TEST(AtomCatalogueTest, hasFieldsForAllButWhatIsNeverFilled) {
     for (int32_t id : pulledAtomIds()) {
         EXPECT_EQ(atomInfo(id).fields.empty(), atomInfo(id).neverFilled) << id;
     }
 }
 
-TEST(AtomSources, followTheChipVendorAndComeOnce) {
+TEST(AtomCatalogueTest, followTheChipVendorAndComeOnce) {
     using Names = std::vector<std::string_view>;
     const struct {
         int32_t tag;

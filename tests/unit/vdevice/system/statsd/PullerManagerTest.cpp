@@ -3,7 +3,7 @@
 #include <future>
 #include <thread>
 
-#include "tests/unit/vdevice/FakePuller.h"
+#include "tests/unit/vdevice/system/statsd/FakePuller.h"
 #include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/PullerManager.h"
 

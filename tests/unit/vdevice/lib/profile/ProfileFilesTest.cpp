@@ -3,16 +3,13 @@
 #include <sys/stat.h>
 
 #include "vdevice/lib/profile/ProfileFiles.h"
-#include "vdevice/lib/sources/CaldaReplies.h"
-#include "vdevice/tools/zstats_record/NodeSamples.h"
 
 namespace zstats::vdevice {
 namespace {
 
 using Strings = std::vector<std::string>;
-using Words = std::vector<int32_t>;
 
-TEST(ProfileFiles, readsWholeNumbersOnly) {
+TEST(ProfileFilesTest, readsWholeNumbersOnly) {
     const struct {
         const char* text;
         std::optional<int> value;
@@ -22,14 +19,14 @@ TEST(ProfileFiles, readsWholeNumbersOnly) {
     for (const auto& item : kCases) EXPECT_EQ(parseInt(item.text), item.value) << item.text;
 }
 
-TEST(ProfileFiles, takesLinesAndPairsApart) {
+TEST(ProfileFilesTest, takesLinesAndPairsApart) {
     EXPECT_EQ(profileLines("a\n\n# note\nb\nc"), (Strings{"a", "b", "c"}));
     EXPECT_TRUE(profileLines("").empty());
     const auto values = keyValueLines("a=1\nb=\nno pair\na=2\nc=x=y\n#d=4\n");
     EXPECT_EQ(values, (std::map<std::string, std::string>{{"a", "2"}, {"b", ""}, {"c", "x=y"}}));
 }
 
-class Nodes : public testing::Test {
+class NodeSequenceTest : public testing::Test {
   protected:
     void put(const std::string& name, const std::string& text) const {
         ASSERT_TRUE(android::base::WriteStringToFile(text, std::string(mFolder.path) + "/" + name));
@@ -39,7 +36,7 @@ class Nodes : public testing::Test {
     NodeSequence mNodes{mFolder.path};
 };
 
-TEST_F(Nodes, areServedInTurnToEachReader) {
+TEST_F(NodeSequenceTest, areServedInTurnToEachReader) {
     put("gpu", "first");
     put("gpu.1", "second");
     const std::string third("\0bytes\n", 7);
@@ -57,42 +54,6 @@ TEST_F(Nodes, areServedInTurnToEachReader) {
     for (const char* key : {"", "absent", "../etc/passwd", "/etc/passwd"}) {
         EXPECT_EQ(mNodes.next(100, key), std::nullopt) << key;
     }
-}
-
-TEST(NodeFiles, areWhatASequenceServesAgain) {
-    using Files = std::vector<std::pair<std::string, std::string>>;
-    EXPECT_EQ(nodeFiles("k", {"a"}), (Files{{"k", "a"}}));
-    EXPECT_EQ(nodeFiles("k", {"a", "a", "a"}), (Files{{"k", "a"}}));
-    EXPECT_EQ(nodeFiles("k", {"a", "a", "b"}), (Files{{"k", "a"}, {"k.1", "a"}, {"k.2", "b"}}));
-    EXPECT_EQ(nodeFiles("k", {"a", "b", "b"}), (Files{{"k", "a"}, {"k.1", "b"}}));
-    EXPECT_TRUE(nodeFiles("k", {}).empty());
-}
-
-TEST(CaldaReplies, followTheProfile) {
-    const std::string text = "status=3\nambient=-7\nvector=4 4 41000 38000 -37500 36900\n";
-    const struct {
-        std::string text;
-        uint32_t code;
-        int32_t transport;
-        Words words;
-    } kCases[] = {
-            {text, kCaldaStatus, 0, {0, 3}},
-            {text, kCaldaAmbient, 0, {-7}},
-            {text, kCaldaAllTemperatures, 0, {4, 4, 41000, 38000, -37500, 36900}},
-            {"vector=\n", kCaldaAllTemperatures, 0, {}},
-            {text + "exception=-5\n", kCaldaStatus, 0, {-5}},
-            {text + "exception=-5\n", kCaldaAmbient, 0, {-7}},
-            {text + "exception=0\n", kCaldaStatus, 0, {0, 3}},
-            {text + "transport_error=-32\n", kCaldaStatus, -32, {}},
-            {text + "transport_error=-1\n", kCaldaAmbient, -1, {}},
-    };
-    for (const auto& item : kCases) {
-        const auto reply = caldaReply(item.text, item.code);
-        ASSERT_TRUE(reply.has_value()) << item.text << item.code;
-        EXPECT_EQ(reply->transport, item.transport) << item.text << item.code;
-        EXPECT_EQ(reply->words, item.words) << item.text << item.code;
-    }
-    for (uint32_t code : {4, 5, 21, 25}) EXPECT_FALSE(caldaReply("status=x\n", code)) << code;
 }
 
 }  // namespace
