@@ -14,9 +14,10 @@
 #include <condition_variable>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <thread>
 #include <utility>
+
+#include "daemon/base/Mutex.h"
 
 namespace zstats::inprocess {
 
@@ -77,7 +78,7 @@ class Target {
 
     void die() {
         {
-            const std::lock_guard<std::mutex> lock(mLock);
+            const ScopedLock lock(mLock);
             mAlive = false;
             mBlocked = false;
         }
@@ -90,26 +91,26 @@ class Target {
 
     void setBlocked(bool blocked) {
         {
-            const std::lock_guard<std::mutex> lock(mLock);
+            const ScopedLock lock(mLock);
             mBlocked = blocked;
         }
         mChanged.notify_all();
     }
 
     void waitForBlocked(int count) {
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait(lock, [&] { return mHanging >= count; });
+        ScopedLock lock(mLock);
+        while (mHanging < count) mChanged.wait(lock);
     }
 
     int calls(uint32_t code) const {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         const auto found = mCalls.find(code);
         return found == mCalls.end() ? 0 : found->second;
     }
 
     void drainOneway() {
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait(lock, [&] { return mOneway.empty() && !mServingOneway; });
+        ScopedLock lock(mLock);
+        while (!mOneway.empty() || mServingOneway) mChanged.wait(lock);
     }
 
     sp<BpBinder> proxy() const { return mProxy; }
@@ -122,7 +123,7 @@ class Target {
     };
 
     bool alive() const {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         return mAlive;
     }
 
@@ -130,11 +131,11 @@ class Target {
 
     /** Counts the call, lets it hang where told to, and says whether it may go on. */
     status_t admit(uint32_t code) {
-        std::unique_lock<std::mutex> lock(mLock);
+        ScopedLock lock(mLock);
         ++mCalls[code];
         ++mHanging;
         mChanged.notify_all();
-        mChanged.wait(lock, [&] { return !mBlocked; });
+        while (mBlocked) mChanged.wait(lock);
         --mHanging;
         return mAlive ? mFailure.load() : android::DEAD_OBJECT;
     }
@@ -145,7 +146,7 @@ class Target {
         call->flags = flags;
         const status_t status = call->data.appendFrom(&data, 0, data.dataSize());
         if (status != android::OK) return status;
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         mOneway.push_back(std::move(call));
         if (!mOnewayThread.joinable()) mOnewayThread = std::thread([this] { serveOneway(); });
         mChanged.notify_all();
@@ -153,9 +154,9 @@ class Target {
     }
 
     void serveOneway() {
-        std::unique_lock<std::mutex> lock(mLock);
+        ScopedLock lock(mLock);
         while (true) {
-            mChanged.wait(lock, [&] { return mStopping || !mOneway.empty(); });
+            while (!mStopping && mOneway.empty()) mChanged.wait(lock);
             if (mOneway.empty()) return;
             const std::unique_ptr<OnewayCall> call = std::move(mOneway.front());
             mOneway.pop_front();
@@ -176,7 +177,7 @@ class Target {
 
     void stopOneway() {
         {
-            const std::lock_guard<std::mutex> lock(mLock);
+            const ScopedLock lock(mLock);
             mStopping = true;
         }
         mChanged.notify_all();
@@ -188,16 +189,16 @@ class Target {
     sp<BpBinder> mProxy;
     std::atomic<status_t> mFailure{android::OK};
     std::atomic<uid_t> mCallerUid{getuid()};
-    mutable std::mutex mLock;  // guards all below
-    std::condition_variable mChanged;
-    bool mAlive = true;
-    bool mBlocked = false;
-    bool mStopping = false;
-    bool mServingOneway = false;
-    int mHanging = 0;
-    std::map<uint32_t, int> mCalls;
-    std::deque<std::unique_ptr<OnewayCall>> mOneway;
-    std::thread mOnewayThread;
+    mutable Mutex mLock;
+    std::condition_variable_any mChanged;  // of what mLock guards
+    bool mAlive GUARDED_BY(mLock) = true;
+    bool mBlocked GUARDED_BY(mLock) = false;
+    bool mStopping GUARDED_BY(mLock) = false;
+    bool mServingOneway GUARDED_BY(mLock) = false;
+    int mHanging GUARDED_BY(mLock) = 0;
+    std::map<uint32_t, int> mCalls GUARDED_BY(mLock);
+    std::deque<std::unique_ptr<OnewayCall>> mOneway GUARDED_BY(mLock);
+    std::thread mOnewayThread;  // started under mLock, joined when the target goes
 };
 
 namespace {
@@ -208,7 +209,7 @@ class Handles {
     std::shared_ptr<Target> add(const sp<IBinder>& local) {
         std::shared_ptr<Target> target;
         {
-            const std::lock_guard<std::mutex> lock(mLock);
+            const ScopedLock lock(mLock);
             target = std::make_shared<Target>(++mLast, local);
             mTargets[mLast] = target;
         }
@@ -217,7 +218,7 @@ class Handles {
     }
 
     std::shared_ptr<Target> find(int32_t handle) const {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         const auto found = mTargets.find(handle);
         return found == mTargets.end() ? nullptr : found->second;
     }
@@ -229,9 +230,9 @@ class Handles {
     }
 
   private:
-    mutable std::mutex mLock;
-    int32_t mLast = 0;
-    std::map<int32_t, std::shared_ptr<Target>> mTargets;
+    mutable Mutex mLock;
+    int32_t mLast GUARDED_BY(mLock) = 0;
+    std::map<int32_t, std::shared_ptr<Target>> mTargets GUARDED_BY(mLock);
 };
 
 /** The process's service manager: the platform's fake one, and what tests ask of it beyond that. */
@@ -241,7 +242,7 @@ class Registry : public android::FakeServiceManager {
     sp<IBinder> checkService(const String16& name) const override { return lookUp("check ", name); }
 
     Vector<String16> listServices(int dumpFlags) override {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         Vector<String16> names = FakeServiceManager::listServices(dumpFlags);
         for (const std::string& name : mGone) names.push_back(String16(name.c_str()));
         return names;
@@ -250,7 +251,7 @@ class Registry : public android::FakeServiceManager {
     status_t addService(const String16& name, const sp<IBinder>& service, bool allowIsolated,
                         int dumpFlags) override {
         const std::string key = String8(name).c_str();
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         const auto refusal = mRefusals.find(key);
         if (refusal != mRefusals.end()) return refusal->second;
         const status_t status =
@@ -262,22 +263,22 @@ class Registry : public android::FakeServiceManager {
 
     /** The fake one does not wait. */
     sp<IBinder> waitForService(const String16& name) override {
-        std::unique_lock<std::mutex> lock(mLock);
+        ScopedLock lock(mLock);
         mLookUps.push_back(std::string("waitFor ") + String8(name).c_str());
         mChanged.notify_all();
-        mChanged.wait(lock, [&] { return FakeServiceManager::checkService(name) != nullptr; });
+        while (FakeServiceManager::checkService(name) == nullptr) mChanged.wait(lock);
         return FakeServiceManager::checkService(name);
     }
 
     void publish(const std::string& name, const sp<IBinder>& binder) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         FakeServiceManager::addService(String16(name.c_str()), binder, false, 0);
         mChanged.notify_all();
     }
 
     /** Takes away each service for which `isMeant` holds. The fake one only clears as a whole. */
     void withdraw(const std::function<bool(const String16&, const sp<IBinder>&)>& isMeant) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         std::map<String16, sp<IBinder>> others;
         for (const String16& name : FakeServiceManager::listServices(0)) {
             const sp<IBinder> service = FakeServiceManager::checkService(name);
@@ -291,7 +292,7 @@ class Registry : public android::FakeServiceManager {
 
     void reset() {
         std::vector<AddedService> added;
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         clear();
         added.swap(mAdded);
         mLookUps.clear();
@@ -301,29 +302,29 @@ class Registry : public android::FakeServiceManager {
     }
 
     std::vector<std::string> lookUps() const {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         return mLookUps;
     }
 
     void waitForLookUp(const std::string& lookUp) const {
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait(lock, [&] {
-            return std::find(mLookUps.begin(), mLookUps.end(), lookUp) != mLookUps.end();
-        });
+        ScopedLock lock(mLock);
+        while (std::find(mLookUps.begin(), mLookUps.end(), lookUp) == mLookUps.end()) {
+            mChanged.wait(lock);
+        }
     }
 
     void refuse(const std::string& name, status_t status) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         mRefusals[name] = status;
     }
 
     void listGone(const std::string& name) {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         mGone.push_back(name);
     }
 
     std::vector<AddedService> added() const {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         return mAdded;
     }
 
@@ -336,18 +337,18 @@ class Registry : public android::FakeServiceManager {
 
   private:
     sp<IBinder> lookUp(const char* how, const String16& name) const {
-        const std::lock_guard<std::mutex> lock(mLock);
+        const ScopedLock lock(mLock);
         mLookUps.push_back(how + std::string(String8(name).c_str()));
         mChanged.notify_all();
         return FakeServiceManager::checkService(name);
     }
 
-    mutable std::mutex mLock;  // guards all below, and what is registered while it is changed
-    mutable std::condition_variable mChanged;
-    std::map<std::string, status_t> mRefusals;
-    std::vector<std::string> mGone;
-    std::vector<AddedService> mAdded;
-    mutable std::vector<std::string> mLookUps;
+    mutable Mutex mLock;  // also held for each use of the base class, which has no lock
+    mutable std::condition_variable_any mChanged;
+    std::map<std::string, status_t> mRefusals GUARDED_BY(mLock);
+    std::vector<std::string> mGone GUARDED_BY(mLock);
+    std::vector<AddedService> mAdded GUARDED_BY(mLock);
+    mutable std::vector<std::string> mLookUps GUARDED_BY(mLock);
 };
 
 }  // namespace
