@@ -5,6 +5,7 @@ file(GLOB daemon_sources CONFIGURE_DEPENDS
 list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
 
 add_library(zstats STATIC ${daemon_sources})
+target_compile_options(zstats PRIVATE ${ZSTATS_DAEMON_SANITIZERS})
 target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zstats
     PUBLIC aosp_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite

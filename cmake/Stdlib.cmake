@@ -1,0 +1,27 @@
+# The C++ library. With ZSTATS_STDLIB=libc++ everything is built on the device's own one, with
+# clang++. What Debian ships as C++ libraries is built on the compiler's, whose strings are laid out
+# otherwise, so protobuf and GoogleTest are then compiled from their sources as well.
+if(ZSTATS_STDLIB STREQUAL "libc++")
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-stdlib=libc++>)
+    add_link_options(-stdlib=libc++)
+
+    find_program(Protobuf_PROTOC_EXECUTABLE protoc REQUIRED)
+    execute_process(COMMAND ${CMAKE_SOURCE_DIR}/host/aosp/apt-private protobuf
+        OUTPUT_VARIABLE PROTOBUF OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    foreach(option protobuf_BUILD_TESTS protobuf_BUILD_PROTOC_BINARIES protobuf_INSTALL
+            protobuf_WITH_ZLIB INSTALL_GTEST)
+        set(${option} OFF CACHE BOOL "")
+    endforeach()
+    add_subdirectory(${PROTOBUF} ${CMAKE_BINARY_DIR}/protobuf EXCLUDE_FROM_ALL)
+    add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+    # Warnings of these are not ours.
+    foreach(library libprotobuf libprotobuf-lite gtest gtest_main gmock gmock_main)
+        target_compile_options(${library} PRIVATE -w)
+    endforeach()
+elseif(ZSTATS_STDLIB)
+    message(FATAL_ERROR "ZSTATS_STDLIB is '${ZSTATS_STDLIB}'; use libc++, or leave it out")
+else()
+    find_package(Protobuf REQUIRED)
+    find_package(GTest REQUIRED)
+    find_package(benchmark)
+endif()
