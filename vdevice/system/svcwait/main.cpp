@@ -1,5 +1,4 @@
-#include <binder/ProcessState.h>
-#include <unistd.h>
+#include <binder/IServiceManager.h>
 
 #include <cstdio>
 #include <iostream>
@@ -16,13 +15,6 @@
 
 namespace {
 
-constexpr useconds_t kPollMicros = 10'000;
-
-/** libbinder's own wait looks only once a second. */
-void waitForManager() {
-    while (android::ProcessState::self()->getContextObject(nullptr) == nullptr) usleep(kPollMicros);
-}
-
 void answerLines() {
     for (std::string line; std::getline(std::cin, line);) {
         std::istringstream names(line);
@@ -34,7 +26,7 @@ void answerLines() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    waitForManager();
+    android::defaultServiceManager();  // waits until it is ready
     for (int i = 1; i < argc; ++i) zstats::vdevice::waitForService(argv[i]);
     if (argc == 1) answerLines();
     return 0;
