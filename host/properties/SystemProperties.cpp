@@ -113,8 +113,9 @@ int __system_property_get(const char* name, char* value) {
     if (entry == nullptr) return 0;
     char copy[PROP_VALUE_MAX];
     PropertyArea::read(*entry, copy);
-    strcpy(value, copy);
-    return static_cast<int>(strlen(value));
+    const size_t length = strlen(copy);
+    memcpy(value, copy, length + 1);
+    return static_cast<int>(length);
 }
 
 int __system_property_set(const char* name, const char* value) {

@@ -44,7 +44,7 @@ inline constexpr size_t kFieldsOffset = 16;
 inline constexpr size_t kMaxCount = 127;
 inline constexpr size_t kMaxAnnotations = 15;
 /** Bytes of an event that answers a pull. */
-inline constexpr size_t kMaxPulledBytes = 50 * 1024;
+inline constexpr size_t kMaxPulledBytes = size_t{50} * 1024;
 /** Bytes of an event that is pushed: what a log entry of 4068 bytes leaves beside its tag. */
 inline constexpr size_t kMaxPushedBytes = 4064;
 

@@ -154,7 +154,8 @@ void drawAxis(const Span& span, int top) {
         step = each;
         if (length / each <= 12) break;
     }
-    for (double mark = 0; mark <= length; mark += step) {
+    for (int i = 0; i * step <= length; ++i) {
+        const double mark = i * step;
         printf("<text x=\"%.1f\" y=\"%d\" text-anchor=\"middle\">%g s</text>\n",
                span.x(span.begin + mark), top + 14, mark);
     }

@@ -1,6 +1,7 @@
 #include "vdevice/lib/atoms/AtomText.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <numeric>
 
@@ -77,7 +78,7 @@ std::vector<std::string> bars(const AtomInfo& info, const std::vector<PulledEven
     std::vector<std::string> result;
     for (double time : times) {
         const double share = whole > 0 ? time / whole : 0;
-        const auto filled = static_cast<size_t>(std::min(share, 1.0) * kBarLength + 0.5);
+        const auto filled = static_cast<size_t>(std::lround(std::min(share, 1.0) * kBarLength));
         char text[48];
         snprintf(text, sizeof(text), "%5.1f %% of the %s", 100 * share,
                  ofUptime ? "uptime" : "time");

@@ -111,7 +111,7 @@ std::string between(const std::string& from, const std::string& to, int64_t done
     return text;
 }
 
-std::string withLines(std::string text, const char* lineMark) {
+std::string withLines(const std::string& text, const char* lineMark) {
     return *lineMark == '\0' ? text : android::base::StringReplace(text, " ", lineMark, true);
 }
 

@@ -34,7 +34,7 @@ bool startsWith(const std::string& text, const char* prefix) {
 std::string programOf(pid_t pid) {
     std::string command;
     android::base::ReadFileToString("/proc/" + std::to_string(pid) + "/cmdline", &command);
-    return command.c_str();
+    return command.substr(0, command.find('\0'));
 }
 
 }  // namespace
@@ -46,7 +46,9 @@ std::string PropertyService::open() {
     mSocket.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, zstats::properties::kServicePath);
+    static_assert(sizeof(zstats::properties::kServicePath) <= sizeof(address.sun_path));
+    memcpy(address.sun_path, zstats::properties::kServicePath,
+           sizeof(zstats::properties::kServicePath));
     if (bind(mSocket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
         chmod(address.sun_path, 0666) != 0 || listen(mSocket.get(), SOMAXCONN) != 0) {
         return std::string(zstats::properties::kServicePath) + ": " + strerror(errno);

@@ -15,7 +15,7 @@
 namespace zstats::vdevice {
 namespace {
 
-constexpr uint64_t kMaxConfig = 50 * 1024;
+constexpr uint64_t kMaxConfig = uint64_t{50} * 1024;
 constexpr size_t kMaxSubscriptions = 20;
 
 /** The frame's content; nothing, and a line in the log, if it is too long or cut short. */

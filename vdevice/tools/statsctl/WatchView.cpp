@@ -109,7 +109,8 @@ double WatchView::shareOf(size_t series) const {
 std::string WatchView::picture(size_t series, size_t width) const {
     std::string out;
     if (mSeries.all()[series].shareOf != ShareOf::kNothing) {
-        const auto filled = static_cast<size_t>(shareOf(series) * static_cast<double>(width) + 0.5);
+        const auto filled =
+                static_cast<size_t>(std::lround(shareOf(series) * static_cast<double>(width)));
         return std::string(filled, '#') + std::string(width - filled, '.');
     }
     const std::deque<Point>& points = mHistories.at(series).points;
@@ -131,7 +132,7 @@ std::string WatchView::picture(size_t series, size_t width) const {
         }
         const double value = std::prev(after)->value;
         const double height = range > 0 ? (value - low->value) / range : 0;
-        out += kSparks[static_cast<size_t>(height * (std::size(kSparks) - 1) + 0.5)];
+        out += kSparks[static_cast<size_t>(std::lround(height * (std::size(kSparks) - 1)))];
     }
     return out;
 }
