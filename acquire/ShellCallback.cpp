@@ -102,7 +102,7 @@ int MyShellCallback::openFile(const String16& path, const String16& seLinuxConte
     }
     unique_fd fd(open(full.c_str(), openMode->flags, kNewFileMode));
     if (!fd.ok()) return -1;
-    if (is_selinux_enabled() && seLinuxContext.size() > 0) {
+    if (is_selinux_enabled() && !seLinuxContext.empty()) {
         fd = checked(std::move(fd), full, toUtf8(seLinuxContext), openMode->checkRead,
                      openMode->checkWrite);
         if (!fd.ok()) return -EPERM;
