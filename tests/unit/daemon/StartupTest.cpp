@@ -1,7 +1,10 @@
 #include <android-base/file.h>
+#include <android-base/strings.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -32,20 +35,26 @@ Lines operator+(Lines lines, const Lines& more) {
     return lines;
 }
 
-/** What `run` says, asks of init and gives back, in a process of its own as it decides once. */
+/** What `run` says, asks of init and gives back. */
+template <typename Run>
+Lines outcomeHere(bool featureEnabled, const Run& run) {
+    gLibraries = {};
+    gLibraries.featureEnabled = featureEnabled;
+    LogCapture log;
+    Lines lines;
+    properties::setControlHandler([&](const std::string& name, const std::string& value) {
+        lines = log.take() + Lines{"request " + name + " " + value};
+    });
+    const int result = run();
+    lines = lines + log.take() + Lines{"returns " + std::to_string(result)};
+    const std::string asked = std::string("isOsFeatureEnabled ") + kFeature;
+    return gLibraries.calls[0] == asked ? lines : Lines{"another question first"};
+}
+
+/** The same in a process of its own, as the daemon decides once. */
 template <typename Run>
 Lines outcome(bool featureEnabled, const Run& run) {
-    return inChild([&](Lines& report) {
-        gLibraries.featureEnabled = featureEnabled;
-        LogCapture log;
-        properties::setControlHandler([&](const std::string& name, const std::string& value) {
-            report = log.take() + Lines{"request " + name + " " + value};
-        });
-        const int result = run();
-        report = report + log.take() + Lines{"returns " + std::to_string(result)};
-        const std::string asked = std::string("isOsFeatureEnabled ") + kFeature;
-        if (gLibraries.calls[0] != asked) report = {"another question first"};
-    });
+    return inChild([&](Lines& report) { report = outcomeHere(featureEnabled, run); });
 }
 
 struct Device {
@@ -96,26 +105,42 @@ TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
     }
 }
 
-TEST(StartupTest, IgnoresBrokenPipesDecidesByTheRealMemoryAndServes) {
-    std::string meminfo;
-    ASSERT_TRUE(android::base::ReadFileToString("/proc/meminfo", &meminfo));
-    const int total = atoi(meminfo.substr(meminfo.find(':') + 1).c_str());
-    Lines expected = {kEnabled, "I memTotal: " + std::to_string(total) + "Kb"};
-    if (total <= 4194304) {
-        expected =
-                expected + Lines{"I isReleaseType: releaseType: ",
-                                 "D It is Commercial Version, less than 4GB, start prop is true."};
-    }
-    const auto run = [] {
+/** What the whole daemon says, in lines, and whether it ignores SIGPIPE: status 77 if it does not. */
+std::string daemonRun(bool featureEnabled) {
+    const Lines lines = outcomeHere(featureEnabled, [] {
         inprocess::reset();
         setProperties({{"persist.sys.zstats_pullerd.start", "1"}});
         signal(SIGPIPE, SIG_DFL);
         const int status = runDaemon();
         return signal(SIGPIPE, SIG_DFL) == SIG_IGN ? status : 77;
-    };
-    EXPECT_EQ(outcome(true, run), expected + Lines{kStart} + kServes + Lines{"returns 0"});
-    EXPECT_EQ(outcome(false, run), (Lines{std::string("I ") + kFeature + " disabled.",
-                                          "request ctl.stop zstats_pullerd", "returns -1"}));
+    });
+    return android::base::Join(lines, '\n');
+}
+
+// In a process that is started anew: binder does not work in the child of one that has used it.
+TEST(StartupDeathTest, IgnoresBrokenPipesDecidesByTheRealMemoryAndServes) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    std::string meminfo;
+    ASSERT_TRUE(android::base::ReadFileToString("/proc/meminfo", &meminfo));
+    const int total = atoi(meminfo.substr(meminfo.find(':') + 1).c_str());
+    Lines decision = {kEnabled, "I memTotal: " + std::to_string(total) + "Kb"};
+    if (total <= 4194304) {
+        decision =
+                decision + Lines{"I isReleaseType: releaseType: ",
+                                 "D It is Commercial Version, less than 4GB, start prop is true."};
+    }
+    const Lines served = decision + Lines{kStart} + kServes + Lines{"returns 0"};
+    const Lines refused = {std::string("I ") + kFeature + " disabled.",
+                           "request ctl.stop zstats_pullerd", "returns -1"};
+    for (const bool enabled : {true, false}) {
+        EXPECT_EXIT(
+                {
+                    fputs(daemonRun(enabled).c_str(), stderr);
+                    _exit(0);
+                },
+                testing::ExitedWithCode(0),
+                testing::Eq(android::base::Join(enabled ? served : refused, '\n')));
+    }
 }
 
 /** Publishing, with no statsd about: the main service then registers nothing. */
