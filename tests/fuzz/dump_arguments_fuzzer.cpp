@@ -11,11 +11,19 @@ using namespace zstats::fuzz;
 
 namespace {
 
-/** The arguments stand between NUL bytes. */
+/**
+ * The arguments stand between NUL bytes. They reach the service as UTF-16, whatever the units are:
+ * a byte beyond ASCII becomes a unit of its own, many of them halves of surrogate pairs.
+ */
 android::Vector<android::String16> splitArguments(const std::string& text) {
     android::Vector<android::String16> args;
     for (size_t at = 0; at < text.size(); at += strlen(&text[at]) + 1) {
-        args.add(android::String16(&text[at]));
+        std::u16string units;
+        for (const char* c = &text[at]; *c != '\0'; ++c) {
+            const auto byte = static_cast<unsigned char>(*c);
+            units += static_cast<char16_t>(byte < 0x80 ? byte : byte << 8);
+        }
+        args.add(android::String16(units.data(), units.size()));
     }
     return args;
 }
