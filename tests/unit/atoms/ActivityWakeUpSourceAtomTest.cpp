@@ -12,7 +12,7 @@ namespace {
 std::atomic<size_t> gAllocations{0};  // of the whole program
 }  // namespace
 
-void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size) {
     ++gAllocations;
     if (void* memory = malloc(size)) return memory;
     throw std::bad_alloc();

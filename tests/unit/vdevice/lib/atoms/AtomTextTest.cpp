@@ -24,6 +24,8 @@ Lines linesOf(const PulledAtom& atom) {
 
 TEST(AtomTextTest, writesWhatAPullBroughtOrThatThereIsNothing) {
     const std::string text("text");
+    const std::string gpu = "150029  gpu_freq_time_info              ";
+    const std::string perFrequency = ", one for each GPU frequency, since the pull before";
     const struct {
         PulledAtom atom;
         Lines lines;
@@ -40,9 +42,7 @@ TEST(AtomTextTest, writesWhatAPullBroughtOrThatThereIsNothing) {
               "",
               {event({160000, int64_t{300}}), event({680000, int64_t{100}}),
                event({900000, int64_t{-5}})}},
-             {"150029  gpu_freq_time_info              3 events, one for each GPU frequency, since "
-              "the pull before",
-              "           frequency  time",
+             {gpu + "3 events" + perFrequency, "           frequency  time",
               "          160000 kHz   300  ##################......   75.0 % of the time",
               "          680000 kHz   100  ######..................   25.0 % of the time",
               "          900000 kHz    -5  ........................    0.0 % of the time"}},
@@ -56,9 +56,7 @@ TEST(AtomTextTest, writesWhatAPullBroughtOrThatThereIsNothing) {
              {"150121  cpu_idle                        2 events, one for each CPU", "        - ",
               "        - cpu 1, idle_time 5 ms, field_3 7"}},
             {{150029, "", {event({text, text})}},
-             {"150029  gpu_freq_time_info              1 event, one for each GPU frequency, since "
-              "the pull before",
-              "          frequency  time",
+             {gpu + "1 event" + perFrequency, "          frequency  time",
               "          text kHz   text  ........................    0.0 % of the time"}},
     };
     for (const auto& item : kCases) EXPECT_EQ(linesOf(item.atom), item.lines);

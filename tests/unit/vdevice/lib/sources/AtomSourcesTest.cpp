@@ -121,7 +121,8 @@ class AtomSourcesTest : public HandlerTest {
         if (!touch.reads().empty()) reads[SourceKind::kTouch] = {"refresh rate"};
         if (!thermal.types().empty()) reads[SourceKind::kThermal] = {"CPU temperatures"};
         // The bytes of a C string, filled up to a multiple of four.
-        if (!audio.request().empty()) reads[SourceKind::kAudio] = {audio.request().c_str()};
+        const std::string question = audio.request().substr(0, audio.request().find('\0'));
+        if (!question.empty()) reads[SourceKind::kAudio] = {question};
         if (tag == 150136 && !list.events.empty()) reads[SourceKind::kUsage] = {"records"};
         for (uint32_t code = 1; code < 64; ++code) {
             if (calda.remote().calls(code) == 0) continue;
