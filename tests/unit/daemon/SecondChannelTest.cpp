@@ -26,7 +26,7 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
         Properties properties;
     } cases[] = {
             {true, {}},
-            // An image for trials outweighs every sign of a release.
+            // A trial image opens it whatever else the build says.
             {true, {{kImage, "preversion"}, {kRelease, "true"}}},
             {false, {{kImage, "preversion2"}, {kRelease, "true"}}},
             {false, {{kImage, "Preversion"}, {kRelease, "true"}}},
