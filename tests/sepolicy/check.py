@@ -12,8 +12,10 @@ from concurrent.futures import ThreadPoolExecutor
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 HERE = os.path.dirname(os.path.abspath(__file__))
 _COMPILER = os.path.join(ROOT, "tools", "sepolicy")
-# What the maker of a device adds: types and rules of the HALs' and calda's processes.
+# What the maker of a device adds: types and rules of the HALs' and calda's processes. Then what the
+# virtual device has that a phone has not; its root shell makes it a build for developers.
 _MAKER = ["--add", os.path.join(ROOT, "vdevice", "selinux", "maker")]
+_DEVICE = _MAKER + ["--add", os.path.join(ROOT, "vdevice", "selinux", "device")]
 _GUIDE = os.path.join("docs", "device.md")
 _VIOLATED = re.compile(r"neverallow on line .* \(or line (\d+) of \S+\) violated by allow")
 _LABEL = re.compile(r"u:object_r:(\w+):s0")
@@ -170,13 +172,17 @@ def check_pasted(work):
 
 
 def check_builds(work):
-    """Ours compiles with and without what a maker adds."""
-    for variant in ("user", "userdebug"):
-        for added in ([], _MAKER):
-            said = compile_policy(os.path.join(work, variant), "--variant", variant, *added)
-            if said:
-                fail("the policy of a %s build does not compile %s: %s" %
-                     (variant, " ".join(added), said))
+    """Ours compiles with and without what a maker adds, and what they add is as sound as ours."""
+    for variant, added in (("userdebug", []), ("userdebug", _DEVICE), ("user", []), ("user", _MAKER)):
+        out = os.path.join(work, variant)
+        said = compile_policy(out, "--variant", variant, *added)
+        if said:
+            fail("the policy of a %s build does not compile %s: %s" %
+                 (variant, " ".join(added), said))
+            continue
+        types = attributes_of_types(os.path.join(out, "policy.conf"))
+        for kind in _KINDS:
+            check_contexts(out, kind, types)
 
 
 def main():
@@ -184,9 +190,6 @@ def main():
         check_builds(work)
         if not _failures:
             folder = os.path.join(work, "user")
-            types = attributes_of_types(os.path.join(folder, "policy.conf"))
-            for kind in _KINDS:
-                check_contexts(folder, kind, types)
             check_places(folder)
             check_pasted(work)
             check_promises(work, os.path.join(folder, "policy.conf"))

@@ -25,7 +25,7 @@ _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
 _CONSOLE_LINES_SHOWN = 20
 _KERNEL_OPTIONS = ("console=ttyS0 quiet panic=-1 mitigations=off cryptomgr.notests tsc=reliable "
-                   "no_timer_check nowatchdog security=selinux selinux=1 enforcing=0")
+                   "no_timer_check nowatchdog security=selinux selinux=1 enforcing=1")
 _HEAD = struct.Struct("<cI")
 
 

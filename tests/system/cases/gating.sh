@@ -28,6 +28,7 @@ cp /tmp/features.saved $features
 # A commercial build on a small device: MemTotal has to be above 4 GiB.
 mount_meminfo() {
     printf 'MemTotal:        %s kB\nMemFree:         1000 kB\n' "$1" >/tmp/meminfo
+    chcon u:object_r:proc_meminfo:s0 /tmp/meminfo
     mount -o bind /tmp/meminfo /proc/meminfo
 }
 mount_meminfo 4194304

@@ -30,6 +30,7 @@ done
 # The same answers from the recording, by a daemon that starts anew.
 restart_daemon
 statsctl pull --json --settle >/tmp/from-profile
+find /tmp/recording -exec chcon u:object_r:profile_file:s0 {} +
 mount -o bind /tmp/recording/nodes /profile/nodes
 for file in charger calda touch thermal audio uah; do
     mount -o bind /tmp/recording/$file /profile/$file

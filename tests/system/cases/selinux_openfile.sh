@@ -68,7 +68,7 @@ is without_context_no_check "0 opened read: $old  /" "$(probe $dir/sealed '' r)"
 has unknown_context "1 not opened /System server has no access to read file context" \
     "$(probe $dir/open u:r:no_such_domain:s0 r)"
 is missing_file "1 not opened /" "$(probe $dir/missing $caller r)"
-has new_file "no access to write file context u:object_r:file:s0 (from path $dir/new," \
+has new_file "no access to write file context u:object_r:tmpfs:s0 (from path $dir/new," \
     "$(probe $dir/new $caller w)"
 is new_file_mode 770 "$(cd $dir && umask 0 && rm -f new && cmd openfileprobe new '' w >/dev/null && stat -c %a new)"
 is invalid_mode "1 not opened /Invalid mode requested: a " "$(probe $dir/open $caller a)"

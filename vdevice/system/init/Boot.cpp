@@ -22,7 +22,6 @@ namespace {
 using android::base::unique_fd;
 
 constexpr char kModule[] = "/lib/modules/binder_linux.ko";
-constexpr char kPolicy[] = "/etc/selinux/policy";
 /** Limits the process ids: a replaced /proc gets one link for each possible id. */
 constexpr int kMaxPid = 4096;
 
@@ -44,6 +43,9 @@ constexpr FileSystem kFileSystems[] = {
         {"selinuxfs", "/sys/fs/selinux", ""},
 };
 
+/** In place of a folder of the kernel's; what init makes in it inherits the label. */
+constexpr char kReplacedFolder[] = "mode=755,rootcontext=u:object_r:replaced_folder:s0";
+
 /** Mounted after the policy is loaded, so that their files get SELinux labels. */
 constexpr FileSystem kLabelledFileSystems[] = {{"tmpfs", "/tmp", "mode=1777"},
                                                {"tmpfs", "/data", "mode=771"}};
@@ -61,7 +63,7 @@ bool apply(const OverlayStep& step) {
     const char* path = step.path.c_str();
     switch (step.kind) {
         case OverlayStep::Kind::kTmpfs:
-            return mount("tmpfs", path, "tmpfs", 0, "mode=755") == 0;
+            return mount("tmpfs", path, "tmpfs", 0, kReplacedFolder) == 0;
         case OverlayStep::Kind::kFolder:
             return mkdir(path, 0755) == 0 || errno == EEXIST;
         case OverlayStep::Kind::kFile:
@@ -79,6 +81,8 @@ bool apply(const OverlayStep& step) {
 void mountFileSystems() {
     umask(0);
     for (const FileSystem& fileSystem : kFileSystems) mountOne(fileSystem);
+    // The kernel tells of each refusal, or nobody could say that there was none.
+    android::base::WriteStringToFile("0", "/proc/sys/kernel/printk_ratelimit");
     mkdir("/dev/log", 0755);
     mkdir("/dev/socket", 0755);
     close(open("/dev/log/main", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
@@ -91,15 +95,8 @@ std::string loadBinder() {
     return "";
 }
 
-std::string loadPolicy() {
-    std::string policy;
-    if (android::base::ReadFileToString(kPolicy, &policy)) {
-        const unique_fd load(open("/sys/fs/selinux/load", O_WRONLY | O_CLOEXEC));
-        const ssize_t written = write(load.get(), policy.data(), policy.size());
-        if (written != static_cast<ssize_t>(policy.size())) return failed("/sys/fs/selinux/load");
-    }
+void mountLabelledFileSystems() {
     for (const FileSystem& fileSystem : kLabelledFileSystems) mountOne(fileSystem);
-    return "";
 }
 
 std::string showProfileFiles() {

@@ -20,6 +20,7 @@
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/system/init/Boot.h"
 #include "vdevice/system/init/InitLog.h"
+#include "vdevice/system/init/Labels.h"
 #include "vdevice/system/init/Process.h"
 
 namespace zstats::vdevice {
@@ -60,10 +61,10 @@ void Init::run() {
     setenv("PATH", "/system_ext/bin:/system/bin:/bin:/sbin", 1);
     setenv("HOME", "/", 1);
     setenv("TERM", "linux", 1);
-    mountFileSystems();
+    std::string error = bootSystem();
     mDeaths = childDeaths();
     mScriptHost = std::make_unique<ScriptHost>();
-    const std::string error = prepare();
+    if (error.empty()) error = prepare();
     if (error.empty()) {
         startWatch();
         mActions.trigger("boot");
@@ -76,14 +77,24 @@ void Init::run() {
     reboot(RB_POWER_OFF);
 }
 
+std::string Init::bootSystem() {
+    mountFileSystems();
+    // Before the policy, as on a device: what comes later is the domain init, which loads no modules.
+    std::string error = loadBinder();
+    if (error.empty()) error = loadPolicy();
+    if (!error.empty()) return error;
+    mountLabelledFileSystems();
+    return labelFiles();
+}
+
 std::string Init::prepare() {
     std::string error;
     const auto step = [&](const std::string& result) {
         error = result;
         return error.empty();
     };
-    if (step(loadBinder()) && step(loadPolicy()) && step(showProfileFiles()) &&
-        step(mProperties.open()) && step(mProperties.load(profilePath(profile::kBuildProp)))) {
+    if (step(showProfileFiles()) && step(mProperties.open()) &&
+        step(mProperties.load(profilePath(profile::kBuildProp)))) {
         error = readRcFiles();
     }
     return error;

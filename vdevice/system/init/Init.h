@@ -24,7 +24,9 @@ class Init {
     void run();
 
   private:
-    /** Prepares the boot up to the first service. Returns what went wrong, empty if nothing. */
+    /** File systems, binder, the policy and all labels. Returns what went wrong, empty if nothing. */
+    static std::string bootSystem();
+    /** Everything from there to the first service. Returns what went wrong, empty if nothing. */
     std::string prepare();
     std::string readRcFiles();
     std::string fileServices(const std::vector<RcService>& services);

@@ -2,6 +2,7 @@
 
 #include <android-base/file.h>
 #include <errno.h>
+#include <selinux/selinux.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -11,6 +12,7 @@
 #include <sstream>
 
 #include "vdevice/system/init/InitLog.h"
+#include "vdevice/system/init/Labels.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -19,9 +21,11 @@ using android::base::unique_fd;
 using zstats::properties::PropertyArea;
 using zstats::properties::PropertyRequest;
 
+constexpr char kContexts[] = "/etc/selinux/property_contexts";
 constexpr char kControlPrefix[] = "ctl.";
 /** Answers of the platform's property service. */
 constexpr int kErrorReadOnly = 0xB;
+constexpr int kErrorDenied = 0x18;
 constexpr int kErrorControl = 0x20;
 constexpr int kErrorSet = 0x24;
 constexpr timeval kClientPatience = {2, 0};
@@ -37,18 +41,35 @@ std::string programOf(pid_t pid) {
     return command.substr(0, command.find('\0'));
 }
 
+/** The domain at the other end of a connection; empty, which is allowed nothing, if unknown. */
+std::string domainOf(int socket) {
+    char* label = nullptr;
+    if (getpeercon(socket, &label) != 0) return "";
+    std::string domain = label;
+    freecon(label);
+    return domain;
+}
+
+std::unique_ptr<PropertyArea> createArea() {
+    const LabelledCreation labelled(zstats::properties::kAreaPath);
+    return PropertyArea::create(zstats::properties::kAreaPath);
+}
+
 }  // namespace
 
 std::string PropertyService::open() {
-    mArea = PropertyArea::create(zstats::properties::kAreaPath);
+    mArea = createArea();
     if (mArea == nullptr)
         return std::string(zstats::properties::kAreaPath) + ": " + strerror(errno);
+    mContexts = zstats::selinux::Contexts::read(kContexts);
+    if (!mContexts) return std::string(kContexts) + ": " + strerror(errno);
     mSocket.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     static_assert(sizeof(zstats::properties::kServicePath) <= sizeof(address.sun_path));
     memcpy(address.sun_path, zstats::properties::kServicePath,
            sizeof(zstats::properties::kServicePath));
+    const LabelledCreation labelled(address.sun_path);
     if (bind(mSocket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
         chmod(address.sun_path, 0666) != 0 || listen(mSocket.get(), SOMAXCONN) != 0) {
         return std::string(zstats::properties::kServicePath) + ": " + strerror(errno);
@@ -90,11 +111,24 @@ void PropertyService::serve() {
     setsockopt(client.get(), SOL_SOCKET, SO_RCVTIMEO, &kClientPatience, sizeof(kClientPatience));
     PropertyRequest request;
     if (!zstats::properties::readPropertyRequest(client.get(), &request)) return;
-    zstats::properties::sendPropertyResult(client.get(), handle(request, peer.pid));
+    const Client asking = {peer.pid, domainOf(client.get())};
+    zstats::properties::sendPropertyResult(client.get(), handle(request, asking));
 }
 
-int PropertyService::handle(const PropertyRequest& request, pid_t pid) {
-    if (startsWith(request.name, kControlPrefix)) return control(request, pid);
+bool PropertyService::maySet(const Client& client, const std::string& name) const {
+    return zstats::selinux::isAllowed(client.domain, mContexts->ofProperty(name),
+                                      "property_service", "set",
+                                      "property=" + name + " pid=" + std::to_string(client.pid));
+}
+
+int PropertyService::handle(const PropertyRequest& request, const Client& client) {
+    if (startsWith(request.name, kControlPrefix)) return control(request, client);
+    const pid_t pid = client.pid;
+    if (!maySet(client, request.name)) {
+        INIT_LOG(ERROR, "Unable to set property '%s' from pid: %d: SELinux permission check failed",
+                 request.name.c_str(), pid);
+        return kErrorDenied;
+    }
     if (startsWith(request.name, "ro.") && mArea->find(request.name.c_str()) != nullptr) {
         INIT_LOG(ERROR, "Unable to set property '%s' from pid: %d: it is read-only",
                  request.name.c_str(), pid);
@@ -107,7 +141,18 @@ int PropertyService::handle(const PropertyRequest& request, pid_t pid) {
     return kErrorSet;
 }
 
-int PropertyService::control(const PropertyRequest& request, pid_t pid) {
+int PropertyService::control(const PropertyRequest& request, const Client& client) {
+    // A domain may control one service by either name: all that concerns the service, or this alone.
+    if (!maySet(client, kControlPrefix + request.value) &&
+        !maySet(client, request.name + "$" + request.value)) {
+        INIT_LOG(ERROR,
+                 "Unable to set property '%s' from pid: %d: Invalid permissions to perform "
+                 "'%s' on '%s'",
+                 request.name.c_str(), client.pid,
+                 request.name.substr(strlen(kControlPrefix)).c_str(), request.value.c_str());
+        return kErrorControl;
+    }
+    const pid_t pid = client.pid;
     const std::string program = programOf(pid);
     const std::string action = request.name.substr(strlen(kControlPrefix));
     const bool done = mControl(action, request.value);

@@ -5,9 +5,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/properties/PropertyStore.h"
+#include "host/selinux/Contexts.h"
 
 namespace zstats::vdevice {
 
@@ -42,12 +44,21 @@ class PropertyService {
     std::string get(const std::string& name) const;
 
   private:
-    int handle(const zstats::properties::PropertyRequest& request, pid_t pid);
-    int control(const zstats::properties::PropertyRequest& request, pid_t pid);
+    /** Who asks: the process, and its domain. */
+    struct Client {
+        pid_t pid;
+        std::string domain;
+    };
+
+    int handle(const zstats::properties::PropertyRequest& request, const Client& client);
+    int control(const zstats::properties::PropertyRequest& request, const Client& client);
+    /** SELinux' answer, by the label of `name`. */
+    bool maySet(const Client& client, const std::string& name) const;
 
     const ControlHandler mControl;
     const SetListener mListener;
     std::unique_ptr<zstats::properties::PropertyArea> mArea;
+    std::optional<zstats::selinux::Contexts> mContexts;
     android::base::unique_fd mSocket;
 };
 

@@ -4,6 +4,7 @@
 #include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <selinux/selinux.h>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
@@ -23,10 +24,16 @@ namespace {
 using android::base::unique_fd;
 
 constexpr char kLogPath[] = "/dev/log/main";
+constexpr char kRootShell[] = "u:r:su:s0";
 constexpr char kConsole[] = "/dev/ttyS0";
 constexpr int kHeartbeatMs = 5000;
 constexpr char kBegin = 'b';
 constexpr char kRefuse = 'r';
+
+/** What this process runs next is in the domain of a developer's root shell. */
+void becomeRootShell() {
+    if (setexeccon(kRootShell) != 0) perror(kRootShell);
+}
 
 /** What the forked process runs. */
 class ScriptProcess {
@@ -128,6 +135,7 @@ class ScriptProcess {
             becomeChild();
             setsid();
             const unique_fd input(open("/dev/null", O_RDONLY | O_CLOEXEC));
+            becomeRootShell();
             const char* const command[] = {"sh", kScriptPath, nullptr};
             execProgram("/bin/sh", command, {input.get(), output[1], errors[1]});
         }
@@ -145,6 +153,7 @@ class ScriptProcess {
         setsid();
         const int console = open(kConsole, O_RDWR);
         ioctl(console, TIOCSCTTY, 0);
+        becomeRootShell();
         const char* const command[] = {"-sh", nullptr};
         execProgram("/bin/sh", command, {console, console, console});
     }

@@ -4,6 +4,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <grp.h>
+#include <selinux/selinux.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -16,13 +17,17 @@
 #include <cstring>
 
 #include "vdevice/system/init/InitLog.h"
+#include "vdevice/system/init/Labels.h"
 #include "vdevice/system/init/Process.h"
 
 namespace zstats::vdevice {
 namespace {
 
-void makeSocket(const RcSocket& rc) {
+/** A socket of the service's own, at a path with a label of its own. */
+void makeSocket(const RcSocket& rc, const std::string& domain) {
+    setsockcreatecon(domain.empty() ? nullptr : domain.c_str());
     const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+    setsockcreatecon(nullptr);
     const int on = 1;
     if (rc.passCredentials) setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
     sockaddr_un address = {};
@@ -30,6 +35,7 @@ void makeSocket(const RcSocket& rc) {
     const std::string path = "/dev/socket/" + rc.name;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     unlink(path.c_str());
+    const LabelledCreation labelled(path);
     const bool bound = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
     if (!bound || chown(path.c_str(), rc.uid, rc.gid) != 0 || chmod(path.c_str(), rc.mode) != 0) {
         INIT_LOG(ERROR, "%s: %s", path.c_str(), strerror(errno));
@@ -46,8 +52,10 @@ void Service::start() {
         mStartAfterEnd = mStopping;
         return;
     }
+    const auto domain = domainOfProgram(mRc.command[0]);
+    if (!domain) return;
     mPid = fork();
-    if (mPid == 0) runProgram();
+    if (mPid == 0) runProgram(*domain);
     if (mPid < 0) {
         INIT_LOG(ERROR, "cannot fork for service '%s': %s", mRc.name.c_str(), strerror(errno));
         return;
@@ -57,12 +65,13 @@ void Service::start() {
     INIT_LOG(INFO, "starting service '%s' (pid %d)", mRc.name.c_str(), mPid);
 }
 
-void Service::runProgram() const {
+void Service::runProgram(const std::string& domain) const {
     becomeChild();
     setsid();
     umask(022);
-    makeSockets();
+    makeSockets(domain);
     dropPrivileges();
+    if (!domain.empty() && setexeccon(domain.c_str()) != 0) _exit(127);
     std::vector<char*> command;
     for (const std::string& word : mRc.command) command.push_back(const_cast<char*>(word.c_str()));
     command.push_back(nullptr);
@@ -74,8 +83,8 @@ void Service::runProgram() const {
     _exit(127);
 }
 
-void Service::makeSockets() const {
-    for (const RcSocket& socket : mRc.sockets) makeSocket(socket);
+void Service::makeSockets(const std::string& domain) const {
+    for (const RcSocket& socket : mRc.sockets) makeSocket(socket, domain);
 }
 
 void Service::dropPrivileges() const {

@@ -50,8 +50,8 @@ class Service {
 
   private:
     void kill();
-    void runProgram() const;
-    void makeSockets() const;
+    void runProgram(const std::string& domain) const;
+    void makeSockets(const std::string& domain) const;
     void dropPrivileges() const;
 
     const RcService mRc;

@@ -14,8 +14,13 @@ int setpropMain(const Arguments& arguments);
 int startMain(const Arguments& arguments);
 int stopMain(const Arguments& arguments);
 int asuidMain(const Arguments& arguments);
+int chconMain(const Arguments& arguments);
+int runconMain(const Arguments& arguments);
 
 /** Says on standard error how `tool` is used; returns the exit status for that. */
 int usage(const char* text);
+
+/** Becomes the command; returns the exit status of a shell for one that cannot be run. */
+int runCommand(const char* tool, const Arguments& command);
 
 }  // namespace zstats::vdevice

@@ -18,14 +18,7 @@ int asuidMain(const Arguments& arguments) {
         fprintf(stderr, "asuid: %s: %s\n", arguments[0].c_str(), strerror(errno));
         return 1;
     }
-    std::vector<char*> command;
-    for (size_t i = 1; i < arguments.size(); ++i) {
-        command.push_back(const_cast<char*>(arguments[i].c_str()));
-    }
-    command.push_back(nullptr);
-    execvp(command[0], command.data());
-    fprintf(stderr, "asuid: %s: %s\n", command[0], strerror(errno));
-    return errno == ENOENT ? 127 : 126;
+    return runCommand("asuid", {arguments.begin() + 1, arguments.end()});
 }
 
 }  // namespace zstats::vdevice

@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -14,8 +17,8 @@ struct Tool {
     int (*run)(const Arguments&);
 };
 
-constexpr Tool kTools[] = {{"asuid", asuidMain},   {"getprop", getpropMain},
-                           {"logcat", logcatMain}, {"setprop", setpropMain},
+constexpr Tool kTools[] = {{"asuid", asuidMain},   {"chcon", chconMain},   {"getprop", getpropMain},
+                           {"logcat", logcatMain}, {"runcon", runconMain}, {"setprop", setpropMain},
                            {"start", startMain},   {"stop", stopMain}};
 
 }  // namespace
@@ -23,6 +26,15 @@ constexpr Tool kTools[] = {{"asuid", asuidMain},   {"getprop", getpropMain},
 int usage(const char* text) {
     fprintf(stderr, "usage: %s\n", text);
     return 2;
+}
+
+int runCommand(const char* tool, const Arguments& command) {
+    std::vector<char*> words;
+    for (const std::string& word : command) words.push_back(const_cast<char*>(word.c_str()));
+    words.push_back(nullptr);
+    execvp(words[0], words.data());
+    fprintf(stderr, "%s: %s: %s\n", tool, words[0], strerror(errno));
+    return errno == ENOENT ? 127 : 126;
 }
 
 }  // namespace zstats::vdevice
