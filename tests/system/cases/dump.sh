@@ -17,3 +17,15 @@ has root/negative 'Zstats_pullerd set gLogLevel: 0' "$(dumpsys zstats_pullerd --
 is root/unknown-option 1 "$(dumpsys zstats_pullerd --RGBLOG 1 2>/dev/null | grep -c .)"
 has root/restored 'gLogLevel: 1' "$(dumpsys zstats_pullerd --loglevel 1 2>&1)"
 has transaction-logged 'BnZstatsPullerService onTransact code 1598311760' "$(daemon_log)"
+
+# A daemon that was stopped writes its dump to a client that has gone, and goes on.
+pid=$(daemon_pid)
+dumps() { log_count 'BnZstatsPullerService onTransact code 1598311760'; }
+before=$(dumps)
+kill -STOP "$pid"
+has gone/given-up "TIMEOUT" "$(dumpsys -T 500 zstats_pullerd --loglevel 1 2>&1)"
+kill -CONT "$pid"
+dumped() { [ "$(dumps)" -gt "$before" ]; }
+wait_for 20 dumped && ok gone/answered || not_ok gone/answered "no transaction"
+has gone/pull '"fields"' "$(pull 150006)"
+is gone/same-daemon "$pid" "$(daemon_pid)"
