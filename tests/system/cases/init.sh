@@ -41,6 +41,8 @@ setprop vdev.restart_ms ""
 # What a service prints goes where a device sends it.
 is standard_descriptors "/dev/null /dev/null /dev/null" \
     "$(for fd in 0 1 2; do readlink "/proc/$(daemon_pid)/fd/$fd"; done | xargs)"
+is no_capabilities 0000000000000000 \
+    "$(awk '/^Cap/ { print $2 }' "/proc/$(daemon_pid)/status" | sort -u)"
 has request_logged "Control message: Processed ctl.stop for 'charger' from pid: " \
     "$(daemon_log init)"
 

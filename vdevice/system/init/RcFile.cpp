@@ -92,6 +92,12 @@ std::string applyInterface(RcService* service, const Words& words) {
 
 const std::map<std::string, Keyword<RcService>>& serviceKeywords() {
     static const std::map<std::string, Keyword<RcService>> keywords = {
+            {"capabilities",
+             {0, 0,
+              [](RcService* service, const Words&) {
+                  service->noCapabilities = true;
+                  return std::string();
+              }}},
             {"class",
              {1, 1,
               [](RcService* service, const Words& words) {

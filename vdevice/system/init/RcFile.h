@@ -29,6 +29,8 @@ struct RcService {
     uid_t uid = 0;
     /** The first is the group of the process, the others are supplementary. */
     std::vector<gid_t> gids = {0};
+    /** Takes all capabilities away, also from root. */
+    bool noCapabilities = false;
     bool oneshot = false;
     bool disabled = false;
     /** A process that ended is started again this long after its last start. */
