@@ -16,11 +16,11 @@ for kind in open read write sealed; do
         not_ok "label_$kind" "setfilecon failed"
 done
 
-# probe ARGUMENT...: its outcome as "STATUS OUTPUT / ERRORS" in one line, without the lines that the
-# SELinux library itself writes about each refusal.
+# probe ARGUMENT...: its outcome as "STATUS OUTPUT / ERRORS" in one line, without what the SELinux
+# library itself writes about each refusal, as a line or, newer ones, at the beginning of one.
 probe() {
     cmd openfileprobe "$@" >$dir/.out 2>$dir/.err
-    echo "$? $(tr '\n' ' ' <$dir/.out)/$(grep -v '^avc:' $dir/.err | tr '\n' ' ')"
+    echo "$? $(tr '\n' ' ' <$dir/.out)/$(sed 's/^avc: .* tclass=[a-z]*\( permissive=[01]\)*//; /^$/d' $dir/.err | tr '\n' ' ')"
 }
 
 # refusal KIND ACCESS: what probe prints for it.

@@ -63,7 +63,7 @@ TEST(RcFileTest, refusesWhatHasNoEffectHere) {
             {"\n  user root", "f:2: unknown stanza 'user'"},
             {"service s", "f:1: a service needs a name and a path"},
             {"service s bin/s", "f:1: 'bin/s' is no absolute path"},
-            {service + "capabilities SYS_NICE", "f:2: unknown keyword 'capabilities'"},
+            {service + "writepid /dev/null", "f:2: unknown keyword 'writepid'"},
             {service + "user nosuch", "f:2: unknown user 'nosuch'"},
             {service + "user", "f:2: wrong number of arguments for 'user'"},
             {service + "group root 12x", "f:2: unknown group '12x'"},
