@@ -13,3 +13,10 @@ start touch
 svcwait vendor.norda.hardware.charger.ICharger/default vendor.norda.hardware.touch.INordaTouch/default
 out=$(pull 150010 150131)
 is started '[4000] [2]' "$(echo "$out" | sed 's/.*"fields":\([^]]*]\).*/\1/' | xargs)"
+
+# Files of the profile's own at places that the kernel's tree does not have for them.
+is overlay/file_for_folder "$(cat /profile/root/sys/kernel/slab)" "$(cat /sys/kernel/slab)"
+is overlay/link ../bus "$(readlink /sys/kernel/elsewhere)"
+is overlay/beside "$(ls /.kernel/sys/kernel/mm)" "$(ls /sys/kernel/mm)"
+rm -f /sys/kernel/elsewhere
+is overlay/names "$(ls /.kernel/sys/kernel)" "$(ls /sys/kernel)"

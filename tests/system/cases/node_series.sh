@@ -14,5 +14,7 @@ has other_reader 'battery_dod: "40\n"' "$text"
 has second 'depth_of_discharge 41' "$text"
 has third '"fields":[42]' "$(pull 150006)"
 has last_stays '"fields":[42]' "$(pull 150006)"
-rm /profile/nodes/battery_dod.[12]
+rm /profile/nodes/battery_dod.2
+has shortened '"fields":[41]' "$(pull 150006)"
+rm /profile/nodes/battery_dod.1
 mv /tmp/battery_dod /profile/nodes/battery_dod

@@ -10,8 +10,17 @@ order="$order 150141 150167"
 is order "$order" "$(list | awk '{ print $2 }' | xargs)"
 is terms '0 1000 ms 2000 ms none' "$(list | awk '{ print $4, $5, $6, $7, $8, $9 }' | sort -u)"
 has statistics '39 pullers' "$(cmd stats print-stats)"
-has source 'Pull from 150005: received 1 events' "$(cmd stats pull-source 150005 AID_ROOT)"
-is source/system "Pull from 150005 failed: no puller registered" "$(cmd stats pull-source 150005 | head -n 1)"
+missing='Pull from 150005 failed: no puller registered'
+usage="pull-source wants an atom tag, and a uid or AID name if it is not system's"
+for user in AID_ROOT 0; do
+    has source/$user 'Pull from 150005: received 1 events' "$(cmd stats pull-source 150005 $user)"
+done
+for user in '' AID_SYSTEM 1000; do
+    is "source/$user" "$missing" "$(cmd stats pull-source 150005 $user | head -n 1)"
+done
+for words in '' x '150005 AID_UNKNOWN' '150005 0 0'; do
+    is "source/usage/$words" "$usage" "$(cmd stats pull-source $words 2>&1 >/dev/null | head -n 1)"
+done
 
 # A daemon that hangs is waited for, no longer than it asked; its late answer is dropped.
 kill -STOP "$(daemon_pid)"

@@ -31,6 +31,19 @@ wait $stalled 2>/dev/null
 wait_for 20 runs_catch_up && ok late/started || not_ok late/started "$(runs in) $(runs "done")"
 more() { [ "$(lines)" -gt "$count" ]; }
 wait_for 20 more && ok other/goes_on || not_ok other/goes_on "$(lines) lines"
+
+# So does a caller who does not finish the configuration.
+statsd_reads() { grep -q '^0 ' /proc/"$(pidof statsd)"/task/*/syscall; }
+mkfifo rest
+{ printf '\005\0\0'; cat rest; } | cmd stats data-subscribe &
+exec 3>rest
+hangs() { statsd_reads && sleep 0.5 && statsd_reads; }
+wait_for 20 hangs && ok unfinished/statsd_waits || not_ok unfinished/statsd_waits "it is not reading"
+count=$(lines)
+sleep 2
+is unfinished/stops "$count" "$(lines)"
+exec 3>&-
+wait_for 20 more && ok unfinished/goes_on || not_ok unfinished/goes_on "$(lines) lines"
 kill $stream
 wait $stream 2>/dev/null
 wait_for 20 running_is 0 && ok all_end || not_ok all_end "$(running) run"

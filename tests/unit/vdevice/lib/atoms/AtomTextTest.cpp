@@ -1,13 +1,10 @@
+#include <android-base/strings.h>
 #include <gtest/gtest.h>
-
-#include <sstream>
 
 #include "vdevice/lib/atoms/AtomText.h"
 
 namespace zstats::vdevice {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 constexpr int64_t kUptimeMs = 10'000;
 
@@ -15,20 +12,15 @@ PulledEvent event(std::vector<AtomValue> fields) {
     return {true, std::move(fields)};
 }
 
-Lines linesOf(const PulledAtom& atom) {
-    Lines lines;
-    std::istringstream stream(atomText(atom, kUptimeMs));
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
-}
-
 TEST(AtomTextTest, writesWhatAPullBroughtOrThatThereIsNothing) {
     const std::string text("text");
     const std::string gpu = "150029  gpu_freq_time_info              ";
     const std::string perFrequency = ", one for each GPU frequency, since the pull before";
+    std::vector<AtomValue> record(9, 12345678);
+    record[0] = std::string("com.norda.camera");
     const struct {
         PulledAtom atom;
-        Lines lines;
+        std::vector<std::string> lines;
     } kCases[] = {
             {{150030, "", {event({31, 30500})}},
              {"150030  battery_temperature             degrees 31 °C, milli_degrees 30500 m°C"}},
@@ -58,19 +50,18 @@ TEST(AtomTextTest, writesWhatAPullBroughtOrThatThereIsNothing) {
             {{150029, "", {event({text, text})}},
              {gpu + "1 event" + perFrequency, "          frequency  time",
               "          text kHz   text  ........................    0.0 % of the time"}},
+            // Wide ones are written out, in lines that fit.
+            {{150136, "", {event(record), {false, {std::string("half")}}}},
+             {"150136  uah_dataset                     2 events, one for each usage record",
+              "        - column_1 com.norda.camera, column_2 12345678, column_3 12345678, "
+              "column_4 12345678, column_5 12345678,",
+              "          column_6 12345678, column_7 12345678, column_8 12345678, "
+              "column_9 12345678",
+              "        - (left unbuilt: statsd drops it), column_1 half"}},
     };
-    for (const auto& item : kCases) EXPECT_EQ(linesOf(item.atom), item.lines);
-    EXPECT_EQ(eventText(1, {true}), "field_1 true");
-}
-
-TEST(AtomTextTest, writesWideEventsOutAndKeepsLinesShort) {
-    std::vector<AtomValue> record(17, 1234567);
-    record[0] = std::string("com.norda.camera");
-    const Lines lines = linesOf({150136, "", {event(record), {false, {std::string("half")}}}});
-    ASSERT_GE(lines.size(), 4u);
-    EXPECT_EQ(lines[1].substr(0, 36), "        - column_1 com.norda.camera,");
-    for (const std::string& line : lines) EXPECT_LE(line.size(), kTextWidth) << line;
-    EXPECT_EQ(lines.back(), "        - (left unbuilt: statsd drops it), column_1 half");
+    for (const auto& item : kCases) {
+        EXPECT_EQ(atomText(item.atom, kUptimeMs), android::base::Join(item.lines, "\n") + "\n");
+    }
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <android-base/strings.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -23,75 +24,52 @@ on property:mode=fast
     start mode
 )";
 
-class ActionQueueTest : public testing::Test {
-  protected:
-    void SetUp() override {
-        RcFile rc;
-        ASSERT_EQ("", parseRcFile("f", kRc, &rc));
-        mQueue.setActions(rc.actions);
-    }
+TEST(ActionQueueTest, startsWhatEventsAndPropertiesTrigger) {
+    std::map<std::string, std::string> properties;
+    ActionQueue queue([&](const std::string& name) { return properties[name]; });
+    RcFile rc;
+    ASSERT_EQ("", parseRcFile("f", kRc, &rc));
+    queue.setActions(rc.actions);
 
-    void set(const std::string& name, const std::string& value) {
-        mProperties[name] = value;
-        mQueue.propertySet(name, value);
-    }
-
-    /** The services that the commands due now start. */
-    std::string started() {
-        std::string names;
-        while (const auto command = mQueue.next()) names += command->at(1) + " ";
-        return names;
-    }
-
-    std::map<std::string, std::string> mProperties;
-    ActionQueue mQueue{[this](const std::string& name) { return mProperties[name]; }};
-};
-
-TEST_F(ActionQueueTest, runsAnEventsActionsInOrderWhoseConditionsHold) {
-    mQueue.trigger("nothing waits for this");
-    EXPECT_EQ("", started());
-    mQueue.trigger("boot");
-    EXPECT_EQ("first second ", started());
-    set("mode", "fast");
-    EXPECT_EQ("", started());
-    mQueue.trigger("boot");
-    EXPECT_EQ("first second fast ", started());
-}
-
-TEST_F(ActionQueueTest, runsOnceWhatHoldsWhenPropertyTriggersAreEnabled) {
-    set("a", "1");
-    EXPECT_EQ("", started());
-    mQueue.enablePropertyTriggers();
-    EXPECT_EQ("a_is_1 a_is_set ", started());
-    EXPECT_EQ("", started());
-}
-
-TEST_F(ActionQueueTest, runsWhatAPropertyTriggersEachTimeItIsSet) {
-    mQueue.enablePropertyTriggers();
-    EXPECT_EQ("", started());
     const struct {
-        const char* name;
-        const char* value;
+        std::string step;  // "on EVENT", "enable" for the property triggers, or "NAME=VALUE..."
         const char* started;
-    } steps[] = {{"a", "1", "a_is_1 a_is_set "},
-                 {"a", "1", "a_is_1 a_is_set "},
-                 {"b", "2", "both "},
-                 {"a", "1", "a_is_1 a_is_set both "},
-                 {"a", "01", "a_is_set "},
-                 {"a", "", ""},
-                 {"c", "1", ""}};
-    for (const auto& step : steps) {
-        set(step.name, step.value);
-        EXPECT_EQ(step.started, started()) << step.name << "=" << step.value;
+    } kSteps[] = {
+            {"on nothing", ""},
+            {"on boot", "first second "},
+            // Property triggers rest until they are enabled, and then run once what holds.
+            {"mode=fast", ""},
+            {"on boot", "first second fast "},
+            {"enable", "mode "},
+            {"mode=", ""},
+            // Each setting triggers, to the same value too.
+            {"a=1", "a_is_1 a_is_set "},
+            {"a=1", "a_is_1 a_is_set "},
+            {"b=2", "both "},
+            {"a=1", "a_is_1 a_is_set both "},
+            {"a=01", "a_is_set "},
+            {"a=", ""},
+            {"c=1", ""},
+            // It goes by the value that was set, also when that has changed since.
+            {"a=1 a=2", "a_is_1 a_is_set both a_is_set "},
+    };
+    for (const auto& [step, expected] : kSteps) {
+        const auto words = android::base::Split(step, " ");
+        if (words[0] == "on") {
+            queue.trigger(words[1]);
+        } else if (words[0] == "enable") {
+            queue.enablePropertyTriggers();
+        } else {
+            for (const std::string& word : words) {
+                const auto pair = android::base::Split(word, "=");
+                properties[pair[0]] = pair[1];
+                queue.propertySet(pair[0], pair[1]);
+            }
+        }
+        std::string started;
+        while (const auto command = queue.next()) started += command->at(1) + " ";
+        EXPECT_EQ(started, expected) << step;
     }
-}
-
-TEST_F(ActionQueueTest, goesByTheValueThatWasSetAlsoWhenItHasChangedSince) {
-    mQueue.enablePropertyTriggers();
-    EXPECT_EQ("", started());
-    set("a", "1");
-    set("a", "2");
-    EXPECT_EQ("a_is_1 a_is_set a_is_set ", started());
 }
 
 }  // namespace
