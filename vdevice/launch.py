@@ -13,6 +13,7 @@ import termios
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
 from vdevice.launcher import build  # noqa: E402
+from vdevice.launcher.architecture import ROOT, Architecture  # noqa: E402
 from vdevice.launcher.device import Device  # noqa: E402
 from vdevice.launcher.progress import Failure, say  # noqa: E402
 
@@ -45,6 +46,13 @@ def _tag(text):
     return value
 
 
+def _architecture(text):
+    try:
+        return Architecture(text)
+    except Failure as failure:
+        raise argparse.ArgumentTypeError(str(failure)) from None
+
+
 _seconds.__name__ = "number of seconds"
 _tag.__name__ = "atom tag"
 
@@ -55,10 +63,13 @@ def _add_common(parser):
     parser.add_argument("--scenario", metavar="NAME",
                         help="play the profile's file scenario.NAME from boot, or its file "
                         "scenario if NAME is '%s'" % _OWN_SCENARIO)
-    parser.add_argument("--build-dir", default=os.path.join(build.ROOT, "build", "device"),
-                        metavar="DIR", help="where the device's programs are built")
+    parser.add_argument("--arch", type=_architecture, default="", metavar="NAME",
+                        help="the device's processor, one of tools/architectures (default: this "
+                        "machine's)")
+    parser.add_argument("--build-dir", metavar="DIR", help="where the device's programs are built "
+                        "(default: build/device, or build/NAME for a NAME of --arch)")
     parser.add_argument("--log", metavar="FILE", help="keep the device's log in FILE")
-    parser.add_argument("--timeout", type=_seconds, default=_DEFAULT_SECONDS, metavar="SECONDS",
+    parser.add_argument("--timeout", type=_seconds, metavar="SECONDS",
                         help="for what runs in the device (default: %d)" % _DEFAULT_SECONDS)
 
 
@@ -90,7 +101,7 @@ def _vdev_parser():
 
 
 def _profile_folder(name):
-    shipped = os.path.join(build.ROOT, "vdevice", "profiles", name)
+    shipped = os.path.join(ROOT, "vdevice", "profiles", name)
     return shipped if "/" not in name and os.path.isdir(shipped) else name
 
 
@@ -106,21 +117,23 @@ def _scenario_file(options, profile):
 
 
 def _boot(options, script, output=None):
-    build.set_up()
-    folder = os.path.abspath(options.build_dir)
-    build.build_image(folder)
+    architecture = options.arch
+    build.set_up(architecture)
+    folder = os.path.abspath(options.build_dir or build.folder_for(architecture))
+    profile_check = build.build_image(folder, architecture)
     profile = _profile_folder(options.profile)
-    build.check_profile(folder, profile)
+    build.check_profile(profile_check, profile)
     image = os.path.join(folder, "image")
     log = open(options.log, "wb") if options.log else None
     with tempfile.TemporaryDirectory(prefix="vdev.") as work:
         ramdisk = os.path.join(work, "ramdisk")
         build.write_ramdisk(ramdisk, image, profile, script, _scenario_file(options, profile))
-        device = Device(work, os.path.join(image, "vmlinux"), ramdisk, script is None,
-                        output or sys.stdout.buffer)
-        say("booting profile %s" % os.path.basename(os.path.normpath(profile)))
+        device = Device(architecture, work, os.path.join(image, "vmlinux"), ramdisk,
+                        script is None, output or sys.stdout.buffer)
+        say("booting profile %s%s" % (os.path.basename(os.path.normpath(profile)),
+                                      "" if architecture.is_own else " on " + architecture.name))
         try:
-            return device.run(options.timeout)
+            return device.run(options.timeout or _DEFAULT_SECONDS * architecture.slowness)
         finally:
             if log is not None:
                 with log:
@@ -147,7 +160,7 @@ def _boot_trace(options):
     options.timeout = 1e9
     if options.seconds is not None:
         words += ["--for", str(round(options.seconds))]
-        options.timeout = options.seconds + _SECONDS_AROUND_A_TRACE
+        options.timeout = options.seconds + _SECONDS_AROUND_A_TRACE * options.arch.slowness
     with open(options.output, "wb") as output:
         return _boot(options, "exec " + " ".join(words), output)
 

@@ -9,7 +9,8 @@ import unittest
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 _REAL = ("bash", "cat", "comm", "cut", "date", "dirname", "flock", "grep", "head", "mkdir",
-         "mktemp", "mv", "ln", "rm", "sed", "sh", "sleep", "sort", "tail", "touch")
+         "mktemp", "mv", "ln", "rm", "sed", "sh", "sleep", "sort", "tail", "touch",
+         "uname")
 
 
 class _Machine:
@@ -19,7 +20,7 @@ class _Machine:
         self.folder = folder
         self.called = os.path.join(folder, "called")
         os.mkdir(os.path.join(folder, "bin"))
-        for name in _REAL:
+        for name in set(_REAL) - set(programs):
             path = "/usr/bin/" + name
             os.symlink(path if os.path.exists(path) else "/bin/" + name,
                        os.path.join(folder, "bin", name))
@@ -78,6 +79,21 @@ class SetUpTest(unittest.TestCase):
         for uid, sudo in ((0, []), (1000, ["sudo"])):
             self.assertEqual((0, [], sudo + ["apt-get", "apt-get"], 0),
                              self._set_up(uid, dpkg_query=_QUERY, apt_get="", sudo=_SUDO))
+
+    def test_another_processor_wants_more_only_when_it_is_asked_for(self):
+        query = ('for p in "${@:3}"; do case $p in qemu-* | *-gnu) ;; *) echo "installed $p" ;; '
+                 'esac; done')
+        for options, line in (
+                ((), "missing: qemu-system-x86; "),
+                (("--arch", "amd64"), "missing: qemu-system-x86; "),
+                (("--arch", "arm64"), "missing: g++-aarch64-linux-gnu qemu-system-arm; "),
+                (("--arch", "vax"), "unknown architecture 'vax' (")):
+            with tempfile.TemporaryDirectory() as folder:
+                machine = _Machine(folder, id="echo 0", uname="echo x86_64", dpkg_query=query)
+                status, lines = machine.run("tools/setup", *options, "build", "device")
+            self.assertEqual((1, 1), (status, len(lines)), lines)
+            start = "setup: " + line
+            self.assertEqual(start, lines[0][:len(start)])
 
     def test_says_in_one_line_what_is_missing(self):
         for uid, programs, line in (

@@ -4,9 +4,10 @@ import os
 import subprocess
 import sys
 
+from .architecture import ROOT
 from .progress import STARTED, Failure
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+_OWN_FOLDER = os.path.join(ROOT, "build", "device")
 
 
 def _tool(name, *arguments):
@@ -16,21 +17,34 @@ def _tool(name, *arguments):
         sys.exit(1)  # it has said why
 
 
-def set_up():
+def folder_for(architecture):
+    """Where the programs of a device of this architecture are built."""
+    return _OWN_FOLDER if architecture.is_own else os.path.join(ROOT, "build", architecture.name)
+
+
+def set_up(architecture):
     """Installs the packages that building and booting need."""
-    _tool("setup", "build", "device")
+    _tool("setup", "--arch", architecture.name, "build", "device")
 
 
-def build_image(folder):
-    """Builds the device's programs and its image, which is `folder`/image."""
-    _tool("build", folder, "device_image")
+def build_image(folder, architecture):
+    """Builds the device's programs and its image, which is `folder`/image. Returns the program that
+    checks profiles."""
+    own_folder = folder
+    arguments = []
+    if not architecture.is_own:
+        own_folder = _OWN_FOLDER
+        arguments = ["--", "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
+                     "-DCMAKE_TOOLCHAIN_FILE=cmake/Cross.cmake", "-DZSTATS_ARCH=" + architecture.name]
+        _tool("build", own_folder, "profile_check")
+    _tool("build", folder, "device_image", *arguments)
+    return os.path.join(own_folder, "vdevice", "launcher", "profile_check")
 
 
-def check_profile(folder, profile):
+def check_profile(program, profile):
     """Raises Failure, with file, line and reason, unless `profile` is a well-formed folder."""
     rc_folder = os.path.join(ROOT, "vdevice", "rc")
-    command = [os.path.join(folder, "vdevice", "launcher", "profile_check"), profile,
-               os.path.join(ROOT, "zstats_pullerd.rc"),
+    command = [program, profile, os.path.join(ROOT, "zstats_pullerd.rc"),
                *(os.path.join(rc_folder, name) for name in os.listdir(rc_folder))]
     result = subprocess.run(command, stderr=subprocess.PIPE, text=True, errors="replace",
                             check=False)

@@ -24,8 +24,8 @@ _SILENCE_SECONDS = 60
 _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
 _CONSOLE_LINES_SHOWN = 20
-_KERNEL_OPTIONS = ("console=ttyS0 quiet panic=-1 mitigations=off cryptomgr.notests tsc=reliable "
-                   "no_timer_check nowatchdog security=selinux selinux=1 enforcing=1")
+_KERNEL_OPTIONS = ("quiet panic=-1 mitigations=off cryptomgr.notests nowatchdog "
+                   "security=selinux selinux=1 enforcing=1 ")
 _HEAD = struct.Struct("<cI")
 
 
@@ -37,8 +37,9 @@ def _die_with_parent():
 class Device:
     """One boot. The script's standard error goes to standard error."""
 
-    def __init__(self, folder, kernel, ramdisk, interactive, output):
+    def __init__(self, architecture, folder, kernel, ramdisk, interactive, output):
         """`folder` is for this boot's files alone, `output` takes what the script prints."""
+        self._architecture = architecture
         self._folder = folder
         self._kernel = kernel
         self._ramdisk = ramdisk
@@ -68,7 +69,6 @@ class Device:
             listener.listen(1)
             self._start()
             try:
-                listener.settimeout(_BOOT_SECONDS)
                 self._take_in(self._accept(listener), started, timeout)
             finally:
                 self._stop()
@@ -76,11 +76,13 @@ class Device:
 
     def _start(self):
         port = os.path.join(self._folder, "port")
-        command = ["qemu-system-x86_64", "-accel", "tcg", "-m", "512", "-smp", "2", "-display",
+        emulator, port_options = self._architecture.emulator()
+        command = [*emulator, "-accel", "tcg", "-m", "512", "-smp", "2", "-display",
                    "none", "-no-reboot", "-monitor", "none", "-nodefaults",
                    "-chardev", "stdio,id=console,signal=off", "-serial", "chardev:console",
-                   "-chardev", "socket,id=port,path=" + port, "-serial", "chardev:port",
-                   "-kernel", self._kernel, "-initrd", self._ramdisk, "-append", _KERNEL_OPTIONS]
+                   "-chardev", "socket,id=port,path=" + port, *port_options,
+                   "-kernel", self._kernel, "-initrd", self._ramdisk,
+                   "-append", _KERNEL_OPTIONS + self._architecture.kernel_options()]
         streams = {} if self._interactive else {
             "stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
         self._process = subprocess.Popen(command, preexec_fn=_die_with_parent, **streams)
@@ -103,7 +105,8 @@ class Device:
         return self._console.decode("utf-8", "replace")
 
     def _take_in(self, port, started, timeout):
-        limits = _Limits(started, None if self._interactive else timeout)
+        limits = _Limits(started, None if self._interactive else timeout,
+                         self._architecture.slowness)
         with port, selectors.DefaultSelector() as selector:
             selector.register(port, selectors.EVENT_READ, self._on_port)
             if self._process.stdout is not None:
@@ -156,7 +159,7 @@ class Device:
         """Lets the device power itself off once it has said its status; ends it otherwise."""
         try:
             if self._status is not None:
-                self._process.wait(_POWER_OFF_SECONDS)
+                self._process.wait(_POWER_OFF_SECONDS * self._architecture.slowness)
         except subprocess.TimeoutExpired:
             pass
         self._process.kill()
@@ -185,12 +188,14 @@ class Device:
 
 
 class _Limits:
-    """How long a boot, a silence and a script may take."""
+    """How long a boot, a silence and a script may take: `slowness` times the constants."""
 
-    def __init__(self, started, timeout):
+    def __init__(self, started, timeout, slowness):
         self._started = self._heard = started
         self._up = None
         self._timeout = timeout
+        self._boot = _BOOT_SECONDS * slowness
+        self._silence = _SILENCE_SECONDS * slowness
 
     def heard(self, ready):
         self._heard = time.time()
@@ -199,10 +204,10 @@ class _Limits:
 
     def check(self, device):
         now, reason = time.time(), None
-        if self._up is None and now - self._started > _BOOT_SECONDS:
-            reason = "the device was not up after %d s" % _BOOT_SECONDS
-        elif now - self._heard > _SILENCE_SECONDS:
-            reason = "the device hangs: nothing heard of it for %d s" % _SILENCE_SECONDS
+        if self._up is None and now - self._started > self._boot:
+            reason = "the device was not up after %d s" % self._boot
+        elif now - self._heard > self._silence:
+            reason = "the device hangs: nothing heard of it for %d s" % self._silence
         elif None not in (self._up, self._timeout) and now - self._up > self._timeout:
             reason = "the script was not done after %g s" % self._timeout
         if reason is not None:

@@ -6,17 +6,22 @@
 #include <termios.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 namespace zstats::vdevice {
 namespace {
 
-constexpr char kPort[] = "/dev/ttyS1";
 constexpr size_t kMaxFrameBytes = 16384;
 
 }  // namespace
 
-Channel::Channel() : mPort(open(kPort, O_WRONLY | O_NOCTTY | O_CLOEXEC)) {
+const char* serialPort(const char* variable) {
+    const char* path = getenv(variable);
+    return path == nullptr ? "" : path;
+}
+
+Channel::Channel() : mPort(open(serialPort("VDEV_PORT"), O_WRONLY | O_NOCTTY | O_CLOEXEC)) {
     termios settings = {};
     tcgetattr(mPort.get(), &settings);
     cfmakeraw(&settings);

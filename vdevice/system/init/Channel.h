@@ -18,6 +18,12 @@ enum class FrameType : char {
 };
 
 /**
+ * The path of a serial port, by the variable in which the launcher names it for this processor:
+ * "VDEV_PORT" or "VDEV_CONSOLE". Empty without it.
+ */
+const char* serialPort(const char* variable);
+
+/**
  * Sends frames to the launcher over the device's second serial port. A frame is its type, a length
  * (32 bits, little endian) and that many bytes. Not thread-safe.
  */

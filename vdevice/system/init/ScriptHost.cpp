@@ -25,7 +25,6 @@ using android::base::unique_fd;
 
 constexpr char kLogPath[] = "/dev/log/main";
 constexpr char kRootShell[] = "u:r:su:s0";
-constexpr char kConsole[] = "/dev/ttyS0";
 constexpr int kHeartbeatMs = 5000;
 constexpr char kBegin = 'b';
 constexpr char kRefuse = 'r';
@@ -151,7 +150,7 @@ class ScriptProcess {
         if (mScript != 0) return;
         becomeChild();
         setsid();
-        const int console = open(kConsole, O_RDWR);
+        const int console = open(serialPort("VDEV_CONSOLE"), O_RDWR);
         ioctl(console, TIOCSCTTY, 0);
         becomeRootShell();
         const char* const command[] = {"-sh", nullptr};

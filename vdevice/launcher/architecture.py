@@ -1,0 +1,48 @@
+"""What differs between the processors that the device can have: tools/architectures."""
+
+import os
+import platform
+import shlex
+
+from .progress import Failure
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+
+def read_table(path=os.path.join(ROOT, "tools", "architectures")):
+    """For each architecture its values by key."""
+    table = {}
+    with open(path, encoding="utf-8") as file:
+        for line in file:
+            if line.strip() and not line.startswith("#"):
+                name, key, *value = line.strip().split(None, 2)
+                table.setdefault(name, {})[key] = "".join(value)
+    return table
+
+
+class Architecture:
+    """A row of the table."""
+
+    def __init__(self, name="", table=None):
+        """Without `name`, this machine's own. Raises Failure for one that the table lacks."""
+        table = table or read_table()
+        own = [row for row in table if table[row]["machine"] == platform.machine()]
+        self.name = name or "".join(own) or platform.machine()
+        if self.name not in table:
+            raise Failure("unknown architecture '%s'; there are: %s" %
+                          (self.name, ", ".join(sorted(table))))
+        self.is_own = self.name in own
+        self._values = table[self.name]
+        self.slowness = float(self._values["slowness"])
+
+    def emulator(self):
+        """The command that boots it: the first words, and those for the second serial port."""
+        return ([self._values["emulator"], *shlex.split(self._values["board"])],
+                shlex.split(self._values["port"]))
+
+    def kernel_options(self):
+        """What its kernel is told. Names in capitals are none of the kernel's: it hands them to
+        init, as variables of the environment."""
+        return "console=%s VDEV_CONSOLE=/dev/%s VDEV_PORT=/dev/%s %s" % (
+            self._values["console"], self._values["console"], self._values["port_device"],
+            self._values["kernel_options"])
