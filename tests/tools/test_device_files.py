@@ -49,6 +49,7 @@ class ProfileCheckTest(unittest.TestCase):
                 {"charger": "getPsyBatteryCC=fail\ngetUIsohValue=-2147483648\n"},
                 {"absent": "stats\nmanager\n"},
                 {"features": "feature=a.b off\nbpf=unsupported\nbpf_connect=-5\n"},
+                {"faults": "stats=error\nmanager=disorder\n"},
                 {"calda": "status=1\nvector=4 4 -1\nexception=-3\n"},
                 {"thermal": "41.5\n-3\n.5\n"},
                 {"audio": "any=text", "uah": "a,b\n!nontext\n", "touch": "\0"},
@@ -90,6 +91,8 @@ class ProfileCheckTest(unittest.TestCase):
                 ("features:1: 'feature=a on' is neither 'feature=NAME off', 'bpf=unsupported' nor "
                  "one of bpf_btf, bpf_connect, bpf_enable, bpf_region with a number",
                  {"features": "feature=a on"}),
+                ("faults:1: 'slow' is none of disorder, error, garbage, interface, megabytes, status",
+                 {"faults": "stats=slow"}),
                 ("scenario.b: line 1: a step, such as 'at 0 s', must stand before it",
                  {"scenario.b": "node a 1"}),
                 ("extra: a profile has no such file", {"extra": ""}),

@@ -1,6 +1,6 @@
 #include "vdevice/lib/ServiceMain.h"
 
-#include <android/binder_manager.h>
+#include <android/binder_libbinder.h>
 #include <android/log.h>
 #include <binder/IPCThreadState.h>
 #include <binder/IServiceManager.h>
@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+
+#include "vdevice/lib/FaultyBinder.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -23,13 +25,13 @@ void dieUnless(bool published, const std::string& name, int status) {
 }  // namespace
 
 void publishOrDie(const std::string& name, AIBinder* binder) {
-    const auto status = AServiceManager_addService(binder, name.c_str());
-    dieUnless(status == 0, name, status);
+    publishOrDie(name, AIBinder_toPlatformBinder(binder));
 }
 
 void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder) {
-    const auto status =
-            android::defaultServiceManager()->addService(android::String16(name.c_str()), binder);
+    const android::sp<android::IBinder> published(new FaultyBinder(name, binder));
+    const auto status = android::defaultServiceManager()->addService(
+            android::String16(name.c_str()), published);
     dieUnless(status == 0, name, status);
 }
 

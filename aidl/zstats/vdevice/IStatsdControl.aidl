@@ -8,6 +8,8 @@ import zstats.vdevice.PullRegistration;
 interface IStatsdControl {
     /** Pulls one atom, by the rules of any other pull, from whoever registered it first. */
     PullOutcome pull(int atomTag);
+    /** Pulls one atom at once: beside pulls of others, and whatever was answered before. For load. */
+    PullOutcome pullNow(int atomTag);
     /** Lets pulls of several atoms overlap, or, as at first, not. For measurements. */
     void setParallelPulls(boolean parallel);
     /** Registrations in the order in which they arrived. */

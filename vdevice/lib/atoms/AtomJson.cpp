@@ -90,10 +90,14 @@ std::string jsonString(std::string_view text) {
     return out + "\"";
 }
 
+std::string jsonFields(const std::vector<AtomValue>& fields) {
+    return list(fields.size(), [&](size_t i) { return jsonValue(fields[i]); });
+}
+
 std::string jsonEvent(int32_t id, const std::vector<AtomValue>& fields) {
     const AtomInfo& info = atomInfo(id);
     const size_t count = fields.size();
-    return head(id) + ",\"fields\":" + list(count, [&](size_t i) { return jsonValue(fields[i]); }) +
+    return head(id) + ",\"fields\":" + jsonFields(fields) +
            ",\"names\":" + list(count, [&](size_t i) { return jsonString(info.fieldName(i)); }) +
            ",\"types\":" + list(count, [&](size_t i) { return jsonString(typeName(fields[i])); }) +
            "}";

@@ -17,6 +17,8 @@ std::string jsonEvent(int32_t id, const std::vector<AtomValue>& fields);
 std::string jsonNoEvent(int32_t id);
 /** An event that its writer never finished. */
 std::string jsonUnbuilt(int32_t id);
+/** The fields alone, as a list. */
+std::string jsonFields(const std::vector<AtomValue>& fields);
 /** A pull that was not answered. */
 std::string jsonFailed(int32_t id, std::string_view reason);
 

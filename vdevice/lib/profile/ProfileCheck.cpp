@@ -81,6 +81,15 @@ std::string checkAbsent(const std::string& line, const ProfileNames& names) {
     return "there is no service " + quoted(line) + " (there are: " + join(names.services) + ")";
 }
 
+std::string checkFault(const std::string& service, const std::string& fault,
+                       const ProfileNames& names) {
+    const std::set<std::string> kFaults = {"disorder",  "error",     "garbage",
+                                           "interface", "megabytes", "status"};
+    const std::string reason = checkAbsent(service, names);
+    if (!reason.empty() || kFaults.count(fault) != 0) return reason;
+    return quoted(fault) + " is none of " + join(kFaults);
+}
+
 bool isFeatureOff(const std::string& line) {
     std::istringstream words(line);
     std::string feature, off;
@@ -140,6 +149,7 @@ constexpr TextFile kFiles[] = {
         {profile::kBuildProp, nullptr, checkProperty, nullptr},
         {profile::kCalda, nullptr, checkCalda, nullptr},
         {profile::kCharger, nullptr, checkCharger, nullptr},
+        {profile::kFaults, nullptr, checkFault, nullptr},
         {profile::kFeatures, checkFeature, nullptr, nullptr},
         {profile::kScenario, nullptr, nullptr, checkScenario},
         {profile::kThermal, checkTemperature, nullptr, nullptr},

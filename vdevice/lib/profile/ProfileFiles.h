@@ -22,6 +22,7 @@ inline constexpr char kAudio[] = "audio";
 inline constexpr char kBuildProp[] = "build.prop";
 inline constexpr char kCalda[] = "calda";
 inline constexpr char kCharger[] = "charger";
+inline constexpr char kFaults[] = "faults";
 inline constexpr char kFeatures[] = "features";
 inline constexpr char kNodes[] = "nodes";
 inline constexpr char kRoot[] = "root";

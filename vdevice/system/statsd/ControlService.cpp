@@ -14,16 +14,23 @@ EncodedEvent encoded(int32_t uid, const std::string& bytes) {
     return event;
 }
 
-}  // namespace
-
-ndk::ScopedAStatus ControlService::pull(int32_t tag, PullOutcome* outcome) {
-    const PullResult result = mPullers->pullFromAnyone(tag);
+ndk::ScopedAStatus report(const PullResult& result, PullOutcome* outcome) {
     outcome->answered = result.success;
     outcome->failure = result.failure;
     outcome->fromCache = result.fromCache;
     // Pulled events come without their sender's uid.
     for (const std::string& bytes : result.events) outcome->events.push_back(encoded(-1, bytes));
     return ndk::ScopedAStatus::ok();
+}
+
+}  // namespace
+
+ndk::ScopedAStatus ControlService::pull(int32_t tag, PullOutcome* outcome) {
+    return report(mPullers->pullFromAnyone(tag), outcome);
+}
+
+ndk::ScopedAStatus ControlService::pullNow(int32_t tag, PullOutcome* outcome) {
+    return report(mPullers->pullNow(tag), outcome);
 }
 
 ndk::ScopedAStatus ControlService::setParallelPulls(bool parallel) {

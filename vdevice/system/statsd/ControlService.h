@@ -16,6 +16,7 @@ class ControlService : public aidl::zstats::vdevice::BnStatsdControl {
           : mPullers(pullers), mPushed(pushedAtoms) {}
 
     ndk::ScopedAStatus pull(int32_t tag, aidl::zstats::vdevice::PullOutcome* outcome) override;
+    ndk::ScopedAStatus pullNow(int32_t tag, aidl::zstats::vdevice::PullOutcome* outcome) override;
     ndk::ScopedAStatus setParallelPulls(bool parallel) override;
     ndk::ScopedAStatus registrations(
             std::vector<aidl::zstats::vdevice::PullRegistration>* list) override;

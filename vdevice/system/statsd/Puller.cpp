@@ -38,6 +38,15 @@ PullResult Puller::pull(int64_t eventTimeNs) {
         cached.fromCache = true;
         return cached;
     }
+    return askAndKeep(now, eventTimeNs);
+}
+
+PullResult Puller::pullNow(int64_t eventTimeNs) {
+    const ScopedLock lock(mLock);
+    return askAndKeep(elapsedNanos(), eventTimeNs);
+}
+
+PullResult Puller::askAndKeep(int64_t now, int64_t eventTimeNs) {
     mLastPullNs = now;
     mLastEventNs = eventTimeNs;
     mLast = ask();

@@ -43,12 +43,15 @@ class Puller {
      * failure.
      */
     PullResult pull(int64_t eventTimeNs);
+    /** The same, but never the result of an earlier pull. */
+    PullResult pullNow(int64_t eventTimeNs);
 
     const PullTerms& terms() const { return mTerms; }
     /** False once the driver has told of the process's death. */
     bool alive() const;
 
   private:
+    PullResult askAndKeep(int64_t now, int64_t eventTimeNs) REQUIRES(mLock);
     PullResult ask();
 
     const int32_t mTag;

@@ -38,30 +38,51 @@ PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, in
 
 PullResult PullerManager::pullFromAnyone(int32_t tag) {
     const ScopedLock lock(mLock);
+    const auto key = firstRegistered(tag);
+    return key ? pullLocked(*key, elapsedNanos()) : notRegistered();
+}
+
+PullResult PullerManager::pullNow(int32_t tag) {
+    const ScopedLock lock(mLock);
+    const auto key = firstRegistered(tag);
+    if (!key) return notRegistered();
+    return pullReleased(*key, elapsedNanos(),
+                        [](Puller& puller, int64_t time) { return puller.pullNow(time); });
+}
+
+std::optional<PullerManager::Key> PullerManager::firstRegistered(int32_t tag) const {
     const std::pair<const Key, Registration>* first = nullptr;
     for (const auto& entry : mPullers) {
         if (entry.first.second != tag) continue;
         if (first == nullptr || entry.second.arrival < first->second.arrival) first = &entry;
     }
-    return first == nullptr ? notRegistered() : pullLocked(first->first, elapsedNanos());
+    return first == nullptr ? std::nullopt : std::make_optional(first->first);
 }
 
 PullResult PullerManager::pullLocked(const Key& key, int64_t eventTimeNs) {
-    const auto [uid, tag] = key;
+    if (mParallel) {
+        return pullReleased(key, eventTimeNs,
+                            [](Puller& puller, int64_t time) { return puller.pull(time); });
+    }
     const std::shared_ptr<Puller> puller = mPullers.at(key).puller;
-    PullResult result = mParallel ? pullReleased(*puller, eventTimeNs) : puller->pull(eventTimeNs);
-    if (!result.dead) return result;
-    const auto found = mPullers.find({uid, tag});
-    // With parallel pulls the process may have restarted and registered again meanwhile.
-    if (found != mPullers.end() && found->second.puller == puller) mPullers.erase(found);
-    STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", tag, uid);
-    return result;
+    return noted(key, puller, puller->pull(eventTimeNs));
 }
 
-PullResult PullerManager::pullReleased(Puller& puller, int64_t eventTimeNs) {
+PullResult PullerManager::pullReleased(const Key& key, int64_t eventTimeNs, Ask ask) {
+    const std::shared_ptr<Puller> puller = mPullers.at(key).puller;
     mLock.unlock();
-    PullResult result = puller.pull(eventTimeNs);
+    PullResult result = ask(*puller, eventTimeNs);
     mLock.lock();
+    return noted(key, puller, std::move(result));
+}
+
+PullResult PullerManager::noted(const Key& key, const std::shared_ptr<Puller>& puller,
+                                PullResult result) {
+    if (!result.dead) return result;
+    const auto found = mPullers.find(key);
+    // With parallel pulls the process may have restarted and registered again meanwhile.
+    if (found != mPullers.end() && found->second.puller == puller) mPullers.erase(found);
+    STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", key.second, key.first);
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -42,6 +43,9 @@ class PullerManager {
     /** Asks whoever registered the tag first, now. */
     PullResult pullFromAnyone(int32_t tag);
 
+    /** The same beside other pulls, and never the result of an earlier pull. */
+    PullResult pullNow(int32_t tag);
+
     /** Whether the lock is released while a puller is asked, so that pulls of several atoms overlap. */
     void setParallel(bool parallel) { mParallel = parallel; }
 
@@ -57,8 +61,13 @@ class PullerManager {
     };
     using Registrations = std::map<Key, Registration>;
 
+    using Ask = PullResult (*)(Puller& puller, int64_t eventTimeNs);
+
+    std::optional<Key> firstRegistered(int32_t tag) const REQUIRES(mLock);
     PullResult pullLocked(const Key& key, int64_t eventTimeNs) REQUIRES(mLock);
-    PullResult pullReleased(Puller& puller, int64_t eventTimeNs) REQUIRES(mLock);
+    PullResult pullReleased(const Key& key, int64_t eventTimeNs, Ask ask) REQUIRES(mLock);
+    PullResult noted(const Key& key, const std::shared_ptr<Puller>& puller, PullResult result)
+            REQUIRES(mLock);
 
     std::atomic<bool> mParallel{false};
     mutable Mutex mLock;

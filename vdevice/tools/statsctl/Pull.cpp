@@ -109,25 +109,9 @@ void print(const PulledAtom& atom, bool json) {
     for (const std::string& line : jsonLines(atom)) puts(line.c_str());
 }
 
-}  // namespace
-
-Control controlOrDie() {
-    // Checked first: the look-up below logs an error for an absent service.
-    if (serviceIsThere(kControlService)) {
-        const ndk::SpAIBinder binder(AServiceManager_checkService(kControlService));
-        const auto control = IStatsdControl::fromBinder(binder);
-        if (control != nullptr) return control;
-    }
-    fprintf(stderr, "statsctl: statsd is not running\n");
-    exit(kExitFailed);
-}
-
-PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache) {
+PulledAtom pulled(int32_t tag, const ndk::ScopedAStatus& status, const PullOutcome& outcome) {
     PulledAtom atom;
     atom.tag = tag;
-    PullOutcome outcome;
-    const ndk::ScopedAStatus status = control->pull(tag, &outcome);
-    if (fromCache != nullptr) *fromCache = status.isOk() && outcome.fromCache;
     if (!status.isOk()) {
         atom.failure = "statsd cannot be asked: status " + std::to_string(status.getStatus());
         return atom;
@@ -138,6 +122,35 @@ PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache) {
     }
     for (const EncodedEvent& event : outcome.events) atom.events.push_back(decoded(event));
     return atom;
+}
+
+}  // namespace
+
+Control findControl() {
+    // Checked first: the look-up below logs an error for an absent service.
+    if (!serviceIsThere(kControlService)) return nullptr;
+    return IStatsdControl::fromBinder(
+            ndk::SpAIBinder(AServiceManager_checkService(kControlService)));
+}
+
+Control controlOrDie() {
+    const Control control = findControl();
+    if (control != nullptr) return control;
+    fprintf(stderr, "statsctl: statsd is not running\n");
+    exit(kExitFailed);
+}
+
+PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache) {
+    PullOutcome outcome;
+    const ndk::ScopedAStatus status = control->pull(tag, &outcome);
+    if (fromCache != nullptr) *fromCache = status.isOk() && outcome.fromCache;
+    return pulled(tag, status, outcome);
+}
+
+PulledAtom pullAtomNow(const Control& control, int32_t tag) {
+    PullOutcome outcome;
+    const ndk::ScopedAStatus status = control->pullNow(tag, &outcome);
+    return pulled(tag, status, outcome);
 }
 
 PulledAtom pullFresh(const Control& control, int32_t tag) {

@@ -26,23 +26,30 @@ struct Words {
     bool fresh = false;
     bool parallel = false;
     bool stall = false;
+    bool wait = false;
     std::optional<int> uid;
     std::optional<int> seconds;
     std::optional<int> count;
+    std::optional<int> threads;
     std::string file;  // "-" is standard output
     std::vector<int32_t> ids;
 };
 
 /** statsd's control service; ends the process with a message if it is not there. */
 Control controlOrDie();
+/** The same, or empty. */
+Control findControl();
 
 /** Pulls once. `fromCache`, if given, tells whether statsd answered from its cache. */
 PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache = nullptr);
+/** Pulls once, beside other pulls and without regard to the cool-down. */
+PulledAtom pullAtomNow(const Control& control, int32_t tag);
 /** Pulls again until the answer does not come from statsd's cache. */
 PulledAtom pullFresh(const Control& control, int32_t tag);
 
 // The commands. Each returns the exit status.
 int pullCommand(const Words& words);
+int loadCommand(const Words& words);
 int registrationsCommand();
 int pushedCommand(const Words& words);
 int explainCommand(const Words& words);

@@ -13,6 +13,8 @@ namespace {
 
 constexpr char kUsage[] =
         "usage: statsctl pull [--json] [--fresh|--settle|--parallel] [TAG...]\n"
+        "       statsctl load [--threads N] [--count ROUNDS] [--for SECONDS] [--wait]\n"
+        "                     [TAG...]\n"
         "       statsctl registrations\n"
         "       statsctl pushed [--json]\n"
         "       statsctl explain TAG\n"
@@ -34,6 +36,7 @@ constexpr size_t kAnyNumber = SIZE_MAX;
 
 constexpr Command kCommands[] = {
         {"pull", pullCommand, " --json --settle --fresh --parallel ", 0, kAnyNumber},
+        {"load", loadCommand, " --threads --count --for --wait ", 0, kAnyNumber},
         {"registrations", [](const Words&) { return registrationsCommand(); }, "", 0, 0},
         {"pushed", pushedCommand, " --json ", 0, 0},
         {"explain", explainCommand, "", 1, 1},
@@ -48,18 +51,25 @@ int complain(const Command& command, const char* what, std::string_view word) {
     return kExitUsage;
 }
 
+bool takesNumber(std::string_view option) {
+    return option == "--uid" || option == "--for" || option == "--count" || option == "--threads";
+}
+
 /** Puts an option into `words`; false if it wants a number and `value` is none. */
 bool takeOption(std::string_view option, const char* value, Words* words) {
-    const std::map<std::string_view, bool*> flags = {{"--json", &words->json},
-                                                     {"--settle", &words->settle},
-                                                     {"--fresh", &words->fresh},
-                                                     {"--parallel", &words->parallel},
-                                                     {"--stall", &words->stall}};
+    const std::map<std::string_view, bool*> flags = {
+            {"--json", &words->json},   {"--settle", &words->settle},
+            {"--fresh", &words->fresh}, {"--parallel", &words->parallel},
+            {"--stall", &words->stall}, {"--wait", &words->wait}};
     const auto flag = flags.find(option);
     if (flag != flags.end()) return *flag->second = true;
     const auto number = value == nullptr ? std::nullopt : parseInt(value);
     if (!number || *number < 0) return false;
-    (option == "--uid" ? words->uid : option == "--for" ? words->seconds : words->count) = number;
+    const std::map<std::string_view, std::optional<int>*> numbers = {{"--uid", &words->uid},
+                                                                     {"--for", &words->seconds},
+                                                                     {"--count", &words->count},
+                                                                     {"--threads", &words->threads}};
+    *numbers.at(option) = number;
     return true;
 }
 
@@ -75,7 +85,7 @@ int run(const Command& command, int argc, char** argv) {
             if (!takeOption(word, argv[i + 1], &words)) {
                 return complain(command, "a number must follow", word);
             }
-            if (word == "--uid" || word == "--for" || word == "--count") ++i;
+            if (takesNumber(word)) ++i;
             continue;
         }
         if (command.takesFile && words.file.empty()) {

@@ -80,6 +80,8 @@ TEST_F(PullerManagerTest, repeatsTheLastResultWithinTheCoolDownAndForTheSameEven
     puller->success = true;
     EXPECT_EQ("=the puller reported failure", pull({0}));
     EXPECT_EQ(2, puller->pulls);
+    EXPECT_EQ("OK 3", text(mManager.pullNow(kTag)));
+    EXPECT_EQ("no puller registered", text(mManager.pullNow(kTag + 1)));
 }
 
 TEST_F(PullerManagerTest, pullsOneAfterTheOtherUnlessAskedOtherwise) {
