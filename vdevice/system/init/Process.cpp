@@ -26,7 +26,11 @@ void becomeChild() {
 }
 
 void execProgram(const char* path, const char* const* command, const std::array<int, 3>& standard) {
-    for (int fd = 0; fd < 3; ++fd) dup2(standard[fd], fd);
+    for (int fd = 0; fd < 3; ++fd) {
+        // One that stays may be the kernel's own, which init must not use. On arm64 even a copy
+        // onto itself asks the kernel for its flags.
+        if (standard[fd] != fd) dup2(standard[fd], fd);
+    }
     execv(path, const_cast<char* const*>(command));
     perror(path);
     _exit(127);
