@@ -99,7 +99,9 @@ std::string between(const std::string& from, const std::string& to, int64_t done
     int64_t first = 0;
     int64_t last = 0;
     if (android::base::ParseInt(from, &first) && android::base::ParseInt(to, &last)) {
-        return std::to_string(first + (last - first) * done / whole);
+        // The way from the lowest number to the highest is longer than 64 bits can tell.
+        const __int128 way = (static_cast<__int128>(last) - first) * done / whole;
+        return std::to_string(static_cast<int64_t>(first + way));
     }
     double low = 0;
     double high = 0;
