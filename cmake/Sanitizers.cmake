@@ -4,6 +4,9 @@ if(ZSTATS_SANITIZE STREQUAL "address")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
+    if(ZSTATS_FUZZ)
+        add_compile_options(-fsanitize=fuzzer-no-link)
+    endif()
 elseif(ZSTATS_SANITIZE STREQUAL "thread")
     # A fence is not modelled by the sanitizer; the platform's one use of them is compiled without.
     add_compile_options(-fsanitize=thread -Wno-tsan -fno-omit-frame-pointer)
