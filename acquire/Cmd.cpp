@@ -54,9 +54,9 @@ int32_t listServices(IServiceManager& manager, TextOutput& outputLog) {
     Vector<String16> services = manager.listServices(IServiceManager::DUMP_FLAG_PRIORITY_ALL);
     services.sort(sort_func);
     outputLog << "Currently running services:" << endl;
-    for (size_t i = 0; i < services.size(); ++i) {
-        if (manager.checkService(services[i]) == nullptr) continue;
-        outputLog << "  " << services[i] << endl;
+    for (const String16& service : services) {
+        if (manager.checkService(service) == nullptr) continue;
+        outputLog << "  " << service << endl;
     }
     return 0;
 }

@@ -126,7 +126,6 @@ std::string serializeSubscription(const std::vector<int32_t>& atomIds) {
 
 std::string frameMessage(std::string_view message) {
     std::string frame;
-    frame.reserve(kLengthBytes + message.size());
     for (size_t i = 0; i < kLengthBytes; ++i) {
         frame.push_back(static_cast<char>(uint64_t{message.size()} >> (8 * i) & 0xff));
     }

@@ -41,25 +41,24 @@ constexpr size_t kLongestEntryPath = NAME_MAX + sizeof("/prevent_suspend_time_ms
 /** Reads the sources of one directory with a path and a content buffer that they share. */
 class WakeUpSourceReader {
   public:
-    explicit WakeUpSourceReader(const char* directory) : mPath(directory) {
-        mDirectoryLength = mPath.size();
+    explicit WakeUpSourceReader(const char* directory)
+          : mPath(directory), mDirectoryLength(mPath.size()), mSourceLength(mPath.size()) {
         mPath.reserve(mDirectoryLength + kLongestEntryPath);
     }
 
-    /** Fills `info` from the source `entry`; false when it is inactive or cannot be read. */
-    bool read(const char* entry, WakeLockInfo& info) {
+    /** Fills `info` from the source `entry`; leaves its times 0 when that cannot be read. */
+    void read(const char* entry, WakeLockInfo& info) {
         mPath.resize(mDirectoryLength);
         mPath.append(entry);
         mSourceLength = mPath.size();
         errno = 0;  // an empty file counts as failed and sets none
         if (!readAttribute("/active_time_ms")) {
             ZLOG_AT(2, DEBUG, "ActivityWakeUpSourceAtom readFile is fail %d", -errno);
-            return false;
+            return;
         }
         info.activeTime = atol(mContent.c_str());
-        if (info.activeTime == 0) return false;
+        if (info.activeTime == 0) return;
         readStatistics(info);
-        return true;
     }
 
   private:
@@ -88,9 +87,9 @@ class WakeUpSourceReader {
     }
 
     std::string mPath;
+    const size_t mDirectoryLength;
+    size_t mSourceLength;
     std::string mContent;
-    size_t mDirectoryLength = 0;
-    size_t mSourceLength = 0;
 };
 
 }  // namespace
@@ -106,9 +105,8 @@ void getWakeLockStatsAt(const char* directory, std::vector<WakeLockInfo>* out) {
     while (const dirent* entry = readdir(dir.get())) {
         if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) continue;
         WakeLockInfo info;
-        if (reader.read(entry->d_name, info) && info.activeTime >= 1) {
-            out->push_back(std::move(info));
-        }
+        reader.read(entry->d_name, info);
+        if (info.activeTime >= 1) out->push_back(std::move(info));
     }
 }
 

@@ -1,6 +1,5 @@
 #include "atoms/AudioUsageAtoms.h"
 
-#include <array>
 #include <cstdlib>
 #include <string>
 
@@ -15,29 +14,27 @@ namespace {
 
 enum class UahType { kText, kInt32, kInt64 };
 
-/** The types of a record's fields, in order. */
-constexpr std::array<UahType, 17> kUahTypes = {
-        UahType::kText,  UahType::kInt32, UahType::kInt32, UahType::kText,  UahType::kInt32,
-        UahType::kInt64, UahType::kInt64, UahType::kInt64, UahType::kInt64, UahType::kInt32,
-        UahType::kInt32, UahType::kInt64, UahType::kInt32, UahType::kInt64, UahType::kText,
-        UahType::kInt64, UahType::kInt32,
+/** The types of a record's fields behind the first, which is text. */
+constexpr UahType kUahTypes[] = {
+        UahType::kInt32, UahType::kInt32, UahType::kText,  UahType::kInt32,
+        UahType::kInt64, UahType::kInt64, UahType::kInt64, UahType::kInt64,
+        UahType::kInt32, UahType::kInt32, UahType::kInt64, UahType::kInt32,
+        UahType::kInt64, UahType::kText,  UahType::kInt64, UahType::kInt32,
 };
-using UahFields = std::array<const char*, kUahTypes.size()>;
 
 /**
- * Ends each comma-separated field of `text` with a NUL in place, puts where the first of them start
- * into `fields`, and returns the number of all. A comma at the end adds no field.
+ * Ends each comma-separated field of `text` with a NUL in place and puts where they start into
+ * `fields`. A comma at the end adds no field.
  */
-size_t splitFields(std::string& text, UahFields& fields) {
-    size_t count = 0;
-    for (size_t start = 0; start < text.size(); ++count) {
-        if (count < fields.size()) fields[count] = &text[start];
+void splitFields(std::string& text, std::vector<const char*>& fields) {
+    fields.clear();
+    for (size_t start = 0; start < text.size();) {
+        fields.push_back(&text[start]);
         const size_t comma = text.find(',', start);
-        if (comma == std::string::npos) return count + 1;
+        if (comma == std::string::npos) return;
         text[comma] = '\0';
         start = comma + 1;
     }
-    return count;
 }
 
 /** Text that is no number is written as 0. */
@@ -59,19 +56,20 @@ void writeUahField(AStatsEvent* event, UahType type, const char* text) {
 
 void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, AStatsEventList* data) {
     std::string text;
+    std::vector<const char*> fields;
     for (const UahRecord& record : records) {
         const auto* held = std::get_if<std::string>(&record.value);
         text.assign(held != nullptr ? *held : "");
-        UahFields fields = {""};
-        const size_t count = splitFields(text, fields);
+        splitFields(text, fields);
         AStatsEvent* event = beginEvent(data, atomTag);
-        AStatsEvent_writeString(event, fields[0]);
-        if (count != fields.size()) {
+        AStatsEvent_writeString(event, text.c_str());  // the first field, which a NUL ends by now
+        if (fields.size() != 1 + std::size(kUahTypes)) {
             // The event is left unbuilt, which makes statsd drop it, and the pull ends.
             ZLOG(ERROR, "handleUahDataset error data size");
             return;
         }
-        for (size_t i = 1; i < fields.size(); ++i) writeUahField(event, kUahTypes[i], fields[i]);
+        auto field = fields.begin();
+        for (const UahType type : kUahTypes) writeUahField(event, type, *++field);
         AStatsEvent_build(event);
     }
 }

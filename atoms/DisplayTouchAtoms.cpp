@@ -1,3 +1,5 @@
+#include "atoms/DisplayTouchAtoms.h"
+
 #include <cstdlib>
 #include <optional>
 #include <sstream>
@@ -13,17 +15,6 @@ namespace {
 /** A panel that is off keeps a level of 1. */
 constexpr int32_t kHighestOffLevel = 1;
 
-/** Answers an atom that holds a value for each panel, made from its backlight level. */
-template <typename ToField>
-void appendPanels(const std::vector<int32_t>& levels, const char* handler, int32_t atomTag,
-                  AStatsEventList* data, ToField toField) {
-    if (levels.size() >= 2) {
-        appendEvent(data, atomTag, toField(levels[0]), toField(levels[1]));
-    } else {
-        ZLOG_AT(2, DEBUG, "%s getScreenBrightness failed", handler);
-    }
-}
-
 /**
  * The number that the first word of `text` begins with, if that begins with a digit. Throws
  * std::out_of_range when it does not fit an int.
@@ -36,6 +27,15 @@ std::optional<int32_t> leadingNumber(const std::string& text) {
 }
 
 }  // namespace
+
+void appendPanels(const std::vector<int32_t>& levels, const char* handler, int32_t atomTag,
+                  AStatsEventList* data, int32_t (*toField)(int32_t level)) {
+    if (levels.size() >= 2) {
+        appendEvent(data, atomTag, toField(levels[0]), toField(levels[1]));
+    } else {
+        ZLOG_AT(2, DEBUG, "%s getScreenBrightness failed", handler);
+    }
+}
 
 std::vector<int32_t> ZStatsPullAtomCallback::getScreenPanelBacklight() {
     const bool qcom = isQcomPlatform();

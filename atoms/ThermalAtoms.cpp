@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "atoms/AtomEvent.h"
@@ -11,20 +13,19 @@ namespace {
 
 /** Truncates toward zero. Beyond int32 the result is the end of its range, for NaN 0. */
 int32_t truncateToInt32(float value) {
-    if (value != value) return 0;
-    if (value >= 2147483648.0f) return std::numeric_limits<int32_t>::max();
-    if (value <= -2147483648.0f) return std::numeric_limits<int32_t>::min();
-    return static_cast<int32_t>(value);
+    using Limits = std::numeric_limits<int32_t>;
+    if (std::isnan(value)) return 0;
+    return static_cast<int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }
 
 /** Appends the temperatures of `type` as one event when there are as many as its atom holds. */
 void appendTemperature(ThermalReader& reader, ThermalReader::TemperatureType type,
                        const char* handler, int32_t atomTag, AStatsEventList* data) {
     std::vector<int> values;
-    const int result = reader.getTemperatureInMilliCelsius(type, values);
-    if (result == 0 && type == ThermalReader::SHELL && values.size() == 3) {
+    static_cast<void>(reader.getTemperatureInMilliCelsius(type, values));  // none on a failure
+    if (type == ThermalReader::SHELL && values.size() == 3) {
         appendEvent(data, atomTag, values[0], values[1], values[2]);
-    } else if (result == 0 && type != ThermalReader::SHELL && !values.empty()) {
+    } else if (type != ThermalReader::SHELL && values.size() == 1) {
         appendEvent(data, atomTag, values[0]);
     } else {
         ZLOG_AT(2, DEBUG, "%s getTemperatureInMilliCelsius failed", handler);

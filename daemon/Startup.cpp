@@ -84,7 +84,7 @@ bool mayRunWith(const std::function<bool(int)>& memTotalOk) {
 
 int publishAndServe() {
     ZLOG(INFO, "%s daemon start", kServiceName);
-    sp<AtomsAcquireService> acquireService(new AtomsAcquireService());
+    const sp<AtomsAcquireService> acquireService(new AtomsAcquireService());
     if (!publish("atomacq", acquireService)) {
         ZLOG(ERROR, "Failed to add atomacq service");
         return -1;
@@ -93,7 +93,7 @@ int publishAndServe() {
 
     // The constructor registers the atoms with statsd, so publish atomacq first: when that fails,
     // nothing is registered.
-    sp<ZstatsPullerService> pullerService(new ZstatsPullerService());
+    const sp<ZstatsPullerService> pullerService(new ZstatsPullerService());
     if (!publish(kServiceName, pullerService)) {
         ZLOG(ERROR, "Failed to add %s service", kServiceName);
         return -1;
@@ -102,9 +102,8 @@ int publishAndServe() {
 
     joinBinderThreads();
     ZLOG(INFO, "%s daemon end", kServiceName);
-    // Close the kernel channel before static destructors run.
-    pullerService.clear();
-    acquireService.clear();
+    // Both services end here, the main one first: it closes the kernel channel before static
+    // destructors run.
     return 0;
 }
 

@@ -39,7 +39,6 @@ constexpr char kDumpHelp[] =
 /** In the table's order, which is the order of registration. */
 std::vector<int32_t> allAtomTags() {
     std::vector<int32_t> tags;
-    tags.reserve(kAtomCount);
     for (const AtomEntry& entry : kAtomTable) tags.push_back(entry.tag);
     return tags;
 }
@@ -78,11 +77,10 @@ ZstatsPullerService::~ZstatsPullerService() {
 }
 
 bool BnZstatsPullerService::connectStatsd() {
-    ndk::SpAIBinder binder(AServiceManager_checkService("stats"));
+    const ndk::SpAIBinder binder(AServiceManager_checkService("stats"));
     const std::shared_ptr<IStatsd> statsd = IStatsd::fromBinder(binder);
     if (statsd == nullptr) {
         ZLOG(ERROR, "pullerd:  Get statsd service fail");
-        binder.set(nullptr);
         ZLOG_AT(1, INFO, "pullerd: mStatsd is null");
         return false;
     }

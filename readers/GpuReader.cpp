@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -31,9 +32,9 @@ void logScanFailure(const char* operation, const std::string& line) {
 }  // namespace
 
 void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
-    size_t i = out.size();
-    splitString(content.c_str(), kQcomDelimiters, &out);
-    for (; i < out.size(); ++i) out[i] = wrap32(int64_t{out[i]} * 1000);
+    std::vector<int> freqsMhz;
+    splitString(content.c_str(), kQcomDelimiters, &freqsMhz);
+    for (const int freqMhz : freqsMhz) out.push_back(wrap32(int64_t{freqMhz} * 1000));
 }
 
 void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
@@ -118,9 +119,8 @@ std::vector<long long> GpuReader::getGpuFreqsTimeDelta() {
         // The baseline is kept: a node whose length changed for good is reported at every pull.
         mTimeDeltas.assign(mLastTimes.size(), 0);
     } else {
-        for (size_t i = 0; i < times.size(); ++i) {
-            mTimeDeltas[i] = wrappingDifference(times[i], mLastTimes[i]);
-        }
+        std::transform(times.begin(), times.end(), mLastTimes.begin(), mTimeDeltas.begin(),
+                       wrappingDifference);
         mLastTimes = std::move(times);
     }
     ZLOG_AT(2, DEBUG, "%s last time %lld, current time %lld", __func__,

@@ -1,5 +1,8 @@
 #include "sources/ThermalServiceClient.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "daemon/base/Log.h"
 #include "sources/ServiceLookup.h"
 
@@ -33,8 +36,8 @@ std::vector<float> readCpuTemperatures(IThermalService& service) {
     // The status is not checked: a failed call leaves the list empty.
     static_cast<void>(service.getCurrentTemperaturesWithType(kCpuTemperatureType, &temperatures));
     std::vector<float> degrees;
-    degrees.reserve(temperatures.size());
-    for (const auto& temperature : temperatures) degrees.push_back(temperature.mValue);
+    std::transform(temperatures.begin(), temperatures.end(), std::back_inserter(degrees),
+                   [](const auto& temperature) { return temperature.mValue; });
     return degrees;
 }
 

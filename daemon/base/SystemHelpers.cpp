@@ -143,7 +143,6 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
         }
         break;
     }
-    meminfo.close();
     // Still -1 when no line begins with MemTotal: the device then counts as small.
     ZLOG(INFO, "memTotal: %dKb", memTotal);
     return memTotal > thresholdKb;
