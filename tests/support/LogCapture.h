@@ -15,6 +15,11 @@ namespace zstats {
 
 using Lines = std::vector<std::string>;
 
+inline Lines operator+(Lines lines, const Lines& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
 /** One log line as the program handed it to the log; `text` without what a device adds to it. */
 struct LogLine {
     int priority;

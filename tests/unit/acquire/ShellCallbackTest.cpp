@@ -82,8 +82,8 @@ class ShellCallbackTest : public testing::Test {
     }
 
     /** The result of openFile where it is negative, else 0, with the descriptor closed. */
-    int open(const std::string& path, const std::string& mode, const char* context = "") {
-        const int fd = mCallback->openFile(String16(path.c_str()), String16(context),
+    int open(const std::string& path, const std::string& mode, const std::string& context = "") {
+        const int fd = mCallback->openFile(String16(path.c_str()), String16(context.c_str()),
                                            String16(mode.c_str()));
         if (fd >= 0) close(fd);
         return std::min(fd, 0);
@@ -131,49 +131,45 @@ TEST_F(ShellCallbackTest, OpensAsItsModeTells) {
 TEST_F(ShellCallbackTest, SaysWhyItDoesNotOpen) {
     const std::string directory = std::filesystem::current_path();
     const std::string name = std::filesystem::path(directory).filename();
-    const struct {
-        std::string path;
-        const char* mode;
-        int result;
-    } rows[] = {{"there", "a", -EINVAL},
-                {"missing", "", -EINVAL},
-                {"there", "rw", -EINVAL},
-                {"there", "W", -EINVAL},
-                {"there", "w ", -EINVAL},
-                {"missing", "r", -1},
-                {"missing", "r+", -1},
-                {"no/such/directory", "w", -1},
-                {".", "w", -1},
-                {"/there", "r", -1},
-                {"./no/../there", "r", -1},
-                {"", "r", 0},
-                {"./../" + name + "/there", "r", 0},
-                {directory + "/there", "r", 0}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(open(row.path, row.mode), row.result) << row.path;
-        EXPECT_EQ(mError.take(), row.result != -EINVAL ? ""
-                                                       : std::string("Invalid mode requested: ") +
-                                                                 row.mode + "\n");
+    const std::tuple<std::string, std::string, int> rows[] = {
+            {"there", "a", -EINVAL},
+            {"missing", "", -EINVAL},
+            {"there", "rw", -EINVAL},
+            {"there", "W", -EINVAL},
+            {"there", "w ", -EINVAL},
+            {"missing", "r", -1},
+            {"missing", "r+", -1},
+            {"no/such/directory", "w", -1},
+            {".", "w", -1},
+            {"/there", "r", -1},
+            {"./no/../there", "r", -1},
+            {"", "r", 0},
+            {"./../" + name + "/there", "r", 0},
+            {directory + "/there", "r", 0},
+    };
+    for (const auto& [path, mode, result] : rows) {
+        EXPECT_EQ(open(path, mode), result) << path;
+        EXPECT_EQ(mError.take(), result == -EINVAL ? "Invalid mode requested: " + mode + "\n" : "");
     }
     EXPECT_EQ(content(), "old");
 }
 
 TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
-    constexpr char kCaller[] = "u:r:shell:s0";
+    const std::string caller = "u:r:shell:s0";
     const std::string path = std::filesystem::current_path() / "there";
     const struct {
         const char* mode;
         const char* granted;
         Lines asked;
-        const char* refused;  // null: the file is opened
+        std::string refused;  // empty: the file is opened
         bool labelled = true;
-    } rows[] = {{"r", "read", {"read"}, nullptr},
+    } rows[] = {{"r", "read", {"read"}, ""},
                 {"r", "write", {"read"}, "read"},
-                {"w", "write", {"write"}, nullptr},
+                {"w", "write", {"write"}, ""},
                 {"w", "read", {"write"}, "write"},
                 {"r+", "write", {"write", "read"}, "read"},
-                {"r+", "read write", {"write", "read"}, nullptr},
-                {"w+", "read write", {"write", "read"}, nullptr},
+                {"r+", "read write", {"write", "read"}, ""},
+                {"w+", "read write", {"write", "read"}, ""},
                 {"w+", "read", {"write"}, "write"},
                 {"w+", "", {"write"}, "write"},
                 {"r", "", {"read"}, "read", false}};
@@ -182,36 +178,33 @@ TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
         SCOPED_TRACE(std::string(row.mode) + " with " + row.granted);
         gPolicy = {true, row.granted, row.labelled};
         const std::string context = row.labelled ? "u:object_r:file:s0" : "";
-        EXPECT_EQ(open("there", row.mode, kCaller), row.refused == nullptr ? 0 : -1);
-        EXPECT_EQ(ownEntries("fd"), before);
         Lines calls = {"getfilecon " + path};
         for (const std::string& permission : row.asked) {
-            calls.push_back(std::string(kCaller) + " " + context + " file " + permission);
+            calls.push_back(caller + " " + context + " file " + permission);
         }
         if (row.labelled) calls.push_back("freecon " + context);
-        EXPECT_EQ(gPolicy.calls, calls);
-        if (row.refused == nullptr) {
-            EXPECT_EQ(mError.take(), "");
-            continue;
+        std::string line;
+        if (!row.refused.empty()) {
+            line = "System server has no access to " + row.refused + " file context " + context +
+                   " (from path " + path + ", context " + caller + ")\n";
         }
-        EXPECT_EQ(mError.take(), std::string("System server has no access to ") + row.refused +
-                                         " file context " + context + " (from path " + path +
-                                         ", context " + kCaller + ")\n");
+        mError.atPrint = before;
+        EXPECT_EQ(open("there", row.mode, caller), line.empty() ? 0 : -1);
+        EXPECT_EQ(gPolicy.calls, calls);
+        EXPECT_EQ(mError.take(), line);
         EXPECT_EQ(mError.atPrint, before) << "the file was open while the line was written";
+        EXPECT_EQ(ownEntries("fd"), before);
     }
-    const struct {
-        bool enabled;
-        const char* path;
-        const char* caller;
-        size_t calls;
-    } unasked[] = {{false, "there", kCaller, 0},
-                   {true, "there", "", 0},
-                   {true, "missing", kCaller, 0},
-                   {true, "there", "u", 3}};
-    for (const auto& row : unasked) {
-        gPolicy = {row.enabled, "read"};
-        EXPECT_EQ(open(row.path, "r", row.caller), row.path[0] == 'm' ? -1 : 0);
-        EXPECT_EQ(gPolicy.calls.size(), row.calls);
+    // Nobody is asked without SELinux, without a context, and about a file that is not opened.
+    const std::tuple<bool, const char*, std::string, int, size_t> unasked[] = {
+            {false, "there", caller, 0, 0},
+            {true, "there", "", 0, 0},
+            {true, "missing", caller, -1, 0},
+            {true, "there", "u", 0, 3}};
+    for (const auto& [enabled, file, context, result, calls] : unasked) {
+        gPolicy = {enabled, "read"};
+        EXPECT_EQ(open(file, "r", context), result);
+        EXPECT_EQ(gPolicy.calls.size(), calls);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "atoms/ActivityWakeUpSourceAtom.h"
@@ -29,9 +30,25 @@ namespace {
 
 constexpr int32_t kTag = 150020;
 
+const Nodes kAttributes = {{"active_time_ms", "1500"},
+                           {"active_count", "01"},
+                           {"event_count", "2"},
+                           {"last_change_ms", "3000000000"},
+                           {"name", "abc"},
+                           {"expire_count", "4"},
+                           {"max_time_ms", "5"},
+                           {"total_time_ms", "7"},
+                           {"prevent_suspend_time_ms", "6"},
+                           {"wakeup_count", "8"}};
+
+std::string event(const std::string& name, int64_t activeTime = 1500, int maxTime = 5) {
+    return "[\"" + name + "\", 1L, 3000000000L, " + std::to_string(maxTime) + "L, 7L, true, " +
+           std::to_string(activeTime) + "L, true, -1, 2L, 4L, 6L, 8L]";
+}
+
 class WakeUpSourceTest : public AtomTest {
   protected:
-    void add(const std::string& source, const Nodes& attributes) {
+    void add(const std::string& source, const Nodes& attributes = kAttributes) {
         for (const auto& [name, content] : attributes) tree.write(source + "/" + name, content);
     }
 
@@ -41,6 +58,25 @@ class WakeUpSourceTest : public AtomTest {
             getWakeLockStatsAt(tree.path("").c_str(), &records);
             appendWakeLockEvents(records, kTag, list);
         });
+    }
+    void expectEvents(const Transcript& expected) {
+        expectAtLevels(expected, [&] { return events(); });
+    }
+
+    /** The files of this source that are opened, in order. */
+    Lines opened(const std::string& source) {
+        const android::base::unique_fd watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+        inotify_add_watch(watch.get(), tree.path(source).c_str(), IN_OPEN);
+        events();
+        alignas(inotify_event) char buffer[4096];
+        const ssize_t size = read(watch.get(), buffer, sizeof(buffer));
+        Lines names;
+        for (ssize_t at = 0; at < size;) {
+            const auto* entry = reinterpret_cast<const inotify_event*>(buffer + at);
+            if (entry->len > 0) names.emplace_back(entry->name);
+            at += static_cast<ssize_t>(sizeof(*entry) + entry->len);
+        }
+        return names;
     }
 
     /** How often memory is taken for sources of which so many are active. */
@@ -55,34 +91,19 @@ class WakeUpSourceTest : public AtomTest {
         return taken;
     }
 
-    const Nodes all = {{"active_time_ms", "1500"},
-                       {"active_count", "01"},
-                       {"event_count", "2"},
-                       {"last_change_ms", "3000000000"},
-                       {"name", "abc"},
-                       {"expire_count", "4"},
-                       {"max_time_ms", "5"},
-                       {"total_time_ms", "7"},
-                       {"prevent_suspend_time_ms", "6"},
-                       {"wakeup_count", "8"}};
     const TempTree tree;
 };
 
-std::string event(const std::string& name, int64_t activeTime = 1500, int maxTime = 5) {
-    return "[\"" + name + "\", 1L, 3000000000L, " + std::to_string(maxTime) + "L, 7L, true, " +
-           std::to_string(activeTime) + "L, true, -1, 2L, 4L, 6L, 8L]";
-}
-
 TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
-    add("wakeup0", all);
-    EXPECT_THAT(events(), ElementsAre(event("abc")));
+    add("wakeup0");
+    expectEvents({event("abc")});
     add("wakeup0",
         {{"active_time_ms", "5\n000000000\n"}, {"name", " a\nb \n"}, {"max_time_ms", "\n6\n"}});
-    EXPECT_THAT(events(), ElementsAre(event(" ab ", 5000000000, 6)));
+    expectEvents({event(" ab ", 5000000000, 6)});
     add("wakeup0", {{"active_time_ms", "1"}, {"name", ""}, {"max_time_ms", "many"}});
-    EXPECT_THAT(events(), ElementsAre(event("", 1, 0)));
+    expectEvents({event("", 1, 0)});
     remove(tree.path("wakeup0/max_time_ms").c_str());
-    EXPECT_THAT(events(), ElementsAre(event("", 1, 0)));
+    expectEvents({event("", 1, 0)});
 
     const auto append = [](auto* list) {
         std::vector<WakeLockInfo> records(2);
@@ -93,69 +114,44 @@ TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
                 ElementsAre("[\"\", 0L, 0L, 0L, 0L, false, 1L, true, -1, 0L, 0L, 0L, 0L]"));
 }
 
-TEST_F(WakeUpSourceTest, othersAreLeftOutAndAFailedReadIsToldAtLevelTwo) {
-    add("wakeup1", all);
-    std::vector<WakeLockInfo> records;
+TEST_F(WakeUpSourceTest, anInactiveOneIsLeftOutAndAFailedReadToldAtLevelTwo) {
     for (const char* time : {"0\n", "\n", "-5\n", "off"}) {
         add("wakeup1", {{"active_time_ms", time}});
-        for (gLogLevel = 2; gLogLevel > 0; --gLogLevel) EXPECT_THAT(events(), IsEmpty()) << time;
+        expectEvents({});
     }
-    const auto failure = [](int error) {
-        return "D2 ActivityWakeUpSourceAtom readFile is fail " + std::to_string(error);
-    };
-    const auto expectFailures = [&](int error) {
-        expectAtLevels({failure(error)}, [&] { return events(); });
-    };
-    add("wakeup1", {{"active_time_ms", ""}});
-    expectFailures(0);
-    std::filesystem::remove_all(tree.path("wakeup1"));
-    tree.write("wakeup2/name", "x");
-    expectFailures(-ENOENT);
-    std::filesystem::remove_all(tree.path("wakeup2"));
-    tree.write("a_file", "");
-    expectFailures(-ENOTDIR);
-    add("wakeup3", all);  // which an unreadable one does not lose
-    EXPECT_THAT(events(), ElementsAre(event("abc")));
-
-    log.clear();
-    getWakeLockStatsAt(tree.path("absent/").c_str(), &records);
-    EXPECT_THAT(records, IsEmpty());
-    EXPECT_THAT(takeLines(), IsEmpty());
+    add("wakeup1");
+    const std::tuple<const char*, const char*, int> rows[] = {{"wakeup2/active_time_ms", "", 0},
+                                                              {"wakeup3/name", "x", -ENOENT},
+                                                              {"a_file", "", -ENOTDIR}};
+    for (const auto& [file, content, error] : rows) {
+        tree.write(file, content);
+        expectEvents({"D2 ActivityWakeUpSourceAtom readFile is fail " + std::to_string(error),
+                      event("abc")});
+        std::filesystem::remove_all(tree.path(std::string(file, strcspn(file, "/"))));
+    }
+    std::filesystem::remove_all(tree.path(""));
+    expectEvents({});
 }
 
 TEST_F(WakeUpSourceTest, inactiveSourcesCostOneFileEachAndNoMemory) {
-    const android::base::unique_fd watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    const auto opened = [&](const char* time) {
-        add("wakeup4", all);
-        add("wakeup4", {{"active_time_ms", time}});
-        const int folder = inotify_add_watch(watch.get(), tree.path("wakeup4").c_str(), IN_OPEN);
-        events();
-        inotify_rm_watch(watch.get(), folder);
-        alignas(inotify_event) char buffer[4096];
-        const ssize_t size = read(watch.get(), buffer, sizeof(buffer));
-        std::vector<std::string> names;
-        for (ssize_t at = 0; at < size;) {
-            const auto* entry = reinterpret_cast<const inotify_event*>(buffer + at);
-            if ((entry->mask & IN_OPEN) != 0) names.emplace_back(entry->name);
-            at += static_cast<ssize_t>(sizeof(*entry) + entry->len);
-        }
-        return names;
-    };
-    EXPECT_THAT(opened("0\n"), ElementsAre("active_time_ms"));
-    EXPECT_THAT(opened("1\n"),
+    add("wakeup4");
+    EXPECT_THAT(opened("wakeup4"),
                 ElementsAre("active_time_ms", "active_count", "event_count", "last_change_ms",
                             "name", "expire_count", "max_time_ms", "prevent_suspend_time_ms",
                             "total_time_ms", "wakeup_count"));
+    add("wakeup5", {{"active_time_ms", "0\n"}, {"name", "idle"}});
+    EXPECT_THAT(opened("wakeup5"), ElementsAre("active_time_ms"));
 
     const size_t few = allocations(1);
     EXPECT_LE(few, 3u);
     for (int i = 0; i < 100; ++i) add("idle" + std::to_string(i), {{"active_time_ms", "0\n"}});
-    add(std::string(255, 'i'), all);
+    add("negative", {{"active_time_ms", "-5\n"}});
+    add(std::string(255, 'i'));
     EXPECT_EQ(allocations(2), few);
 }
 
 TEST_F(WakeUpSourceTest, theHandlerReadsTheKernelsSources) {
-    add("sys/class/wakeup/wakeup5", all);
+    add("sys/class/wakeup/wakeup5");
     EXPECT_THAT(pull(kTag), IsEmpty());
     if (!withTreeAsKernel(tree, [&] { EXPECT_THAT(pull(kTag), ElementsAre(event("abc"))); })) {
         GTEST_SKIP();

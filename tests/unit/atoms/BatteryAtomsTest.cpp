@@ -40,9 +40,9 @@ TEST_F(BatteryAtomsTest, carryTheirNodes) {
 
 TEST_F(BatteryAtomsTest, temperatureIsRoundedLopsidedly) {
     const std::pair<int32_t, const char*> rows[] = {
-            {305, "[31, 30500]"}, {25, "[3, 2500]"},    {24, "[2, 2400]"},   {5, "[1, 500]"},
-            {4, "[0, 400]"},      {0, "[0, 0]"},        {-5, "[0, -500]"},   {-14, "[-1, -1400]"},
-            {-26, "[-2, -2600]"}, {-27, "[-2, -2700]"}, {-36, "[-3, -3600]"}};
+            {305, "[31, 30500]"}, {25, "[3, 2500]"},    {24, "[2, 2400]"},    {5, "[1, 500]"},
+            {4, "[0, 400]"},      {0, "[0, 0]"},        {-5, "[0, -500]"},    {-13, "[0, -1300]"},
+            {-14, "[-1, -1400]"}, {-26, "[-2, -2600]"}, {-27, "[-2, -2700]"}, {-36, "[-3, -3600]"}};
     for (const auto& [tenths, event] : rows) {
         charger.set("getPsyBatteryTemp", tenths);
         EXPECT_THAT(pull(150030), ElementsAre(event)) << tenths;

@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#include "atoms/DisplayTouchAtoms.h"
 #include "tests/support/AtomTest.h"
 
 namespace zstats {
@@ -32,9 +33,18 @@ TEST_F(DisplayAtomsTest, carryThePanelsOfTheirPlatform) {
     });
 }
 
+TEST_F(DisplayAtomsTest, needALevelOfEachPanel) {
+    const auto append = [](auto* list) {
+        appendPanels({5}, "handler", 150133, list, [](int32_t level) { return level; });
+    };
+    expectAtLevels({"D2 handler getScreenBrightness failed"},
+                   [&] { return transcriptOf(150133, append); });
+}
+
 using TouchAtomTest = AtomTest;
 
 TEST_F(TouchAtomTest, carriesTheNumberThatTheFirstWordBeginsWith) {
+    expectPulls(kTouchTag, {"W0 handleTouchRefreshRateLevel getService failed"});
     FakeTouch touch;
     const std::pair<const char*, Transcript> rows[] = {
             {"3\n", {"[3]"}},      {"12 7", {"[12]"}},        {"  5", {"[5]"}},
@@ -49,30 +59,11 @@ TEST_F(TouchAtomTest, carriesTheNumberThatTheFirstWordBeginsWith) {
         SCOPED_TRACE(text);
         expectPulls(kTouchTag, expected);
     }
-    EXPECT_EQ(touch.reads(), (std::vector(std::size(rows) * 3, std::pair(0, 26))));
     // A number beyond int leaves the handler, and the next pull finds it as before.
     touch.setText("2147483648");
     EXPECT_THROW(pull(kTouchTag), std::out_of_range);
     touch.setText("3");
-    EXPECT_THAT(pull(kTouchTag), ElementsAre("[3]"));
-}
-
-TEST_F(TouchAtomTest, keepsTheFirstServiceThatItFinds) {
-    const Transcript absent = {"W0 handleTouchRefreshRateLevel getService failed"};
-    expectPulls(kTouchTag, absent);
-    FakeTouch touch;
-    touch.setText("3");
-    inprocess::hideServiceManager(true);
-    expectPulls(kTouchTag, absent);
-    inprocess::hideServiceManager(false);
     expectPulls(kTouchTag, {"[3]"});
-
-    touch.fail();  // the text is parsed whatever the status says, and there is none
-    expectPulls(kTouchTag, {kUnreadable});
-    touch.remote().die();
-    FakeTouch successor;
-    expectPulls(kTouchTag, {kUnreadable});
-    EXPECT_THAT(successor.reads(), IsEmpty());
 }
 
 }  // namespace

@@ -43,10 +43,11 @@ TEST_F(GpuAtomTest, reportsTheTimeSinceTheLastPull) {
                  {{"[1000, 9223372036854775795L]"}, {"[1000, 1L]"}});
     expectSeries({"100 200 300"}, {"1 2"}, {{mismatchInHandler(3, 2)}});
     // The baseline stays while readings have another length.
-    expectSeries({"1 2"}, {"1 2", "1 2 3", "", "5 5"},
+    expectSeries({"1 2"}, {"1 2", "1 2 3", "5 5", "", "6 8"},
                  {{mismatch(2, 3), "[1000, 0L]", "[2000, 0L]"},
+                  {"[1000, 4L]", "[2000, 3L]"},
                   {empty(kTime), mismatch(2, 0), "[1000, 0L]", "[2000, 0L]"},
-                  {"[1000, 4L]", "[2000, 3L]"}});
+                  {"[1000, 1L]", "[2000, 3L]"}});
     // Without a first reading there is never a baseline.
     const Transcript never = {mismatch(0, 2), mismatchInHandler(2, 0)};
     expectSeries({"1 2"}, {"", "1 2", "3 4"}, {never, never});

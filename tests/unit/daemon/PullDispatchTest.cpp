@@ -2,7 +2,6 @@
 
 #include <future>
 #include <string>
-#include <thread>
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"
@@ -42,6 +41,7 @@ TEST_F(PullDispatchTest, TableHasAHandlerForEveryAtomAndNoOther) {
     EXPECT_EQ(mLog.take(), Lines{});
 }
 
+/** Without the lock, so that pulls do not wait for one another. */
 TEST_F(PullDispatchTest, RunsOneHandlerOnceOnTheSameObjectsWithoutTheLock) {
     int calls = 0;
     const AtomHandler wrong = [](ZStatsPullAtomCallback&, int32_t, AStatsEventList*) { abort(); };
@@ -70,21 +70,6 @@ TEST_F(PullDispatchTest, TellsAtLevelTwoOfItsSearchWhichHoldsTheLock) {
                     pullAtom(table, mCallback, 6, &mList);
                 });
     EXPECT_FALSE(wasFree);
-}
-
-TEST_F(PullDispatchTest, PullsAtTheSameTimeDoNotWaitForOneAnother) {
-    // Each handler ends only once the other one runs: in turn they would never end.
-    std::promise<void> running[2];
-    std::shared_future<void> isRunning[2] = {running[0].get_future(), running[1].get_future()};
-    const AtomHandler meet = [&](ZStatsPullAtomCallback&, int32_t tag, AStatsEventList*) {
-        running[tag].set_value();
-        isRunning[1 - tag].wait();
-    };
-    const AtomHandlerTable table = {{0, meet}, {1, meet}};
-    AStatsEventList otherList;
-    std::thread other([&] { pullAtom(table, mCallback, 1, &otherList); });
-    pullAtom(table, mCallback, 0, &mList);
-    other.join();
 }
 
 }  // namespace

@@ -10,12 +10,10 @@
 
 #include "daemon/Startup.h"
 #include "daemon/base/Log.h"
-#include "daemon/base/SystemHelpers.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessCalls.h"
-#include "tests/support/TempTree.h"
 #include "tests/support/libraries/FakeLibraries.h"
 #include "tests/unit/daemon/Child.h"
 
@@ -29,11 +27,6 @@ const Lines kServes = {
         "I zstats_pullerd daemon start",        "I addService atomacq service success.",
         "E pullerd:  Get statsd service fail",  "I pullerd: mStatsd is null",
         "I addService zstats_pullerd success.", "I zstats_pullerd daemon end"};
-
-Lines operator+(Lines lines, const Lines& more) {
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
-}
 
 /** What `run` says, asks of init and gives back. */
 template <typename Run>
@@ -57,51 +50,35 @@ Lines outcome(bool featureEnabled, const Run& run) {
     return inChild([&](Lines& report) { report = outcomeHere(featureEnabled, run); });
 }
 
-struct Device {
-    const char* meminfo;
-    const char* releaseType = nullptr;
-    const char* alwaysOn = nullptr;
-    const char* startOverride = nullptr;
-};
-
 TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
-    constexpr char kSmall[] = "MemTotal:        4194304 kB\n";
-    const std::string memory = "I memTotal: 4194304Kb";
+    struct Device {
+        bool memoryOk;
+        const char *releaseType, *alwaysOn, *start;  // properties
+    };
+    const auto expect = [&](const Device& device, const Lines& lines) {
+        const auto mayRun = [&] {
+            gLogLevel = 0;
+            setProperties({{"ro.build.release_type", device.releaseType},
+                           {"persist.sys.alwayson.switch", device.alwaysOn},
+                           {"persist.sys.zstats_pullerd.start", device.start}});
+            return mayRunWith([&](int thresholdKb) {
+                ZLOG(INFO, "above %d?", thresholdKb);
+                return device.memoryOk;
+            });
+        };
+        EXPECT_EQ(outcome(true, mayRun), (Lines{kEnabled, "I above 4194304?"} + lines));
+    };
     const std::string type = "I isReleaseType: releaseType: ";
     const std::string commercial = "It is Commercial Version, less than 4GB, ";
-    const Lines refused = {memory, type + "true", "I " + commercial + "zstats_pullerd is disabled.",
-                           "request ctl.stop zstats_pullerd", "returns 0"};
-    const struct {
-        Device device;
-        Lines lines;  // after the feature's
-    } rows[] = {
-            {{"MemTotal: 4194305 kB\n", "true"}, {"I memTotal: 4194305Kb", kStart, "returns 1"}},
-            {{"MemTotal: what kB\n", "true"}, {"E sscanf not match", kStart, "returns 1"}},
-            {{kSmall, "false"}, {memory, type + "false", kStart, "returns 1"}},
-            {{kSmall, nullptr, "true"}, {memory, type, kStart, "returns 1"}},
-            {{kSmall, "true", "false", "1"},
-             {memory, type + "true", "D " + commercial + "start prop is true.", kStart,
-              "returns 1"}},
-            {{kSmall, "true", "false", nullptr}, refused},
-            {{kSmall, "true", "false", "0"}, refused},
-            {{kSmall, "true", "false", "true"}, refused},
-            {{kSmall, "true", "false", "01"}, refused},
-            {{kSmall, "true", "false", "1 "}, refused},
-            {{kSmall, "true", "false", "11"}, refused},
-    };
-    for (const auto& row : rows) {
-        const TempTree files;
-        files.write("meminfo", row.device.meminfo);
-        const Lines lines = outcome(true, [&] {
-            gLogLevel = 0;
-            setProperties({{"ro.build.release_type", row.device.releaseType},
-                           {"persist.sys.alwayson.switch", row.device.alwaysOn},
-                           {"persist.sys.zstats_pullerd.start", row.device.startOverride}});
-            return mayRunWith([&](int thresholdKb) {
-                return checkMemTotalOkAt(files.path("meminfo").c_str(), thresholdKb);
-            });
-        });
-        EXPECT_EQ(lines, Lines{kEnabled} + row.lines);
+    expect({true, "true", nullptr, nullptr}, {kStart, "returns 1"});
+    expect({false, "false", nullptr, nullptr}, {type + "false", kStart, "returns 1"});
+    expect({false, nullptr, "true", nullptr}, {type, kStart, "returns 1"});
+    expect({false, "true", "false", "1"},
+           {type + "true", "D " + commercial + "start prop is true.", kStart, "returns 1"});
+    for (const char* start : {static_cast<const char*>(nullptr), "0", "true", "01", "1 ", "11"}) {
+        expect({false, "true", "false", start},
+               {type + "true", "I " + commercial + "zstats_pullerd is disabled.",
+                "request ctl.stop zstats_pullerd", "returns 0"});
     }
 }
 

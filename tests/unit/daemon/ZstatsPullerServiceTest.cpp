@@ -65,69 +65,58 @@ class ZstatsPullerServiceTest : public testing::Test {
 };
 
 TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConnection) {
-    const std::string sched = "zbpf_connect_start /system_ext/bin/zcvt/norda_sched";
-    const Lines first = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support",
-                         sched + " pullerd_kw"};
-    const Lines both = {first[0], first[1], first[2], first[3],
-                        first[0], first[1], first[2], sched + "_corectl pullerd_kw"};
+    Lines registrations;
+    for (const int32_t tag : kTags) {
+        registrations.push_back("setPullAtomCallback " + std::to_string(tag) + " 1000 2000 0");
+    }
+    const Lines asks = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support"};
+    const Lines starts = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched pullerd_kw"};
+    const Lines startsSecond = {
+            "zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw"};
     const struct {
         int region, connection;
         const char* releaseType;
         Lines calls, lines;
-        const char* exit;
-    } rows[] = {
-            {1,
-             40,
-             "false",
-             both,
-             {"D2 kworker mConnectFd = 40", "D2 kworker mConnectFd = 41"},
-             "zbpf_connect_exit 41 pullerd_kw"},
-            {1,
-             40,
-             "true",
-             first,
-             {"D2 kworker mConnectFd = 40"},
-             "zbpf_connect_exit 40 pullerd_kw"},
-            {1, 0, "true", first, {"D2 kworker mConnectFd = 0"}, "zbpf_connect_exit 0 pullerd_kw"},
-            {1,
-             -5,
-             "true",
-             first,
-             {"D2 kworker mConnectFd = -5", "W0 kworker connect fail fd = -5"},
-             "zbpf_connect_exit -5 pullerd_kw"},
-            {2,
-             40,
-             "true",
-             {first[0], first[1], first[2]},
-             {"W0 do not support zcvt"},
-             "zbpf_connect_exit -1 pullerd_kw"}};
+        std::string lastConnection;
+    } rows[] = {{1,
+                 40,
+                 "false",
+                 asks + starts + asks + startsSecond,
+                 {"D2 kworker mConnectFd = 40", "D2 kworker mConnectFd = 41"},
+                 "41"},
+                {1, 40, "true", asks + starts, {"D2 kworker mConnectFd = 40"}, "40"},
+                {1, 0, "true", asks + starts, {"D2 kworker mConnectFd = 0"}, "0"},
+                {1,
+                 -5,
+                 "true",
+                 asks + starts,
+                 {"D2 kworker mConnectFd = -5", "W0 kworker connect fail fd = -5"},
+                 "-5"},
+                {2, 40, "true", asks, {"W0 do not support zcvt"}, "-1"}};
     for (const auto& row : rows) {
         property_set("ro.build.release_type", row.releaseType);
-        Lines calls;
-        for (const int32_t tag : kTags) {
-            calls.push_back("setPullAtomCallback " + std::to_string(tag) + " 1000 2000 0");
-        }
-        calls.insert(calls.end(), row.calls.begin(), row.calls.end());
-        Lines lines = {"D2 property ro.hardware:",  // of the callback object, as the next two
-                       "E getGpuStats With a unknown vendor platform!",
-                       "I1 ThermalReader checkService failed",
-                       "I1 pullerd:uid =" + std::to_string(getuid()) +
-                               " registerPullAtomCallback success"};
-        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
-        lines.emplace_back("W0 do not support zcvt");  // of the connection that is tried below
+        const Lines lines =
+                Lines{"D2 property ro.hardware:",  // of the callback object, as the next two
+                      "E getGpuStats With a unknown vendor platform!",
+                      "I1 ThermalReader checkService failed",
+                      "I1 pullerd:uid =" + std::to_string(getuid()) +
+                              " registerPullAtomCallback success"} +
+                row.lines +
+                Lines{"W0 do not support zcvt"};  // of the connection that is tried below
         expectLines(mLog, lines, [&] {
             inprocess::reset();
-            mStatsd = publishStats("android.os.IStatsd");
+            publishStats("android.os.IStatsd");
             gLibraries = {};
             gLibraries.bpfRegion = row.region;
             gLibraries.bpfConnection = row.connection;
             sp<ZstatsPullerService> service(new ZstatsPullerService);
-            EXPECT_EQ(gLibraries.takeCalls(), calls);
+            EXPECT_EQ(gLibraries.takeCalls(), registrations + row.calls);
             EXPECT_EQ(gLibraries.metadataInUse, 0);
+            const void* const cookie = gLibraries.registrations[0].cookie;
+            EXPECT_NE(cookie, nullptr);
             for (const auto& registration : gLibraries.registrations) {
                 EXPECT_EQ(registration.callback, &onPullAtom);
-                EXPECT_NE(registration.cookie, nullptr);
-                EXPECT_EQ(registration.cookie, gLibraries.registrations[0].cookie);
+                EXPECT_EQ(registration.cookie, cookie);
             }
             // None waits; the second is of the callback object.
             EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda"}));
@@ -137,7 +126,8 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
             service->connectZbpfForKorkerInner(path);
             gLibraries.calls.clear();
             service.clear();
-            EXPECT_EQ(gLibraries.takeCalls(), Lines{row.exit});
+            EXPECT_EQ(gLibraries.takeCalls(),
+                      Lines{"zbpf_connect_exit " + row.lastConnection + " pullerd_kw"});
         });
         properties::clearProperties();
     }
@@ -222,38 +212,35 @@ TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
             "level\n";
     const std::string levelIs = "\tZstats_pullerd set gLogLevel: ";
     const std::string rgbLogIs = "\tZstats_pullerd set RGB Histogram Log: ";
-    const struct {
+    struct Row {
         Lines args;
         std::string reply;
         int32_t level = 5;  // afterwards, 5 before
         bool rgbLog = true;
-    } rows[] = {{{}, help},
-                {{"-h"}, help},
-                {{"--loglevel"}, help},
-                {{"--rgbLog"}, help},
-                {{"--loglevel", "2", "3"}, help},
-                {{"--RGBLOG", "0"}, ""},
-                {{"--logLevel", "2"}, ""},
-                {{"--loglevel ", "2"}, ""},
-                {{"--loglevel2", ""}, ""},
-                {{"2", "--loglevel"}, ""},
-                {{"", ""}, ""},
-                {{"--rgbLog", "1"}, rgbLogIs + "1\n"},
-                {{"--rgbLog", "0"}, rgbLogIs + "0\n", 5, false},
-                {{"--rgbLog", "2"}, rgbLogIs + "1\n"},
-                {{"--rgbLog", "-1"}, rgbLogIs + "1\n"},
-                {{"--rgbLog", "abc"}, rgbLogIs + "0\n", 5, false},
-                {{"--rgbLog", ""}, rgbLogIs + "0\n", 5, false},
-                {{"--loglevel", "0"}, levelIs + "0\n", 0},
-                {{"--loglevel", "1"}, levelIs + "1\n", 1},
-                {{"--loglevel", "007"}, levelIs + "7\n", 7},
-                {{"--loglevel", "0x2"}, levelIs + "0\n", 0},
-                {{"--loglevel", "-1"}, levelIs + "0\n", 0},
-                {{"--loglevel", "-2147483648"}, levelIs + "0\n", 0},
-                {{"--loglevel", "abc"}, levelIs + "0\n", 0},
-                {{"--loglevel", ""}, levelIs + "0\n", 0},
-                {{"--loglevel", " 2x"}, levelIs + "2\n", 2},
-                {{"--loglevel", "2147483647"}, levelIs + "2147483647\n", 2147483647}};
+    };
+    std::vector<Row> rows = {
+            {{}, help},
+            {{"-h"}, help},
+            {{"--loglevel"}, help},
+            {{"--rgbLog"}, help},
+            {{"--loglevel", "2", "3"}, help},
+            {{"--RGBLOG", "0"}, ""},
+            {{"--logLevel", "2"}, ""},
+            {{"--loglevel ", "2"}, ""},
+            {{"--loglevel2", ""}, ""},
+            {{"2", "--loglevel"}, ""},
+            {{"", ""}, ""},
+    };
+    for (const char* on : {"1", "2", "-1"}) rows.push_back({{"--rgbLog", on}, rgbLogIs + "1\n"});
+    for (const char* off : {"0", "abc", ""}) {
+        rows.push_back({{"--rgbLog", off}, rgbLogIs + "0\n", 5, false});
+    }
+    const std::pair<const char*, int32_t> levels[] = {
+            {"0", 0},           {"1", 1},   {"007", 7}, {"0x2", 0}, {"-1", 0},
+            {"-2147483648", 0}, {"abc", 0}, {"", 0},    {" 2x", 2}, {"2147483647", 2147483647}};
+    for (const auto& [text, level] : levels) {
+        rows.push_back({{"--loglevel", text}, levelIs + std::to_string(level) + "\n", level});
+    }
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.args));
         gLogLevel = 5;
@@ -272,38 +259,32 @@ TEST_F(DumpTest, NeedsNeitherACallbackObjectNorADescriptorThatTakesText) {
               "ZstatsPullerService::dump\n\tZstats_pullerd set RGB Histogram Log: 0\n");
     const unique_fd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     const unique_fd unwritable(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    android::Vector<String16> args;
-    args.add(String16("--rgbLog"));
-    args.add(String16("1"));
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     close(ends[0]);
     const unique_fd unread(ends[1]);
     signal(SIGPIPE, SIG_IGN);  // as in the daemon
     for (const int fd : {full.get(), unwritable.get(), unread.get(), -1}) {
-        EXPECT_EQ(service->dump(fd, args), android::OK);
+        EXPECT_EQ(service->dump(fd, {}), android::OK);
     }
 }
 
 TEST_F(DumpTest, EveryTransactionIsLoggedAndServedByTheBase) {
-    const struct {
-        uint32_t code, flags;
-        android::status_t status;
-        const char* line;
-    } rows[] = {{1, 0, android::UNKNOWN_TRANSACTION, "code 1, flags 0."},
-                {2, 0x10, android::UNKNOWN_TRANSACTION, "code 2, flags 16."},
-                {0x00ffffff, 0, android::UNKNOWN_TRANSACTION, "code 16777215, flags 0."},
-                {0x5f4e5446, 0, android::OK, "code 1598968902, flags 0."}};
+    const std::tuple<uint32_t, uint32_t, android::status_t, const char*> rows[] = {
+            {1, 0, android::UNKNOWN_TRANSACTION, "code 1, flags 0."},
+            {2, 0x10, android::UNKNOWN_TRANSACTION, "code 2, flags 16."},
+            {0x00ffffff, 0, android::UNKNOWN_TRANSACTION, "code 16777215, flags 0."},
+            {0x5f4e5446, 0, android::OK, "code 1598968902, flags 0."}};
     android::Parcel reply;
     mLog.clear();
-    for (const auto& row : rows) {
+    for (const auto& [code, flags, status, line] : rows) {
         reply.freeData();
-        expectLines(mLog, {std::string("I BnZstatsPullerService onTransact ") + row.line}, [&] {
-            EXPECT_EQ(mService->transact(row.code, {}, &reply, row.flags), row.status);
-        });
+        gLogLevel = 0;
+        EXPECT_EQ(mService->transact(code, {}, &reply, flags), status);
+        EXPECT_EQ(mLog.take(), Lines{std::string("I BnZstatsPullerService onTransact ") + line});
     }
-    reply.setDataPosition(0);
     const String16 descriptor("com.norda.zstats.IZstatsPullerService");
+    reply.setDataPosition(0);
     EXPECT_EQ(reply.readString16(), descriptor);
     EXPECT_EQ(mService->queryLocalInterface(descriptor).get(),
               static_cast<android::IInterface*>(mService.get()));

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -49,20 +50,16 @@ TEST_F(BpfEventChannelTest, CallsTheClosedLibrariesByTheirNames) {
 
 TEST_F(BpfEventChannelTest, AsksEachQuestionOnlyAfterTheOneBefore) {
     const Lines questions = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support"};
-    const struct {
-        int enabled, types, region;
-        bool isSupported;
-        std::ptrdiff_t asked;
-    } rows[] = {{1, 1, 1, true, 3},  {3, -1, 1, true, 3},  {2, 1, 1, false, 1},
-                {0, 1, 1, false, 1}, {1, 0, 1, false, 2},  {1, 1, 0, false, 3},
-                {1, 1, 2, false, 3}, {-2, 1, 1, false, 1}, {1, 1, -1, false, 3},
-                {-1, 2, 1, true, 3}};
-    for (const auto& row : rows) {
-        gLibraries.bpfEnabled = row.enabled;
-        gLibraries.bpfTypes = row.types;
-        gLibraries.bpfRegion = row.region;
-        EXPECT_EQ(isBpfChannelSupported(), row.isSupported);
-        EXPECT_EQ(gLibraries.takeCalls(), Lines(questions.begin(), questions.begin() + row.asked));
+    const std::tuple<int, int, int, bool, std::ptrdiff_t> rows[] = {
+            {1, 1, 1, true, 3},  {3, -1, 1, true, 3},  {-1, 2, 1, true, 3}, {2, 1, 1, false, 1},
+            {0, 1, 1, false, 1}, {-2, 1, 1, false, 1}, {1, 0, 1, false, 2}, {1, 1, 0, false, 3},
+            {1, 1, 2, false, 3}, {1, 1, -1, false, 3}};
+    for (const auto& [enabled, types, region, isSupported, asked] : rows) {
+        gLibraries.bpfEnabled = enabled;
+        gLibraries.bpfTypes = types;
+        gLibraries.bpfRegion = region;
+        EXPECT_EQ(isBpfChannelSupported(), isSupported);
+        EXPECT_EQ(gLibraries.takeCalls(), Lines(questions.begin(), questions.begin() + asked));
     }
 }
 
@@ -86,59 +83,41 @@ TEST_F(BpfEventChannelTest, RequestsInTheLibrarysLayoutWithAPathCutToFit) {
 }
 
 TEST_F(BpfEventChannelTest, WritesAnAtomForARecordAndTellsWhatItDrops) {
-    const std::string text(900, 'i');
+    const auto expect = [&](int flag, short type, char* record, const Lines& calls,
+                            const std::string& line) {
+        const std::string first = "D2 onBpfDataArrived: bpf data arrived, dispatch_flag(";
+        expectLines(mLog, {first + std::to_string(flag) + ")", line}, [&] {
+            onBpfDataArrived(flag, type, record);
+            EXPECT_EQ(gLibraries.takeCalls(), calls);
+        });
+    };
     const struct {
-        int flag;
         short type;
-        std::vector<int32_t> head;  // none: a null record
+        std::array<int32_t, 4> head;
         std::string info;
-        Lines calls;
-        std::string line;  // after the first
+        std::string numbers;  // as the line has them
     } rows[] = {
-            {1,
-             -4,
-             {7, 1, 2, 3},
-             "x",
-             {"stats_write 100207 7 1 2 3 x"},
-             "D2 onKestrelFatalDataArrived: data_type(-4) bpf_data(type:7 pe:1 lnr:2 bnr:3 "
-             "info:x)"},
-            {1,
-             0,
+            {-4, {7, 1, 2, 3}, "x", "type:7 pe:1 lnr:2 bnr:3"},
+            {0,
              {INT32_MAX, INT32_MIN, -1, 0},
              "a, b:c %s",
-             {"stats_write 100207 2147483647 -2147483648 -1 0 a, b:c %s"},
-             "D2 onKestrelFatalDataArrived: data_type(0) bpf_data(type:2147483647 pe:-2147483648 "
-             "lnr:-1 bnr:0 info:a, b:c %s)"},
-            {1,
-             32767,
-             {0, 0, 0, 0},
-             "",
-             {"stats_write 100207 0 0 0 0 "},
-             "D2 onKestrelFatalDataArrived: data_type(32767) bpf_data(type:0 pe:0 lnr:0 bnr:0 "
-             "info:)"},
-            {1,
-             1,
-             {1, 2, 3, 4},
-             text,
-             {"stats_write 100207 1 2 3 4 " + text},
-             "D2 onKestrelFatalDataArrived: data_type(1) bpf_data(type:1 pe:2 lnr:3 bnr:4 info:" +
-                     text + ")"},
-            {1, 1, {}, "", {}, "W0 onKestrelFatalDataArrived, bpf_data is null\n"},
-            {0, 1, {1, 2, 3, 4}, "", {}, "W0 unknown dispatch flag 0\n"},
-            {2, 1, {1, 2, 3, 4}, "", {}, "W0 unknown dispatch flag 2\n"},
-            {-1, 1, {}, "", {}, "W0 unknown dispatch flag -1\n"},
+             "type:2147483647 pe:-2147483648 lnr:-1 bnr:0"},
+            {32767, {0, 0, 0, 0}, "", "type:0 pe:0 lnr:0 bnr:0"},
+            {1, {1, 2, 3, 4}, std::string(900, 'i'), "type:1 pe:2 lnr:3 bnr:4"},
     };
     for (const auto& row : rows) {
         // One byte off, since nobody promises where a record lies.
-        std::string record = "?";
-        record.append(reinterpret_cast<const char*>(row.head.data()), 4 * row.head.size());
-        record += row.info;
-        const std::string first = "D2 onBpfDataArrived: bpf data arrived, dispatch_flag(" +
-                                  std::to_string(row.flag) + ")";
-        expectLines(mLog, {first, row.line}, [&] {
-            onBpfDataArrived(row.flag, row.type, row.head.empty() ? nullptr : record.data() + 1);
-            EXPECT_EQ(gLibraries.takeCalls(), row.calls);
-        });
+        std::string record =
+                "?" + std::string(reinterpret_cast<const char*>(row.head.data()), 16) + row.info;
+        std::string call = "stats_write 100207 ";
+        for (const int32_t number : row.head) call += std::to_string(number) + " ";
+        expect(1, row.type, record.data() + 1, {call + row.info},
+               "D2 onKestrelFatalDataArrived: data_type(" + std::to_string(row.type) +
+                       ") bpf_data(" + row.numbers + " info:" + row.info + ")");
+    }
+    expect(1, 1, nullptr, {}, "W0 onKestrelFatalDataArrived, bpf_data is null\n");
+    for (const int flag : {0, 2, -1}) {
+        expect(flag, 1, nullptr, {}, "W0 unknown dispatch flag " + std::to_string(flag) + "\n");
     }
 }
 

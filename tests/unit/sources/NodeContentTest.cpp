@@ -1,81 +1,69 @@
 #include <optional>
 #include <stdexcept>
 
+#include "sources/HalHandleFactoryProxyAidl.h"
+#include "sources/NodeContent.h"
 #include "tests/support/FakeVendorServices.h"
 #include "tests/support/HandlerTest.h"
 
 namespace zstats {
 namespace {
 
-class NodeContentTest : public HandlerTest {
-  protected:
-    /** Publishes the service and connects, so that no line of the connection follows. */
-    void connect() {
-        service.emplace();
-        callback.getValueByHandleKey("connect");
-        takeLines();
-    }
-
-    std::optional<FakeHandleFactory> service;
-};
+using NodeContentTest = HandlerTest;
 
 TEST_F(NodeContentTest, ReadsValuesAsAtoiDoesWhateverTheResultCode) {
-    connect();
+    FakeHandleFactory service;
     const std::pair<const char*, int32_t> rows[] = {
-            {"12\n", 12},
-            {"abc", 0},
-            {"  -7x", -7},
-            {"\t+3 4", 3},
-            {"-1", -1},
-            {"007", 7},
-            {"0x10", 0},
-            {"2147483647", 2147483647},
-            {"-2147483648\n", INT32_MIN},
+            {"12\n", 12},      {"abc", 0}, {"  -7x", -7},
+            {"\t+3 4", 3},     {"-1", -1}, {"007", 7},
+            {"0x10", 0},       {"\n", 0},  {"2147483647", 2147483647},
+            {"- 5", 0},        {"", -1},   {"-2147483648\n", INT32_MIN},
             {"4294967297", 1},
-            {"", -1},
-            {"\n", 0},
-            {"- 5", 0},
     };
     for (const auto& [text, value] : rows) {
         for (const int32_t code : {0, -1, 5}) {
-            service->set("k", text, code);
-            EXPECT_EQ(callback.getValueByHandleKey("k"), value) << '"' << text << '"';
-            EXPECT_EQ(callback.getContentByHandleKey("k"), text);
+            service.set("k", text, code);
+            EXPECT_EQ(nodes::getValueByHandleKey("k"), value) << '"' << text << '"';
+            EXPECT_EQ(nodes::getContentByHandleKey("k"), text);
         }
     }
 }
 
-TEST_F(NodeContentTest, LogsEachOutcome) {
-    const std::string prefix = "PullAtomCallback getContentByHandleKey read nodeKey: k, ";
+TEST_F(NodeContentTest, ItsThreeReadersTellEachOutcome) {
     const struct {
-        bool present;
-        const char* text;  // null: the service answers with an error
-        Lines lines;       // of the service's client
-        Lines failure;
-        int32_t value;
-    } rows[] = {{false,
-                 nullptr,
-                 {"W get handlefactory aidl service failed"},
-                 {"E " + prefix + "Proxy Aidl not exist."},
-                 -1},
-                {true, nullptr, {"W handleFactory read failed."}, {"E " + prefix + "len=0"}, -1},
-                {true, "", {}, {"E " + prefix + "len=0"}, -1},
-                {true, "12\n", {}, {}, 12}};
+        bool isPresent;
+        std::optional<std::string> text;  // none: the service answers with an error
+        Lines client;                     // what its client writes before each reader does
+        std::string failure;
+    } rows[] = {{false, {}, {"W get handlefactory aidl service failed"}, "Proxy Aidl not exist."},
+                {true, {}, {"W handleFactory read failed."}, "len=0"},
+                {true, "", {}, "len=0"},
+                {true, "12\n", {}, ""}};
+    const std::string reader = " getContentByHandleKey read nodeKey: k, ";
+    const std::string handler = " PullAtomCallback" + reader;
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.failure));
-        service.reset();
-        if (row.present) connect();
-        const std::string text = row.text != nullptr ? row.text : "";
-        if (row.text != nullptr) service->set("k", text);
+        std::optional<FakeHandleFactory> service;
+        if (row.isPresent) service.emplace();
+        if (row.text) service->set("k", *row.text, -1);
+        const std::string text = row.text.value_or("");
+        Lines ofHandlers = row.client;
+        Lines ofReaders = row.client;
+        Lines ofValues = row.client;
+        if (!row.failure.empty()) ofHandlers.push_back("E" + handler + row.failure);
+        ofHandlers.push_back("D2" + handler + "result = " + text);
+        ofReaders.push_back(row.failure.empty() ? "D2" + reader + "result = " + text
+                                                : "E" + reader + row.failure);
+        ofValues.push_back("D2 PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
+                           std::to_string(text.empty() ? -1 : 12));
+        nodes::getValueByHandleKey("connects");
         log.clear();
-        Lines lines = row.lines;
-        lines.push_back("D2 PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
-                        std::to_string(row.value));
-        expectLines(log, lines, [&] { EXPECT_EQ(callback.getValueByHandleKey("k"), row.value); });
-        lines = row.lines;
-        lines.insert(lines.end(), row.failure.begin(), row.failure.end());
-        lines.push_back("D2 " + prefix + "result = " + text);
-        expectLines(log, lines, [&] { EXPECT_EQ(callback.getContentByHandleKey("k"), text); });
+        expectLines(log, ofHandlers, [&] { EXPECT_EQ(nodes::getContentByHandleKey("k"), text); });
+        expectLines(log, ofValues, [] { nodes::getValueByHandleKey("k"); });
+        expectLines(log, ofReaders, [&] {
+            std::string out = "before";
+            getContentByHandleKey("k", out);
+            EXPECT_EQ(out, text.empty() ? "before" : text);
+        });
     }
 }
 
@@ -93,30 +81,28 @@ TEST_F(NodeContentTest, ParsesKeyColonValueLines) {
             {"a:1\nlast: 9", {{"a", "1"}, {"last", "9"}}},
     };
     for (const auto& [content, map] : rows) {
-        EXPECT_EQ(callback.parseKeyValueFromContent(content), map) << '"' << content << '"';
+        EXPECT_EQ(nodes::parseKeyValueFromContent(content), map) << '"' << content << '"';
     }
     for (const char* content : {"a:", "a: \t\r", "a:\nb: 1", "b: 1\na:  \n", ":"}) {
-        EXPECT_THROW(callback.parseKeyValueFromContent(content), std::out_of_range)
-                << '"' << content << '"';
+        EXPECT_THROW(nodes::parseKeyValueFromContent(content), std::out_of_range) << content;
     }
 }
 
 TEST_F(NodeContentTest, PicksNumbersByKey) {
-    KeyValueMap map{
+    const KeyValueMap map = {
             {"a", "5:6"}, {"b", "-3\r"}, {"word", "x"}, {"", "007"}, {"large", "4294967297"}};
-    const auto before = map;
     const std::pair<const char*, int32_t> rows[] = {{"a", 5}, {"b", -3},    {"word", 0},
                                                     {"", 7},  {"large", 1}, {"A", -1}};
     const std::string prefix = " PullAtomCallback getValueByKey node Key: ";
+    log.clear();
     for (const auto& [key, value] : rows) {
         const std::string line = map.count(key) == 0
                                          ? "E" + prefix + key + " not exist."
                                          : "D2" + prefix + key + ", value: " + map.at(key) + " ";
         expectLines(log, {line}, [&, key = key, value = value] {
-            EXPECT_EQ(callback.getValueByKey(map, key), value);
+            EXPECT_EQ(nodes::getValueByKey(map, key), value);
         });
     }
-    EXPECT_EQ(map, before);
 }
 
 }  // namespace

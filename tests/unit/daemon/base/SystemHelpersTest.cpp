@@ -1,8 +1,9 @@
 #include <cutils/properties.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -10,6 +11,7 @@
 
 #include "daemon/base/Log.h"
 #include "daemon/base/SystemHelpers.h"
+#include "host/properties/PropertyStore.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/OwnEntries.h"
 #include "tests/support/TempTree.h"
@@ -24,18 +26,13 @@ thread_local bool gOutOfMemory = false;
 }  // namespace
 
 extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    static const auto genuine =
-            reinterpret_cast<decltype(&clock_gettime)>(dlsym(RTLD_NEXT, "clock_gettime"));
-    if (!gBootTime) return genuine(clock, now);
+    if (!gBootTime || clock != 7) return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
     *now = *gBootTime;
-    return clock == 7 && now->tv_sec >= 0 ? 0 : -1;
+    return now->tv_sec >= 0 ? 0 : -1;
 }
 
 extern "C" char* strdup(const char* text) noexcept {
-    if (gOutOfMemory) return nullptr;
-    const size_t size = strlen(text) + 1;
-    void* const copy = malloc(size);
-    return copy == nullptr ? nullptr : static_cast<char*>(memcpy(copy, text, size));
+    return gOutOfMemory ? nullptr : strndup(text, strlen(text));
 }
 
 namespace zstats {
@@ -98,37 +95,44 @@ TEST_F(SystemHelpersTest, ReadFileTellsOfAMissingFileAtLevelTwoAndOfAFailingRead
     EXPECT_EQ(ownEntries("fd"), before);
 }
 
-TEST_F(SystemHelpersTest, SplitStringReadsDecimalInts) {
+TEST_F(SystemHelpersTest, SplitStringReadsDecimalIntsAndPrefixedLongNumbers) {
     const struct {
         const char* text;
         const char* delimiters;
-        std::vector<int> expected;
-    } cases[] = {
-            {"10, 20,,30", ", ", {10, 20, 30}},
-            {"", ",", {}},
-            {",,,", ",", {}},
-            {"7", "", {7}},
-            {"-5 +6 x 8y", " ", {-5, 6, 0, 8}},
-            {"0x10 010 007", " ", {0, 10, 7}},
-            {"1\n2\t3", "\n\t", {1, 2, 3}},
-            {" 4;5", ";", {4, 5}},
-            {"2147483647 -2147483648 4294967297", " ", {INT32_MAX, INT32_MIN, 1}},
+        std::vector<int> ints;
+        std::vector<long long> numbers;
+    } rows[] = {
+            {"10, 20,,30", ", ", {10, 20, 30}, {10, 20, 30}},
+            {"", ",", {}, {}},
+            {",,,", ",", {}, {}},
+            {"7", "", {7}, {7}},
+            {"-5 +6 x 8y", " ", {-5, 6, 0, 8}, {-5, 6, 0, 8}},
+            {"0x10 010 08 0x 12ab", " ", {0, 10, 8, 0, 12}, {16, 8, 0, 0, 12}},
+            {"1\n2\t3", "\n\t", {1, 2, 3}, {1, 2, 3}},
+            {" 4;5", ";", {4, 5}, {4, 5}},
+            {"2147483647 -2147483648 4294967297",
+             " ",
+             {INT32_MAX, INT32_MIN, 1},
+             {INT32_MAX, INT32_MIN, 4294967297}},
+            {"9223372036854775808 -9223372036854775808", " ", {-1, 0}, {INT64_MAX, INT64_MIN}},
     };
-    std::vector<int> out, expected;
-    for (const auto& row : cases) {
-        EXPECT_EQ(splitString(row.text, row.delimiters, &out), 0);
-        // Each call appends.
-        expected.insert(expected.end(), row.expected.begin(), row.expected.end());
-        EXPECT_EQ(out, expected) << row.text;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        std::vector<int> ints = {7};
+        std::vector<long long> numbers = {7};
+        gOutOfMemory = true;
+        EXPECT_EQ(splitString(row.text, row.delimiters, &ints), -1);
+        EXPECT_EQ(splitString(row.text, row.delimiters, &numbers), -1);
+        gOutOfMemory = false;
+        EXPECT_EQ(splitString(row.text, row.delimiters, &ints), 0);
+        EXPECT_EQ(splitString(row.text, row.delimiters, &numbers), 0);
+        auto expectedInts = row.ints;  // behind what was there
+        auto expectedNumbers = row.numbers;
+        expectedInts.insert(expectedInts.begin(), 7);
+        expectedNumbers.insert(expectedNumbers.begin(), 7);
+        EXPECT_EQ(ints, expectedInts);
+        EXPECT_EQ(numbers, expectedNumbers);
     }
-}
-
-TEST_F(SystemHelpersTest, SplitStringReadsPrefixedLongNumbers) {
-    std::vector<long long> out;
-    const std::string text =
-            "0x10 010 12ab 0x 08 zz 9223372036854775807 9223372036854775808 -9223372036854775808";
-    EXPECT_EQ(splitString(text.c_str(), " ", &out), 0);
-    EXPECT_EQ(out, (std::vector<long long>{16, 8, 12, 0, 0, 0, INT64_MAX, INT64_MAX, INT64_MIN}));
 }
 
 TEST_F(SystemHelpersTest, GetSystemPropertyLogsItsAnswerAtLevelTwo) {
@@ -140,27 +144,14 @@ TEST_F(SystemHelpersTest, GetSystemPropertyLogsItsAnswerAtLevelTwo) {
                 });
 }
 
-TEST_F(SystemHelpersTest, SplitStringTellsThatItCouldNotCopy) {
-    gOutOfMemory = true;
-    std::vector<int> ints;
-    std::vector<long long> numbers;
-    EXPECT_EQ(splitString("1", " ", &ints), -1);
-    EXPECT_EQ(splitString("1", " ", &numbers), -1);
-    gOutOfMemory = false;
-    EXPECT_TRUE(ints.empty() && numbers.empty());
-}
-
 TEST_F(SystemHelpersTest, BootTimeIsInWholeMillisecondsOrMinusOne) {
-    const struct {
-        timespec clock;
-        int64_t millis;
-    } rows[] = {{{0, 999999}, 0},
-                {{12, 1000000}, 12001},
-                {{4294967, 999999999}, 4294967999},
-                {{-1, 0}, -1}};
-    for (const auto& row : rows) {
-        gBootTime = row.clock;
-        EXPECT_EQ(getBootTimeMs(), row.millis);
+    const std::pair<timespec, int64_t> rows[] = {{{0, 999999}, 0},
+                                                 {{12, 1000000}, 12001},
+                                                 {{4294967, 999999999}, 4294967999},
+                                                 {{-1, 0}, -1}};
+    for (const auto& [clock, millis] : rows) {
+        gBootTime = clock;
+        EXPECT_EQ(getBootTimeMs(), millis);
         gBootTime.reset();
     }
 }
@@ -173,18 +164,18 @@ std::string describeBuild() {
 TEST_F(SystemHelpersTest, TheBuildIsWhatItsPropertiesSay) {
     const struct {
         const char *alwaysOn, *engineeringPre, *releaseType, *expected;
-    } cases[] = {{nullptr, nullptr, nullptr, "release final commercial"},
-                 {"true", "false", "true", "release pre plain"},
-                 {"TRUE", nullptr, "false", "trial final plain"},
-                 {"1", "no", "False", "release final commercial"},
-                 {nullptr, "true", "0", "release pre plain"},
-                 {nullptr, "1", nullptr, "release pre plain"},
-                 {nullptr, "yes", nullptr, "release pre plain"},
-                 {nullptr, "on", nullptr, "release pre plain"},
-                 {"false", "y", "false", "trial pre plain"},
-                 {nullptr, "True", nullptr, "release final commercial"},
-                 {nullptr, "garbage", nullptr, "release final commercial"}};
-    for (const auto& row : cases) {
+    } rows[] = {{nullptr, nullptr, nullptr, "release final commercial"},
+                {"true", "false", "true", "release pre plain"},
+                {"TRUE", nullptr, "false", "trial final plain"},
+                {"1", "no", "False", "release final commercial"},
+                {nullptr, "true", "0", "release pre plain"},
+                {nullptr, "1", nullptr, "release pre plain"},
+                {nullptr, "yes", nullptr, "release pre plain"},
+                {nullptr, "on", nullptr, "release pre plain"},
+                {"false", "y", "false", "trial pre plain"},
+                {nullptr, "True", nullptr, "release final commercial"},
+                {nullptr, "garbage", nullptr, "release final commercial"}};
+    for (const auto& row : rows) {
         const Lines report = inChild([&](Lines& lines) {
             setProperties({{"persist.sys.alwayson.switch", row.alwaysOn},
                            {"ro.sys.engineering.pre", row.engineeringPre},
@@ -196,41 +187,30 @@ TEST_F(SystemHelpersTest, TheBuildIsWhatItsPropertiesSay) {
     }
 }
 
-TEST_F(SystemHelpersTest, QcomIsTheWholeHardwareNameAndAskedForEachTime) {
-    EXPECT_FALSE(isQcomPlatform());
-    for (const char* hardware : {"qcom2", "Qcom", "qco", "mt6985", "qcom"}) {
-        const Lines report = inChild([&](Lines& lines) {
-            isQcomPlatform();
-            setProperties({{"ro.hardware", hardware}});
-            lines.push_back(isQcomPlatform() ? "qcom" : "other");
-        });
-        EXPECT_EQ(report[0], hardware == std::string("qcom") ? "qcom" : "other") << hardware;
-    }
-}
-
-TEST_F(SystemHelpersTest, TheFirstAnswerAboutTheBuildStays) {
+/** The first answers stay, a trial build is not asked for its pre-version, and hardware is told anew. */
+TEST_F(SystemHelpersTest, TheBuildIsAskedForOnceAndTheHardwareEachTime) {
     const Lines report = inChild([](Lines& lines) {
-        setProperties({{"ro.build.release_type", "true"}});
-        const std::string first = describeBuild();
-        setProperties({{"persist.sys.alwayson.switch", "true"}, {"ro.build.release_type", "false"}});
-        LogCapture log;
-        lines = {first, describeBuild()};
-        for (const std::string& line : log.take()) lines.push_back(line);
-    });
-    EXPECT_EQ(report, (Lines{"release final commercial", "trial final commercial",
-                             "I isReleaseType: releaseType: false"}));
-}
-
-TEST_F(SystemHelpersTest, ATrialBuildIsNotAskedForItsPreVersion) {
-    const Lines report = inChild([](Lines& lines) {
-        setProperties({{"ro.build.release_type", "false"}});
         gLogLevel = 2;
         LogCapture log;
-        isCommercialVersion();
-        lines = log.take();
+        setProperties({{"ro.build.release_type", "false"}});
+        lines = {isCommercialVersion() ? "commercial" : "plain"};
+        setProperties({{"ro.build.release_type", "true"}});
+        lines.push_back(isCommercialVersion() ? "commercial" : "plain");
+        for (const char* alwaysOn : {"true", "false"}) {
+            setProperties({{"persist.sys.alwayson.switch", alwaysOn}});
+            lines.push_back(isPreVersion() ? "pre" : "final");
+        }
+        lines = lines + log.take();
+        for (const char* hardware : {"", "qcom2", "Qcom", "qco", "mt6985", "qcom"}) {
+            properties::clearProperties();
+            setProperties({{"ro.hardware", hardware}});
+            if (isQcomPlatform()) lines.emplace_back(hardware);
+        }
     });
-    EXPECT_EQ(report, (Lines{"D property ro.build.release_type:false",
-                             "I isReleaseType: releaseType: false"}));
+    EXPECT_EQ(report,
+              (Lines{"plain", "plain", "pre", "pre", "D property ro.build.release_type:false",
+                     "I isReleaseType: releaseType: false",
+                     "D property persist.sys.alwayson.switch:true", "qcom"}));
 }
 
 TEST_F(SystemHelpersTest, MemTotalIsComparedStrictly) {
