@@ -4,8 +4,16 @@ file(GLOB daemon_sources CONFIGURE_DEPENDS
     daemon/*.cpp daemon/base/*.cpp sources/*.cpp atoms/*.cpp readers/*.cpp acquire/*.cpp kernel/*.cpp)
 list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
 
+# What a device's build gives every program; tools/check-hardening looks for it in the daemon. A
+# sanitizer has checks of its own in these places, and without optimisation nothing is fortified.
+set(ZSTATS_DAEMON_OPTIONS ${ZSTATS_DAEMON_SANITIZERS})
+if(NOT ZSTATS_SANITIZE)
+    list(APPEND ZSTATS_DAEMON_OPTIONS -fstack-protector-strong
+        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+endif()
+
 add_library(zstats STATIC ${daemon_sources})
-target_compile_options(zstats PRIVATE ${ZSTATS_DAEMON_SANITIZERS})
+target_compile_options(zstats PRIVATE ${ZSTATS_DAEMON_OPTIONS})
 target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zstats
     PUBLIC aosp_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
