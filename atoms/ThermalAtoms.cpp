@@ -22,10 +22,10 @@ int32_t truncateToInt32(float value) {
 void appendTemperature(ThermalReader& reader, ThermalReader::TemperatureType type,
                        const char* handler, int32_t atomTag, AStatsEventList* data) {
     std::vector<int> values;
-    static_cast<void>(reader.getTemperatureInMilliCelsius(type, values));  // none on a failure
-    if (type == ThermalReader::SHELL && values.size() == 3) {
+    const int result = reader.getTemperatureInMilliCelsius(type, values);
+    if (result == 0 && type == ThermalReader::SHELL && values.size() == 3) {
         appendEvent(data, atomTag, values[0], values[1], values[2]);
-    } else if (type != ThermalReader::SHELL && values.size() == 1) {
+    } else if (result == 0 && type != ThermalReader::SHELL && !values.empty()) {
         appendEvent(data, atomTag, values[0]);
     } else {
         ZLOG_AT(2, DEBUG, "%s getTemperatureInMilliCelsius failed", handler);
