@@ -5,6 +5,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -24,6 +25,7 @@ using android::base::unique_fd;
 constexpr char kModule[] = "/lib/modules/binder_linux.ko";
 /** Limits the process ids: a replaced /proc gets one link for each possible id. */
 constexpr int kMaxPid = 4096;
+constexpr rlim_t kMaxDescriptors = 32768;
 
 struct FileSystem {
     const char* type;
@@ -86,6 +88,11 @@ void mountFileSystems() {
     mkdir("/dev/log", 0755);
     mkdir("/dev/socket", 0755);
     close(open("/dev/log/main", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+}
+
+void raiseDescriptorLimit() {
+    const rlimit limit = {kMaxDescriptors, kMaxDescriptors};
+    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 std::string loadBinder() {

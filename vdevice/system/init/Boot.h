@@ -10,6 +10,9 @@ inline constexpr char kKernelTrees[] = "/.kernel";
 /** Makes the file systems, devices and the log file that everything else needs. */
 void mountFileSystems();
 
+/** As many descriptors for a process as a phone's init allows. */
+void raiseDescriptorLimit();
+
 /** Mounts what has to carry labels, once there is a policy. */
 void mountLabelledFileSystems();
 

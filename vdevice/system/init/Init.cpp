@@ -79,6 +79,7 @@ void Init::run() {
 
 std::string Init::bootSystem() {
     mountFileSystems();
+    raiseDescriptorLimit();
     // Before the policy, as on a device: what comes later is the domain init, which loads no modules.
     std::string error = loadBinder();
     if (error.empty()) error = loadPolicy();

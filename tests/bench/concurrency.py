@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""How many pulls a second the daemon answers to 1 to 8 callers at once, in the virtual device, beside a
+bare program with as many binder threads that makes the same calls and has no more to do. Prints the
+tables in Markdown.
+
+usage: concurrency.py [--short]
+
+Each caller pulls an atom of its own, one pull after the other. Atoms differ in cost, so each caller's
+rate is taken as a ratio to the rate at which the same atom is pulled by one caller alone; the sum of
+these ratios says how many lone callers the throughput is worth.
+"""
+
+import argparse
+
+import in_device
+
+LOADS = {"apart": "no shared source", "charger": "all behind the charger",
+         "handlefactory": "all behind the handle factory"}
+
+SCRIPT = """
+in_place_of_statsd throughput %(millis)d %(repeats)d >/tmp/throughput &
+server=$!
+has_said /tmp/throughput published 1
+as_daemon $BARE puller --calls >/dev/null &
+as_daemon $DAEMON >/dev/null &
+wait $server
+grep '^throughput ' /tmp/throughput
+"""
+
+
+def read_rates(lines):
+    """Pulls a second by load, kind, number of callers and atom: the median of the repeats."""
+    samples = {}
+    for _, load, kind, callers, tag, rate in lines:
+        samples.setdefault((load, kind, int(callers), tag), []).append(float(rate))
+    return {key: in_device.median(values) for key, values in samples.items()}
+
+
+def worth(rates, load, kind, callers):
+    """How many lone callers these are worth."""
+    return sum(rate / rates[load, kind, 1, tag] for (a_load, a_kind, number, tag), rate
+               in rates.items() if (a_load, a_kind, number) == (load, kind, callers)) \
+        if callers > 1 else 1.0
+
+
+def beside_bare(rates, load, callers):
+    """The mean over the atoms of the daemon's rate to the bare program's."""
+    ratios = [rate / rates[load, "calls", callers, tag]
+              for (a_load, kind, number, tag), rate in rates.items()
+              if (a_load, kind, number) == (load, "daemon", callers)]
+    return sum(ratios) / len(ratios)
+
+
+def print_load(rates, load):
+    numbers = sorted({callers for a_load, _, callers, _ in rates if a_load == load})
+    rows = [["%d" % callers, "%.2f" % worth(rates, load, "daemon", callers),
+             "%.2f" % worth(rates, load, "calls", callers),
+             "%.2f" % beside_bare(rates, load, callers)] for callers in numbers]
+    print("\n%s:\n" % LOADS[load])
+    print(in_device.table(["callers", "daemon, x one caller", "bare, x one caller",
+                           "daemon / bare"], rows))
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="bench concurrency")
+    parser.add_argument("--short", action="store_true")
+    short = parser.parse_args().short
+    numbers = {"millis": 100 if short else 1000, "repeats": 1 if short else 3}
+    lines = in_device.run(SCRIPT % numbers, 1800, "build/bench/concurrency.txt")
+    rates = read_rates(line for line in lines if line[0] == "throughput")
+    print("\n" + in_device.heading("./bench concurrency" + (" --short" if short else "")))
+    for load in LOADS:
+        print_load(rates, load)
+
+
+main()

@@ -1,0 +1,186 @@
+#include <aidl/vendor/norda/hardware/charger/ICharger.h>
+#include <aidl/vendor/norda/hardware/handlefactory/IHandleFactory.h>
+#include <android/binder_manager.h>
+#include <android/os/IThermalService.h>
+#include <binder/IServiceManager.h>
+#include <dirent.h>
+#include <fcntl.h>
+#include <glob.h>
+#include <sys/system_properties.h>
+#include <unistd.h>
+#include <vendor/norda/hardware/touch/INordaTouch.h>
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "vdevice/lib/sources/AtomSources.h"
+#include "vdevice/lib/sources/ChargerMethods.h"
+#include "vdevice/lib/sources/DeviceSources.h"
+#include "vdevice/tools/pullbench/Pullbench.h"
+#include "vendor/include/uah_client.h"
+
+namespace zstats::vdevice {
+namespace {
+
+using aidl::vendor::norda::hardware::charger::ICharger;
+using aidl::vendor::norda::hardware::handlefactory::HandleResult;
+using aidl::vendor::norda::hardware::handlefactory::IHandleFactory;
+using android::IBinder;
+using android::Parcel;
+using android::sp;
+using android::String16;
+
+using Calls = std::vector<BareCall>;
+
+template <typename Interface>
+std::shared_ptr<Interface> findNdk(const std::string& name) {
+    return Interface::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(name.c_str())));
+}
+
+sp<IBinder> find(const char* name) {
+    return android::defaultServiceManager()->checkService(String16(name));
+}
+
+/** Opens, reads to the end, closes. */
+void readFile(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return;
+    char bytes[4096];
+    while (read(fd, bytes, sizeof(bytes)) > 0) {
+    }
+    close(fd);
+}
+
+void listFolder(const char* path) {
+    DIR* folder = opendir(path);
+    if (folder == nullptr) return;
+    while (readdir(folder) != nullptr) {
+    }
+    closedir(folder);
+}
+
+/** One call for all files of a pattern, which are looked for once, now. */
+void addFiles(const std::string& pattern, Calls* calls) {
+    std::vector<std::string> paths;
+    glob_t found = {};
+    if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
+        paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    }
+    globfree(&found);
+    calls->push_back([paths] {
+        for (const std::string& path : paths) readFile(path);
+    });
+}
+
+/** The folder has to be listed at each pull, and of an active source all its files be read. */
+void addWakeUpSources(const std::string& pattern, Calls* calls) {
+    calls->push_back([] { listFolder("/sys/class/wakeup/"); });
+    addFiles(pattern, calls);
+    glob_t found = {};
+    if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
+        for (size_t i = 0; i < found.gl_pathc; ++i) {
+            const std::string path = found.gl_pathv[i];
+            if (atol(readDeviceFile(path).text.c_str()) == 0) continue;
+            const std::string folder = path.substr(0, path.rfind('/'));
+            addFiles(folder + "/[!a]*", calls);
+            addFiles(folder + "/active_count", calls);
+        }
+    }
+    globfree(&found);
+}
+
+void addCharger(const std::string& method, Calls* calls) {
+    using Getter = ndk::ScopedAStatus (ICharger::*)(int32_t*);
+    static const std::map<std::string, Getter> kGetters = {
+#define ENTRY(name) {#name, &ICharger::name},
+            ZSTATS_CHARGER_METHODS(ENTRY)
+#undef ENTRY
+    };
+    const auto charger = findNdk<ICharger>(chargerService());
+    if (charger == nullptr) return;
+    calls->push_back([charger, getter = kGetters.at(method)] {
+        int32_t value = 0;
+        ((*charger).*getter)(&value);
+    });
+}
+
+void addKey(const std::string& key, Calls* calls) {
+    const auto factory = findNdk<IHandleFactory>(handleFactoryService());
+    if (factory == nullptr) return;
+    calls->push_back([factory, key] {
+        HandleResult result;
+        factory->readHandle(key, 0, &result);
+    });
+}
+
+void addCalda(uint32_t code, Calls* calls) {
+    const sp<IBinder> calda = find(kCaldaService);
+    if (calda == nullptr) return;
+    calls->push_back([calda, code, descriptor = String16("com.norda.calda.ICaldaService")] {
+        Parcel data;
+        Parcel reply;
+        data.writeInterfaceToken(descriptor);
+        calda->transact(code, data, &reply);
+    });
+}
+
+void addTouch(Calls* calls) {
+    const auto touch = vendor::norda::hardware::touch::INordaTouch::asInterface(find(kTouchService));
+    if (touch == nullptr) return;
+    calls->push_back([touch] {
+        String16 text;
+        static_cast<void>(touch->touchReadNodeFile(0, 26, &text));
+    });
+}
+
+void addThermal(Calls* calls) {
+    const auto thermal = android::os::IThermalService::asInterface(find(kThermalService));
+    if (thermal == nullptr) return;
+    calls->push_back([thermal] {
+        std::vector<android::os::Temperature> list;
+        static_cast<void>(thermal->getCurrentTemperaturesWithType(0, &list));
+    });
+}
+
+void add(const ValueSource& source, Calls* calls) {
+    const std::string name = source.name;
+    switch (source.kind) {
+        case SourceKind::kKey:
+            return addKey(name, calls);
+        case SourceKind::kCharger:
+            return addCharger(name, calls);
+        case SourceKind::kTouch:
+            return addTouch(calls);
+        case SourceKind::kCalda:
+            return addCalda(static_cast<uint32_t>(atoi(source.name)), calls);
+        case SourceKind::kThermal:
+            return addThermal(calls);
+        case SourceKind::kAudio:
+            // The one service that is to be looked up anew at each pull.
+            return calls->push_back([] { callAudio(); });
+        case SourceKind::kUsage:
+            return calls->push_back([] {
+                std::vector<UahRecord> records;
+                Uah_fetch_dataset(&records);
+            });
+        case SourceKind::kFile:
+            return name.find("/wakeup/") == std::string::npos ? addFiles(name, calls)
+                                                              : addWakeUpSources(name, calls);
+        case SourceKind::kProperty:
+            return calls->push_back([name] { readDeviceProperty(name); });
+    }
+}
+
+}  // namespace
+
+std::vector<BareCall> bareCallsOf(int32_t tag) {
+    Calls calls;
+    for (const ValueSource& source : sourcesOf(tag, readDeviceProperty("ro.hardware").text)) {
+        add(source, &calls);
+    }
+    return calls;
+}
+
+}  // namespace zstats::vdevice

@@ -1,0 +1,180 @@
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <numeric>
+#include <thread>
+#include <utility>
+
+#include "vdevice/lib/atoms/AtomCatalogue.h"
+#include "vdevice/tools/pullbench/Pullbench.h"
+#include "vdevice/tools/pullbench/PullingStatsd.h"
+
+namespace zstats::vdevice {
+namespace {
+
+constexpr int kWarmUpRounds = 3;
+
+/** Who answers: the daemon, or the bare puller without or with the calls. */
+struct Kind {
+    const char* name;
+    int32_t offset;
+};
+constexpr Kind kDaemon = {"daemon", 0};
+constexpr Kind kEmpty = {"empty", kEmptyOffset};
+constexpr Kind kCalls = {"calls", kCallsOffset};
+constexpr std::array<Kind, 3> kKinds = {kDaemon, kEmpty, kCalls};
+
+/** The atoms of one experiment: caller number N pulls the one at N - 1. */
+struct Load {
+    const char* name;
+    std::array<int32_t, 8> tags;
+};
+constexpr Load kLoads[] = {
+        // Touch, CPU temperatures, the maker's thermal service, audio, usage data, wake-up sources,
+        // charger, handle factory.
+        {"apart", {150131, 150031, 150127, 150112, 150136, 150020, 150009, 150006}},
+        {"charger", {150008, 150009, 150010, 150011, 150022, 150025, 150026, 150030}},
+        {"handlefactory", {150006, 150013, 150024, 150028, 150113, 150123, 150141, 150167}},
+};
+
+int64_t quantile(const std::vector<int64_t>& sorted, size_t percent) {
+    return sorted[std::min(sorted.size() - 1, sorted.size() * percent / 100)];
+}
+
+PullingStatsd::Pull pullOrDie(PullingStatsd& statsd, int32_t tag) {
+    const auto pull = statsd.pull(tag);
+    if (!pull.answered) {
+        fprintf(stderr, "pullbench: no answer to a pull of %d\n", tag);
+        exit(EXIT_FAILURE);
+    }
+    return pull;
+}
+
+std::shared_ptr<PullingStatsd> publishAndWait(const std::vector<Kind>& kinds) {
+    auto statsd = PullingStatsd::publish();
+    for (const Kind& kind : kinds) {
+        std::vector<int32_t> tags = pulledAtomIds();
+        for (int32_t& tag : tags) tag += kind.offset;
+        statsd->waitFor(tags);
+        for (int round = 0; round < kWarmUpRounds; ++round) {
+            for (int32_t tag : tags) pullOrDie(*statsd, tag);
+        }
+    }
+    return statsd;
+}
+
+/** Every kind of every atom in turn, a different kind first in each round. */
+void measureOnce(PullingStatsd& statsd, int rounds, int repeat) {
+    std::map<std::pair<int32_t, size_t>, std::vector<int64_t>> times;
+    for (int round = 0; round < rounds; ++round) {
+        for (int32_t tag : pulledAtomIds()) {
+            for (size_t i = 0; i < kKinds.size(); ++i) {
+                const size_t kind = (static_cast<size_t>(round) + i) % kKinds.size();
+                times[{tag, kind}].push_back(pullOrDie(statsd, tag + kKinds[kind].offset).nanos);
+            }
+        }
+    }
+    for (auto& [key, samples] : times) {
+        std::sort(samples.begin(), samples.end());
+        printf("latency %d %d %s %lld %lld\n", repeat, key.first, kKinds[key.second].name,
+               static_cast<long long>(quantile(samples, 50)),
+               static_cast<long long>(quantile(samples, 99)));
+    }
+}
+
+/** Lets a caller for each of the tags pull for a while, and once at least; gives pulls a second. */
+std::vector<double> pullAtOnce(PullingStatsd& statsd, const std::vector<int32_t>& tags, int millis) {
+    std::vector<double> rates(tags.size());
+    const int64_t start = nanosNow();
+    const int64_t end = start + int64_t{millis} * 1'000'000;
+    std::vector<std::thread> callers;
+    for (size_t i = 0; i < tags.size(); ++i) {
+        callers.emplace_back([&, i] {
+            int count = 0;
+            do {
+                pullOrDie(statsd, tags[i]);
+                ++count;
+            } while (nanosNow() < end);
+            rates[i] = count * 1e9 / static_cast<double>(nanosNow() - start);
+        });
+    }
+    for (std::thread& caller : callers) caller.join();
+    return rates;
+}
+
+void measureLoad(PullingStatsd& statsd, const Load& load, const std::vector<size_t>& members,
+                 int millis) {
+    for (const Kind& kind : {kDaemon, kCalls}) {
+        std::vector<int32_t> tags;
+        for (size_t member : members) tags.push_back(load.tags.at(member) + kind.offset);
+        const std::vector<double> rates = pullAtOnce(statsd, tags, millis);
+        for (size_t i = 0; i < tags.size(); ++i) {
+            printf("throughput %s %s %zu %d %f\n", load.name, kind.name, members.size(),
+                   tags[i] - kind.offset, rates[i]);
+        }
+    }
+}
+
+/** Pulls all tags in turn until `left` is used up. A pull that differs from before is a failure. */
+void pullAll(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected, int total,
+             std::atomic<int>* next, std::atomic<int>* failures) {
+    const std::vector<int32_t> tags = pulledAtomIds();
+    for (int i = (*next)++; i < total; i = (*next)++) {
+        const int32_t tag = tags[static_cast<size_t>(i) % tags.size()];
+        const auto pull = statsd.pull(tag);
+        if (!pull.answered || pull.events != expected.at(tag)) ++*failures;
+        constexpr int kSamples = 100;
+        if ((i + 1) % (total / kSamples) == 0) printf("at %d\n", i + 1);
+    }
+}
+
+}  // namespace
+
+int serveRegistrations() {
+    [[maybe_unused]] const auto statsd = PullingStatsd::publish();
+    for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
+int measureLatency(int rounds, int repeats) {
+    const auto statsd = publishAndWait({kKinds.begin(), kKinds.end()});
+    for (int repeat = 0; repeat < repeats; ++repeat) measureOnce(*statsd, rounds, repeat);
+    return EXIT_SUCCESS;
+}
+
+int measureThroughput(int millis, int repeats) {
+    const auto statsd = publishAndWait({kDaemon, kCalls});
+    for (int repeat = 0; repeat < repeats; ++repeat) {
+        for (const Load& load : kLoads) {
+            for (size_t i = 0; i < load.tags.size(); ++i) measureLoad(*statsd, load, {i}, millis);
+            for (size_t callers = 2; callers <= load.tags.size(); ++callers) {
+                std::vector<size_t> members(callers);
+                std::iota(members.begin(), members.end(), 0);
+                measureLoad(*statsd, load, members, millis);
+            }
+        }
+    }
+    return EXIT_SUCCESS;
+}
+
+int soak(int pulls) {
+    constexpr int kThreads = 4;
+    const auto statsd = publishAndWait({kDaemon});
+    std::map<int32_t, size_t> expected;
+    for (int32_t tag : pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events;
+    std::atomic<int> next = 0;
+    std::atomic<int> failures = 0;
+    const int64_t start = nanosNow();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&] { pullAll(*statsd, expected, pulls, &next, &failures); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    printf("pulled %d %d %lld\n", pulls, failures.load(),
+           static_cast<long long>(nanosNow() - start));
+    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+}  // namespace zstats::vdevice
