@@ -97,8 +97,9 @@ FUZZ_TARGET(cpu_range) {
     static const TempTree tree;
     const auto parts = partsOf(input, 2);
     const char* dash = strchr(parts[0].c_str(), '-');
+    const int64_t last = dash != nullptr ? atoll(dash + 1) : 0;
     // A range of many CPUs only takes its time.
-    if (dash != nullptr && atof(dash + 1) - atof(parts[0].c_str()) > 9) return;
+    if (last > 9 && last - 9 > atoll(parts[0].c_str())) return;
     tree.write("cpu1/cpuidle/state0/time", parts[1]);
     AStatsEventList list;
     throws<std::invalid_argument, std::out_of_range>(
