@@ -139,4 +139,5 @@ def main():
     print_sizes(lines)
 
 
-main()
+if __name__ == "__main__":
+    main()
