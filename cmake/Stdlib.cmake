@@ -16,7 +16,7 @@ if(ZSTATS_STDLIB STREQUAL "libc++")
     add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
     # Warnings of these are not ours.
     foreach(library libprotobuf libprotobuf-lite gtest gtest_main gmock gmock_main)
-        target_compile_options(${library} PRIVATE -w)
+        target_compile_options(${library} PRIVATE ${ZSTATS_FOREIGN})
     endforeach()
 elseif(ZSTATS_STDLIB)
     message(FATAL_ERROR "ZSTATS_STDLIB is '${ZSTATS_STDLIB}'; use libc++, or leave it out")
