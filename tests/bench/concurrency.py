@@ -8,6 +8,9 @@ usage: concurrency.py [--short]
 Each caller pulls an atom of its own, one pull after the other. Atoms differ in cost, so each caller's
 rate is taken as a ratio to the rate at which the same atom is pulled by one caller alone; the sum of
 these ratios says how many lone callers the throughput is worth.
+
+Beside it, for eight callers, where the threads of the daemon and of the service behind it were when looked
+at: those that wait for a lock tell where throughput is lost.
 """
 
 import argparse
@@ -22,10 +25,36 @@ in_place_of_statsd throughput %(millis)d %(repeats)d >/tmp/throughput &
 server=$!
 has_said /tmp/throughput published 1
 as_daemon $BARE puller --calls >/dev/null &
+bare=$!
 as_daemon $DAEMON >/dev/null &
+daemon=$!
 wait $server
 grep '^throughput ' /tmp/throughput
+kill -9 $bare $daemon
+wait $bare $daemon 2>/dev/null || true
+
+# look LOAD PROCESS PID: the system call of each thread; "running" for one that is in none.
+look() { cut -d ' ' -f 1 /proc/$3/task/*/syscall | sed "s/^/thread $1 $2 /"; }
+for load in apart charger handlefactory; do
+    in_place_of_statsd load $load %(look)d >/tmp/load &
+    server=$!
+    has_said /tmp/load published 1
+    as_daemon $DAEMON >/dev/null &
+    daemon=$!
+    has_said /tmp/load pulling 1
+    while kill -0 $server 2>/dev/null; do
+        look $load zstats_pullerd $daemon
+        [ $load = apart ] || look $load $load $(pidof $load)
+        usleep 20000
+    done
+    wait $server
+    kill -9 $daemon
+    wait $daemon 2>/dev/null || true
+done
 """
+
+# The numbers of system calls on x86-64.
+CALLS = {"16": "binder", "202": "lock"}
 
 
 def read_rates(lines):
@@ -61,16 +90,33 @@ def print_load(rates, load):
                            "daemon / bare"], rows))
 
 
+def print_threads(lines):
+    """The mean number of threads of each process in each place."""
+    seen = {}
+    for _, load, process, call in lines:
+        places = seen.setdefault((load, process), {})
+        place = CALLS.get(call, "busy")
+        places[place] = places.get(place, 0) + 1
+    rows = [["%s: %s" % (LOADS[load], process)] +
+            ["%.0f %%" % (100 * places.get(place, 0) / sum(places.values()))
+             for place in ("binder", "busy", "lock")]
+            for (load, process), places in seen.items()]
+    print("\nThreads at eight callers:\n")
+    print(in_device.table(["process", "in the binder driver", "busy", "wait for a lock"], rows))
+
+
 def main():
     parser = argparse.ArgumentParser(prog="bench concurrency")
     parser.add_argument("--short", action="store_true")
     short = parser.parse_args().short
-    numbers = {"millis": 100 if short else 1000, "repeats": 1 if short else 3}
+    numbers = {"millis": 100 if short else 1000, "repeats": 1 if short else 3,
+               "look": 500 if short else 5000}
     lines = in_device.run(SCRIPT % numbers, 1800, "build/bench/concurrency.txt")
     rates = read_rates(line for line in lines if line[0] == "throughput")
     print("\n" + in_device.heading("./bench concurrency" + (" --short" if short else "")))
     for load in LOADS:
         print_load(rates, load)
+    print_threads(line for line in lines if line[0] == "thread")
 
 
 main()

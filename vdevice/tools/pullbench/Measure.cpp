@@ -159,6 +159,18 @@ int measureThroughput(int millis, int repeats) {
     return EXIT_SUCCESS;
 }
 
+int pullUnderLoad(std::string_view name, int millis) {
+    for (const Load& load : kLoads) {
+        if (load.name != name) continue;
+        const auto statsd = publishAndWait({kDaemon});
+        puts("pulling");
+        pullAtOnce(*statsd, {load.tags.begin(), load.tags.end()}, millis);
+        return EXIT_SUCCESS;
+    }
+    fprintf(stderr, "pullbench: there is no such load\n");
+    return EXIT_FAILURE;
+}
+
 int soak(int pulls) {
     constexpr int kThreads = 4;
     const auto statsd = publishAndWait({kDaemon});

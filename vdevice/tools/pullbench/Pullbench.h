@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string_view>
 #include <vector>
 
 namespace zstats::vdevice {
@@ -36,6 +37,7 @@ int servePuller(bool withCalls);
 int serveRegistrations();
 int measureLatency(int rounds, int repeats);
 int measureThroughput(int millis, int repeats);
+int pullUnderLoad(std::string_view load, int millis);
 int soak(int pulls);
 
 /** Subscriptions that come and go, `count` of them; to be run as root or system. */

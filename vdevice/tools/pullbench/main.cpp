@@ -27,6 +27,7 @@ constexpr char kUsage[] =
         "       pullbench registrations              prints when they came\n"
         "       pullbench latency ROUNDS REPEATS     needs the daemon and a puller with --calls\n"
         "       pullbench throughput MILLIS REPEATS  likewise\n"
+        "       pullbench load NAME MILLIS           eight callers; needs the daemon\n"
         "       pullbench soak PULLS                 needs the daemon\n";
 
 int usage() {
@@ -80,6 +81,7 @@ int main(int argc, char** argv) {
         if (command == "subscribe") return subscribe(first);
         if (command == "soak") return soak(first);
     }
+    if (command == "load" && argc == 4 && second > 0) return pullUnderLoad(argv[2], second);
     if (argc == 4 && first > 0 && second > 0) {
         if (command == "latency") return measureLatency(first, second);
         if (command == "throughput") return measureThroughput(first, second);
