@@ -11,6 +11,11 @@ if(NOT ZSTATS_SANITIZE)
     list(APPEND ZSTATS_DAEMON_OPTIONS -fstack-protector-strong
         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
 endif()
+if(ZSTATS_COVERAGE)
+    # The counters are a mapping of the profile's file: a process that is killed has written them.
+    list(APPEND ZSTATS_DAEMON_OPTIONS -fcoverage-mapping
+        -fprofile-instr-generate=/tmp/coverage/%c%p.profraw "SHELL:-mllvm -runtime-counter-relocation")
+endif()
 
 add_library(zstats STATIC ${daemon_sources})
 target_compile_options(zstats PRIVATE ${ZSTATS_DAEMON_OPTIONS})
@@ -18,3 +23,6 @@ target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zstats
     PUBLIC aosp_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
     PRIVATE zstats_warnings PkgConfig::SELINUX)
+if(ZSTATS_COVERAGE)
+    target_link_options(zstats PUBLIC -fprofile-instr-generate)
+endif()

@@ -55,7 +55,8 @@ def check_profile(program, profile):
 def write_ramdisk(path, image, profile, script, scenario=None):
     """Writes the RAM disk of one boot: the image's part, and behind it the profile, the file of the
     scenario that is to be played, and the script. All in the device may read what the owner of the
-    profile may. Without a script a console opens."""
+    profile may. Without a script a console opens. The archive that VDEV_OVERLAY names lies over the
+    image, for tools that need another program or policy in the device."""
     folder = path + ".files"
     os.mkdir(folder)
     subprocess.run(["cp", "-RP", profile + "/.", os.path.join(folder, "profile")], check=True)
@@ -68,6 +69,7 @@ def write_ramdisk(path, image, profile, script, scenario=None):
         os.chmod(file.name, 0o755)
     subprocess.run(["chmod", "-R", "go=u-w", folder], check=True)
     with open(path, "wb") as file:
-        subprocess.run(["cat", os.path.join(image, "base.cpio")], stdout=file, check=True)
+        archives = [os.path.join(image, "base.cpio"), os.environ.get("VDEV_OVERLAY")]
+        subprocess.run(["cat", *filter(None, archives)], stdout=file, check=True)
         subprocess.run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0",
                        shell=True, cwd=folder, stdout=file, check=True)
