@@ -53,6 +53,20 @@ pull() { statsctl pull --json --fresh "$@"; }
 registered() { statsctl registrations 2>/dev/null | tail -n +2 | grep -vc 'has died'; }
 all_registered() { [ "$(registered)" -eq 39 ]; }
 
+# threads_in CALL PID: how many threads of a process are in that system call, whose number is the
+# processor's.
+threads_in() {
+    case $1-$(uname -m) in
+    read-x86_64) number=0 ;;
+    write-x86_64) number=1 ;;
+    ioctl-x86_64) number=16 ;;
+    read-aarch64) number=63 ;;
+    write-aarch64) number=64 ;;
+    ioctl-aarch64) number=29 ;;
+    esac
+    cat "/proc/$2"/task/*/syscall | grep -c "^$number "
+}
+
 state_of() { getprop "init.svc.$1"; }
 state_is() { [ "$(state_of "$1")" = "$2" ]; }
 daemon_pid() { pidof zstats_pullerd; }

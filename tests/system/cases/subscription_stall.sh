@@ -1,7 +1,7 @@
 # profile: qcom
 # A reader who stops reading stops every subscription, new ones too, and no pull, until it goes away.
 
-statsd_writes() { grep -q '^1 ' /proc/"$(pidof statsd)"/task/*/syscall; }
+statsd_writes() { [ "$(threads_in write "$(pidof statsd)")" -gt 0 ]; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
 runs_catch_up() { [ "$(runs in)" -eq "$(runs "done")" ]; }
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }
@@ -33,7 +33,7 @@ more() { [ "$(lines)" -gt "$count" ]; }
 wait_for 20 more && ok other/goes_on || not_ok other/goes_on "$(lines) lines"
 
 # So does a caller who does not finish the configuration.
-statsd_reads() { grep -q '^0 ' /proc/"$(pidof statsd)"/task/*/syscall; }
+statsd_reads() { [ "$(threads_in read "$(pidof statsd)")" -gt 0 ]; }
 mkfifo rest
 { printf '\005\0\0'; cat rest; } | cmd stats data-subscribe &
 exec 3>rest

@@ -2,8 +2,8 @@
 # Handlers that hang take one thread each; the pool has four, the one that starts it and the main one.
 
 pid=$(daemon_pid)
-# Threads in an ioctl: those of the binder pool wait in it for calls, and for what they call.
-pool() { cat /proc/$pid/task/*/syscall | grep -c '^16 '; }
+# Those of the binder pool wait in an ioctl for calls, and for what they call.
+pool() { threads_in ioctl "$pid"; }
 hang='"failed":"no answer within 2000 ms"'
 cycles=$(pull 150009)
 kill -STOP "$(pidof handlefactory)"
