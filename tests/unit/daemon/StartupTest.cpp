@@ -30,7 +30,7 @@ const Lines kServes = {
 
 /** What `run` says, asks of init and gives back. */
 template <typename Run>
-Lines outcomeHere(bool featureEnabled, const Run& run) {
+Lines outcome(bool featureEnabled, const Run& run) {
     gLibraries = {};
     gLibraries.featureEnabled = featureEnabled;
     LogCapture log;
@@ -44,47 +44,49 @@ Lines outcomeHere(bool featureEnabled, const Run& run) {
     return gLibraries.calls[0] == asked ? lines : Lines{"another question first"};
 }
 
-/** The same in a process of its own, as the daemon decides once. */
-template <typename Run>
-Lines outcome(bool featureEnabled, const Run& run) {
-    return inChild([&](Lines& report) { report = outcomeHere(featureEnabled, run); });
-}
-
+/** Each in a process of its own, as the build is asked for once. */
 TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
-    struct Device {
-        bool memoryOk;
-        const char *releaseType, *alwaysOn, *start;  // properties
-    };
-    const auto expect = [&](const Device& device, const Lines& lines) {
-        const auto mayRun = [&] {
-            gLogLevel = 0;
-            setProperties({{"ro.build.release_type", device.releaseType},
-                           {"persist.sys.alwayson.switch", device.alwaysOn},
-                           {"persist.sys.zstats_pullerd.start", device.start}});
-            return mayRunWith([&](int thresholdKb) {
-                ZLOG(INFO, "above %d?", thresholdKb);
-                return device.memoryOk;
-            });
-        };
-        EXPECT_EQ(outcome(true, mayRun), (Lines{kEnabled, "I above 4194304?"} + lines));
-    };
     const std::string type = "I isReleaseType: releaseType: ";
     const std::string commercial = "It is Commercial Version, less than 4GB, ";
-    expect({true, "true", nullptr, nullptr}, {kStart, "returns 1"});
-    expect({false, "false", nullptr, nullptr}, {type + "false", kStart, "returns 1"});
-    expect({false, nullptr, "true", nullptr}, {type, kStart, "returns 1"});
-    expect({false, "true", "false", "1"},
-           {type + "true", "D " + commercial + "start prop is true.", kStart, "returns 1"});
-    for (const char* start : {static_cast<const char*>(nullptr), "0", "true", "01", "1 ", "11"}) {
-        expect({false, "true", "false", start},
-               {type + "true", "I " + commercial + "zstats_pullerd is disabled.",
-                "request ctl.stop zstats_pullerd", "returns 0"});
+    const Lines refused = {type + "true", "I " + commercial + "zstats_pullerd is disabled.",
+                           "request ctl.stop zstats_pullerd", "returns 0"};
+    const Lines forced = {type + "true", "D " + commercial + "start prop is true.", kStart,
+                          "returns 1"};
+    const struct {
+        bool memoryOk;
+        const char *releaseType, *alwaysOn, *start;  // properties
+        Lines lines;
+    } rows[] = {
+            {true, "true", nullptr, nullptr, {kStart, "returns 1"}},
+            {false, "false", nullptr, nullptr, {type + "false", kStart, "returns 1"}},
+            {false, nullptr, "true", nullptr, {type, kStart, "returns 1"}},
+            {false, "true", "false", "1", forced},
+            {false, "true", "false", nullptr, refused},
+            {false, "true", "false", "0", refused},
+            {false, "true", "false", "true", refused},
+            {false, "true", "false", "01", refused},
+            {false, "true", "false", "1 ", refused},
+            {false, "true", "false", "11", refused},
+    };
+    for (const auto& row : rows) {
+        const auto mayRunHere = [&row] {
+            gLogLevel = 0;
+            setProperties({{"ro.build.release_type", row.releaseType},
+                           {"persist.sys.alwayson.switch", row.alwaysOn},
+                           {"persist.sys.zstats_pullerd.start", row.start}});
+            return mayRunWith([&row](int thresholdKb) {
+                ZLOG(INFO, "above %d?", thresholdKb);
+                return row.memoryOk;
+            });
+        };
+        EXPECT_EQ(inChild([&](Lines& report) { report = outcome(true, mayRunHere); }),
+                  (Lines{kEnabled, "I above 4194304?"} + row.lines));
     }
 }
 
 /** What the whole daemon says, in lines, and whether it ignores SIGPIPE: status 77 if it does not. */
 std::string daemonRun(bool featureEnabled) {
-    const Lines lines = outcomeHere(featureEnabled, [] {
+    const Lines lines = outcome(featureEnabled, [] {
         inprocess::reset();
         setProperties({{"persist.sys.zstats_pullerd.start", "1"}});
         signal(SIGPIPE, SIG_DFL);

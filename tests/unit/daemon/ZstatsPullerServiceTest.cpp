@@ -71,39 +71,28 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
     }
     const Lines asks = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support"};
     const Lines starts = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched pullerd_kw"};
-    const Lines startsSecond = {
-            "zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw"};
+    const Lines second = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw"};
+    const Lines twice = {"D2 kworker mConnectFd = 40", "D2 kworker mConnectFd = 41"};
+    const Lines failed = {"D2 kworker mConnectFd = -5", "W0 kworker connect fail fd = -5"};
     const struct {
         int region, connection;
         const char* releaseType;
         Lines calls, lines;
         std::string lastConnection;
-    } rows[] = {{1,
-                 40,
-                 "false",
-                 asks + starts + asks + startsSecond,
-                 {"D2 kworker mConnectFd = 40", "D2 kworker mConnectFd = 41"},
-                 "41"},
+    } rows[] = {{1, 40, "false", asks + starts + asks + second, twice, "41"},
                 {1, 40, "true", asks + starts, {"D2 kworker mConnectFd = 40"}, "40"},
                 {1, 0, "true", asks + starts, {"D2 kworker mConnectFd = 0"}, "0"},
-                {1,
-                 -5,
-                 "true",
-                 asks + starts,
-                 {"D2 kworker mConnectFd = -5", "W0 kworker connect fail fd = -5"},
-                 "-5"},
+                {1, -5, "true", asks + starts, failed, "-5"},
                 {2, 40, "true", asks, {"W0 do not support zcvt"}, "-1"}};
+    const Lines ofCallback = {
+            "D2 property ro.hardware:", "E getGpuStats With a unknown vendor platform!",
+            "I1 ThermalReader checkService failed"};
+    const Lines registered = {"I1 pullerd:uid =" + std::to_string(getuid()) +
+                              " registerPullAtomCallback success"};
     for (const auto& row : rows) {
         property_set("ro.build.release_type", row.releaseType);
-        const Lines lines =
-                Lines{"D2 property ro.hardware:",  // of the callback object, as the next two
-                      "E getGpuStats With a unknown vendor platform!",
-                      "I1 ThermalReader checkService failed",
-                      "I1 pullerd:uid =" + std::to_string(getuid()) +
-                              " registerPullAtomCallback success"} +
-                row.lines +
-                Lines{"W0 do not support zcvt"};  // of the connection that is tried below
-        expectLines(mLog, lines, [&] {
+        const Lines later = {"W0 do not support zcvt"};  // of the connection that is tried below
+        expectLines(mLog, ofCallback + registered + row.lines + later, [&] {
             inprocess::reset();
             publishStats("android.os.IStatsd");
             gLibraries = {};

@@ -70,18 +70,5 @@ TEST_F(GpuReaderTest, readTimesAdvanceAtEachReading) {
                             "D getGpuFreqsTimeDelta last time 4000, current time 5000"));
 }
 
-TEST_F(GpuReaderTest, anUnknownPlatformHasNoBackEnd) {
-    lines();
-    GpuReader reader;
-    EXPECT_THAT(lines(), ElementsAre("E getGpuStats With a unknown vendor platform!"));
-    Times times = {7};
-    reader.readFreqsTime(times);
-    EXPECT_THAT(times, ElementsAre(7));
-    EXPECT_THAT(reader.getGpuFreqsKhz(), IsEmpty());
-    EXPECT_THAT(reader.getGpuFreqsTimeDelta(), IsEmpty());
-    EXPECT_THAT(lines(), IsEmpty());
-    EXPECT_EQ(factory.reads().size(), 1u);  // the fixture's
-}
-
 }  // namespace
 }  // namespace zstats

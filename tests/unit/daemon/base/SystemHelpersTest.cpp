@@ -46,6 +46,11 @@ class SystemHelpersTest : public testing::Test {
     LogCapture mLog;
 };
 
+TEST(LogDeathTest, StartsAtLevelOne) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process without any test before
+    EXPECT_EXIT(_exit(100 + gLogLevel), testing::ExitedWithCode(101), "");
+}
+
 TEST_F(SystemHelpersTest, ReadFileAppendsPiecesOfUpTo1024BytesAndClosesTheFile) {
     const auto before = ownEntries("fd");
     for (const size_t size : {0, 1, 1023, 1024, 1025, 2560}) {
