@@ -1,11 +1,12 @@
 #pragma once
 
 #include <algorithm>
-#include <filesystem>
 
 #include "host/stats/EventList.h"
+#include "host/stats/EventReader.h"
 #include "tests/support/FakeVendorServices.h"
 #include "tests/support/HandlerTest.h"
+#include "tests/support/OwnEntries.h"
 
 namespace zstats {
 
@@ -16,18 +17,20 @@ using ::testing::IsEmpty;
 using Transcript = Lines;
 using Nodes = std::map<std::string, std::string>;
 
-inline std::string textOf(const Field& field) {
+inline std::string textOf(const FieldValue& field) {
     constexpr const char* kSuffixes[] = {"", "L", "f", "", ""};
     const auto print = [](const auto& value) { return testing::PrintToString(value); };
     return std::visit(print, field) + kSuffixes[field.index()];
 }
 
+/** What statsd would make of each event of a pull. */
 inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
     Transcript texts;
-    for (const Event& event : eventsOf(list)) {
-        EXPECT_EQ(event.atomId, tag);
+    for (const std::vector<uint8_t>& bytes : encodedEvents(list)) {
+        const ReadEvent event = readEvent(bytes.data(), bytes.size()).value();
+        EXPECT_TRUE(event.atomId == tag && event.errors == 0 && event.trailingBytes == 0);
         std::string text;
-        for (const Field& field : event.fields) {
+        for (const FieldValue& field : event.fields) {
             text += (text.empty() ? "[" : ", ") + textOf(field);
         }
         texts.push_back(text + (event.built ? "]" : "] unbuilt"));
@@ -57,7 +60,7 @@ class AtomTest : public HandlerTest {
         log.clear();
     }
     ~AtomTest() override {
-        EXPECT_EQ(openDescriptors(), mDescriptors);
+        EXPECT_EQ(ownEntries("fd"), mDescriptors);
         // A pull must not wait for a service.
         EXPECT_THAT(inprocess::lookUps(), testing::Each(testing::StartsWith("check ")));
     }
@@ -127,12 +130,7 @@ class AtomTest : public HandlerTest {
     FakeHandleFactory factory;
 
   private:
-    static long openDescriptors() {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    }
-
-    const long mDescriptors = openDescriptors();
+    const std::set<int> mDescriptors = ownEntries("fd");
 };
 
 }  // namespace zstats

@@ -8,14 +8,19 @@
 #include <string>
 #include <vector>
 
+#include "daemon/PullDispatch.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Log.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
-#include "tests/support/Events.h"
 #include "tests/support/LogCapture.h"
 
 namespace zstats {
+
+/** Pulls `tag` into `list` as statsd does. */
+inline void pullInto(AStatsEventList* list, ZStatsPullAtomCallback& callback, int32_t tag) {
+    EXPECT_EQ(onPullAtom(tag, list, &callback), AStatsManager_PULL_SUCCESS);
+}
 
 /** A callback object of its own, without any service or property, and the daemon's log. */
 class HandlerTest : public ::testing::Test {

@@ -13,10 +13,7 @@ namespace zstats {
  */
 class SubstituteProfile {
   public:
-    SubstituteProfile() {
-        substitute::useProfile(mTree.path(""));
-        substitute::clearBpfCalls();
-    }
+    SubstituteProfile() { substitute::useProfile(mTree.path("")); }
     ~SubstituteProfile() { substitute::useProfile("/profile"); }
 
     /** Writes a file of the profile, "features" say; the path of it. */

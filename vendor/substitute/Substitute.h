@@ -4,7 +4,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 /**
  * What a test or a tool needs of the substitutes of the closed libraries. The daemon never includes
@@ -48,13 +47,6 @@ int injectRecord(const std::string& path, const Injection& injection);
 
 /** Calls the connection's disconnect callback likewise. The connection goes on to be served. */
 int injectDisconnect(const std::string& path);
-
-/**
- * The calls that this process made of the BPF library since the last clear, in order:
- * "is_enable", "btf_support", "region_support", "start PATH NAME", "exit FD NAME".
- */
-std::vector<std::string> bpfCalls();
-void clearBpfCalls();
 
 /** An atom as NordaFramework::stats_write got it. */
 struct WrittenAtom {

@@ -23,6 +23,7 @@ using android::base::unique_fd;
 using zstats::substitute::InjectionHead;
 using zstats::substitute::kDelivered;
 using zstats::substitute::kMaxRecordBytes;
+using zstats::substitute::readFeatureNumber;
 
 /** One client's connection: a socket that records are injected at, and the thread serving it. */
 class Connection {
@@ -82,27 +83,12 @@ class Connection {
     std::thread mThread;
 };
 
-/** The process's connections and calls. Connections still open end with the process. */
+/** The process's connections. Those that are still open end with the process. */
 class Library {
   public:
     static Library& get() {
         static Library library;
         return library;
-    }
-
-    void note(const std::string& call) {
-        const zstats::ScopedLock lock(mLock);
-        mCalls.push_back(call);
-    }
-
-    std::vector<std::string> calls() {
-        const zstats::ScopedLock lock(mLock);
-        return mCalls;
-    }
-
-    void clearCalls() {
-        const zstats::ScopedLock lock(mLock);
-        mCalls.clear();
     }
 
     int add(std::unique_ptr<Connection> connection) {
@@ -121,14 +107,8 @@ class Library {
 
   private:
     zstats::Mutex mLock;
-    std::vector<std::string> mCalls GUARDED_BY(mLock);
     std::map<int, std::unique_ptr<Connection>> mConnections GUARDED_BY(mLock);
 };
-
-int answerQuestion(const char* call, const char* key, int normal) {
-    Library::get().note(call);
-    return zstats::substitute::readFeatureNumber(key).value_or(normal);
-}
 
 /** A listening socket, or an invalid one with errno set. */
 unique_fd listenAt(const char* path) {
@@ -145,41 +125,27 @@ unique_fd listenAt(const char* path) {
 
 }  // namespace
 
-namespace zstats::substitute {
-
-std::vector<std::string> bpfCalls() {
-    return Library::get().calls();
-}
-
-void clearBpfCalls() {
-    Library::get().clearCalls();
-}
-
-}  // namespace zstats::substitute
-
 int zbpf_is_enable() {
     const bool unsupported = zstats::substitute::hasFeatureLine("bpf=unsupported");
-    return answerQuestion("is_enable", "bpf_enable", unsupported ? 0 : 1);
+    return readFeatureNumber("bpf_enable").value_or(unsupported ? 0 : 1);
 }
 
 int zbpf_btf_support() {
-    return answerQuestion("btf_support", "bpf_btf", 1);
+    return readFeatureNumber("bpf_btf").value_or(1);
 }
 
 int zbpf_region_support() {
-    return answerQuestion("region_support", "bpf_region", 1);
+    return readFeatureNumber("bpf_region").value_or(1);
 }
 
 int zbpf_connect_start(zbpf_connect_request* request) {
-    Library::get().note(std::string("start ") + request->path + " " + request->name);
-    const int refusal = zstats::substitute::readFeatureNumber("bpf_connect").value_or(0);
+    const int refusal = readFeatureNumber("bpf_connect").value_or(0);
     if (refusal < 0) return refusal;
     unique_fd listener = listenAt(request->path);
     if (listener.get() < 0) return -errno;
     return Library::get().add(std::make_unique<Connection>(*request, std::move(listener)));
 }
 
-int zbpf_connect_exit(int fd, const char* name) {
-    Library::get().note("exit " + std::to_string(fd) + " " + name);
+int zbpf_connect_exit(int fd, const char* /*name*/) {
     return Library::get().remove(fd) != nullptr ? 0 : -EBADF;
 }

@@ -75,10 +75,12 @@ has audio/back '"fields":[0.375]' "$(audio)"
 
 # Usage records: the first broken one ends the pull and stays unbuilt.
 cp /profile/uah /tmp/uah
-{ head -n 1 /tmp/uah; echo 'com.norda.short,1,2'; tail -n 1 /tmp/uah; } >/profile/uah
-lines=$(pull 150136)
-is uah/lines 2 "$(echo "$lines" | wc -l)"
-has uah/unbuilt '{"atom":150136,"name":"uah_dataset","unbuilt":true}' "$lines"
+for broken in 'com.norda.short,1,2' '!nontext'; do
+    { head -n 1 /tmp/uah; echo "$broken"; tail -n 1 /tmp/uah; } >/profile/uah
+    lines=$(pull 150136)
+    is "uah/lines/$broken" 2 "$(echo "$lines" | wc -l)"
+    has "uah/unbuilt/$broken" '{"atom":150136,"name":"uah_dataset","unbuilt":true}' "$lines"
+done
 has uah/logged 'handleUahDataset error data size' "$(daemon_log)"
 echo '!fail' >/profile/uah
 has uah/fail '"events":0' "$(pull 150136)"

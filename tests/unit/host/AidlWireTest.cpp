@@ -1,5 +1,5 @@
 #include <aidl/android/os/BnPullAtomResultReceiver.h>
-#include <aidl/android/os/IPendingIntentRef.h>
+#include <aidl/android/os/IStatsd.h>
 #include <aidl/vendor/norda/hardware/handlefactory/IHandleFactory.h>
 #include <android/binder_status.h>
 #include <binder/Binder.h>
@@ -17,9 +17,9 @@
 namespace zstats {
 namespace {
 
-using aidl::android::os::IPendingIntentRef;
+using aidl::android::os::IPullAtomCallback;
 using aidl::android::os::IPullAtomResultReceiver;
-using aidl::android::os::StatsDimensionsValueParcel;
+using aidl::android::os::IStatsd;
 using aidl::android::util::StatsEventParcel;
 using aidl::vendor::norda::hardware::handlefactory::HandleResult;
 using aidl::vendor::norda::hardware::handlefactory::IHandleFactory;
@@ -46,7 +46,7 @@ void writeHex(Parcel* parcel, const std::string& text) {
     }
 }
 
-/** Keeps the request behind its token, and answers with the given words. */
+/** Keeps a request's code and what is behind its token, and answers with the given words. */
 class Recorder : public android::BBinder {
   public:
     Recorder(const char* descriptor, std::string reply)
@@ -57,7 +57,8 @@ class Recorder : public android::BBinder {
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         if (code > LAST_CALL_TRANSACTION) return BBinder::onTransact(code, data, reply, flags);
         if (!data.enforceInterface(mDescriptor)) return android::BAD_TYPE;
-        mRequest = hex(data.data() + data.dataPosition(), data.dataAvail());
+        mRequest = std::to_string(code) + ": " +
+                   hex(data.data() + data.dataPosition(), data.dataAvail());
         writeHex(reply, mReply);
         return android::OK;
     }
@@ -80,40 +81,34 @@ std::string requestOf(const std::string& reply, const Call& call) {
     return recorder->mRequest;
 }
 
-StatsEventParcel event(std::vector<uint8_t> bytes) {
-    StatsEventParcel parcel;
-    parcel.buffer = std::move(bytes);
-    return parcel;
-}
-
-TEST(AidlWireTest, anElementOfAnArrayIsNotNullOnce) {
-    EXPECT_EQ(requestOf<IPullAtomResultReceiver>(
+TEST(AidlWireTest, writesEachRequestToTheByte) {
+    // A binder that is null: its kind, flags, the object, a cookie, and its stability.
+    const std::string nobody = "852a6273 13000000 00000000 00000000 00000000 00000000 00000000";
+    EXPECT_EQ(requestOf<IStatsd>(
                       "",
-                      [](IPullAtomResultReceiver& receiver) {
-                          receiver.pullFinished(9, true, {event({7, 2, 1}), event({0xff})});
+                      [](IStatsd& statsd) {
+                          statsd.registerNativePullAtomCallback(9, 1000, -1, {3, 5}, nullptr);
                       }),
-              "09000000 01000000 02000000 "
+              "23: 09000000 e8030000 00000000 ffffffff ffffffff 02000000 03000000 05000000 " +
+                      nobody);
+    EXPECT_EQ(requestOf<IStatsd>(
+                      "", [](IStatsd& statsd) { statsd.unregisterNativePullAtomCallback(9); }),
+              "25: 09000000");
+    EXPECT_EQ(requestOf<IPullAtomCallback>(
+                      "", [](IPullAtomCallback& callback) { callback.onPullAtom(9, nullptr); }),
+              "1: 09000000 " + nobody);
+    // An element of an array is said to be not null once.
+    StatsEventParcel three;
+    three.buffer = {7, 2, 1};
+    StatsEventParcel one;
+    one.buffer = {0xff};
+    EXPECT_EQ(requestOf<IPullAtomResultReceiver>("",
+                                                 [&](IPullAtomResultReceiver& receiver) {
+                                                     receiver.pullFinished(9, true, {three, one});
+                                                 }),
+              "1: 09000000 01000000 02000000 "
               "01000000 0c000000 03000000 07020100 "
               "01000000 0c000000 01000000 ff000000");
-}
-
-TEST(AidlWireTest, aSingleParcelableIsNotNullOnce) {
-    StatsDimensionsValueParcel inner;
-    inner.field = 3;
-    StatsDimensionsValueParcel outer;
-    outer.field = 2;
-    outer.stringValue = "a";
-    outer.boolValue = true;
-    outer.tupleValue = {inner};
-    EXPECT_EQ(requestOf<IPendingIntentRef>("",
-                                           [&](IPendingIntentRef& ref) {
-                                               ref.sendSubscriberBroadcast(4, 5, 6, 7, {}, outer);
-                                           }),
-              "04000000 00000000 05000000 00000000 06000000 00000000 07000000 00000000 00000000 "
-              "01000000 5c000000 02000000 00000000 01000000 61000000 00000000 00000000 00000000 "
-              "01000000 00000000 01000000 "
-              "01000000 2c000000 03000000 00000000 00000000 00000000 00000000 00000000 00000000 "
-              "00000000 00000000 00000000");
 }
 
 TEST(AidlWireTest, readsAnOutParcelable) {
@@ -138,7 +133,7 @@ TEST(AidlWireTest, readsAnOutParcelable) {
                                             [&](IHandleFactory& factory) {
                                                 status = factory.readHandle("k", 1, &result);
                                             }),
-                  "01000000 6b000000 01000000");
+                  "4: 01000000 6b000000 01000000");
         EXPECT_EQ(status.getExceptionCode(), row.exception);
         EXPECT_EQ(status.getStatus(), row.status);
         EXPECT_EQ(result.code, row.code);

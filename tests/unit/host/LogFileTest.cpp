@@ -72,14 +72,5 @@ TEST_F(LogFileTest, keepsLinesOfSeveralWritersWhole) {
     EXPECT_EQ(texts(), std::vector<std::string>(600, std::string(300, 'y')));
 }
 
-TEST_F(LogFileTest, writesOnceThereIsAFile) {
-    unlink(mFile.path);
-    EXPECT_FALSE(mLog.write(ANDROID_LOG_INFO, "tag", "lost"));
-    EXPECT_NE(access(mFile.path, F_OK), 0);
-    ASSERT_TRUE(android::base::WriteStringToFile("", mFile.path));
-    EXPECT_TRUE(mLog.write(ANDROID_LOG_INFO, "tag", "kept"));
-    EXPECT_EQ(texts(), std::vector<std::string>{"kept"});
-}
-
 }  // namespace
 }  // namespace zstats

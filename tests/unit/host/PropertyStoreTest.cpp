@@ -79,23 +79,6 @@ TEST_F(PropertyTest, wakesThoseThatWaitForAValue) {
     EXPECT_FALSE(WaitForProperty("y", "3", std::chrono::milliseconds(5)));
 }
 
-TEST_F(PropertyTest, tellsWhatHasChanged) {
-    android::base::CachedProperty cached("y");
-    bool changed = false;
-    EXPECT_EQ(property_set("y", "1"), 0);
-    EXPECT_STREQ(cached.Get(&changed), "1");
-    EXPECT_TRUE(changed);
-    EXPECT_EQ(property_set("x", "2"), 0);
-    EXPECT_STREQ(cached.Get(&changed), "1");
-    EXPECT_FALSE(changed);
-    const auto note = [](const char* name, const char* value, void* lines) {
-        static_cast<Lines*>(lines)->push_back(std::string(name) + "=" + value);
-    };
-    Lines all;
-    EXPECT_EQ(property_list(note, &all), 0);
-    EXPECT_EQ(all, (Lines{"y=1", "x=2"}));
-}
-
 TEST_F(PropertyTest, refusesWhatDoesNotFitAndSaysSo) {
     LogCapture log;
     EXPECT_TRUE(SetProperty(std::string(127, 'n'), std::string(91, 'v')));
@@ -168,18 +151,6 @@ TEST_F(PropertyFileTest, holdsAnAreaThatReadersCannotChange) {
     reader->forEach([&](auto* name, auto* text) { all = all + ";" + name + "=" + text; });
     EXPECT_EQ(all, "2;a=2;b=3");
     EXPECT_EQ(reader->set("a", "4"), -EROFS);
-}
-
-TEST_F(PropertyFileTest, wakesWhoWaitsInAnotherMapping) {
-    const auto writer = PropertyArea::create(mPath);
-    const auto reader = PropertyArea::map(mPath);
-    ASSERT_TRUE(writer != nullptr && reader != nullptr);
-    const uint32_t before = reader->serial();
-    uint32_t after = before;
-    std::thread waiter([&] { EXPECT_TRUE(reader->wait(nullptr, before, &after, nullptr)); });
-    EXPECT_EQ(writer->set("a", "b"), 0);
-    waiter.join();
-    EXPECT_NE(after, before);
 }
 
 TEST_F(PropertyFileTest, isNotMappedWhenItIsNoArea) {

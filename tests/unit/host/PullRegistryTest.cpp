@@ -1,17 +1,102 @@
+#include <aidl/android/os/BnPullAtomResultReceiver.h>
+#include <binder/Binder.h>
 #include <gtest/gtest.h>
 #include <stats_pull_atom_callback.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <map>
+#include <mutex>
 #include <thread>
 
 #include "host/inprocess/InProcessBinder.h"
+#include "host/stats/EventReader.h"
 #include "host/stats/PullRegistry.h"
-#include "tests/support/FakeStatsd.h"
+#include "vdevice/system/statsd/StatsdBase.h"
 
 namespace zstats {
 namespace {
 
 using Strings = std::vector<std::string>;
+
+/** Takes answers to pulls whose events have no more than so many bytes together. */
+class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
+  public:
+    explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
+
+    ndk::ScopedAStatus pullFinished(
+            int32_t tag, bool success,
+            const std::vector<aidl::android::util::StatsEventParcel>& events) override {
+        size_t size = 0;
+        std::string text = std::to_string(tag) + (success ? " success" : " failure");
+        for (const auto& [bytes] : events) {
+            const auto event = readEvent(bytes.data(), bytes.size());
+            size += bytes.size();
+            text += event->built ? " [" : " unbuilt[";
+            text += std::to_string(std::get<int32_t>(event->fields.at(0))) + "]";
+        }
+        if (size > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
+        answer += text;
+        return ndk::ScopedAStatus::ok();
+    }
+
+    std::string answer;
+
+  private:
+    const size_t mMaxBytes;
+};
+
+/** statsd as the library sees it; keeps each request as text, "+TAG" or "-TAG", and its terms. */
+class FakeStatsd : public vdevice::StatsdBase {
+  public:
+    Status registerNativePullAtomCallback(
+            int32_t tag, int64_t coolDownMillis, int64_t timeoutMillis,
+            const std::vector<int32_t>& additiveFields,
+            const std::shared_ptr<IPullAtomCallback>& callback) override {
+        const std::lock_guard lock(mLock);
+        std::string terms = std::to_string(coolDownMillis) + " " + std::to_string(timeoutMillis);
+        for (const int32_t field : additiveFields) terms += " " + std::to_string(field);
+        mTerms.push_back(terms);
+        mCallbacks[tag] = callback;
+        mRequests.push_back("+" + std::to_string(tag));
+        mArrived.notify_all();
+        return Status::ok();
+    }
+    Status unregisterNativePullAtomCallback(int32_t tag) override {
+        const std::lock_guard lock(mLock);
+        mRequests.push_back("-" + std::to_string(tag));
+        mArrived.notify_all();
+        return Status::ok();
+    }
+
+    /** Waits for `count` requests and returns all there are by then. */
+    Strings waitForRequests(size_t count) {
+        std::unique_lock lock(mLock);
+        mArrived.wait_for(lock, std::chrono::seconds(20), [&] { return mRequests.size() >= count; });
+        return mRequests;
+    }
+    /** Cool-down, time-out and additive fields of each registration so far. */
+    Strings terms() {
+        const std::lock_guard lock(mLock);
+        return mTerms;
+    }
+
+    /** The answer to a pull of a registered tag: the verdict, and the field of each event. */
+    std::string pull(int32_t tag, size_t maxBytes) {
+        const auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
+        const std::lock_guard lock(mLock);
+        mCallbacks.at(tag)->onPullAtom(tag, receiver);
+        return receiver->answer;
+    }
+
+  private:
+    std::mutex mLock;  // guards all below
+    std::condition_variable mArrived;
+    Strings mRequests;
+    Strings mTerms;
+    std::map<int32_t, std::shared_ptr<IPullAtomCallback>> mCallbacks;
+};
 
 AStatsManager_PullAtomCallbackReturn answerNothing(int32_t, AStatsEventList*, void*) {
     return AStatsManager_PULL_SUCCESS;
@@ -33,8 +118,8 @@ class PullRegistryTest : public testing::Test {
     }
 
     void startStatsd() {
-        mStatsd = new FakeStatsd;
-        mRemote = inprocess::publish("stats", mStatsd);
+        mStatsd = ndk::SharedRefBase::make<FakeStatsd>();
+        mRemote = inprocess::publish("stats", mStatsd->asBinder());
     }
 
     /** A death with statsd back before anyone looks. */
@@ -52,10 +137,10 @@ class PullRegistryTest : public testing::Test {
 
     std::string pull(int32_t tag, size_t maxBytes = 1 << 20) {
         settle();
-        return mStatsd->answerOf(tag, maxBytes);
+        return mStatsd->pull(tag, maxBytes);
     }
 
-    android::sp<FakeStatsd> mStatsd;
+    std::shared_ptr<FakeStatsd> mStatsd;
     std::shared_ptr<inprocess::RemoteService> mRemote;
 };
 
@@ -79,16 +164,8 @@ TEST_F(PullRegistryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
     EXPECT_EQ(AStatsManager_PullAtomMetadata_getNumAdditiveFields(metadata), 0);
     AStatsManager_PullAtomMetadata_release(metadata);
     registerTag(3);
-    const std::vector<Registration> got = mStatsd->waitForRegistrations(3);
-    ASSERT_EQ(got.size(), 3u);
-    for (size_t i : {0, 2}) {
-        EXPECT_EQ(got[i].coolDownMillis, 1000);
-        EXPECT_EQ(got[i].timeoutMillis, 1500);
-        EXPECT_TRUE(got[i].additiveFields.empty());
-    }
-    EXPECT_EQ(got[1].coolDownMillis, -7);
-    EXPECT_EQ(got[1].timeoutMillis, INT64_C(1) << 40);
-    EXPECT_EQ(got[1].additiveFields, (std::vector<int32_t>{3, 5}));
+    EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+1", "+2", "+3"}));
+    EXPECT_EQ(mStatsd->terms(), (Strings{"1000 1500", "-7 1099511627776 3 5", "1000 1500"}));
 }
 
 /** Answers with one built event and one that nobody built; the cookie holds the verdict. */

@@ -8,8 +8,6 @@
 #include <vector>
 
 #include "tests/support/SubstituteProfile.h"
-#include "vendor/include/feature_switch.h"
-#include "vendor/include/uah_client.h"
 #include "vendor/include/zbpf_connection.h"
 
 namespace zstats {
@@ -66,7 +64,7 @@ class SubstituteTest : public testing::Test {
   protected:
     SubstituteTest() { takeArrivals(); }
 
-    SubstituteProfile mProfile;
+    const SubstituteProfile mProfile;
 };
 
 TEST_F(SubstituteTest, aRecordArrivesOnceAtItsOwnConnectionAlone) {
@@ -101,29 +99,6 @@ TEST_F(SubstituteTest, aConnectionListensOnceAtATimeFromItsStartToItsEnd) {
     }
     EXPECT_EQ(substitute::injectDisconnect("/bpf/a"), -ECONNREFUSED);
     EXPECT_EQ(takeArrivals().size(), 2u);
-}
-
-TEST_F(SubstituteTest, featuresAreOnUnlessTheProfileSaysOff) {
-    EXPECT_TRUE(isOsFeatureEnabled("os.some.feature"));
-    mProfile.write("features", "bpf=unsupported\nfeature=os.some.feature off \r\n");
-    EXPECT_FALSE(isOsFeatureEnabled("os.some.feature"));
-    EXPECT_TRUE(isOsFeatureEnabled("os.some.feature.more"));
-    EXPECT_TRUE(isOsFeatureEnabled("os.some"));
-}
-
-TEST_F(SubstituteTest, usageRecordsComeLineByLine) {
-    std::vector<UahRecord> records;
-    EXPECT_EQ(Uah_fetch_dataset(&records), 0);
-    EXPECT_TRUE(records.empty());
-    mProfile.write("uah", "a,1,2\n\n!nontext\nb");
-    EXPECT_EQ(Uah_fetch_dataset(&records), 4);
-    std::vector<std::string> texts;
-    for (const UahRecord& record : records) {
-        texts.push_back(record.value.index() == 0 ? "no text" : std::get<1>(record.value));
-    }
-    EXPECT_EQ(texts, (std::vector<std::string>{"a,1,2", "", "no text", "b"}));
-    mProfile.write("uah", "!fail\n");
-    EXPECT_LT(Uah_fetch_dataset(&records), 0);
 }
 
 }  // namespace

@@ -62,6 +62,16 @@ class StatsdBase : public aidl::android::os::BnStatsd {
     }
     Status unsetBroadcastSubscriber(int64_t, int64_t, int32_t) override { return unsupported(); }
     Status allPullersFromBootRegistered() override { return unsupported(); }
+    Status registerPullAtomCallback(int32_t, int32_t, int64_t, int64_t, const std::vector<int32_t>&,
+                                    const std::shared_ptr<IPullAtomCallback>&) override {
+        return unsupported();
+    }
+    Status registerNativePullAtomCallback(int32_t, int64_t, int64_t, const std::vector<int32_t>&,
+                                          const std::shared_ptr<IPullAtomCallback>&) override {
+        return unsupported();
+    }
+    Status unregisterPullAtomCallback(int32_t, int32_t) override { return unsupported(); }
+    Status unregisterNativePullAtomCallback(int32_t) override { return unsupported(); }
     Status getRegisteredExperimentIds(Longs*) override { return unsupported(); }
     Status updateProperties(const std::vector<PropertyParcel>&) override { return unsupported(); }
     Status querySql(const std::string&, int32_t, const std::optional<Bytes>&,
