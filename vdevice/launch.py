@@ -88,6 +88,8 @@ def _vdev_parser():
     commands = parser.add_subparsers(dest="command", required=True, metavar="exec|shell|trace")
     execute = commands.add_parser("exec", help="run a script and exit with its status")
     _add_common(execute)
+    execute.add_argument("--add", action="append", default=[], metavar="PROGRAM",
+                         help="bring a program of this machine's, such as /usr/bin/strace")
     execute.add_argument("script", metavar="-- 'SHELL SCRIPT'")
     _add_common(commands.add_parser("shell", help="open a console; `exit` powers off"))
     trace = commands.add_parser("trace", help="record atoms while the profile's scenario plays")
@@ -127,7 +129,8 @@ def _boot(options, script, output=None):
     log = open(options.log, "wb") if options.log else None
     with tempfile.TemporaryDirectory(prefix="vdev.") as work:
         ramdisk = os.path.join(work, "ramdisk")
-        build.write_ramdisk(ramdisk, image, profile, script, _scenario_file(options, profile))
+        build.write_ramdisk(ramdisk, image, profile, script, _scenario_file(options, profile),
+                            getattr(options, "add", ()))
         device = Device(architecture, work, os.path.join(image, "vmlinux"), ramdisk,
                         script is None, output or sys.stdout.buffer)
         say("booting profile %s%s" % (os.path.basename(os.path.normpath(profile)),

@@ -52,16 +52,32 @@ def check_profile(program, profile):
         raise Failure(result.stderr.strip())
 
 
-def write_ramdisk(path, image, profile, script, scenario=None):
+def _add_program(program, folder):
+    """Copies a program of this machine's, and the libraries that it loads, to where they are here."""
+    loaded = subprocess.run(["ldd", program], stdout=subprocess.PIPE, text=True, check=False)
+    if loaded.returncode != 0:
+        raise Failure("%s: is no program of this machine's" % program)
+    paths = [word for line in loaded.stdout.splitlines() for word in line.split()
+             if word.startswith("/")]
+    for path in [os.path.abspath(program), *paths]:
+        name = os.path.basename(path)
+        target = path if path in (paths[-1], os.path.abspath(program)) else "/usr/lib/" + name
+        os.makedirs(folder + os.path.dirname(target), exist_ok=True)
+        subprocess.run(["cp", "-L", path, folder + target], check=True)
+
+
+def write_ramdisk(path, image, profile, script, scenario=None, programs=()):
     """Writes the RAM disk of one boot: the image's part, and behind it the profile, the file of the
-    scenario that is to be played, and the script. All in the device may read what the owner of the
-    profile may. Without a script a console opens. The archive that VDEV_OVERLAY names lies over the
-    image, for tools that need another program or policy in the device."""
+    scenario that is to be played, the script, and further programs. All in the device may read what
+    the owner of the profile may. Without a script a console opens. The archive that VDEV_OVERLAY
+    names lies over the image, for tools that need another program or policy in the device."""
     folder = path + ".files"
     os.mkdir(folder)
     subprocess.run(["cp", "-RP", profile + "/.", os.path.join(folder, "profile")], check=True)
     if scenario is not None:
         subprocess.run(["cp", scenario, os.path.join(folder, "profile", "playing")], check=True)
+    for program in programs:
+        _add_program(program, folder)
     if script is not None:
         os.mkdir(os.path.join(folder, "script"))
         with open(os.path.join(folder, "script", "main"), "wb") as file:
