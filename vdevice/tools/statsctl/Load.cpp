@@ -66,7 +66,7 @@ std::string answerText(const PulledAtom& atom) {
 }
 
 /** Takes the next atom, one after the other, until as many pulls were begun or the end is asked for. */
-void pullInTurn(Control control, const std::vector<int32_t>& tags, size_t pulls,
+void pullInTurn(Control control, const std::vector<int32_t>& tags, size_t pulls, milliseconds pause,
                 std::atomic<size_t>* next, Answers* answers) {
     for (size_t turn = (*next)++; turn < pulls && !gEnd; turn = (*next)++) {
         const int32_t tag = tags[turn % tags.size()];
@@ -74,6 +74,7 @@ void pullInTurn(Control control, const std::vector<int32_t>& tags, size_t pulls,
         const std::string text = answerText(pullAtomNow(control, tag));
         answers->add(tag, text,
                      std::chrono::duration_cast<milliseconds>(steady_clock::now() - start));
+        if (pause.count() > 0 && !gEnd) std::this_thread::sleep_for(pause);
         // A statsd that has gone comes back.
         while (!gEnd && !AIBinder_isAlive(control->asBinder().get())) {
             std::this_thread::sleep_for(kWait);
@@ -87,17 +88,21 @@ void pullInTurn(Control control, const std::vector<int32_t>& tags, size_t pulls,
 
 int loadCommand(const Words& words) {
     const Control control = controlOrDie();
-    if (words.wait) getchar();
+    if (words.wait) {
+        fputs("statsctl: waiting for a line of input\n", stderr);
+        getchar();
+    }
     const auto tags = words.ids.empty() ? pulledAtomIds() : words.ids;
     const size_t pulls = words.count ? tags.size() * static_cast<size_t>(*words.count) : SIZE_MAX;
     signal(SIGTERM, [](int) { gEnd = true; });
     signal(SIGALRM, [](int) { gEnd = true; });
     if (words.seconds) alarm(static_cast<unsigned>(*words.seconds));
+    const milliseconds pause(words.pauseMs.value_or(0));
     Answers answers;
     std::atomic<size_t> next{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < words.threads.value_or(kThreads); ++i) {
-        threads.emplace_back([&] { pullInTurn(control, tags, pulls, &next, &answers); });
+        threads.emplace_back([&] { pullInTurn(control, tags, pulls, pause, &next, &answers); });
     }
     for (std::thread& thread : threads) thread.join();
     answers.print();

@@ -31,6 +31,7 @@ struct Words {
     std::optional<int> seconds;
     std::optional<int> count;
     std::optional<int> threads;
+    std::optional<int> pauseMs;
     std::string file;  // "-" is standard output
     std::vector<int32_t> ids;
 };

@@ -13,8 +13,8 @@ namespace {
 
 constexpr char kUsage[] =
         "usage: statsctl pull [--json] [--fresh|--settle|--parallel] [TAG...]\n"
-        "       statsctl load [--threads N] [--count ROUNDS] [--for SECONDS] [--wait]\n"
-        "                     [TAG...]\n"
+        "       statsctl load [--threads N] [--count ROUNDS] [--for SECONDS] [--pause MS]\n"
+        "                     [--wait] [TAG...]\n"
         "       statsctl registrations\n"
         "       statsctl pushed [--json]\n"
         "       statsctl explain TAG\n"
@@ -36,7 +36,7 @@ constexpr size_t kAnyNumber = SIZE_MAX;
 
 constexpr Command kCommands[] = {
         {"pull", pullCommand, " --json --settle --fresh --parallel ", 0, kAnyNumber},
-        {"load", loadCommand, " --threads --count --for --wait ", 0, kAnyNumber},
+        {"load", loadCommand, " --threads --count --for --pause --wait ", 0, kAnyNumber},
         {"registrations", [](const Words&) { return registrationsCommand(); }, "", 0, 0},
         {"pushed", pushedCommand, " --json ", 0, 0},
         {"explain", explainCommand, "", 1, 1},
@@ -52,7 +52,8 @@ int complain(const Command& command, const char* what, std::string_view word) {
 }
 
 bool takesNumber(std::string_view option) {
-    return option == "--uid" || option == "--for" || option == "--count" || option == "--threads";
+    return option == "--uid" || option == "--for" || option == "--count" || option == "--threads" ||
+           option == "--pause";
 }
 
 /** Puts an option into `words`; false if it wants a number and `value` is none. */
@@ -68,7 +69,8 @@ bool takeOption(std::string_view option, const char* value, Words* words) {
     const std::map<std::string_view, std::optional<int>*> numbers = {{"--uid", &words->uid},
                                                                      {"--for", &words->seconds},
                                                                      {"--count", &words->count},
-                                                                     {"--threads", &words->threads}};
+                                                                     {"--threads", &words->threads},
+                                                                     {"--pause", &words->pauseMs}};
     *numbers.at(option) = number;
     return true;
 }
