@@ -11,6 +11,7 @@ namespace zstats {
 /** A folder of its own with files in it, removed at the end. */
 class TempTree {
   public:
+    TempTree() {}  // not defaulted: clang++ 14 would let no folder be const
     /** Path of `name` in the folder; with an empty name the folder's, with a final slash. */
     std::string path(const std::string& name) const { return mFolder.path + ("/" + name); }
 
