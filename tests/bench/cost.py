@@ -62,7 +62,7 @@ def own_shares(times, tag):
     return [pull - floor for pull, floor in zip(times[tag, "daemon"], times[tag, "calls"])]
 
 
-def latency_row(times, worst, tag, name):
+def latency_row(times, best, worst, tag, name):
     pull, empty, floors = (in_device.median(times[tag, kind]) for kind in KINDS)
     shares = own_shares(times, tag)
     share = in_device.median(shares)
@@ -70,24 +70,26 @@ def latency_row(times, worst, tag, name):
     verdict = "%+.0f %%" % (100 * share / floors) if apart else "not distinguishable"
     row = ["%d %s" % (tag, name), in_device.us(pull), in_device.us(in_device.median(worst[tag])),
            in_device.us(empty), in_device.us(max(floors - empty, 0)), in_device.us(share),
-           in_device.us(in_device.spread(shares)), verdict]
+           in_device.us(in_device.spread(shares)), verdict,
+           "%+.0f %%" % (100 * best[tag, "daemon"] / best[tag, "calls"] - 100)]
     return row, apart and 100 * share > GOAL_PERCENT * floors
 
 
 def print_latency(lines, names):
-    times, worst = {}, {}
-    for _, _, tag, kind, middle, last in (line for line in lines if line[0] == "latency"):
+    times, best, worst = {}, {}, {}
+    for _, _, tag, kind, first, middle, last in (line for line in lines if line[0] == "latency"):
         times.setdefault((int(tag), kind), []).append(int(middle))
+        best[int(tag), kind] = min(int(first), best.get((int(tag), kind), int(first)))
         if kind == "daemon":
             worst.setdefault(int(tag), []).append(int(last))
     rows, above = [], []
     for tag in sorted(worst):
-        row, beyond = latency_row(times, worst, tag, names.get(tag, ""))
+        row, beyond = latency_row(times, best, worst, tag, names.get(tag, ""))
         rows.append(row)
         if beyond:
             above.append(str(tag))
     print(in_device.table(["atom", "pull, us", "99th", "round trip", "calls, reads", "own share",
-                           "spread", "of the floors"], rows))
+                           "spread", "of the floors", "of the fastest"], rows))
     print("\nAbove the goal of %d %%: %s" % (GOAL_PERCENT, ", ".join(above) or "none"))
 
 

@@ -5,10 +5,11 @@ text chart of each quantity; the exit status is 1 if one of them grew, or if an 
 usage: soak.py [--short]
 
 The criterion: a straight line is fitted to the samples from the 1,000th pull to the last (--short: the
-4,000th, as the heap takes some thousand pulls to find its size). Over these pulls it may rise by 64 KiB,
-less than a byte a pull of the full run (--short: 128 KiB), and for the counted quantities by a half. One
-end of a pipe for each accepted subscription is the daemon's to keep: those are counted apart, and have
-to be exactly as many as there were subscriptions.
+4,000th). Memory may rise over these pulls by less than it would if one pull in ten (--short: each pull)
+lost the smallest piece of memory that malloc gives out; the heap takes some ten thousand pulls to find
+its size, and that has to have room. Counted quantities may rise by a half. One end of a pipe for each
+accepted subscription is the daemon's to keep: those are counted apart, and have to be exactly as many
+as there were subscriptions.
 """
 
 import argparse
@@ -16,7 +17,7 @@ import sys
 
 import in_device
 
-ALLOWED_KIB, ALLOWED_KIB_SHORT = 64, 128
+SMALLEST_BYTES = 32
 COLUMNS = 60
 ROWS = 6
 MEMORY = ("Rss", "Uss", "Anonymous", "Heap")
@@ -113,7 +114,7 @@ def main():
     print("\n" + in_device.heading("./bench soak" + (" --short" if short else "")) + "\n\n```")
     pipes = samples.pop("Pipes")
     good, first = True, 4000 if short else 1000
-    allowed = ALLOWED_KIB_SHORT if short else ALLOWED_KIB
+    allowed = SMALLEST_BYTES * (numbers["pulls"] - first) / (1 if short else 10) / 1024
     for name, points in sorted(samples.items()):
         good &= judge(name, [point for point in points if point[0] >= first],
                       allowed if name in MEMORY else 0.5)

@@ -79,7 +79,8 @@ void measureOnce(PullingStatsd& statsd, int rounds, int repeat) {
     }
     for (auto& [key, samples] : times) {
         std::sort(samples.begin(), samples.end());
-        printf("latency %d %d %s %lld %lld\n", repeat, key.first, kKinds[key.second].name,
+        printf("latency %d %d %s %lld %lld %lld\n", repeat, key.first, kKinds[key.second].name,
+               static_cast<long long>(samples.front()),
                static_cast<long long>(quantile(samples, 50)),
                static_cast<long long>(quantile(samples, 99)));
     }
