@@ -30,11 +30,15 @@ other_tags() {
     done
 }
 
-# What the daemon holds, once it is at rest.
+descriptors() { ls "/proc/$(daemon_pid)/fd" | wc -l; }
+# A connection of the kernel channel's may be about to be closed.
+at_rest() { [ "$(descriptors)" -le "$descriptors_before" ]; }
+
+# What the daemon holds.
 cost() {
     pid=$(daemon_pid)
     echo "cost $pid $(sed -n 's/^Threads:[^0-9]*//p' "/proc/$pid/status")" \
-        "$(ls "/proc/$pid/fd" | wc -l) $(sed -n 's/^RssAnon:[^0-9]*\([0-9]*\).*/\1/p' "/proc/$pid/status")"
+        "$(descriptors) $(sed -n 's/^RssAnon:[^0-9]*\([0-9]*\).*/\1/p' "/proc/$pid/status")"
 }
 
 # Eight threads pull the given atoms from begin_load until end_load.
@@ -182,8 +186,10 @@ run_row() {
     everything | answers_only >whole
     for column in $columns; do
         echo "cell $column"
+        descriptors_before=$(descriptors)
         cost
         "$column"
+        wait_for 5 at_rest
         cost
         everything | answers_only >now
         if ! cmp -s whole now; then
