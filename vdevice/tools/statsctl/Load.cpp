@@ -65,10 +65,14 @@ std::string answerText(const PulledAtom& atom) {
     return text.empty() ? "none" : text;
 }
 
-/** Takes the next atom, one after the other, until as many pulls were begun or the end is asked for. */
+/**
+ * Takes the next atom, one after the other, until as many pulls were begun. An end that is asked
+ * for comes when each atom has been pulled once.
+ */
 void pullInTurn(Control control, const std::vector<int32_t>& tags, size_t pulls, milliseconds pause,
                 std::atomic<size_t>* next, Answers* answers) {
-    for (size_t turn = (*next)++; turn < pulls && !gEnd; turn = (*next)++) {
+    for (size_t turn = (*next)++; turn < pulls; turn = (*next)++) {
+        if (gEnd && turn >= tags.size()) return;
         const int32_t tag = tags[turn % tags.size()];
         const auto start = steady_clock::now();
         const std::string text = answerText(pullAtomNow(control, tag));
