@@ -20,3 +20,6 @@ is overlay/link ../bus "$(readlink /sys/kernel/elsewhere)"
 is overlay/beside "$(ls /.kernel/sys/kernel/mm)" "$(ls /sys/kernel/mm)"
 rm -f /sys/kernel/elsewhere
 is overlay/names "$(ls /.kernel/sys/kernel)" "$(ls /sys/kernel)"
+
+# A file that a maker keeps among a phone's data.
+is maker_data "kept by the maker" "$(cat /data/vendor/maker)"
