@@ -3,6 +3,7 @@
 
 #include <android/log.h>
 
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -47,6 +48,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
         if (chosen.empty()) puts(name.c_str());
     }
     if (gRun == nullptr) exit(chosen.empty() ? 0 : 2);
+    signal(SIGPIPE, SIG_IGN);  // as from the daemon's start: an input may hand over a closed pipe
     // Lines are formatted, so that a sanitizer sees their arguments, and not shown.
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     __android_log_set_logger([](const __android_log_message* line) {
