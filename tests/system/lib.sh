@@ -70,10 +70,16 @@ threads_in() {
 state_of() { getprop "init.svc.$1"; }
 state_is() { [ "$(state_of "$1")" = "$2" ]; }
 daemon_pid() { pidof zstats_pullerd; }
+# statsd finds out that a puller is dead when it asks it. Once asked, none of the last daemon's are left
+# to be taken for those of the next.
+none_registered() {
+    statsctl load --count 1 >/dev/null
+    [ "$(registered)" -eq 0 ]
+}
 # From the daemon's end to the registration of its last atom.
 restart_daemon() {
     stop zstats_pullerd
-    wait_for 20 state_is zstats_pullerd stopped
+    wait_for 20 none_registered
     start zstats_pullerd
     wait_for 20 service_is_there zstats_pullerd
     wait_for 20 all_registered

@@ -9,20 +9,6 @@
 # shellcheck disable=SC2046,SC2086  # lists of tags are several words
 # shellcheck disable=SC2154  # set by the rows
 
-# statsd finds out that a puller is dead when it asks it. Once asked, none of the last daemon's are left
-# to be taken for those of the next.
-none_registered() {
-    statsctl load --count 1 >/dev/null
-    [ "$(registered)" -eq 0 ]
-}
-restart_daemon() {
-    stop zstats_pullerd
-    wait_for 20 none_registered
-    start zstats_pullerd
-    wait_for 20 service_is_there zstats_pullerd
-    wait_for 20 all_registered
-}
-
 # The atoms that are not the row's own.
 other_tags() {
     for tag in $all_tags; do
