@@ -36,6 +36,7 @@ wait $bare $daemon 2>/dev/null || true
 # look LOAD PROCESS PID: the system call of each thread; "running" for one that is in none.
 look() { cut -d ' ' -f 1 /proc/$3/task/*/syscall | sed "s/^/thread $1 $2 /"; }
 for load in apart charger handlefactory; do
+    rm -f /tmp/load
     in_place_of_statsd load $load %(look)d >/tmp/load &
     server=$!
     has_said /tmp/load published 1

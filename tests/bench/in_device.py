@@ -16,12 +16,14 @@ touch /tmp/errors
 as_daemon() { exec pullbench launch u:r:zstats_pullerd:s0 "$@"; }
 DAEMON=/system_ext/bin/zstats_pullerd
 BARE=/system/bin/pullbench
-# has_said FILE WORD COUNT: waits for so many lines that begin with the word.
+# has_said FILE WORD COUNT: waits for so many lines that begin with the word. The program that writes the
+# file may not have been started yet.
+said() { sed -n "/^$2/p" "$1" 2>/dev/null | wc -l; }
 has_said() {
     tries=600
-    while [ "$(grep -c "^$2" "$1")" -lt "$3" ]; do
+    while [ "$(said "$1" "$2")" -lt "$3" ]; do
         tries=$((tries - 1))
-        [ $tries -gt 0 ] || { echo "no more than $(grep -c "^$2" "$1") lines of $2" >&2; exit 1; }
+        [ $tries -gt 0 ] || { echo "no more than $(said "$1" "$2") lines of $2" >&2; exit 1; }
         usleep 100000
     done
 }
