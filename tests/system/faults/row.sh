@@ -73,14 +73,19 @@ absent_at_start() {
     end_load
 }
 
-killed_before_calls() {
-    restart_daemon
-    begin_load $(other_tags)
+# Without the service, with it again, and the end of the load.
+dies_and_returns() {
     stop_service
     sample during
     start_service
     sample after
     end_load
+}
+
+killed_before_calls() {
+    restart_daemon
+    begin_load $(other_tags)
+    dies_and_returns
 }
 
 # Frozen first, so that calls are under way when it dies.
@@ -88,21 +93,13 @@ killed_during_calls() {
     begin_load $all_tags
     freeze
     sleep 1
-    stop_service
-    sample during
-    start_service
-    sample after
-    end_load
+    dies_and_returns
 }
 
 killed_between_calls() {
     sample warm >/dev/null
     begin_load $(other_tags)
-    stop_service
-    sample during
-    start_service
-    sample after
-    end_load
+    dies_and_returns
 }
 
 # As many of its atoms as leave the daemon's pool a thread to spare.
