@@ -1,10 +1,15 @@
 # shellcheck shell=bash
-# Shared by the project's shell scripts: progress with the elapsed time, failing with one line,
-# waiting for each other, and what differs between architectures. The time counts from ZSTATS_START (seconds), so that scripts which call
-# each other agree.
+# Shared by the project's shell scripts: reading options, progress with the elapsed time, failing with
+# one line, waiting for each other, and what differs between architectures. The time counts from
+# ZSTATS_START (seconds), so that scripts which call each other agree. It is sourced before a script
+# changes its folder.
 
+PROJECT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+SCRIPT=$(cd "$(dirname "$0")" && pwd)/${0##*/}
+readonly PROJECT SCRIPT
 ZSTATS_START=${ZSTATS_START:-$(date +%s)}
 export ZSTATS_START
+words=()
 
 progress() {
     printf '[%4d s] %s\n' $(($(date +%s) - ZSTATS_START)) "$*" >&2
@@ -13,6 +18,42 @@ progress() {
 die() {
     printf '%s: %s\n' "${0##*/}" "$*" >&2
     exit 1
+}
+
+# wrong_call TEXT: ends the script as one that was called wrongly.
+wrong_call() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 2
+}
+
+# print_help: the comment at the head of the script, which says how it is called.
+print_help() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$SCRIPT"; }
+
+# help_alone WORD...: prints the help and ends the script if the call asks for it; reads nothing else.
+help_alone() {
+    case " $* " in
+    *" --help "* | *" -h "*) print_help && exit ;;
+    esac
+}
+
+# take_options LONG_OPTIONS WORD...: leaves in the array `words` the options of a call, then "--" and
+# its other words. LONG_OPTIONS is getopt's list; "+" before it ends the options at the first other
+# word. With --help or -h the script prints its help and ends, and with a wrong option it ends, too.
+take_options() {
+    local order="" options=${1#+} word parsed
+    [ "$options" = "$1" ] || order=+
+    shift
+    parsed=$(LC_ALL=C getopt -n "${0##*/}" -o "${order}h" -l "help${options:+,$options}" -- "$@" 2>&1) || {
+        printf '%s\n' "${parsed%%$'\n'*}" >&2
+        exit 2
+    }
+    eval "words=($parsed)"
+    for word in "${words[@]}"; do
+        case $word in
+        -h | --help) print_help && exit ;;
+        --) break ;;
+        esac
+    done
 }
 
 # take_lock FILE WHAT: waits until no other script holds FILE. The lock lasts until this script and
@@ -26,7 +67,7 @@ take_lock() {
     flock "$lock"
 }
 
-readonly ARCHITECTURES=${BASH_SOURCE[0]%/*}/architectures
+readonly ARCHITECTURES=$PROJECT/tools/architectures
 
 # value_of ARCHITECTURE KEY: from tools/architectures; empty where there is none.
 value_of() { sed -nE "s/^$1 +$2( +(.*))?$/\2/p" "$ARCHITECTURES"; }
@@ -41,5 +82,5 @@ own_architecture() {
 
 # check_architecture NAME: ends the script unless the table has it.
 check_architecture() {
-    [ -n "$(value_of "$1" machine)" ] || die "unknown architecture '$1' (see tools/architectures)"
+    [ -n "$(value_of "$1" machine)" ] || wrong_call "unknown architecture '$1' (see tools/architectures)"
 }

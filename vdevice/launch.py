@@ -12,6 +12,7 @@ import termios
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
+from tools.options import Parser  # noqa: E402
 from vdevice.launcher import build  # noqa: E402
 from vdevice.launcher.architecture import ROOT, Architecture  # noqa: E402
 from vdevice.launcher.device import Device  # noqa: E402
@@ -20,16 +21,7 @@ from vdevice.launcher.progress import Failure, say  # noqa: E402
 _DEFAULT_SECONDS = 900
 _SECONDS_AROUND_A_TRACE = 60
 _OWN_SCENARIO = "default"
-_STATUS_USAGE = 2
 _STATUS_INTERRUPTED = 130
-
-
-class _Parser(argparse.ArgumentParser):
-    """Says what is wrong in one line."""
-
-    def error(self, message):
-        sys.stderr.write("%s: %s\n" % (self.prog, message))
-        sys.exit(_STATUS_USAGE)
 
 
 def _seconds(text):
@@ -74,7 +66,7 @@ def _add_common(parser):
 
 
 def _run_parser():
-    parser = _Parser(prog="run", description="Boots the virtual device, pulls atoms from "
+    parser = Parser(prog="run", description="Boots the virtual device, pulls atoms from "
                      "zstats_pullerd, prints them and powers the device off.")
     _add_common(parser)
     parser.add_argument("--json", action="store_true", help="one line of JSON an event")
@@ -83,7 +75,7 @@ def _run_parser():
 
 
 def _vdev_parser():
-    parser = _Parser(prog="vdev", description="Runs a shell script, or a console, in the virtual "
+    parser = Parser(prog="vdev", description="Runs a shell script, or a console, in the virtual "
                      "device.")
     commands = parser.add_subparsers(dest="command", required=True, metavar="exec|shell|trace")
     execute = commands.add_parser("exec", help="run a script and exit with its status")

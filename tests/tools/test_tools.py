@@ -8,9 +8,9 @@ import time
 import unittest
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-_REAL = ("bash", "cat", "comm", "cut", "date", "dirname", "flock", "grep", "head", "mkdir",
-         "mktemp", "mv", "ln", "rm", "sed", "sh", "sleep", "sort", "tail", "touch",
-         "uname")
+_REAL = ("basename", "bash", "cat", "comm", "cut", "date", "dirname", "flock", "getopt", "grep",
+         "head", "mkdir", "mktemp", "mv", "ln", "paste", "rm", "sed", "sh", "sleep", "sort", "tail",
+         "touch", "uname")
 
 
 class _Machine:
@@ -39,9 +39,14 @@ class _Machine:
 
     def run(self, *command):
         """The exit status, and the lines of standard error without progress."""
+        return self.outcome(*command)[:2]
+
+    def outcome(self, *command):
+        """The same, and standard output."""
         process = self.start(*command)
-        _, errors = process.communicate(timeout=60)
-        return process.returncode, [line for line in errors.splitlines() if line[:1] != "["]
+        output, errors = process.communicate(timeout=60)
+        lines = [line for line in errors.splitlines() if line[:1] != "["]
+        return process.returncode, lines, output
 
     def calls(self):
         if not os.path.exists(self.called):
@@ -91,7 +96,7 @@ class SetUpTest(unittest.TestCase):
             with tempfile.TemporaryDirectory() as folder:
                 machine = _Machine(folder, id="echo 0", uname="echo x86_64", dpkg_query=query)
                 status, lines = machine.run("tools/setup", *options, "build", "device")
-            self.assertEqual((1, 1), (status, len(lines)), lines)
+            self.assertEqual((2 if "unknown" in line else 1, 1), (status, len(lines)), lines)
             start = "setup: " + line
             self.assertEqual(start, lines[0][:len(start)])
 
@@ -200,6 +205,90 @@ class FetchTest(unittest.TestCase):
         status, lines = self._machine.run("host/aosp/apt-private", "source")
         self.assertEqual((1, 1), (status, len(lines)), lines)
         self.assertRegex(lines[0], r"^apt-private: .* cannot be fetched: E: no route there$")
+
+
+# Programs that the commands would install, build or boot with; calls of them are noted.
+_WORKERS = ("apt-get", "cmake", "debootstrap", "dpkg-query", "git", "ninja", "sudo",
+            "unshare")
+_COMMANDS = ("./run", "./vdev", "./test", "./fuzz", "./bench", ".ci/run", "tools/build",
+             "tools/check-blueprint", "tools/check-branch-protection", "tools/check-hardening",
+             "tools/check-includes", "tools/coverage", "tools/fresh", "tools/platform-flags",
+             "tools/sepolicy", "tools/setup", "tools/tidy", "tests/system/run",
+             "tests/system/faults/run")
+_UNKNOWN = ("{0}: unrecognized option '--nonsense'", "{0}: unrecognized arguments: --nonsense",
+            "{0}: the following arguments are required: ")
+_WRONG_CALLS = (
+    ("./run 150005x", "run: argument TAG: invalid atom tag value: '150005x'"),
+    ("./run -1", "run: argument TAG: invalid atom tag value: '-1'"),
+    ("./run --timeout 0", "run: argument --timeout: invalid number of seconds value: '0'"),
+    ("./run --arch vax", "run: argument --arch: unknown architecture 'vax'; there are: amd64, arm64"),
+    ("./vdev", "vdev: the following arguments are required: "),
+    ("./vdev exec", "vdev exec: the following arguments are required: -- 'SHELL SCRIPT'"),
+    ("./test unti", "test: unknown kind 'unti' (there are: unit system faults asan tsan libcxx)"),
+    ("./test unit x", "test: unknown kind 'x' ("),
+    ("./test system golden/x", "test: no such case 'golden/x' (there are: golden golden/qcom "),
+    ("./test --arch", "test: option '--arch' requires an argument"),
+    ("./test --arch vax system", "test: unknown architecture 'vax' ("),
+    ("./test --arch arm64 unit", "test: --arch is for the system tests alone"),
+    ("./test --update-golden unit", "test: --update-golden goes with no kind"),
+    ("./fuzz abc", "fuzz: no target 'abc' (there are: bpf_record cpu_range "),
+    ("./bench abc", "bench: unknown kind 'abc' ("),
+    ("./bench --record", "bench: --record is for instructions alone"),
+    (".ci/run unit", "run: takes no word ('unit')"),
+    ("tools/build folder", "build: wants FOLDER TARGET... ["),
+    ("tools/check-blueprint tests", "check-blueprint: 'tests' was not configured with CMake"),
+    ("tools/check-branch-protection tests", "check-branch-protection: nothing was built in 'tests'"),
+    ("tools/check-hardening", "check-hardening: wants PROGRAM..."),
+    ("tools/coverage x", "coverage: no such case 'x'"),
+    ("tools/fresh 11", "fresh: wants 12|13 [COMMAND...]"),
+    ("tools/platform-flags none", "platform-flags: 'none' is no folder"),
+    ("tools/setup", "setup: wants GROUP... ("),
+    ("tools/setup biuld", "setup: unknown group 'biuld' ("),
+    ("tools/tidy tests", "tidy: 'tests' was not configured with CMake"),
+    ("tests/system/run x", "run: no such case 'x' (there are: golden golden/qcom "),
+    ("tests/system/faults/run x", "faults: no such row 'x' (there are: "),
+)
+
+
+def _name_of(command):
+    return "faults" if "faults" in command else command.rsplit("/", 1)[-1]
+
+
+class CallsTest(unittest.TestCase):
+    """How the commands answer calls that ask for help, and wrong ones."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self._machine = _Machine(folder.name, **{name.replace("-", "_"): "" for name in _WORKERS})
+        self._python = os.path.join(folder.name, "bin", "python3")
+        os.symlink("/usr/bin/python3", self._python)
+
+    def test_help_is_printed_and_nothing_done(self):
+        for command in _COMMANDS:
+            status, errors, output = self._machine.outcome(command, "--help")
+            self.assertEqual((0, [], []), (status, errors, self._machine.calls()), command)
+            self.assertIn(_name_of(command), output)
+
+    def test_help_needs_no_python(self):
+        os.unlink(self._python)
+        for command in ("./run", "./vdev"):
+            status, errors, output = self._machine.outcome(command, "--help")
+            self.assertEqual((0, [], []), (status, errors, self._machine.calls()), command)
+            self.assertIn("  %s " % command, output)
+
+    def _check_refusal(self, command, *starts):
+        status, errors, output = self._machine.outcome(*command.split())
+        self.assertEqual((2, 1, "", []), (status, len(errors), output, self._machine.calls()),
+                         (command, errors))
+        self.assertTrue(errors[0].startswith(starts), (command, errors))
+
+    def test_wrong_calls_get_one_line(self):
+        for command in _COMMANDS:
+            lines = (line.format(_name_of(command)) for line in _UNKNOWN)
+            self._check_refusal(command + " --nonsense", *lines)
+        for command, line in _WRONG_CALLS:
+            self._check_refusal(command, line)
 
 
 if __name__ == "__main__":
