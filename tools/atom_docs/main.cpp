@@ -1,10 +1,11 @@
-// Writes the field tables of docs/atoms from the catalogue of atoms, proto/zstats_atoms.proto.
+// Writes the tables of docs/atoms from the catalogue of atoms, proto/zstats_atoms.proto.
 //
 //   atom_docs PAGE...            rewrites the tables
 //   atom_docs --check PAGE...    says which pages are not current, and exits with 1
 //
-// A page asks for the table of some atoms with a line "<!-- fields: 150005 150006 -->"; the table
-// ends at the line "<!-- end of fields -->". Each atom belongs to exactly one of the pages.
+// A page names its atoms in a line "<!-- fields: 150005 150006 -->"; their fields follow, to the line
+// "<!-- end of fields -->". What their handlers read follows a line "<!-- sources -->", to the line
+// "<!-- end of sources -->"; a page of pulled atoms has it. Each atom is on exactly one of the pages.
 
 #include <cstdio>
 #include <cstring>
@@ -16,28 +17,105 @@
 #include <vector>
 
 #include "proto/zstats_atoms.pb.h"
+#include "vdevice/lib/sources/AtomSources.h"
 
 namespace {
 
 using google::protobuf::FieldDescriptor;
+using zstats::vdevice::ValueSource;
 
-constexpr char kBegin[] = "<!-- fields: ";
-constexpr char kBeginEnd[] = " -->";
-constexpr char kEnd[] = "<!-- end of fields -->";
-constexpr char kHeader[] = "\n| Atom | Events | Field | Type | Unit |\n|---|---|---|---|---|\n";
+constexpr char kFields[] = "<!-- fields: ";
+constexpr char kMarkEnd[] = " -->";
+constexpr char kEndOfFields[] = "<!-- end of fields -->";
+constexpr char kSources[] = "<!-- sources -->";
+constexpr char kEndOfSources[] = "<!-- end of sources -->";
+constexpr char kFieldsHead[] = "\n| Atom | Events | Field | Type | Unit |\n|---|---|---|---|---|\n";
+constexpr char kSourcesHead[] = "\n| Atom | Reads | Conversion |\n|---|---|---|\n";
 
 bool startsWith(const std::string& text, const char* prefix) {
     return text.compare(0, strlen(prefix), prefix) == 0;
 }
 
+bool isPushed(const FieldDescriptor& atom) {
+    return atom.containing_oneof()->name() == "pushed";
+}
+
 std::string eventsText(const FieldDescriptor& atom) {
     const google::protobuf::MessageOptions& options = atom.message_type()->options();
     if (options.GetExtension(zstats::atoms::never_filled)) return "never one";
-    if (atom.containing_oneof()->name() == "pushed") return "pushed as they occur";
+    if (isPushed(atom)) return "pushed as they occur";
     const std::string& key = options.GetExtension(zstats::atoms::one_event_per);
     std::string text = key.empty() ? "at most one" : "one for each " + key;
     if (options.GetExtension(zstats::atoms::delta)) text += ", since the pull before";
     return text;
+}
+
+/** How a page names sources of a kind: before the first name, and before the first of several. */
+struct KindWords {
+    const char* one;
+    const char* several;
+    bool quoted;
+};
+constexpr KindWords kKindWords[] = {
+        {"node ", "nodes ", true},       // kKey
+        {"charger ", "charger ", true},  // kCharger
+        {"touch service, ", "touch service, ", false},
+        {"\"calda\", code ", "\"calda\", codes ", false},
+        {"\"thermalservice\", ", "\"thermalservice\", ", false},
+        {"\"audio\", ", "\"audio\", ", true},
+        {"usage library, ", "usage library, ", false},
+        {"file ", "files ", true},
+        {"property ", "properties ", true},
+};
+constexpr const char* kDeviceWords[] = {"", " (on Qualcomm)", " (elsewhere)"};
+
+std::string quoted(const std::string& name) {
+    return "`" + name + "`";
+}
+
+std::string namesText(const std::vector<const ValueSource*>& run) {
+    const KindWords& words = kKindWords[static_cast<size_t>(run.front()->kind)];
+    const bool isPattern = run.front()->name.find('*') != std::string::npos;
+    std::string text = run.size() == 1 && !isPattern ? words.one : words.several;
+    for (const ValueSource* source : run) {
+        if (source != run.front()) text += ", ";
+        text += words.quoted ? quoted(source->name) : source->name;
+    }
+    const char* separator = "; beside one that holds a number above 0 ";
+    for (const std::string& name : run.front()->beside) {
+        text += separator + quoted(name);
+        separator = ", ";
+    }
+    return text;
+}
+
+/** What an atom reads, those of one kind and device that follow each other as one item. */
+std::string sourcesText(int32_t tag) {
+    std::vector<std::vector<const ValueSource*>> runs;
+    for (const ValueSource& source : zstats::vdevice::atomSources()) {
+        if (source.tag != tag) continue;
+        const ValueSource* last = runs.empty() ? nullptr : runs.back().front();
+        if (last == nullptr || last->kind != source.kind || last->device != source.device) {
+            runs.emplace_back();
+        }
+        runs.back().push_back(&source);
+    }
+    std::string text;
+    for (const auto& run : runs) {
+        text += (text.empty() ? "" : "; ") + namesText(run) +
+                kDeviceWords[static_cast<size_t>(run.front()->device)];
+    }
+    return text.empty() ? "nothing" : text;
+}
+
+std::string sourcesRow(const FieldDescriptor& atom) {
+    const google::protobuf::MessageOptions& options = atom.message_type()->options();
+    const std::string& conversion = options.GetExtension(zstats::atoms::conversion);
+    const char* numbers = atom.message_type()->field_count() == 0           ? "none"
+                          : options.ExtensionSize(zstats::atoms::reads) > 1 ? "numbers"
+                                                                            : "number";
+    return "| " + quoted(atom.name()) + " | " + sourcesText(atom.number()) + " | " +
+           (conversion.empty() ? numbers : conversion) + " |\n";
 }
 
 /** The rows of one atom: its id and name on the first, a field on each. */
@@ -64,15 +142,29 @@ class Pages {
         std::ifstream file(path);
         if (!file) throw std::runtime_error(path + ": cannot be read");
         std::string result;
-        bool inTable = false;
+        std::string end;  // of the table that is being replaced
+        mAtoms.clear();
+        bool sourcesDue = false;
         for (std::string line; std::getline(file, line);) {
-            if (inTable && line != kEnd) continue;
-            if (line == kEnd && !inTable) throw std::runtime_error(path + ": a table ends twice");
-            inTable = startsWith(line, kBegin);
+            if (!end.empty() && line != end) continue;
+            if (end.empty() && (line == kEndOfFields || line == kEndOfSources)) {
+                throw std::runtime_error(path + ": '" + line + "' ends no table");
+            }
             result += line + "\n";
-            if (inTable) result += table(path, line);
+            end.clear();
+            if (startsWith(line, kFields)) {
+                readAtoms(path, line);
+                result += fieldsTable();
+                sourcesDue = !isPushed(*mAtoms.front());
+                end = kEndOfFields;
+            } else if (line == kSources) {
+                result += sourcesTable();
+                sourcesDue = false;
+                end = kEndOfSources;
+            }
         }
-        if (inTable) throw std::runtime_error(path + ": a table has no end");
+        if (!end.empty()) throw std::runtime_error(path + ": there is no '" + end + "'");
+        if (sourcesDue) throw std::runtime_error(path + ": there is no '" + kSources + "'");
         return result;
     }
 
@@ -80,20 +172,34 @@ class Pages {
     void expectAll() const {
         const google::protobuf::Descriptor& catalogue = *zstats::atoms::Atom::descriptor();
         for (int i = 0; i < catalogue.field_count(); ++i) {
-            if (mPageOf.count(catalogue.field(i)->number()) == 0) {
-                throw std::runtime_error(catalogue.field(i)->name() + " is on none of the pages");
-            }
+            const FieldDescriptor& atom = *catalogue.field(i);
+            if (mPageOf.count(atom.number()) != 0) continue;
+            throw std::runtime_error("no page has the atom " + atom.name() + ": add " +
+                                     std::to_string(atom.number()) +
+                                     " to the line \"<!-- fields: … -->\" of its family's page");
         }
     }
 
   private:
-    std::string table(const std::string& path, const std::string& line) {
-        const size_t end = line.find(kBeginEnd);
-        if (end == std::string::npos) throw std::runtime_error(path + ": '" + line + "' is open");
-        std::istringstream ids(line.substr(strlen(kBegin), end - strlen(kBegin)));
-        std::string text = kHeader;
-        for (std::string id; ids >> id;) text += rows(atom(path, id));
+    std::string fieldsTable() const {
+        std::string text = kFieldsHead;
+        for (const FieldDescriptor* atom : mAtoms) text += rows(*atom);
         return text + "\n";
+    }
+
+    std::string sourcesTable() const {
+        std::string text = kSourcesHead;
+        for (const FieldDescriptor* atom : mAtoms) text += sourcesRow(*atom);
+        return text + "\n";
+    }
+
+    /** Takes the atoms of a "fields" mark for those of the page. */
+    void readAtoms(const std::string& path, const std::string& line) {
+        const size_t end = line.find(kMarkEnd);
+        if (end == std::string::npos) throw std::runtime_error(path + ": '" + line + "' is open");
+        std::istringstream ids(line.substr(strlen(kFields), end - strlen(kFields)));
+        for (std::string id; ids >> id;) mAtoms.push_back(&atom(path, id));
+        if (mAtoms.empty()) throw std::runtime_error(path + ": '" + line + "' names no atom");
     }
 
     const FieldDescriptor& atom(const std::string& path, const std::string& id) {
@@ -105,6 +211,7 @@ class Pages {
         return *found;
     }
 
+    std::vector<const FieldDescriptor*> mAtoms;  // of the page
     std::map<int, std::string> mPageOf;
 };
 
@@ -123,7 +230,11 @@ int run(bool check, const std::vector<std::string>& paths) {
     }
     for (const auto& [path, text] : stale) {
         if (check) {
-            fprintf(stderr, "%s: its tables are not those of the catalogue\n", path.c_str());
+            fprintf(stderr,
+                    "%s: its tables are not those of proto/zstats_atoms.proto; write them anew "
+                    "with\n"
+                    "    tools/build build/device atom_docs_update\n",
+                    path.c_str());
         } else if (!(std::ofstream(path) << text).flush()) {
             throw std::runtime_error(path + ": cannot be written");
         }

@@ -1,96 +1,80 @@
 #include "vdevice/lib/sources/AtomSources.h"
 
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "proto/zstats_atoms.pb.h"
 
 namespace zstats::vdevice {
 namespace {
 
-using K = SourceKind;
-using D = SourceDevice;
+using atoms::Source;
 
-constexpr char kHardware[] = "ro.hardware";
-constexpr char kChipId[] = "/proc/device-tree/chosen/atag,chipid";
-constexpr char kIdleTimes[] = "/sys/devices/system/cpu/cpu*/cpuidle/state*/time";
-constexpr char kWakeUpSources[] = "/sys/class/wakeup/*/active_time_ms";
+std::pair<SourceKind, std::string> placeOf(const Source& source) {
+    switch (source.place_case()) {
+        case Source::kKey:
+            return {SourceKind::kKey, source.key()};
+        case Source::kCharger:
+            return {SourceKind::kCharger, source.charger()};
+        case Source::kTouch:
+            return {SourceKind::kTouch, source.touch()};
+        case Source::kCalda:
+            return {SourceKind::kCalda, std::to_string(source.calda())};
+        case Source::kThermal:
+            return {SourceKind::kThermal, source.thermal()};
+        case Source::kAudio:
+            return {SourceKind::kAudio, source.audio()};
+        case Source::kUsage:
+            return {SourceKind::kUsage, source.usage()};
+        case Source::kFile:
+            return {SourceKind::kFile, source.file()};
+        case Source::kProperty:
+            return {SourceKind::kProperty, source.property()};
+        case Source::PLACE_NOT_SET:
+            break;
+    }
+    throw std::logic_error("an atom reads a source without a place");
+}
+
+SourceDevice deviceOf(const Source& source) {
+    if (source.device() == Source::ANY) return SourceDevice::kAny;
+    return source.device() == Source::QCOM ? SourceDevice::kQcom : SourceDevice::kNotQcom;
+}
+
+std::vector<ValueSource> readCatalogue() {
+    std::vector<ValueSource> sources;
+    const google::protobuf::Descriptor& catalogue = *atoms::Atom::descriptor();
+    for (int i = 0; i < catalogue.field_count(); ++i) {
+        const google::protobuf::FieldDescriptor& atom = *catalogue.field(i);
+        const google::protobuf::MessageOptions& options = atom.message_type()->options();
+        for (int n = 0; n < options.ExtensionSize(atoms::reads); ++n) {
+            const Source& source = options.GetExtension(atoms::reads, n);
+            auto [kind, name] = placeOf(source);
+            sources.push_back({atom.number(),
+                               kind,
+                               std::move(name),
+                               deviceOf(source),
+                               {source.beside().begin(), source.beside().end()}});
+        }
+    }
+    return sources;
+}
 
 }  // namespace
 
 const std::vector<ValueSource>& atomSources() {
-    static const std::vector<ValueSource> kSources = {
-            {150005, K::kKey, "battery_level"},
-            {150005, K::kKey, "battery_ui_level"},
-            {150006, K::kKey, "battery_dod"},
-            {150007, K::kCharger, "getPsyChargeTech"},
-            {150007, K::kCharger, "getPsyFastChgType"},
-            {150008, K::kCharger, "getUIsohValue"},
-            {150009, K::kCharger, "getPsyBatteryCC"},
-            {150010, K::kCharger, "getBatteryVoltageNow"},
-            {150011, K::kCharger, "getPsyBatteryCurrentNow"},
-            {150013, K::kKey, "ddr_lpm_stats"},
-            {150015, K::kKey, "devinfo_lcd"},
-            {150018, K::kKey, "cpu_leakage_type"},
-            {150018, K::kKey, "cpu_core"},
-            {150020, K::kFile, kWakeUpSources},
-            {150022, K::kCharger, "getPsyBatteryFcc"},
-            {150023, K::kCharger, "getPsyInputCurrent"},
-            {150023, K::kCharger, "getUsbInputCurrentNow"},
-            {150024, K::kKey, "usb_input_voltage"},
-            {150025, K::kCharger, "getPsyBatteryPchg"},
-            {150026, K::kCharger, "getPsyBatteryPchgResetCount"},
-            {150027, K::kProperty, kHardware},
-            {150027, K::kKey, "power_ddr_residency", D::kQcom},
-            {150027, K::kKey, "power_ddr_residency_mtk", D::kNotQcom},
-            {150028, K::kKey, "ufs_freq_time"},
-            {150029, K::kProperty, kHardware},
-            {150029, K::kFile, kChipId, D::kNotQcom},
-            {150029, K::kKey, "gpu_freq_table_qual", D::kQcom},
-            {150029, K::kKey, "gpu_freq_time_qual", D::kQcom},
-            {150029, K::kKey, "gpu_freq_table_mtk", D::kNotQcom},
-            {150029, K::kKey, "gpu_freq_time_mtk", D::kNotQcom},
-            {150030, K::kCharger, "getPsyBatteryTemp"},
-            {150031, K::kThermal, "CPU temperatures"},
-            {150112, K::kAudio, "PAPowerMonitorResult"},
-            {150113, K::kKey, "allocstall_ux"},
-            {150121, K::kProperty, kHardware},
-            {150121, K::kFile, kChipId, D::kNotQcom},
-            {150121, K::kKey, "cpu_index_range"},
-            {150121, K::kFile, kIdleTimes},
-            {150123, K::kKey, "remaining_battery_power"},
-            {150124, K::kKey, "power_supply_ac_online"},
-            {150124, K::kKey, "power_supply_usb_online"},
-            {150124, K::kKey, "power_supply_pc_port_online"},
-            {150125, K::kProperty, kHardware},
-            {150125, K::kKey, "panel0_brightness_level_qcom", D::kQcom},
-            {150125, K::kKey, "panel1_brightness_level_qcom", D::kQcom},
-            {150125, K::kKey, "panel0_brightness_level_mtk", D::kNotQcom},
-            {150125, K::kKey, "panel1_brightness_level_mtk", D::kNotQcom},
-            {150126, K::kCalda, "4"},
-            {150127, K::kCalda, "25"},
-            {150128, K::kCalda, "21"},
-            {150129, K::kCalda, "21"},
-            {150131, K::kTouch, "refresh rate"},
-            {150133, K::kProperty, kHardware},
-            {150133, K::kKey, "panel0_brightness_level_qcom", D::kQcom},
-            {150133, K::kKey, "panel1_brightness_level_qcom", D::kQcom},
-            {150133, K::kKey, "panel0_brightness_level_mtk", D::kNotQcom},
-            {150133, K::kKey, "panel1_brightness_level_mtk", D::kNotQcom},
-            {150135, K::kKey, "ufs_total_read_size"},
-            {150135, K::kKey, "ufs_total_write_size"},
-            {150136, K::kUsage, "records"},
-            {150138, K::kCharger, "getPsyBatteryFcc"},
-            {150138, K::kKey, "battery_typical_capacity"},
-            {150141, K::kKey, "perf_schedinfo"},
-            {150167, K::kKey, "gauge_car_c"},
-    };
+    static const std::vector<ValueSource> kSources = readCatalogue();
     return kSources;
 }
 
 std::vector<ValueSource> sourcesOf(int32_t tag, std::string_view hardware) {
-    const D device = hardware == "qcom" ? D::kQcom : D::kNotQcom;
+    const SourceDevice device = hardware == "qcom" ? SourceDevice::kQcom : SourceDevice::kNotQcom;
     std::vector<ValueSource> sources;
     for (const ValueSource& source : atomSources()) {
         if (source.tag != tag) continue;
-        if (source.device == D::kAny || source.device == device) sources.push_back(source);
+        if (source.device == SourceDevice::kAny || source.device == device)
+            sources.push_back(source);
     }
     return sources;
 }

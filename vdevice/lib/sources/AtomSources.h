@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace zstats::vdevice {
 
-/** Where a value of an atom comes from. */
+/** Where a value of an atom comes from; each is a field of the catalogue's message Source. */
 enum class SourceKind {
     kKey,       // node behind a handle key
     kCharger,   // getter of the charger
@@ -26,11 +27,13 @@ enum class SourceDevice { kAny, kQcom, kNotQcom };
 struct ValueSource {
     int32_t tag;
     SourceKind kind;
-    const char* name;
-    SourceDevice device = SourceDevice::kAny;
+    std::string name;
+    SourceDevice device;
+    /** Names of files beside each of a pattern's, read where that one holds a number above 0. */
+    std::vector<std::string> beside;
 };
 
-/** All sources of all atoms; an atom without a row reads nothing. */
+/** All sources of the catalogue's atoms; an atom without one reads nothing. Any thread. */
 const std::vector<ValueSource>& atomSources();
 
 /** An atom's sources on a device with this "ro.hardware", in the order in which they are read. */

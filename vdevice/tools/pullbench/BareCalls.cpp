@@ -61,34 +61,30 @@ void listFolder(const char* path) {
     closedir(folder);
 }
 
-/** One call for all files of a pattern, which are looked for once, now. */
-void addFiles(const std::string& pattern, Calls* calls) {
+/**
+ * One call for all files of a source, which are looked for once, now. Where files beside them may
+ * be read, the folder is listed at each pull, too: such a set changes while the device runs.
+ */
+void addFiles(const ValueSource& source, Calls* calls) {
     std::vector<std::string> paths;
     glob_t found = {};
-    if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
+    if (glob(source.name.c_str(), 0, nullptr, &found) == 0) {
         paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
     }
     globfree(&found);
+    if (!source.beside.empty()) {
+        const std::string folder = source.name.substr(0, source.name.find('*'));
+        calls->push_back([folder] { listFolder(folder.c_str()); });
+        for (const std::string& path : std::vector(paths)) {
+            if (atol(readDeviceFile(path).text.c_str()) == 0) continue;
+            for (const std::string& name : source.beside) {
+                paths.push_back(path.substr(0, path.rfind('/') + 1) + name);
+            }
+        }
+    }
     calls->push_back([paths] {
         for (const std::string& path : paths) readFile(path);
     });
-}
-
-/** The folder has to be listed at each pull, and of an active source all its files be read. */
-void addWakeUpSources(const std::string& pattern, Calls* calls) {
-    calls->push_back([] { listFolder("/sys/class/wakeup/"); });
-    addFiles(pattern, calls);
-    glob_t found = {};
-    if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
-        for (size_t i = 0; i < found.gl_pathc; ++i) {
-            const std::string path = found.gl_pathv[i];
-            if (atol(readDeviceFile(path).text.c_str()) == 0) continue;
-            const std::string folder = path.substr(0, path.rfind('/'));
-            addFiles(folder + "/[!a]*", calls);
-            addFiles(folder + "/active_count", calls);
-        }
-    }
-    globfree(&found);
 }
 
 void addCharger(const std::string& method, Calls* calls) {
@@ -145,7 +141,7 @@ void addThermal(Calls* calls) {
 }
 
 void add(const ValueSource& source, Calls* calls) {
-    const std::string name = source.name;
+    const std::string& name = source.name;
     switch (source.kind) {
         case SourceKind::kKey:
             return addKey(name, calls);
@@ -154,7 +150,7 @@ void add(const ValueSource& source, Calls* calls) {
         case SourceKind::kTouch:
             return addTouch(calls);
         case SourceKind::kCalda:
-            return addCalda(static_cast<uint32_t>(atoi(source.name)), calls);
+            return addCalda(static_cast<uint32_t>(atoi(name.c_str())), calls);
         case SourceKind::kThermal:
             return addThermal(calls);
         case SourceKind::kAudio:
@@ -166,8 +162,7 @@ void add(const ValueSource& source, Calls* calls) {
                 Uah_fetch_dataset(&records);
             });
         case SourceKind::kFile:
-            return name.find("/wakeup/") == std::string::npos ? addFiles(name, calls)
-                                                              : addWakeUpSources(name, calls);
+            return addFiles(source, calls);
         case SourceKind::kProperty:
             return calls->push_back([name] { readDeviceProperty(name); });
     }

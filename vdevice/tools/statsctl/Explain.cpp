@@ -76,9 +76,9 @@ void printLine(const std::string& kind, const std::string& name, const std::stri
 }
 
 /** The files that match, each with what it holds. */
-void printFiles(const char* pattern) {
+void printFiles(const std::string& pattern) {
     glob_t found = {};
-    const int result = glob(pattern, 0, nullptr, &found);
+    const int result = glob(pattern.c_str(), 0, nullptr, &found);
     if (result != 0) printLine("file", pattern, "NOT THERE");
     for (size_t i = 0; i < found.gl_pathc && i < kMaxFiles; ++i) {
         printLine("file", found.gl_pathv[i], show(readDeviceFile(found.gl_pathv[i])));
@@ -118,8 +118,7 @@ void printSource(const ValueSource& source) {
         case SourceKind::kTouch:
             return printLine("touch", source.name, show(readTouch()));
         case SourceKind::kCalda:
-            return printLine("calda", std::string("code ") + source.name,
-                             show(readCaldaWords(source.name)));
+            return printLine("calda", "code " + source.name, show(readCaldaWords(source.name)));
         case SourceKind::kThermal:
             return printLine("thermal", source.name, show(readTemperatures()));
         case SourceKind::kAudio:

@@ -25,16 +25,8 @@ namespace {
 constexpr int kUsageStatus = 2;
 constexpr std::chrono::seconds kBetweenSamples(1);
 
-// What handlers and start-up gating read of the kernel.
-constexpr const char* kKernelFiles[] = {
-        "/proc/meminfo",
-        "/proc/uptime",
-        "/proc/device-tree/chosen/atag,chipid",
-        "/sys/devices/system/cpu/cpu*/cpuidle/state*/{name,time}",
-        // In parentheses: one pattern in two lines.
-        ("/sys/class/wakeup/*/{name,active_count,active_time_ms,event_count,expire_count,"
-         "last_change_ms,max_time_ms,prevent_suspend_time_ms,total_time_ms,wakeup_count}"),
-};
+// What start-up gating and our tools read of the kernel, besides what handlers do.
+constexpr const char* kKernelFiles[] = {"/proc/meminfo", "/proc/uptime"};
 
 void note(const char* what) {
     fprintf(stderr, "zstats_record: %s\n", what);
@@ -147,14 +139,23 @@ void recordProperties(const Recording& recording) {
     recording.put(profile::kBuildProp, text);
 }
 
+void recordFile(const Recording& recording, const std::string& path) {
+    const Reading reading = readDeviceFile(path);
+    if (reading.ok) recording.put(profile::kRoot + path, reading.text);
+}
+
 void recordKernel(const Recording& recording) {
-    for (const char* pattern : kKernelFiles) {
+    for (const char* path : kKernelFiles) recordFile(recording, path);
+    for (const ValueSource& source : atomSources()) {
+        if (source.kind != SourceKind::kFile) continue;
         glob_t found = {};
-        glob(pattern, GLOB_BRACE, nullptr, &found);
+        glob(source.name.c_str(), 0, nullptr, &found);
         for (size_t i = 0; i < found.gl_pathc; ++i) {
-            const Reading reading = readDeviceFile(found.gl_pathv[i]);
-            if (reading.ok)
-                recording.put(std::string(profile::kRoot) + found.gl_pathv[i], reading.text);
+            const std::string path = found.gl_pathv[i];
+            recordFile(recording, path);
+            for (const std::string& name : source.beside) {
+                recordFile(recording, path.substr(0, path.rfind('/') + 1) + name);
+            }
         }
         globfree(&found);
     }

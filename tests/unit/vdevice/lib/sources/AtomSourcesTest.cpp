@@ -8,12 +8,14 @@
 #include <map>
 #include <mutex>
 
+#include "atoms/ActivityWakeUpSourceAtom.h"
 #include "daemon/AtomTable.h"
 #include "host/stats/EventList.h"
 #include "tests/support/FakePlatformServices.h"
 #include "tests/support/FakeVendorServices.h"
 #include "tests/support/HandlerTest.h"
 #include "tests/support/SubstituteProfile.h"
+#include "tests/support/TempTree.h"
 #include "vdevice/lib/sources/AtomSources.h"
 
 namespace {
@@ -25,10 +27,11 @@ struct FileWatch {
     std::mutex lock;
     std::vector<std::string> paths;
     bool chipIdExists = false;
+    std::string folder = "/sys/";
 
     bool note(const std::string& path) {
         const std::lock_guard guard(lock);
-        if (path.rfind("/sys/", 0) == 0 || path == kChipId) paths.push_back(path);
+        if (path.rfind(folder, 0) == 0 || path == kChipId) paths.push_back(path);
         return chipIdExists && path == kChipId;
     }
 };
@@ -77,17 +80,19 @@ void add(Names& names, const std::string& name) {
 /** The pattern of `tag` that a path fits, or the path itself. */
 std::string patternOf(int32_t tag, const std::string& path) {
     for (const ValueSource& source : atomSources()) {
-        const std::string pattern = source.name;
-        const size_t star = pattern.find('*');
+        const size_t star = source.name.find('*');
         if (source.tag != tag || star == std::string::npos) continue;
-        if (path.compare(0, star, pattern, 0, star) == 0) return pattern;
+        if (path.compare(0, star, source.name, 0, star) == 0) return source.name;
     }
     return path;
 }
 
 class AtomSourcesTest : public HandlerTest {
   protected:
-    ~AtomSourcesTest() override { fileWatch().chipIdExists = false; }
+    ~AtomSourcesTest() override {
+        fileWatch().chipIdExists = false;
+        fileWatch().folder = "/sys/";
+    }
 
     /** What a pull of `tag` on this device reads, by kind and each name once. */
     Reads readsOf(int32_t tag, const std::string& hardware) {
@@ -155,6 +160,21 @@ TEST_F(AtomSourcesTest, listsWhatEachHandlerReads) {
             EXPECT_EQ(reads, listed) << entry.tag << " on " << hardware;
         }
     }
+}
+
+TEST_F(AtomSourcesTest, listsTheFilesOfAnActiveWakeUpSource) {
+    const TempTree tree;
+    tree.write("wlan/active_time_ms", "7");
+    const std::vector<ValueSource> sources = sourcesOf(150020, "");
+    ASSERT_EQ(sources.size(), 1u);
+    Names listed = {tree.path(""), tree.path("wlan/active_time_ms")};
+    for (const std::string& name : sources.front().beside)
+        listed.push_back(tree.path("wlan/" + name));
+    fileWatch().folder = tree.path("");
+    fileWatch().paths.clear();
+    std::vector<WakeLockInfo> records;
+    getWakeLockStatsAt(tree.path("").c_str(), &records);
+    EXPECT_THAT(fileWatch().paths, testing::UnorderedElementsAreArray(listed));
 }
 
 }  // namespace
