@@ -4,6 +4,15 @@ file(GLOB daemon_sources CONFIGURE_DEPENDS
     daemon/*.cpp daemon/base/*.cpp sources/*.cpp atoms/*.cpp readers/*.cpp acquire/*.cpp kernel/*.cpp)
 list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
 
+# The table of atoms is held to the catalogue before anything of the daemon is compiled.
+set(agreement ${CMAKE_BINARY_DIR}/atoms.agree)
+add_custom_command(OUTPUT ${agreement}
+    COMMAND ${CMAKE_SOURCE_DIR}/tools/check-atoms --table
+    COMMAND ${CMAKE_COMMAND} -E touch ${agreement}
+    DEPENDS ${CMAKE_SOURCE_DIR}/tools/check-atoms ${CMAKE_SOURCE_DIR}/proto/zstats_atoms.proto
+            ${CMAKE_SOURCE_DIR}/daemon/AtomTable.h VERBATIM)
+add_custom_target(atoms_agree DEPENDS ${agreement})
+
 # What a device's build gives every program; tools/check-hardening looks for it in the daemon. A
 # sanitizer has checks of its own in these places, and without optimisation nothing is fortified.
 set(ZSTATS_DAEMON_OPTIONS ${ZSTATS_DAEMON_SANITIZERS})
@@ -18,6 +27,7 @@ if(ZSTATS_COVERAGE)
 endif()
 
 add_library(zstats STATIC ${daemon_sources})
+add_dependencies(zstats atoms_agree)
 target_compile_options(zstats PRIVATE ${ZSTATS_DAEMON_OPTIONS})
 target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zstats

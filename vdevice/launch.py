@@ -70,7 +70,7 @@ def _run_parser():
                      "zstats_pullerd, prints them and powers the device off.")
     _add_common(parser)
     parser.add_argument("--json", action="store_true", help="one line of JSON an event")
-    parser.add_argument("tags", nargs="*", type=_tag, metavar="TAG", help="all 39 if none is named")
+    parser.add_argument("tags", nargs="*", type=_tag, metavar="TAG", help="all if none is named")
     return parser
 
 

@@ -104,7 +104,7 @@ def print_starts(lines):
     rows = [[name, "%.1f" % (in_device.median(values) / 1e6),
              "%.1f" % (in_device.spread(values) / 1e6), "%.2f" % (in_device.median(values) / bare)]
             for name, values in times.items()]
-    print(in_device.table(["from exec to the 39th registration", "ms", "spread", "/bare"], rows))
+    print(in_device.table(["from exec to the last registration", "ms", "spread", "/bare"], rows))
 
 
 def print_sizes(lines):

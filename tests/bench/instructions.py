@@ -93,7 +93,8 @@ def count(program):
         for (tag, events), dump in zip(pulls, dumps):
             counts[tag] = read_profile(dump, names)
             if (events == 0) != (tag in NO_EVENT) and (sys_is_ours or tag not in FILE_ATOMS):
-                sys.exit("a pull of %d gave %d events" % (tag, events))
+                sys.exit("a pull of %d gave %d events: its value is missing in %s, or it belongs to"
+                         " NO_EVENT of this script" % (tag, events, PROFILE))
     for tag in () if sys_is_ours else FILE_ATOMS:
         del counts[tag]
     return counts

@@ -1,5 +1,7 @@
 # Read before every case of the system tests, inside the device. A case prints one line a check:
-# "ok NAME" or "not ok NAME: reason".
+# "ok NAME" or "not ok NAME: reason". $ATOM_ORDER, set before this, is the tags of tests/registered_atoms.
+
+ATOMS=$(echo "$ATOM_ORDER" | wc -w)
 
 ok() { echo "ok $1"; }
 not_ok() { echo "not ok $1: $2"; }
@@ -51,7 +53,7 @@ pull() { statsctl pull --json --fresh "$@"; }
 
 # Registrations of processes that live.
 registered() { statsctl registrations 2>/dev/null | tail -n +2 | grep -vc 'has died'; }
-all_registered() { [ "$(registered)" -eq 39 ]; }
+all_registered() { [ "$(registered)" -eq "$ATOMS" ]; }
 
 # threads_in CALL PID: how many threads of a process are in that system call, whose number is the
 # processor's.

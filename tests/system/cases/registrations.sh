@@ -3,13 +3,9 @@
 
 restart_daemon
 list() { statsctl registrations | tail -n +2; }
-order='150005 150006 150007 150008 150009 150010 150011 150013 150014 150018 150015 150112 150022'
-order="$order 150023 150024 150025 150026 150029 150027 150028 150113 150030 150031 150020 150121"
-order="$order 150123 150124 150125 150126 150127 150128 150129 150131 150133 150135 150136 150138"
-order="$order 150141 150167"
-is order "$order" "$(list | awk '{ print $2 }' | xargs)"
+is order "$ATOM_ORDER" "$(list | awk '{ print $2 }' | xargs)"
 is terms '0 1000 ms 2000 ms none' "$(list | awk '{ print $4, $5, $6, $7, $8, $9 }' | sort -u)"
-has statistics '39 pullers' "$(cmd stats print-stats)"
+has statistics "$ATOMS pullers" "$(cmd stats print-stats)"
 missing='Pull from 150005 failed: no puller registered'
 usage="pull-source wants an atom tag, and a uid or AID name if it is not system's"
 for user in AID_ROOT 0; do
@@ -36,7 +32,7 @@ stop zstats_pullerd
 wait_for 10 state_is zstats_pullerd stopped
 has dead/failed '"failed":"the puller' "$(pull 150006)"
 has dead/forgotten '"failed":"no puller registered"' "$(pull 150006)"
-is dead/others 38 "$(list | wc -l)"
+is dead/others $((ATOMS - 1)) "$(list | wc -l)"
 start zstats_pullerd
 wait_for 20 all_registered && ok dead/back || not_ok dead/back "$(list | wc -l) registrations"
 

@@ -5,7 +5,7 @@
 position() { logcat -d | grep -nF -m 1 -- "$1" | cut -d : -f 1; }
 
 is boot_completed 1 "$(getprop sys.boot_completed)"
-is registered 39 "$(registered)"
+is registered "$ATOMS" "$(registered)"
 for service in statsd systemserver thermalservice audio; do
     [ "$(position "starting service '$service'")" -lt "$(position "starting service 'zstats_pullerd'")" ] &&
         ok "after_$service" || not_ok "after_$service" "it comes first"
@@ -32,10 +32,10 @@ cp /tmp/features.saved /profile/features
 setprop sys.boot_completed 0
 is another_value_starts_nothing stopped "$(state_of zstats_pullerd)"
 setprop sys.boot_completed 1
-wait_for 20 all_registered && ok opens || not_ok opens "$(registered) of 39"
+wait_for 20 all_registered && ok opens || not_ok opens "$(registered) of $ATOMS"
 
 # statsd asks the system server who may register; a user without the permission may not.
-refusal='uid 9999 may not register atom 150167'
+refusal="uid 9999 may not register atom ${ATOM_ORDER##* }"
 asuid 9999 /system_ext/bin/zstats_pullerd >/dev/null 2>&1 &
 stranger=$!
 wait_for 20 log_has_more "$refusal" 0 && ok stranger/refused || not_ok stranger/refused "no line"

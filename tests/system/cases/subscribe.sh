@@ -54,8 +54,8 @@ list=$(cmd -l)
 is list_head "Currently running services:" "$(echo "$list" | head -n 1)"
 for service in atomacq stats zstats_pullerd; do has list_$service "  $service" "$list"; done
 is list_is_sorted "$(echo "$list" | tail -n +2 | LC_ALL=C sort)" "$(echo "$list" | tail -n +2)"
-has print_stats "39 pullers" "$(cmd stats print-stats)"
-has waits_for_service "39 pullers" "$(cmd -w stats print-stats)"
+has print_stats "$ATOMS pullers" "$(cmd stats print-stats)"
+has waits_for_service "$ATOMS pullers" "$(cmd -w stats print-stats)"
 has pull_source "Pull from 150005: received 1 events" "$(cmd stats pull-source 150005 0)"
 
 # The client's messages, each on its own output and, but for a missing name, in the log.

@@ -26,12 +26,9 @@ using android::sp;
 using android::String16;
 using android::base::unique_fd;
 
-/** The tags in the order in which statsd is to get them. */
-constexpr int32_t kTags[] = {150005, 150006, 150007, 150008, 150009, 150010, 150011, 150013,
-                             150014, 150018, 150015, 150112, 150022, 150023, 150024, 150025,
-                             150026, 150029, 150027, 150028, 150113, 150030, 150031, 150020,
-                             150121, 150123, 150124, 150125, 150126, 150127, 150128, 150129,
-                             150131, 150133, 150135, 150136, 150138, 150141, 150167};
+constexpr int32_t kTags[] = {
+#include "tests/registered_atoms"
+};
 
 /** A binder that claims an interface, which is all that the service asks of statsd. */
 class Claiming : public android::BBinder {

@@ -25,7 +25,7 @@ using BareCall = std::function<void()>;
 std::vector<BareCall> bareCallsOf(int32_t tag);
 
 /**
- * The bare puller: a process like the daemon, with as many binder threads, that registers the 39
+ * The bare puller: a process like the daemon, with as many binder threads, that registers all
  * atoms under the first offset and with `withCalls` under the second too. Does not return.
  */
 int servePuller(bool withCalls);
