@@ -24,8 +24,10 @@ _SILENCE_SECONDS = 60
 _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
 _CONSOLE_LINES_SHOWN = 20
+# The kernel keeps all that it says, and says which process a signal ended (tests/system/crashes.awk).
 _KERNEL_OPTIONS = ("quiet panic=-1 mitigations=off cryptomgr.notests nowatchdog "
-                   "security=selinux selinux=1 enforcing=1 ")
+                   "security=selinux selinux=1 enforcing=1 log_buf_len=1M print-fatal-signals=1 "
+                   "printk.devkmsg=on ")
 _HEAD = struct.Struct("<cI")
 
 

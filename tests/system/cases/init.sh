@@ -1,4 +1,5 @@
 # profile: qcom
+# crash: charger 9
 # init: rc files, properties, restarts and requests; the tools; the files that the profile lays.
 
 is build_prop qcom "$(getprop ro.hardware)"

@@ -1,4 +1,5 @@
 # profile: qcom
+# crash: statsd 9
 # Without statsd at its start the daemon serves, but answers no pull; a statsd that dies later gets
 # the registrations again.
 

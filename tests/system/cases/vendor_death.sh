@@ -1,4 +1,6 @@
 # profile: qcom
+# crash: charger 9
+# crash: handlefactory 9
 # Vendor services that are killed: pulls without them, and with them again once they are back.
 
 answer() { pull "$@" 2>/dev/null; }

@@ -1,0 +1,52 @@
+# Reads a device's log, its kernel's messages, or both, and lists the processes that a signal ended as
+# "PROGRAM SIGNAL PID". Processes that init ended on request are left out. An entry of priority F is an
+# abort.
+
+# The number, or the text up to END, that stands behind TEXT in the line.
+function number_after(text) { return substr($0, index($0, text) + length(text)) + 0 }
+function name_after(text, end,   rest) {
+    rest = substr($0, index($0, text) + length(text))
+    return substr(rest, 1, index(rest, end) - 1)
+}
+
+/Sending signal [0-9]+ to service '/ { asked[number_after("(pid "), number_after("Sending signal ")] = 1 }
+
+/Service '.*' \(pid [0-9]+\) received signal [0-9]+/ {
+    pid = number_after("(pid ")
+    service[pid] = name_after("Service '", "'")
+    ended[pid, number_after("received signal ")] = service[pid]
+}
+
+# The kernel tells of the signals that dump core, and then of the thread that got it.
+/potentially unexpected fatal signal [0-9]+/ { fatal = number_after("fatal signal ") }
+fatal && / PID: [0-9]+ Comm: / {
+    thread = name_after(" Comm: ", " ")
+    pid = number_after(" PID: ")
+    # Threads of a binder pool carry their process's id in their name.
+    if (thread ~ /^binder:[0-9]+_/) pid = number_after(" Comm: binder:")
+    kernel[pid, fatal] = thread
+    fatal = 0
+}
+
+/Out of memory: Killed process [0-9]+ \(/ {
+    pid = number_after("Killed process ")
+    kernel[pid, 9] = name_after("Killed process " pid " (", ")")
+}
+
+# DATE TIME UID PID TID F TAG: TEXT
+/^[0-9-]+ +[0-9:.]+ +[0-9]+ +[0-9]+ +[0-9]+ F / {
+    tag = $7
+    sub(/:$/, "", tag)
+    kernel[$4, 6] = tag
+}
+
+END {
+    for (key in ended) {
+        split(key, part, SUBSEP)
+        if (!((part[1], part[2]) in asked)) print ended[key], part[2], part[1]
+    }
+    for (key in kernel) {
+        split(key, part, SUBSEP)
+        if (!((part[1], part[2]) in ended)) print kernel[key], part[2], part[1]
+    }
+}
