@@ -188,5 +188,41 @@ class Devices(_Boot):
                          ["not ok trace: ended with status 3", "not ok trace: printed no result"])
 
 
+# What a test program prints and does, the test's kind, and what is said of it after its output.
+_PROGRAMS = (
+    ("gtest", "echo '[ RUN      ] A.B'; echo '[       OK ] A.B (0 ms)'", ["1 0"]),
+    ("gtest", "echo '[ RUN      ] A.B'; exec sleep 1000", ["program took longer than 2 s, in A.B", "0 1"]),
+    ("gtest", "echo '[ RUN      ] A.B'; kill -SEGV $$", ["program ended with status 139, in A.B", "0 1"]),
+    ("gtest", "echo '[ RUN      ] A.B'; echo '[  FAILED  ] A.B (0 ms)'; exit 1",
+     ["program ended with status 1", "0 1"]),
+    ("gtest", "exit 3", ["program ended with status 3", "0 1"]),
+    ("python", "import unittest, time\nclass A(unittest.TestCase):\n  def test_a(self): pass\n"
+     "  def test_b(self): time.sleep(1000)\nunittest.main()",
+     ["program took longer than 2 s, in test_b", "1 1"]),
+    ("verdicts", "echo ok a; echo not ok b: why; exit 1", ["not ok b: why", "1 1"]),
+    ("verdicts", "echo ok a; exit 4", ["program ended with status 4 and named no failure", "1 1"]),
+    ("verdicts", "echo ok a; exec sleep 1000",
+     ["program took longer than 2 s", "program ended with status 124 and named no failure", "1 1"]),
+)
+
+
+class Programs(_Boot):
+    """tests/verdicts.sh with a program of each kind; those that hang have a short limit."""
+
+    def test_what_is_said_of_each(self):
+        for kind, text, expected in _PROGRAMS:
+            with self.subTest(kind=kind, text=text):
+                path = self.write("program", text if kind == "python" else "#!/bin/bash\n" + text, 0o755)
+                limit = "2" if "1000" in text else "600"
+                call = ["verdicts", limit, path] if kind == "verdicts" else [
+                    "run_" + kind, limit, os.path.join(self.folder, "output"), path]
+                done = subprocess.run(
+                    ["bash", "-euc", '. tools/lib.sh; . tests/verdicts.sh; "$@"; echo $passed $failed',
+                     "-", *call], cwd=_ROOT, capture_output=True, text=True, check=False)
+                said = [line.replace(path, "program") for line in done.stdout.splitlines()
+                        if not line.startswith(("[", "test_", "tests/verdicts.sh: "))]
+                self.assertEqual(said, expected)
+
+
 if __name__ == "__main__":
     unittest.main()
