@@ -1,8 +1,5 @@
 // Writes the tables of docs/atoms from the catalogue of atoms, proto/zstats_atoms.proto.
 //
-//   atom_docs PAGE...            rewrites the tables
-//   atom_docs --check PAGE...    says which pages are not current, and exits with 1
-//
 // A page names its atoms in a line "<!-- fields: 150005 150006 -->"; their fields follow, to the line
 // "<!-- end of fields -->". What their handlers read follows a line "<!-- sources -->", to the line
 // "<!-- end of sources -->"; a page of pulled atoms has it. Each atom is on exactly one of the pages.
@@ -17,9 +14,15 @@
 #include <vector>
 
 #include "proto/zstats_atoms.pb.h"
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/sources/AtomSources.h"
 
 namespace {
+
+constexpr char kUsage[] =
+        "usage: atom_docs [--check] PAGE...\n"
+        "Rewrites the tables of pages of docs/atoms.\n"
+        "  --check   says which pages are not current instead, and exits with 1\n";
 
 using google::protobuf::FieldDescriptor;
 using zstats::vdevice::ValueSource;
@@ -246,12 +249,12 @@ int run(bool check, const std::vector<std::string>& paths) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool check = argc > 1 && strcmp(argv[1], "--check") == 0;
-    const std::vector<std::string> paths(argv + (check ? 2 : 1), argv + argc);
-    if (paths.empty()) {
-        fprintf(stderr, "usage: atom_docs [--check] PAGE...\n");
-        return 2;
-    }
+    bool check = false;
+    std::vector<std::string> paths;
+    zstats::vdevice::CommandLine line("atom_docs", kUsage);
+    line.flag("check", &check);
+    if (const auto ended = line.read(argc, argv, &paths)) return *ended;
+    if (paths.empty()) return line.complain("wants PAGE...");
     try {
         return run(check, paths);
     } catch (const std::runtime_error& error) {

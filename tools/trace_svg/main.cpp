@@ -1,8 +1,3 @@
-// Draws counter tracks of a trace as an SVG picture, one below the other over one axis of time.
-//
-//   trace_svg TRACE            lists the trace's counter tracks
-//   trace_svg TRACE NAME...    draws the tracks of these names on standard output
-
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -13,8 +8,15 @@
 #include <vector>
 
 #include "proto/perfetto_trace.pb.h"
+#include "vdevice/lib/CommandLine.h"
 
 namespace {
+
+constexpr char kUsage[] =
+        "usage: trace_svg TRACE [NAME...]\n"
+        "Draws counter tracks of a trace as an SVG picture, one below the other over one axis of "
+        "time,\n"
+        "on standard output. Without the name of a track it lists them.\n";
 
 using zstats::perfetto::Trace;
 using zstats::perfetto::TracePacket;
@@ -193,16 +195,16 @@ std::vector<Track> chosen(const std::vector<Track>& tracks, const std::vector<st
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) {
-        fprintf(stderr, "usage: trace_svg TRACE [NAME...]\n");
-        return 2;
-    }
+    std::vector<std::string> words;
+    zstats::vdevice::CommandLine line("trace_svg", kUsage);
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    if (words.empty()) return line.complain("wants TRACE");
     try {
-        const std::vector<Track> tracks = tracksOf(load(argv[1]));
-        if (argc == 2) {
+        const std::vector<Track> tracks = tracksOf(load(words[0]));
+        if (words.size() == 1) {
             for (const Track& track : tracks) puts(track.name.c_str());
         } else {
-            draw(chosen(tracks, {argv + 2, argv + argc}));
+            draw(chosen(tracks, {words.begin() + 1, words.end()}));
         }
     } catch (const std::runtime_error& error) {
         fprintf(stderr, "trace_svg: %s\n", error.what());

@@ -1,11 +1,10 @@
-// Checks a profile folder before a device is booted with it. Runs beside the launcher, outside.
-//
-//   profile_check FOLDER RC_FILE...      the rc files name the services that a profile may list
+// Runs beside the launcher, outside of the device.
 
 #include <android-base/file.h>
 
 #include <cstdio>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/profile/ProfileCheck.h"
 #include "vdevice/lib/sources/DeviceSources.h"
 #include "vdevice/system/init/RcFile.h"
@@ -13,6 +12,12 @@
 using namespace zstats::vdevice;
 
 namespace {
+
+constexpr char kUsage[] =
+        "usage: profile_check FOLDER RC_FILE...\n"
+        "Checks a profile folder before a device is booted with it. The rc files name the "
+        "services\n"
+        "that a profile may list.\n";
 
 int fail(const std::string& reason) {
     fprintf(stderr, "%s\n", reason.c_str());
@@ -31,18 +36,21 @@ std::set<std::string> serviceNames(const RcFile& rc) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 3) return fail("usage: profile_check FOLDER RC_FILE...");
+    std::vector<std::string> words;
+    CommandLine line("profile_check", kUsage);
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    if (words.size() < 2) return line.complain("wants FOLDER RC_FILE...");
     RcFile rc;
-    for (int i = 2; i < argc; ++i) {
+    for (size_t i = 1; i < words.size(); ++i) {
         std::string text;
-        if (!android::base::ReadFileToString(argv[i], &text, true)) {
-            return fail(std::string(argv[i]) + ": is unreadable");
+        if (!android::base::ReadFileToString(words[i], &text, true)) {
+            return fail(words[i] + ": is unreadable");
         }
-        const std::string error = parseRcFile(argv[i], text, &rc);
+        const std::string error = parseRcFile(words[i], text, &rc);
         if (!error.empty()) return fail(error);
     }
     const auto& methods = chargerMethods();
     const std::string fault =
-            checkProfile(argv[1], {serviceNames(rc), {methods.begin(), methods.end()}});
+            checkProfile(words[0], {serviceNames(rc), {methods.begin(), methods.end()}});
     return fault.empty() ? 0 : fail(fault);
 }

@@ -36,6 +36,3 @@ is dead/others $((ATOMS - 1)) "$(list | wc -l)"
 start zstats_pullerd
 wait_for 20 all_registered && ok dead/back || not_ok dead/back "$(list | wc -l) registrations"
 
-is usage/unknown-option 2 "$(statsctl pull --xml 2>/dev/null; echo $?)"
-is usage/no-tag "statsctl pull: not an atom id: 'level'" "$(statsctl pull level 2>&1)"
-has unknown-tag '"name":"unknown","failed":"no puller registered"' "$(statsctl pull --json 150999)"

@@ -19,15 +19,15 @@ writers_are() { [ "$(writers)" -eq "$1" ]; }
 callers=
 for _ in 1 2 3 4 5; do
     # shellcheck disable=SC2086  # the ids
-    statsctl subscribe $many --for 60 >/dev/null 2>&1 &
+    statsctl subscribe --any $many --for 60 >/dev/null 2>&1 &
     callers="$callers $!"
 done
 wait_for 20 writers_are 5 && ok five_block || not_ok five_block "$(writers) wait"
-statsctl subscribe $many --uid 2000 >/dev/null 2>&1
+statsctl subscribe --any $many --uid 2000 >/dev/null 2>&1
 is others_are_refused_before '1 5' "$? $(writers)"
 has one_thread_serves '"fields":[412]' "$(pull 150006)"
-is accepted_and_empty '0 ' "$(statsctl subscribe --for 1 2>&1; echo "$? ")"
-statsctl subscribe $many --for 60 >/dev/null 2>&1 &
+is accepted_and_empty '0 ' "$(statsctl subscribe --any --for 1 2>&1; echo "$? ")"
+statsctl subscribe --any $many --for 60 >/dev/null 2>&1 &
 callers="$callers $!"
 wait_for 20 writers_are 6 && ok six_block || not_ok six_block "$(writers) wait"
 has nobody_serves 'no answer within 2000 ms' "$(pull 150006)"

@@ -1,24 +1,28 @@
-// Plays a scenario from the device's boot: each second it writes into /profile, which the services
-// read at each call, what the scenario says for that second.
-//
-//   scenario FILE                   plays it, and ends when nothing changes any more
-//   scenario --values SECOND FILE   prints what holds at that second, a line a value
-
 #include <android-base/file.h>
-#include <android-base/parseint.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <limits>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/profile/Scenario.h"
 
 using namespace zstats::vdevice;
 
 namespace {
+
+constexpr char kUsage[] =
+        "usage: scenario FILE\n"
+        "       scenario --values SECOND FILE\n"
+        "Plays a scenario from the device's boot, until nothing changes any more: each second it "
+        "writes\n"
+        "into /profile, which the services read at each call, what the scenario says for that "
+        "second.\n"
+        "  --values SECOND   prints what holds at that second, a line a value\n";
 
 using Values = std::map<Scenario::Target, std::string>;
 
@@ -115,11 +119,13 @@ int print(const Scenario& scenario, int64_t second) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    int64_t second = 0;
-    if (argc == 2) return play(loadOrDie(argv[1]));
-    if (argc == 4 && strcmp(argv[1], "--values") == 0 && android::base::ParseInt(argv[2], &second)) {
-        return print(loadOrDie(argv[3]), second);
-    }
-    fprintf(stderr, "usage: scenario FILE\n       scenario --values SECOND FILE\n");
-    return 2;
+    std::optional<int64_t> second;
+    std::vector<std::string> words;
+    CommandLine line("scenario", kUsage);
+    line.number("values", &second, std::numeric_limits<int64_t>::min(),
+                std::numeric_limits<int64_t>::max());
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    if (words.size() != 1) return line.complain("wants FILE");
+    const Scenario scenario = loadOrDie(words[0].c_str());
+    return second ? print(scenario, *second) : play(scenario);
 }

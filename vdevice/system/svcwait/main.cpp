@@ -4,16 +4,21 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <vector>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/ServiceMain.h"
 
-// Waits until services are registered.
-//
-//   svcwait NAME...      waits for these and ends
-//   svcwait              for each line of names on standard input: waits for these, then writes the
-//                        line to standard output; an empty line waits for the service manager
-
 namespace {
+
+constexpr char kUsage[] =
+        "usage: svcwait NAME...\n"
+        "       svcwait\n"
+        "Waits until services are registered, and ends. Without a name: waits, for each line of "
+        "names\n"
+        "on standard input, for these and writes the line to standard output; an empty line waits "
+        "for\n"
+        "the service manager.\n";
 
 void answerLines() {
     for (std::string line; std::getline(std::cin, line);) {
@@ -26,8 +31,11 @@ void answerLines() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    std::vector<std::string> names;
+    zstats::vdevice::CommandLine line("svcwait", kUsage);
+    if (const auto ended = line.read(argc, argv, &names)) return *ended;
     android::defaultServiceManager();  // waits until it is ready
-    for (int i = 1; i < argc; ++i) zstats::vdevice::waitForService(argv[i]);
-    if (argc == 1) answerLines();
+    for (const std::string& name : names) zstats::vdevice::waitForService(name);
+    if (names.empty()) answerLines();
     return 0;
 }

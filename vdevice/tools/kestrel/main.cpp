@@ -2,24 +2,31 @@
  * kestrel: plays the kernel's side of the BPF data channel. Delivers one record, or a
  * disconnection, to a channel of the daemon, and ends once the daemon's callback has returned.
  */
-#include <android-base/parseint.h>
-#include <getopt.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vendor/substitute/Substitute.h"
 
 namespace {
 
 using zstats::substitute::Injection;
+using zstats::vdevice::CommandLine;
 
 constexpr char kUsage[] =
         "usage: kestrel [--type N] [--pe N] [--lnr N] [--bnr N] [--info TEXT] [--flag N]\n"
-        "               [--data-type N] [--null] [--disconnect] [--path PROGRAM]\n";
+        "               [--data-type N] [--null] [--disconnect] [--path PROGRAM]\n"
+        "Delivers a record of the kernel to the daemon.\n"
+        "  --type, --pe, --lnr, --bnr, --info   the record's fields; 0 and no text if not given\n"
+        "  --flag N         the dispatcher's flag; 1 if not given\n"
+        "  --data-type N    the kind of data that the record is said to be; 0 if not given\n"
+        "  --null           hands over no record at all\n"
+        "  --disconnect     ends the connection instead\n"
+        "  --path PROGRAM   the channel of this program\n";
 
 constexpr size_t kMaxPathBytes = 1023;
 
@@ -36,75 +43,22 @@ struct Request {
     bool isDisconnect = false;
 };
 
-enum Option { kType = 1, kPe, kLnr, kBnr, kFlag, kDataType, kInfo, kPath, kNull, kDisconnect };
-
-constexpr option kOptions[] = {
-        {"type", required_argument, nullptr, kType},
-        {"pe", required_argument, nullptr, kPe},
-        {"lnr", required_argument, nullptr, kLnr},
-        {"bnr", required_argument, nullptr, kBnr},
-        {"flag", required_argument, nullptr, kFlag},
-        {"data-type", required_argument, nullptr, kDataType},
-        {"info", required_argument, nullptr, kInfo},
-        {"path", required_argument, nullptr, kPath},
-        {"null", no_argument, nullptr, kNull},
-        {"disconnect", no_argument, nullptr, kDisconnect},
-        {nullptr, 0, nullptr, 0},
-};
-
-template <typename Number>
-bool parseNumber(const char* name, const char* text, Number* number) {
-    if (android::base::ParseInt(text, number)) return true;
-    fprintf(stderr, "kestrel: --%s: '%s' is not a number of %zu bits\n", name, text,
-            sizeof(Number) * 8);
-    return false;
-}
-
-bool parsePath(const char* text, std::string* path) {
-    *path = text;
-    if (!path->empty() && path->size() <= kMaxPathBytes) return true;
-    fprintf(stderr, "kestrel: --path: wants 1 to %zu characters\n", kMaxPathBytes);
-    return false;
-}
-
-bool takeOption(int found, Request* request) {
-    switch (found) {
-        case kType:
-            return parseNumber("type", optarg, &request->type);
-        case kPe:
-            return parseNumber("pe", optarg, &request->pe);
-        case kLnr:
-            return parseNumber("lnr", optarg, &request->lnr);
-        case kBnr:
-            return parseNumber("bnr", optarg, &request->bnr);
-        case kFlag:
-            return parseNumber("flag", optarg, &request->flag);
-        case kDataType:
-            return parseNumber("data-type", optarg, &request->dataType);
-        case kInfo:
-            request->info = optarg;
-            return true;
-        case kPath:
-            return parsePath(optarg, &request->path);
-        case kNull:
-            request->isNull = true;
-            return true;
-        case kDisconnect:
-            request->isDisconnect = true;
-            return true;
-        default:
-            return false;  // getopt_long has told why
-    }
-}
-
-bool parseArguments(int argc, char** argv, Request* request) {
-    int found = 0;
-    while ((found = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
-        if (!takeOption(found, request)) return false;
-    }
-    if (optind == argc) return true;
-    fprintf(stderr, "kestrel: '%s' is no option\n", argv[optind]);
-    return false;
+/** What a call asks for, or the status to end with. */
+std::optional<int> readCall(int argc, char** argv, Request* request) {
+    CommandLine line("kestrel", kUsage);
+    line.number("type", &request->type);
+    line.number("pe", &request->pe);
+    line.number("lnr", &request->lnr);
+    line.number("bnr", &request->bnr);
+    line.number("flag", &request->flag);
+    line.number("data-type", &request->dataType);
+    line.text("info", &request->info);
+    line.text("path", &request->path);
+    line.flag("null", &request->isNull);
+    line.flag("disconnect", &request->isDisconnect);
+    const std::optional<int> ended = line.read(argc, argv);
+    if (ended || (!request->path.empty() && request->path.size() <= kMaxPathBytes)) return ended;
+    return line.complain("--path: wants 1 to " + std::to_string(kMaxPathBytes) + " characters");
 }
 
 int deliver(const Request& request) {
@@ -122,12 +76,8 @@ int deliver(const Request& request) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 2 && strcmp(argv[1], "--help") == 0) {
-        fputs(kUsage, stdout);
-        return 0;
-    }
     Request request;
-    if (!parseArguments(argc, argv, &request)) return 2;
+    if (const auto ended = readCall(argc, argv, &request)) return *ended;
     const int result = deliver(request);
     if (result == 0) return 0;
     if (result == -ECONNREFUSED) {

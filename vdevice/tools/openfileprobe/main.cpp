@@ -1,10 +1,5 @@
-// A shell command that has its caller open files for it:
-//
-//   cmd openfileprobe [--late] PATH CONTEXT MODE     CONTEXT may be ""
-//   cmd openfileprobe --label PATH CONTEXT           gives a file a security context
-//
-// It prints whether the file was opened, and what reading and writing it gave. The result is 0 when
-// the file was opened or labelled, 1 when not, 2 for wrong arguments.
+// A shell command that has its caller open files for it. The result is 0 when the file was opened
+// or labelled, 1 when not, 2 for wrong arguments.
 
 #include <android-base/unique_fd.h>
 #include <binder/Binder.h>
@@ -22,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/ServiceMain.h"
 
 using android::IBinder;
@@ -34,6 +30,13 @@ using android::base::unique_fd;
 
 namespace {
 
+constexpr char kUsage[] =
+        "usage: cmd openfileprobe [--late] PATH CONTEXT MODE\n"
+        "       cmd openfileprobe --label PATH CONTEXT\n"
+        "Opens a file by way of its caller, and prints whether it was opened and what reading and\n"
+        "writing it gave. CONTEXT may be empty.\n"
+        "  --late    opens it after the call has returned\n"
+        "  --label   gives the file a security context instead\n";
 constexpr uint32_t kOpenFile = IBinder::FIRST_CALL_TRANSACTION;
 constexpr char kText[] = "written by openfileprobe\n";
 /** Long enough for the reply to reach the caller. */
@@ -41,6 +44,7 @@ constexpr std::chrono::milliseconds kReplyTime{500};
 
 struct Command {
     unique_fd out;
+    unique_fd errors;
     std::vector<std::string> arguments;
     sp<IBinder> callback;
     sp<IResultReceiver> receiver;
@@ -54,7 +58,7 @@ Command readCommand(const Parcel& data) {
     Command command;
     data.readFileDescriptor();
     command.out = duplicate(data.readFileDescriptor());
-    data.readFileDescriptor();
+    command.errors = duplicate(data.readFileDescriptor());
     for (int32_t count = data.readInt32(); count > 0 && data.dataAvail() > 0; --count) {
         command.arguments.emplace_back(android::String8(data.readString16()).c_str());
     }
@@ -130,9 +134,13 @@ void run(Command command) {
         command.receiver->send(probe(command, arguments[0], arguments[1], arguments[2]));
     } else if (arguments.size() == 4 && arguments[0] == "--late") {
         std::thread(probeLate, std::move(command)).detach();
+    } else if (arguments.size() == 1 && arguments[0] == "--help") {
+        dprintf(command.out.get(), "%s", kUsage);
+        command.receiver->send(0);
     } else {
-        print(command, "usage: [--late] PATH CONTEXT MODE | --label PATH CONTEXT");
-        command.receiver->send(2);
+        dprintf(command.errors.get(),
+                "openfileprobe: wants [--late] PATH CONTEXT MODE, or --label PATH CONTEXT\n");
+        command.receiver->send(zstats::vdevice::kExitUsage);
     }
 }
 
@@ -149,7 +157,9 @@ class OpenFileProbe : public android::BBinder {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    zstats::vdevice::CommandLine line("openfileprobe", kUsage);
+    if (const auto ended = line.read(argc, argv)) return *ended;
     zstats::vdevice::publishOrDie("openfileprobe", sp<IBinder>(new OpenFileProbe));
     return zstats::vdevice::serveBinderCalls();
 }

@@ -8,9 +8,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 #include "vdevice/tools/pullbench/PullingStatsd.h"
 
@@ -30,11 +32,6 @@ constexpr char kUsage[] =
         "       pullbench load NAME MILLIS           eight callers; needs the daemon\n"
         "       pullbench soak PULLS                 needs the daemon\n";
 
-int usage() {
-    fputs(kUsage, stderr);
-    return 2;
-}
-
 /** As init starts the daemon: without capabilities, and without what a shell has open. */
 void dropPossessions() {
     for (int capability = 0; prctl(PR_CAPBSET_READ, capability) >= 0; ++capability) {
@@ -44,47 +41,90 @@ void dropPossessions() {
     for (int stream = 0; stream <= 2; ++stream) dup2(null, stream);
 }
 
+/** What a command is called with: words, of which the last ones are numbers from 1. */
+struct Call {
+    bool calls = false;
+    std::vector<std::string> words;
+    std::vector<int> numbers;
+};
+
 /** The time is that of the program's start in its own domain: nothing is run in between. */
-int launch(char** words) {
+int launch(const Call& call) {
+    const std::string& label = call.words[0];
     const int attribute = open("/proc/self/attr/exec", O_WRONLY | O_CLOEXEC);
-    const auto length = static_cast<ssize_t>(strlen(words[0]));
-    if (attribute < 0 || write(attribute, words[0], static_cast<size_t>(length)) != length) {
+    const auto length = static_cast<ssize_t>(label.size());
+    if (attribute < 0 || write(attribute, label.data(), label.size()) != length) {
         perror("pullbench: the label is not taken");
         return EXIT_FAILURE;
     }
+    std::vector<char*> program;
+    for (size_t i = 1; i < call.words.size(); ++i) {
+        program.push_back(const_cast<char*>(call.words[i].c_str()));
+    }
+    program.push_back(nullptr);
     printf("launched %d %lld\n", getpid(), static_cast<long long>(nanosNow()));
     dropPossessions();
-    execv(words[1], words + 1);
+    execv(program[0], program.data());
     return EXIT_FAILURE;
 }
 
-/** One that the word names; 0 if it is no positive number. */
-int positive(const char* word) {
-    int number = 0;
-    return android::base::ParseInt(word, &number, 1) ? number : 0;
+/** A command; `wants` names its words. */
+struct Command {
+    const char* name;
+    const char* wants;
+    size_t words;
+    size_t numbers;
+    int (*run)(const Call& call);
+};
+
+constexpr Command kCommands[] = {
+        {"puller", "[--calls]", 0, 0, [](const Call& call) { return servePuller(call.calls); }},
+        {"launch", "LABEL PROGRAM [ARGUMENT...]", 2, 0, launch},
+        {"subscribe", "COUNT", 0, 1, [](const Call& call) { return subscribe(call.numbers[0]); }},
+        {"registrations", "", 0, 0, [](const Call&) { return serveRegistrations(); }},
+        {"latency", "ROUNDS REPEATS", 0, 2,
+         [](const Call& call) { return measureLatency(call.numbers[0], call.numbers[1]); }},
+        {"throughput", "MILLIS REPEATS", 0, 2,
+         [](const Call& call) { return measureThroughput(call.numbers[0], call.numbers[1]); }},
+        {"load", "NAME MILLIS", 1, 1,
+         [](const Call& call) { return pullUnderLoad(call.words[0], call.numbers[0]); }},
+        {"soak", "PULLS", 0, 1, [](const Call& call) { return soak(call.numbers[0]); }},
+};
+
+int run(const Command& command, int argc, char** argv) {
+    CommandLine line(std::string("pullbench ") + command.name, kUsage);
+    Call call;
+    if (command.run == kCommands[0].run) line.flag("calls", &call.calls);
+    line.endOptionsAtWord();
+    if (const auto ended = line.read(argc, argv, &call.words)) return *ended;
+    const size_t count = call.words.size();
+    const size_t least = command.words + command.numbers;
+    if (count < least || (count > least && command.run != launch)) {
+        return line.complain(least == 0 ? std::string("takes no word")
+                                        : std::string("wants ") + command.wants);
+    }
+    for (size_t i = command.words; i < least; ++i) {
+        int number = 0;
+        if (!android::base::ParseInt(call.words[i], &number, 1)) {
+            return line.complain("'" + call.words[i] + "' is no number from 1");
+        }
+        call.numbers.push_back(number);
+    }
+    return command.run(call);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IOLBF, 0);
-    const std::string_view command = argc > 1 ? argv[1] : "";
-    const int first = argc > 2 ? positive(argv[2]) : 0;
-    const int second = argc > 3 ? positive(argv[3]) : 0;
-    if (command == "puller" && argc == 2) return servePuller(false);
-    if (command == "puller" && argc == 3) {
-        return argv[2] == std::string_view("--calls") ? servePuller(true) : usage();
+    const std::string_view name = argc > 1 ? argv[1] : "";
+    for (const Command& command : kCommands) {
+        if (name == command.name) return run(command, argc - 1, argv + 1);
     }
-    if (command == "launch" && argc > 3) return launch(argv + 2);
-    if (command == "registrations" && argc == 2) return serveRegistrations();
-    if (argc == 3 && first > 0) {
-        if (command == "subscribe") return subscribe(first);
-        if (command == "soak") return soak(first);
-    }
-    if (command == "load" && argc == 4 && second > 0) return pullUnderLoad(argv[2], second);
-    if (argc == 4 && first > 0 && second > 0) {
-        if (command == "latency") return measureLatency(first, second);
-        if (command == "throughput") return measureThroughput(first, second);
-    }
-    return usage();
+    CommandLine line("pullbench", kUsage);
+    std::vector<std::string> words;
+    line.endOptionsAtWord();
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    return line.complain(words.empty() ? "wants a command (--help lists them)"
+                                       : "unknown command '" + words[0] + "'");
 }

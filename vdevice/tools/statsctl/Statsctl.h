@@ -15,7 +15,6 @@ namespace zstats::vdevice {
 /** Exit statuses of the tool. */
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;
-inline constexpr int kExitUsage = 2;
 
 using Control = std::shared_ptr<aidl::zstats::vdevice::IStatsdControl>;
 
@@ -27,6 +26,7 @@ struct Words {
     bool parallel = false;
     bool stall = false;
     bool wait = false;
+    bool any = false;  // ids are not looked up in the catalogue
     std::optional<int> uid;
     std::optional<int> seconds;
     std::optional<int> count;

@@ -1,9 +1,14 @@
 // statsctl: what an engineer asks the virtual device's statsd and the daemon behind it.
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
-#include <map>
+#include <sstream>
 #include <string_view>
+#include <utility>
 
+#include "vdevice/lib/CommandLine.h"
+#include "vdevice/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/tools/statsctl/Statsctl.h"
 
@@ -11,103 +16,123 @@ using namespace zstats::vdevice;
 
 namespace {
 
-constexpr char kUsage[] =
-        "usage: statsctl pull [--json] [--fresh|--settle|--parallel] [TAG...]\n"
-        "       statsctl load [--threads N] [--count ROUNDS] [--for SECONDS] [--pause MS]\n"
-        "                     [--wait] [TAG...]\n"
-        "       statsctl registrations\n"
-        "       statsctl pushed [--json]\n"
-        "       statsctl explain TAG\n"
-        "       statsctl subscribe ID... [--uid N] [--for SECONDS] [--count N] [--stall] [--json]\n"
-        "       statsctl trace FILE [ID...] [--for SECONDS]\n"
-        "       statsctl watch [ID...] [--for SECONDS]\n";
+/** Which atom ids a command takes. */
+enum class Ids { kNone, kOnePulled, kPulled, kSome, kAny };
 
-/** A command and the words that it takes. */
+/** A command. It takes the options that its usage names. */
 struct Command {
     const char* name;
     int (*run)(const Words& words);
-    std::string_view options;  // each with blanks around
-    size_t minIds;
-    size_t maxIds;
+    Ids ids;
+    const char* usage;
     bool takesFile = false;  // its first word is a file's name
 };
 
-constexpr size_t kAnyNumber = SIZE_MAX;
-
 constexpr Command kCommands[] = {
-        {"pull", pullCommand, " --json --settle --fresh --parallel ", 0, kAnyNumber},
-        {"load", loadCommand, " --threads --count --for --pause --wait ", 0, kAnyNumber},
-        {"registrations", [](const Words&) { return registrationsCommand(); }, "", 0, 0},
-        {"pushed", pushedCommand, " --json ", 0, 0},
-        {"explain", explainCommand, "", 1, 1},
-        {"subscribe", subscribeCommand, " --json --uid --for --count --stall ", 0, kAnyNumber},
-        {"trace", traceCommand, " --for ", 0, kAnyNumber, true},
-        {"watch", watchCommand, " --for ", 0, kAnyNumber},
+        {"pull", pullCommand, Ids::kPulled, "[--json] [--fresh|--settle|--parallel] [ID...]"},
+        {"load", loadCommand, Ids::kPulled,
+         "[--threads N] [--count ROUNDS] [--for SECONDS] [--pause MS] [--wait] [ID...]"},
+        {"registrations", [](const Words&) { return registrationsCommand(); }, Ids::kNone, ""},
+        {"pushed", pushedCommand, Ids::kNone, "[--json]"},
+        {"explain", explainCommand, Ids::kOnePulled, "ID"},
+        {"subscribe", subscribeCommand, Ids::kSome,
+         "[--json] [--uid N] [--for SECONDS] [--count N] [--stall] [--any] ID..."},
+        {"trace", traceCommand, Ids::kAny, "[--for SECONDS] FILE [ID...]", true},
+        {"watch", watchCommand, Ids::kAny, "[--for SECONDS] [ID...]"},
 };
 
-int complain(const Command& command, const char* what, std::string_view word) {
-    fprintf(stderr, "statsctl %s: %s '%.*s'\n", command.name, what, static_cast<int>(word.size()),
-            word.data());
-    return kExitUsage;
+constexpr char kOptions[] =
+        "  --json          one line of JSON an event\n"
+        "  --fresh         waits until the cool-down is over\n"
+        "  --settle        waits for registrations, and pulls twice what counts from the pull "
+        "before\n"
+        "  --parallel      pulls all at the same time\n"
+        "  --threads N     so many threads (default: 8)\n"
+        "  --pause MS      each of them waits as long after a pull\n"
+        "  --wait          begins when a line of input has come\n"
+        "  --for SECONDS   ends after this time\n"
+        "  --count N       ends after so many rounds or atoms\n"
+        "  --uid N         asks as this uid\n"
+        "  --stall         never reads the stream\n"
+        "  --any           takes ids as they are, also none\n";
+
+/** Usage and options of one command, or of all. */
+std::string helpOf(const Command* chosen) {
+    std::string help, usages;
+    for (const Command& command : kCommands) {
+        if (chosen != nullptr && chosen != &command) continue;
+        usages += std::string(usages.empty() ? "usage:" : "      ") + " statsctl " + command.name +
+                  (*command.usage == '\0' ? "" : " ") + command.usage + "\n";
+    }
+    std::istringstream options(kOptions);
+    for (std::string line; std::getline(options, line);) {
+        if (chosen == nullptr ||
+            usages.find(line.substr(2, line.find(' ', 2) - 2)) != std::string::npos)
+            help += line + "\n";
+    }
+    return usages + help;
 }
 
-bool takesNumber(std::string_view option) {
-    return option == "--uid" || option == "--for" || option == "--count" || option == "--threads" ||
-           option == "--pause";
+/** Adds the options that the command's usage names. */
+void addOptions(const Command& command, CommandLine* line, Words* words) {
+    const auto has = [&](const char* name) {
+        return std::string_view(command.usage).find("--" + std::string(name)) !=
+               std::string_view::npos;
+    };
+    const std::pair<const char*, bool*> flags[] = {
+            {"json", &words->json},   {"settle", &words->settle},
+            {"fresh", &words->fresh}, {"parallel", &words->parallel},
+            {"stall", &words->stall}, {"wait", &words->wait},
+            {"any", &words->any}};
+    for (const auto& [name, target] : flags) {
+        if (has(name)) line->flag(name, target);
+    }
+    const std::pair<const char*, std::optional<int>*> numbers[] = {{"uid", &words->uid},
+                                                                   {"for", &words->seconds},
+                                                                   {"count", &words->count},
+                                                                   {"threads", &words->threads},
+                                                                   {"pause", &words->pauseMs}};
+    for (const auto& [name, target] : numbers) {
+        if (has(name)) line->number(name, target, 0, INT_MAX);
+    }
 }
 
-/** Puts an option into `words`; false if it wants a number and `value` is none. */
-bool takeOption(std::string_view option, const char* value, Words* words) {
-    const std::map<std::string_view, bool*> flags = {
-            {"--json", &words->json},   {"--settle", &words->settle},
-            {"--fresh", &words->fresh}, {"--parallel", &words->parallel},
-            {"--stall", &words->stall}, {"--wait", &words->wait}};
-    const auto flag = flags.find(option);
-    if (flag != flags.end()) return *flag->second = true;
-    const auto number = value == nullptr ? std::nullopt : parseInt(value);
-    if (!number || *number < 0) return false;
-    const std::map<std::string_view, std::optional<int>*> numbers = {{"--uid", &words->uid},
-                                                                     {"--for", &words->seconds},
-                                                                     {"--count", &words->count},
-                                                                     {"--threads", &words->threads},
-                                                                     {"--pause", &words->pauseMs}};
-    *numbers.at(option) = number;
-    return true;
+/** What is wrong with the ids of a call, or empty. */
+std::string checkIds(const Command& command, const Words& words) {
+    if (command.ids == Ids::kNone && !words.ids.empty()) return "takes no atom id";
+    if (command.ids == Ids::kOnePulled && words.ids.size() != 1) return "takes one atom id";
+    if (words.any) return "";
+    if (command.ids == Ids::kSome && words.ids.empty()) return "wants atom ids";
+    const bool pulled = command.ids == Ids::kPulled || command.ids == Ids::kOnePulled;
+    const auto known = pulled ? pulledAtomIds() : allAtomIds();
+    std::string strange;
+    for (int32_t id : words.ids) {
+        if (std::find(known.begin(), known.end(), id) == known.end()) {
+            strange += " " + std::to_string(id);
+        }
+    }
+    if (strange.empty()) return "";
+    return std::string(pulled ? "no such pulled atom:" : "no such atom:") + strange;
 }
 
 int run(const Command& command, int argc, char** argv) {
+    CommandLine line(std::string("statsctl ") + command.name, helpOf(&command));
     Words words;
-    for (int i = 2; i < argc; ++i) {
-        const std::string_view word = argv[i];
-        if (word.substr(0, 2) == "--") {
-            const std::string padded = " " + std::string(word) + " ";
-            if (command.options.find(padded) == std::string_view::npos) {
-                return complain(command, "unknown option", word);
-            }
-            if (!takeOption(word, argv[i + 1], &words)) {
-                return complain(command, "a number must follow", word);
-            }
-            if (takesNumber(word)) ++i;
-            continue;
-        }
-        if (command.takesFile && words.file.empty()) {
-            words.file = word;
-            continue;
-        }
-        const auto id = parseInt(word);
-        if (!id) return complain(command, "not an atom id:", word);
+    std::vector<std::string> others;
+    addOptions(command, &line, &words);
+    if (const auto ended = line.read(argc, argv, &others)) return *ended;
+    auto word = others.begin();
+    if (command.takesFile) {
+        if (word == others.end()) return line.complain("wants FILE, or -");
+        words.file = *word++;
+    }
+    for (; word != others.end(); ++word) {
+        const auto id = parseInt(*word);
+        if (!id) return line.complain("not an atom id: '" + *word + "'");
         words.ids.push_back(*id);
     }
-    if (command.takesFile && words.file.empty()) {
-        fprintf(stderr, "statsctl %s: a file's name must follow, or -\n", command.name);
-        return kExitUsage;
-    }
-    if (words.ids.size() < command.minIds || words.ids.size() > command.maxIds) {
-        fprintf(stderr, "statsctl %s: %s\n", command.name,
-                command.maxIds == 0 ? "takes no atom id" : "takes one atom id");
-        return kExitUsage;
-    }
-    return command.run(words);
+    const std::string fault = checkIds(command, words);
+    return fault.empty() ? command.run(words) : line.complain(fault);
 }
 
 }  // namespace
@@ -116,11 +141,12 @@ int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IOLBF, 0);
     const std::string_view name = argc > 1 ? argv[1] : "";
     for (const Command& command : kCommands) {
-        if (name == command.name) return run(command, argc, argv);
+        if (name == command.name) return run(command, argc - 1, argv + 1);
     }
-    if (!name.empty() && name != "--help") {
-        fprintf(stderr, "statsctl: unknown command '%s'\n", argv[1]);
-    }
-    fputs(kUsage, name == "--help" ? stdout : stderr);
-    return name == "--help" ? kExitOk : kExitUsage;
+    CommandLine line("statsctl", helpOf(nullptr));
+    std::vector<std::string> words;
+    line.endOptionsAtWord();
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    return line.complain(words.empty() ? "wants a command (--help lists them)"
+                                       : "unknown command '" + words[0] + "' (--help lists them)");
 }

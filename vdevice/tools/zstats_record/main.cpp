@@ -5,12 +5,12 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <string_view>
 #include <thread>
 
+#include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/sources/AtomSources.h"
@@ -22,7 +22,10 @@ using namespace zstats::vdevice;
 
 namespace {
 
-constexpr int kUsageStatus = 2;
+constexpr char kUsage[] =
+        "usage: zstats_record DIR [--samples N]\n"
+        "Writes all that the daemon reads on this device as a profile folder.\n"
+        "  --samples N   reads each node N times, a second apart; 1 if not given\n";
 constexpr std::chrono::seconds kBetweenSamples(1);
 
 // What start-up gating and our tools read of the kernel, besides what handlers do.
@@ -161,30 +164,17 @@ void recordKernel(const Recording& recording) {
     }
 }
 
-int usage() {
-    note("usage: zstats_record DIR [--samples N]");
-    return kUsageStatus;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     int samples = 1;
-    const char* folder = nullptr;
-    for (int i = 1; i < argc; ++i) {
-        if (strcmp(argv[i], "--samples") == 0) {
-            const auto number = i + 1 < argc ? parseInt(argv[++i]) : std::nullopt;
-            if (!number || *number < 1) return usage();
-            samples = *number;
-        } else if (folder == nullptr && argv[i][0] != '-') {
-            folder = argv[i];
-        } else {
-            return usage();
-        }
-    }
-    if (folder == nullptr) return usage();
+    std::vector<std::string> words;
+    CommandLine line("zstats_record", kUsage);
+    line.number("samples", &samples, 1);
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    if (words.size() != 1) return line.complain("wants DIR");
 
-    const Recording recording(folder);
+    const Recording recording(words[0]);
     recordNodes(recording, samples);
     recordCharger(recording);
     recordTouch(recording);
