@@ -6,7 +6,6 @@
 
 #include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/profile/ProfileCheck.h"
-#include "vdevice/lib/sources/AtomSources.h"
 #include "vdevice/lib/sources/DeviceSources.h"
 #include "vdevice/system/init/RcFile.h"
 
@@ -51,9 +50,7 @@ int main(int argc, char** argv) {
         if (!error.empty()) return fail(error);
     }
     const auto& methods = chargerMethods();
-    const auto keys = sourceNames(SourceKind::kKey);
-    const ProfileNames names = {
-            serviceNames(rc), {methods.begin(), methods.end()}, {keys.begin(), keys.end()}};
-    const std::string fault = checkProfile(words[0], names);
+    const std::string fault =
+            checkProfile(words[0], {serviceNames(rc), {methods.begin(), methods.end()}});
     return fault.empty() ? 0 : fail(fault);
 }

@@ -15,7 +15,7 @@ ShareOf shareOf(const google::protobuf::FieldOptions& options) {
 
 FieldInfo describeField(const google::protobuf::FieldDescriptor& field) {
     const google::protobuf::FieldOptions& options = field.options();
-    return {field.name(), options.GetExtension(atoms::unit), shareOf(options),
+    return {field.name(), field.type_name(), options.GetExtension(atoms::unit), shareOf(options),
             options.GetExtension(atoms::zero_when_absent)};
 }
 
@@ -27,6 +27,7 @@ AtomInfo describeAtom(const google::protobuf::FieldDescriptor& entry) {
     info.oneEventPer = message.options().GetExtension(atoms::one_event_per);
     info.delta = message.options().GetExtension(atoms::delta);
     info.neverFilled = message.options().GetExtension(atoms::never_filled);
+    info.conversion = message.options().GetExtension(atoms::conversion);
     info.pushed = entry.containing_oneof()->name() == "pushed";
     for (int i = 0; i < message.field_count(); ++i) {
         info.fields.push_back(describeField(*message.field(i)));
@@ -56,6 +57,10 @@ std::string floatText(float value) {
 
 std::string AtomInfo::fieldName(size_t index) const {
     return index < fields.size() ? fields[index].name : "field_" + std::to_string(index + 1);
+}
+
+std::string AtomInfo::unitOf(size_t index) const {
+    return index < fields.size() ? fields[index].unit : "";
 }
 
 const AtomInfo& atomInfo(int32_t id) {

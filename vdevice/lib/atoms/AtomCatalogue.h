@@ -21,6 +21,7 @@ enum class ShareOf {
 /** What the catalogue says of a field. */
 struct FieldInfo {
     std::string name;
+    std::string type;  // int32, int64, float, bool or string
     std::string unit;  // empty if the catalogue does not know
     ShareOf shareOf = ShareOf::kNothing;
     bool zeroWhenAbsent = false;  // 0 while no event has its key
@@ -35,9 +36,12 @@ struct AtomInfo {
     bool delta = false;             // values count from the pull before
     bool neverFilled = false;       // has no event on any device
     bool pushed = false;
+    std::string conversion;  // what the handler makes of what it reads; empty: nothing
 
     /** Name of the field at `index`, also beyond what the catalogue knows. */
     std::string fieldName(size_t index) const;
+    /** Its unit; empty where the catalogue knows none. */
+    std::string unitOf(size_t index) const;
 };
 
 /** The catalogue's entry; for an id that it lacks, one named "unknown" without fields. */

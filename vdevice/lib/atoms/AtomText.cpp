@@ -22,14 +22,10 @@ std::string withUnit(const AtomValue& value, const std::string& unit) {
     return valueText(value) + (unit.empty() ? "" : " " + unit);
 }
 
-std::string unitOf(const AtomInfo& info, size_t index) {
-    return index < info.fields.size() ? info.fields[index].unit : "";
-}
-
 std::vector<std::string> fieldTexts(const AtomInfo& info, const std::vector<AtomValue>& fields) {
     std::vector<std::string> texts;
     for (size_t i = 0; i < fields.size(); ++i) {
-        texts.push_back(info.fieldName(i) + " " + withUnit(fields[i], unitOf(info, i)));
+        texts.push_back(info.fieldName(i) + " " + withUnit(fields[i], info.unitOf(i)));
     }
     return texts;
 }
@@ -99,7 +95,7 @@ std::vector<Row> valueRows(const AtomInfo& info, const std::vector<PulledEvent>&
     for (const PulledEvent& event : events) {
         Row row;
         for (size_t i = 0; i < event.fields.size(); ++i) {
-            row.push_back(withUnit(event.fields[i], unitOf(info, i)));
+            row.push_back(withUnit(event.fields[i], info.unitOf(i)));
         }
         rows.push_back(std::move(row));
     }

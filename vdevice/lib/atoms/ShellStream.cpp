@@ -1,19 +1,12 @@
 #include "vdevice/lib/atoms/ShellStream.h"
 
-#include <google/protobuf/unknown_field_set.h>
-
 #include <cstring>
 
 #include "proto/zstats_atoms.pb.h"
+#include "vdevice/lib/atoms/AtomMessage.h"
 
 namespace zstats::vdevice {
 namespace {
-
-using google::protobuf::FieldDescriptor;
-using google::protobuf::Message;
-using google::protobuf::Reflection;
-using google::protobuf::UnknownField;
-using google::protobuf::UnknownFieldSet;
 
 enum WireType : uint32_t { kVarint = 0, kLengthDelimited = 2, kFixed32 = 5 };
 
@@ -65,66 +58,6 @@ std::string atomMessage(const StreamedAtom& atom) {
     return message;
 }
 
-AtomValue catalogueValue(const Message& message, const FieldDescriptor& field) {
-    const Reflection& reflection = *message.GetReflection();
-    switch (field.cpp_type()) {
-        case FieldDescriptor::CPPTYPE_INT32:
-            return reflection.GetInt32(message, &field);
-        case FieldDescriptor::CPPTYPE_INT64:
-            return reflection.GetInt64(message, &field);
-        case FieldDescriptor::CPPTYPE_FLOAT:
-            return reflection.GetFloat(message, &field);
-        case FieldDescriptor::CPPTYPE_BOOL:
-            return reflection.GetBool(message, &field);
-        default:
-            return reflection.GetString(message, &field);
-    }
-}
-
-/** A field that the catalogue lacks: its type is guessed from its wire type. */
-void appendUnknown(const UnknownFieldSet& unknown, std::vector<AtomValue>* fields) {
-    for (int i = 0; i < unknown.field_count(); ++i) {
-        const UnknownField& field = unknown.field(i);
-        if (field.type() == UnknownField::TYPE_VARINT) {
-            fields->emplace_back(static_cast<int64_t>(field.varint()));
-        } else if (field.type() == UnknownField::TYPE_FIXED32) {
-            const uint32_t bits = field.fixed32();
-            float number;
-            memcpy(&number, &bits, sizeof(number));
-            fields->emplace_back(number);
-        } else if (field.type() == UnknownField::TYPE_LENGTH_DELIMITED) {
-            fields->emplace_back(field.length_delimited());
-        }
-    }
-}
-
-StreamedAtom unknownAtom(const UnknownFieldSet& unknown) {
-    StreamedAtom atom;
-    if (unknown.field_count() == 0) return atom;
-    const UnknownField& entry = unknown.field(0);
-    atom.id = entry.number();
-    UnknownFieldSet fields;
-    if (entry.type() == UnknownField::TYPE_LENGTH_DELIMITED &&
-        fields.ParseFromString(entry.length_delimited())) {
-        appendUnknown(fields, &atom.fields);
-    }
-    return atom;
-}
-
-StreamedAtom catalogueAtom(const atoms::Atom& message) {
-    std::vector<const FieldDescriptor*> set;
-    message.GetReflection()->ListFields(message, &set);
-    if (set.empty()) return unknownAtom(message.GetReflection()->GetUnknownFields(message));
-
-    StreamedAtom atom;
-    atom.id = set.front()->number();
-    const Message& fields = message.GetReflection()->GetMessage(message, set.front());
-    fields.GetReflection()->ListFields(fields, &set);
-    for (const FieldDescriptor* field : set) atom.fields.push_back(catalogueValue(fields, *field));
-    appendUnknown(fields.GetReflection()->GetUnknownFields(fields), &atom.fields);
-    return atom;
-}
-
 }  // namespace
 
 std::string shellFrame(const std::vector<StreamedAtom>& atoms, bool withUids) {
@@ -146,7 +79,10 @@ std::optional<std::vector<StreamedAtom>> parseShellData(std::string_view message
     if (!data.ParseFromArray(message.data(), static_cast<int>(message.size()))) return std::nullopt;
     std::vector<StreamedAtom> result;
     for (int i = 0; i < data.atom_size(); ++i) {
-        StreamedAtom atom = catalogueAtom(data.atom(i));
+        AtomMessage read = readAtomMessage(data.atom(i));
+        StreamedAtom atom;
+        atom.id = read.id;
+        for (auto& field : read.fields) atom.fields.push_back(std::move(field.second));
         if (i < data.elapsed_timestamp_nanos_size()) {
             atom.timestampNs = data.elapsed_timestamp_nanos(i);
         }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
-#include <numeric>
 #include <regex>
 #include <sstream>
 #include <vector>
@@ -20,8 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr size_t kPropertyValueBytes = 91;
-// A reply carries two bytes a character; in a device, 520,100 of them arrived and 520,150 did not.
-constexpr size_t kNodeBytes = 520000;
 
 std::string join(const std::set<std::string>& words) {
     std::string joined;
@@ -132,43 +129,10 @@ std::string checkUsageRecord(const std::string& line, const ProfileNames&) {
     return quoted(line) + " is neither '!nontext' nor '!fail'";
 }
 
-/** How many characters have to be put in, left out or replaced to make one word of the other. */
-size_t distance(const std::string& one, const std::string& other) {
-    std::vector<size_t> row(other.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < one.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (size_t j = 0; j < other.size(); ++j) {
-            const size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
-std::string checkKey(const std::string& key, const ProfileNames& names) {
-    if (names.nodeKeys.count(key) != 0) return "";
-    const auto nearest = std::min_element(names.nodeKeys.begin(), names.nodeKeys.end(),
-                                          [&](const auto& one, const auto& other) {
-                                              return distance(key, one) < distance(key, other);
-                                          });
-    return "no atom reads the key " + quoted(key) +
-           (nearest == names.nodeKeys.end() ? "" : " (the nearest is " + *nearest + ")");
-}
-
-std::string checkScenario(const std::string& text, const ProfileNames& names) {
-    const auto parsed = Scenario::parse(text);
-    if (const auto* const fault = std::get_if<std::string>(&parsed)) return *fault;
-    const auto& scenario = std::get<Scenario>(parsed);
-    const std::string folder = std::string(profile::kNodes) + "/";
-    for (const auto& [target, value] : scenario.at(scenario.end())) {
-        if (!startsWith(target.file, folder)) continue;
-        const std::string fault = checkKey(target.file.substr(folder.size()), names);
-        if (!fault.empty()) return fault;
-    }
-    return "";
+std::string checkScenario(const std::string& text) {
+    const auto scenario = Scenario::parse(text);
+    const auto* const fault = std::get_if<std::string>(&scenario);
+    return fault == nullptr ? "" : *fault;
 }
 
 /** How a file is checked: by lines, by `key=value` lines (each key once), as a whole, or not at all. */
@@ -176,7 +140,7 @@ struct TextFile {
     const char* name;
     std::string (*line)(const std::string&, const ProfileNames&);
     std::string (*pair)(const std::string&, const std::string&, const ProfileNames&);
-    std::string (*text)(const std::string&, const ProfileNames&);
+    std::string (*text)(const std::string&);
 };
 
 constexpr TextFile kFiles[] = {
@@ -228,7 +192,7 @@ std::string checkFile(const fs::path& path, const TextFile& file, const ProfileN
     const auto text = readProfileFile(path);
     if (!text) return path.string() + ": is unreadable";
     if (file.text != nullptr) {
-        const std::string reason = file.text(*text, names);
+        const std::string reason = file.text(*text);
         return reason.empty() ? "" : path.string() + ": " + reason;
     }
     if (file.line == nullptr && file.pair == nullptr) return "";
@@ -250,7 +214,7 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
     return paths;
 }
 
-std::string checkNodes(const fs::path& folder, const ProfileNames& names) {
+std::string checkNodes(const fs::path& folder) {
     const std::regex kName("([A-Za-z0-9_-]+)(\\.([1-9][0-9]{0,8}))?");
     for (const fs::path& path : entriesOf(folder)) {
         std::smatch parts;
@@ -259,15 +223,9 @@ std::string checkNodes(const fs::path& folder, const ProfileNames& names) {
             return path.string() + ": is no key, nor KEY.N with N from 1";
         }
         if (!fs::is_regular_file(path)) return path.string() + ": is no file";
-        if (fs::file_size(path) > kNodeBytes) {
-            return path.string() + ": is larger than the " + std::to_string(kNodeBytes) +
-                   " bytes that a reply can carry";
-        }
-        const std::string key = parts[1];
-        const std::string fault = checkKey(key, names);
-        if (!fault.empty()) return path.string() + ": " + fault;
         if (!parts[3].matched) continue;
         const int step = std::stoi(parts[3]);
+        const std::string key = parts[1];
         const std::string before = step == 1 ? key : key + "." + std::to_string(step - 1);
         if (!fs::exists(folder / before)) {
             return path.string() + ": there is no " + before + " before it";
@@ -294,7 +252,7 @@ std::string checkEntry(const fs::path& path, const ProfileNames& names) {
     const std::string name = path.filename();
     if (name == profile::kNodes || name == profile::kRoot) {
         if (!fs::is_directory(path)) return path.string() + ": is no folder";
-        return name == profile::kNodes ? checkNodes(path, names) : checkRoot(path);
+        return name == profile::kNodes ? checkNodes(path) : checkRoot(path);
     }
     // A profile may have further scenarios, "scenario.NAME".
     const std::string kind = startsWith(name, "scenario.") ? profile::kScenario : name;

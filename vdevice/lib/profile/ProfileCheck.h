@@ -10,8 +10,6 @@ struct ProfileNames {
     /** Services, by the name in the rc file or in binder. */
     std::set<std::string> services;
     std::set<std::string> chargerMethods;
-    /** Keys of nodes that an atom reads. */
-    std::set<std::string> nodeKeys;
 };
 
 /**

@@ -21,6 +21,8 @@ using Control = std::shared_ptr<aidl::zstats::vdevice::IStatsdControl>;
 /** The parsed command line after the command. */
 struct Words {
     bool json = false;
+    bool units = false;
+    bool schema = false;
     bool settle = false;
     bool fresh = false;
     bool parallel = false;
@@ -32,7 +34,8 @@ struct Words {
     std::optional<int> count;
     std::optional<int> threads;
     std::optional<int> pauseMs;
-    std::string file;  // "-" is standard output
+    std::optional<int> above;        // percent
+    std::vector<std::string> files;  // "-" is standard input or output
     std::vector<int32_t> ids;
 };
 
@@ -57,5 +60,9 @@ int explainCommand(const Words& words);
 int subscribeCommand(const Words& words);
 int traceCommand(const Words& words);
 int watchCommand(const Words& words);
+int reportCommand(const Words& words);
+/** Status 0 if the recordings are alike, 1 if not, kExitUsage if one cannot be read. */
+int diffCommand(const Words& words);
+int atomsCommand(const Words& words);
 
 }  // namespace zstats::vdevice

@@ -1,28 +1,56 @@
 #include <cstdio>
+#include <optional>
 
-#include "vdevice/lib/atoms/AtomJson.h"
 #include "vdevice/lib/atoms/AtomText.h"
+#include "vdevice/tools/statsctl/DeviceHeader.h"
 #include "vdevice/tools/statsctl/Stream.h"
 
 namespace zstats::vdevice {
 namespace {
 
-void print(const StreamedAtom& atom, bool json) {
-    if (json) {
-        puts(jsonEvent(atom.id, atom.fields).c_str());
-    } else {
-        printf("%d  %s  %s\n", atom.id, atomInfo(atom.id).name.c_str(),
-               eventText(atom.id, atom.fields).c_str());
+/** Prints a recording in JSON: its header before the first event, and each event with its times. */
+class JsonPrinter {
+  public:
+    explicit JsonPrinter(bool units) : mUnits(units) {}
+
+    void print(const StreamedAtom& atom) {
+        if (!mHeader) {
+            mHeader = deviceHeader("subscribe");
+            puts(jsonHeader(*mHeader).c_str());
+        }
+        RecordedEvent event;
+        event.id = atom.id;
+        event.elapsedNs = atom.timestampNs;
+        event.wallNs = mHeader->wallNs - mHeader->elapsedNs + atom.timestampNs;
+        int number = 0;
+        for (const AtomValue& value : atom.fields) event.fields.emplace(++number, value);
+        puts(jsonRecorded(event, mHeader->bootId, mUnits).c_str());
     }
+
+  private:
+    const bool mUnits;
+    std::optional<RecordingHeader> mHeader;
+};
+
+void printText(const StreamedAtom& atom) {
+    printf("%d  %s  %s\n", atom.id, atomInfo(atom.id).name.c_str(),
+           eventText(atom.id, atom.fields).c_str());
 }
 
 }  // namespace
 
 int subscribeCommand(const Words& words) {
     int printed = 0;
+    JsonPrinter json(words.units);
     StreamUser user;
     user.message = [&](const std::vector<StreamedAtom>& atoms) {
-        for (const StreamedAtom& atom : atoms) print(atom, words.json);
+        for (const StreamedAtom& atom : atoms) {
+            if (words.json) {
+                json.print(atom);
+            } else {
+                printText(atom);
+            }
+        }
         printed += static_cast<int>(atoms.size());
         return !words.count || printed < *words.count;
     };

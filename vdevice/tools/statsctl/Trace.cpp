@@ -23,9 +23,9 @@ unique_fd openTrace(const std::string& path) {
 }  // namespace
 
 int traceCommand(const Words& words) {
-    const unique_fd file = openTrace(words.file);
+    const unique_fd file = openTrace(words.files[0]);
     if (file < 0) {
-        fprintf(stderr, "statsctl: %s: %s\n", words.file.c_str(), strerror(errno));
+        fprintf(stderr, "statsctl: %s: %s\n", words.files[0].c_str(), strerror(errno));
         return kExitFailed;
     }
     int writeError = 0;
@@ -48,7 +48,7 @@ int traceCommand(const Words& words) {
     endFollowingOnSignal();
     const int status = followStream(subscription, user);
     if (writeError == 0) return status;
-    fprintf(stderr, "statsctl: %s: %s\n", words.file.c_str(), strerror(writeError));
+    fprintf(stderr, "statsctl: %s: %s\n", words.files[0].c_str(), strerror(writeError));
     return kExitFailed;
 }
 

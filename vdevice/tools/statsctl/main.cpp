@@ -25,7 +25,7 @@ struct Command {
     int (*run)(const Words& words);
     Ids ids;
     const char* usage;
-    bool takesFile = false;  // its first word is a file's name
+    size_t files = 0;  // how many of its first words are names of files
 };
 
 constexpr Command kCommands[] = {
@@ -36,13 +36,19 @@ constexpr Command kCommands[] = {
         {"pushed", pushedCommand, Ids::kNone, "[--json]"},
         {"explain", explainCommand, Ids::kOnePulled, "ID"},
         {"subscribe", subscribeCommand, Ids::kSome,
-         "[--json] [--uid N] [--for SECONDS] [--count N] [--stall] [--any] ID..."},
-        {"trace", traceCommand, Ids::kAny, "[--for SECONDS] FILE [ID...]", true},
+         "[--json] [--units] [--uid N] [--for SECONDS] [--count N] [--stall] [--any] ID..."},
+        {"trace", traceCommand, Ids::kAny, "[--for SECONDS] FILE [ID...]", 1},
         {"watch", watchCommand, Ids::kAny, "[--for SECONDS] [ID...]"},
+        {"report", reportCommand, Ids::kNone, "[--json] [--units] FILE", 1},
+        {"diff", diffCommand, Ids::kNone, "[--above PERCENT] FILE FILE", 2},
+        {"atoms", atomsCommand, Ids::kNone, "[--json|--schema]"},
 };
 
 constexpr char kOptions[] =
-        "  --json          one line of JSON an event\n"
+        "  --json          one line of JSON an event, or an atom\n"
+        "  --units         gives the lines of JSON the fields' units\n"
+        "  --schema        the JSON Schema of such lines\n"
+        "  --above PERCENT leaves out what moved by less\n"
         "  --fresh         waits until the cool-down is over\n"
         "  --settle        waits for registrations, and pulls twice what counts from the pull "
         "before\n"
@@ -80,18 +86,15 @@ void addOptions(const Command& command, CommandLine* line, Words* words) {
                std::string_view::npos;
     };
     const std::pair<const char*, bool*> flags[] = {
-            {"json", &words->json},   {"settle", &words->settle},
-            {"fresh", &words->fresh}, {"parallel", &words->parallel},
-            {"stall", &words->stall}, {"wait", &words->wait},
-            {"any", &words->any}};
+            {"json", &words->json},         {"settle", &words->settle}, {"fresh", &words->fresh},
+            {"parallel", &words->parallel}, {"stall", &words->stall},   {"wait", &words->wait},
+            {"any", &words->any},           {"units", &words->units},   {"schema", &words->schema}};
     for (const auto& [name, target] : flags) {
         if (has(name)) line->flag(name, target);
     }
-    const std::pair<const char*, std::optional<int>*> numbers[] = {{"uid", &words->uid},
-                                                                   {"for", &words->seconds},
-                                                                   {"count", &words->count},
-                                                                   {"threads", &words->threads},
-                                                                   {"pause", &words->pauseMs}};
+    const std::pair<const char*, std::optional<int>*> numbers[] = {
+            {"uid", &words->uid},         {"for", &words->seconds},   {"count", &words->count},
+            {"threads", &words->threads}, {"pause", &words->pauseMs}, {"above", &words->above}};
     for (const auto& [name, target] : numbers) {
         if (has(name)) line->number(name, target, 0, INT_MAX);
     }
@@ -122,10 +125,10 @@ int run(const Command& command, int argc, char** argv) {
     addOptions(command, &line, &words);
     if (const auto ended = line.read(argc, argv, &others)) return *ended;
     auto word = others.begin();
-    if (command.takesFile) {
-        if (word == others.end()) return line.complain("wants FILE, or -");
-        words.file = *word++;
+    if (others.size() < command.files) {
+        return line.complain(command.files == 1 ? "wants FILE, or -" : "wants two files");
     }
+    for (size_t i = 0; i < command.files; ++i) words.files.push_back(*word++);
     for (; word != others.end(); ++word) {
         const auto id = parseInt(*word);
         if (!id) return line.complain("not an atom id: '" + *word + "'");
