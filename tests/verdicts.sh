@@ -46,7 +46,7 @@ run_gtest() {
 # run_python SECONDS LOG PROGRAM: each method counts.
 run_python() {
     local limit=$1 log=$2 program=$3 status=0 good bad running
-    within "$limit" python3 -B "$program" -v >"$log" 2>&1 </dev/null || status=$?
+    within "$limit" /usr/bin/python3 -B "$program" -v >"$log" 2>&1 </dev/null || status=$?
     good=$(grep -c ' \.\.\. ok$' "$log" || true)
     bad=$(grep -c -E ' \.\.\. (FAIL|ERROR)$' "$log" || true)
     running=$(sed -n '$s/^\(test_[^ ]*\) .* \.\.\. *$/\1/p' "$log")

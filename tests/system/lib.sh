@@ -51,6 +51,9 @@ last_line() { logcat -d | sed -n "s/^[-0-9]* [.:0-9]* *[0-9]* *[0-9]* *[0-9]* \(
 # Pulls as JSON that ask the daemon, once the cool-down of the pull before is over.
 pull() { statsctl pull --json --fresh "$@"; }
 
+# The events of a recording, as a pull prints them.
+without_times() { sed 's/,"elapsed_ns":[0-9]*,"time":"[^"]*","boot_id":"[^"]*"//'; }
+
 # Registrations of processes that live.
 registered() { statsctl registrations 2>/dev/null | tail -n +2 | grep -vc 'has died'; }
 all_registered() { [ "$(registered)" -eq "$ATOMS" ]; }

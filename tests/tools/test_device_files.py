@@ -45,8 +45,7 @@ class ProfileCheckTest(unittest.TestCase):
         for files in (
                 {"build.prop": "# a phone\n\nro.hardware=qcom\npersist.a=\nro.b=x=y\n"},
                 {"build.prop": "a=" + 91 * "x"},
-                {"nodes/cpu_core": b"\0\xff", "nodes/cpu_core.1": "", "nodes/cpu_core.2": ""},
-                {"nodes/cpu_core": 520000 * "x"},
+                {"nodes/a": b"\0\xff", "nodes/a.1": "", "nodes/a.2": ""},
                 {"charger": "getPsyBatteryCC=fail\ngetUIsohValue=-2147483648\n"},
                 {"absent": "stats\nmanager\n"},
                 {"features": "feature=a.b off\nbpf=unsupported\nbpf_connect=-5\n"},
@@ -55,7 +54,7 @@ class ProfileCheckTest(unittest.TestCase):
                 {"thermal": "41.5\n-3\n.5\n"},
                 {"audio": "any=text", "uah": "a,b\n!nontext\n", "touch": "\0"},
                 {"audio": "status=-38"},
-                {"scenario": "at 0 s\n node cpu_core 1\n", "scenario.b": ""},
+                {"scenario": "at 0 s\n node a 1\n", "scenario.b": ""},
                 {"root/proc/meminfo": ""}):
             self._check("", files)
 
@@ -72,17 +71,8 @@ class ProfileCheckTest(unittest.TestCase):
                 ("build.prop:1: is not UTF-8 text", {"build.prop": b"a=\xff"}),
                 ("build.prop:1: holds a NUL character", {"build.prop": "a=\0"}),
                 ("nodes/a b: is no key, nor KEY.N with N from 1", {"nodes/a b": ""}),
-                ("nodes/cpu_core.1: there is no cpu_core before it", {"nodes/cpu_core.1": ""}),
-                ("nodes/cpu_core.2: there is no cpu_core.1 before it",
-                 {"nodes/cpu_core": "", "nodes/cpu_core.2": ""}),
-                ("nodes/batery_level: no atom reads the key 'batery_level' (the nearest is "
-                 "battery_level)", {"nodes/batery_level": "", "nodes/cpu_core": ""}),
-                ("nodes/gpu_freq_time_qcom.1: no atom reads the key 'gpu_freq_time_qcom' (the "
-                 "nearest is gpu_freq_time_qual)", {"nodes/gpu_freq_time_qcom.1": ""}),
-                ("scenario: no atom reads the key 'cpu_cores' (the nearest is cpu_core)",
-                 {"scenario": "at 0 s\n node cpu_cores 1\n"}),
-                ("nodes/cpu_core: is larger than the 520000 bytes that a reply can carry",
-                 {"nodes/cpu_core": 520001 * "x"}),
+                ("nodes/a.1: there is no a before it", {"nodes/a.1": ""}),
+                ("nodes/a.2: there is no a.1 before it", {"nodes/a": "", "nodes/a.2": ""}),
                 ("nodes: is no folder", {"nodes": ""}),
                 ("charger: is no file", {"charger/x": ""}),
                 ("charger:1: the charger has no method 'getNothing'", {"charger": "getNothing=1"}),
