@@ -5,6 +5,7 @@
 #include "daemon/base/Arithmetic.h"
 #include "daemon/base/Log.h"
 #include "sources/ServiceLookup.h"
+#include "sources/ServiceWire.h"
 
 namespace zstats {
 
@@ -15,11 +16,6 @@ using android::status_t;
 using android::String16;
 
 namespace {
-
-// Transactions of the service.
-constexpr uint32_t kGetStatus = 4;
-constexpr uint32_t kGetShellTemperatures = 21;
-constexpr uint32_t kGetAmbientTemperature = 25;
 
 // Both words in front of the shell temperatures have to be above this. What they mean is not known.
 constexpr int32_t kSizeWordLimit = 3;
@@ -56,8 +52,8 @@ int readShellTemperatures(const Parcel& reply, bool board, std::vector<int>& out
 }  // namespace
 
 ThermalReader::ThermalReader()
-      : mServiceName("calda"),
-        mDescriptor("com.norda.calda.ICaldaService"),
+      : mServiceName(kCaldaService),
+        mDescriptor(kCaldaDescriptor),
         mDeathRecipient(new ThermalDeathRecipient(this)) {
     getCaldaService();
 }
@@ -114,7 +110,7 @@ int ThermalReader::getThermalStatus(int& status) {
     Parcel reply;
     const sp<IBinder> binder = beginQuery(data);
     if (binder == nullptr) return -1;
-    if (transactLogged(binder, kGetStatus, data, &reply) != android::OK) return -1;
+    if (transactLogged(binder, kCaldaStatus, data, &reply) != android::OK) return -1;
     const int32_t exception = reply.readInt32();
     if (exception != 0) {
         ZLOG(ERROR, "ThermalReader transact reply exception: %d", exception);
@@ -134,10 +130,10 @@ int ThermalReader::getTemperatureInMilliCelsius(TemperatureType type, std::vecto
     switch (type) {
         case BOARD:
         case SHELL:
-            transactLogged(binder, kGetShellTemperatures, data, &reply);
+            transactLogged(binder, kCaldaShellTemperatures, data, &reply);
             return readShellTemperatures(reply, type == BOARD, out);
         case AMBIENT:
-            transactLogged(binder, kGetAmbientTemperature, data, &reply);
+            transactLogged(binder, kCaldaAmbient, data, &reply);
             out.push_back(wrap32(int64_t{reply.readInt32()} * 1000));
             return 0;
         default:

@@ -8,6 +8,7 @@
 #include "daemon/base/Arithmetic.h"
 #include "daemon/base/Log.h"
 #include "sources/ServiceLookup.h"
+#include "sources/ServiceWire.h"
 
 namespace zstats {
 
@@ -15,13 +16,11 @@ using android::Parcel;
 
 namespace {
 
-constexpr uint32_t kMonitorCode = 129;
-
 // Current platforms deprecate C strings in parcels; the audio service reads and writes them.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 void writeRequest(Parcel& request) {
-    request.writeCString("PAPowerMonitorResult");
+    request.writeCString(kAudioMonitorRequest);
 }
 
 const char* readReply(const Parcel& reply) {
@@ -33,7 +32,7 @@ const char* readReply(const Parcel& reply) {
 }  // namespace
 
 std::optional<std::string> readAmplifierMonitor() {
-    const android::sp<android::IBinder> service = lookUpService("audio").binder;
+    const android::sp<android::IBinder> service = lookUpService(kAudioService).binder;
     if (service == nullptr) {
         ZLOG(ERROR, "Cannot connect to service: audio");
         return std::nullopt;
@@ -41,7 +40,7 @@ std::optional<std::string> readAmplifierMonitor() {
     Parcel request;
     Parcel reply;
     writeRequest(request);
-    const android::status_t status = service->transact(kMonitorCode, request, &reply, 0);
+    const android::status_t status = service->transact(kAudioMonitorCode, request, &reply, 0);
     if (status != android::OK) {
         ZLOG(ERROR, "Error invoking remote service: %s\n", strerror(wrap32(-int64_t{status})));
         return std::nullopt;

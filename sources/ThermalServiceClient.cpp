@@ -5,22 +5,17 @@
 
 #include "daemon/base/Log.h"
 #include "sources/ServiceLookup.h"
+#include "sources/ServiceWire.h"
 
 namespace zstats {
 
 using android::sp;
 using android::os::IThermalService;
 
-namespace {
-
-constexpr int32_t kCpuTemperatureType = 0;
-
-}  // namespace
-
 sp<IThermalService> getThermalService(AtomicSp<IThermalService>& cache) {
     sp<IThermalService> service = cache.load();
     if (service != nullptr) return service;
-    const sp<android::IBinder> binder = lookUpService("thermalservice").binder;
+    const sp<android::IBinder> binder = lookUpService(kThermalService).binder;
     if (binder == nullptr) {
         ZLOG(ERROR, "get thermalservice failed");
         return nullptr;

@@ -6,16 +6,9 @@
 #include <cstdint>
 
 #include "sources/ServiceLookup.h"
+#include "sources/ServiceWire.h"
 
 namespace zstats {
-
-namespace {
-
-constexpr char kTouchService[] = "vendor.norda.hardware.touch.INordaTouch/default";
-constexpr int32_t kTouchDevice = 0;
-constexpr int32_t kRefreshRateNode = 26;
-
-}  // namespace
 
 android::sp<INordaTouch> getTouchService(AtomicSp<INordaTouch>& cache) {
     android::sp<INordaTouch> touch = cache.load();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <aidl/ChargerMethods.h>
 #include <aidl/vendor/norda/hardware/charger/BnCharger.h>
 #include <aidl/vendor/norda/hardware/handlefactory/BnHandleFactory.h>
 #include <binder/Binder.h>
@@ -16,7 +17,6 @@
 
 #include "tests/support/Guarded.h"
 #include "tests/support/PublishedFake.h"
-#include "vdevice/lib/sources/ChargerMethods.h"
 
 namespace zstats {
 

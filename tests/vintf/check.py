@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Checks vintf/zstats_pullerd.xml: it names each HAL of aidl/vendor once, as optional, by the name
-under which the daemon looks it up, and nothing else."""
+under which the daemon looks it up, in all its frozen versions, and nothing else."""
 
 import glob
 import os
@@ -23,6 +23,14 @@ def hals_of_matrix():
             for instance in interface.iter("instance")]
 
 
+def versions(path):
+    """The frozen versions of an interface's file, as the matrix writes them."""
+    last = max(int(folder.split("/")[-2]) for folder in
+               glob.glob(os.path.join(ROOT, "aidl_api/*/[0-9]*/"))
+               if os.path.exists(os.path.join(folder, os.path.relpath(path, os.path.join(ROOT, "aidl")))))
+    return "1" if last == 1 else "1-%d" % last
+
+
 def hals_of_interfaces():
     """The same of each interface that a vendor defines and the daemon calls."""
     found = []
@@ -32,7 +40,7 @@ def hals_of_interfaces():
         interface = re.search(r"^(?:oneway )?interface (\w+)", text, re.MULTILINE)
         if interface:
             package = re.search(r"^package ([\w.]+);", text, re.MULTILINE)[1]
-            found.append((package, "1", interface[1], "default", "true", "aidl"))
+            found.append((package, versions(path), interface[1], "default", "true", "aidl"))
     return found
 
 
@@ -40,7 +48,8 @@ def main():
     stated, wanted = sorted(hals_of_matrix()), sorted(hals_of_interfaces())
     for hal in wanted:
         if hal not in stated:
-            print("%s lacks %s" % (_MATRIX, " ".join(hal)), file=sys.stderr)
+            print("%s lacks %s (tools/freeze-aidl writes a version)" % (_MATRIX, " ".join(hal)),
+                  file=sys.stderr)
     for hal in stated:
         if stated.count(hal) > 1 or hal not in wanted:
             print("%s names %s" % (_MATRIX, " ".join(map(str, hal))), file=sys.stderr)

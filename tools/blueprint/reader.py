@@ -17,7 +17,7 @@ COMMON = {"name", "defaults", "device_supported", "host_supported", "system_ext_
           "visibility"}
 CC = COMMON | {
     "aidl.export_aidl_headers", "aidl.local_include_dirs", "cflags", "cpp_std", "exclude_srcs",
-    "ldflags", "local_include_dirs", "proto.canonical_path_from_root",
+    "generated_headers", "ldflags", "local_include_dirs", "proto.canonical_path_from_root",
     "proto.export_proto_headers", "proto.type", "sanitize.cfi", "sanitize.integer_overflow",
     "sanitize.misc_undefined", "shared_libs", "srcs", "static_libs"}
 TARGETS = {f"target.{system}.{key}" for system in ("android", "host")
@@ -35,6 +35,7 @@ PROPERTIES = {
     "cc_library_static": CC | TARGETS,
     "cc_test": CC | TARGETS | TESTS,
     "filegroup": {"name", "path", "srcs"},
+    "genrule": {"name", "cmd", "out", "srcs", "tool_files"},
     "soong_config_module_type": {"name", "bool_variables", "config_namespace", "module_type",
                                  "properties"},
 }

@@ -1,4 +1,4 @@
-#include "tests/support/AtomTest.h"
+#include "tests/support/ChargerRows.h"
 
 namespace zstats {
 namespace {
@@ -7,6 +7,23 @@ class BatteryAtomsTest : public AtomTest {
   protected:
     FakeCharger charger;
 };
+
+using BatteryChargerAtomsTest = ChargerRowsTest;
+
+TEST_F(BatteryChargerAtomsTest, carryWhatTheirCallsAnswer) {
+    set({{"battery_typical_capacity", "20"}});
+    expectChargerRows({
+            {150008, "BatteryHealth", {"getUIsohValue"}, "[11]", 528, 534},
+            {150009, "BatteryCycleCount", {"getPsyBatteryCC"}, "[11]", 547, 553},
+            {150010, "BatteryVoltageNow", {"getBatteryVoltageNow"}, "[11]", 566, 572},
+            {150011, "BatteryCurrentNow", {"getPsyBatteryCurrentNow"}, "[11]", 585, 591},
+            {150022, "BatteryFullChargedCapacity", {"getPsyBatteryFcc"}, "[11]", 604, 610},
+            {150025, "BatteryPassedChg", {"getPsyBatteryPchg"}, "[11]", 662, 668},
+            {150026, "BatteryPchgResetCount", {"getPsyBatteryPchgResetCount"}, "[11]", 681, 687},
+            {150030, "BatteryTemperature", {"getPsyBatteryTemp"}, "[1, 1100]", 921, 927},
+            {150138, "BatteryCapacityLossRatio", {"getPsyBatteryFcc"}, "[20, 11, 45]", 1378, 1384},
+    });
+}
 
 /** The line that is written at every level. */
 std::string levels(const std::string& real, const std::string& ui) {

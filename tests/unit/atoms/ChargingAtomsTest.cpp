@@ -1,9 +1,9 @@
-#include "tests/support/AtomTest.h"
+#include "tests/support/ChargerRows.h"
 
 namespace zstats {
 namespace {
 
-using ChargingAtomsTest = AtomTest;
+using ChargingAtomsTest = ChargerRowsTest;
 
 TEST_F(ChargingAtomsTest, carryTheirNodes) {
     constexpr char kAc[] = "power_supply_ac_online";
@@ -23,6 +23,13 @@ TEST_F(ChargingAtomsTest, carryTheirNodes) {
              {kRefused, emptyNode(kAc), kRefused, emptyNode(kUsb), kRefused, emptyNode(kPort),
               "[0]"}},
     });
+}
+
+TEST_F(ChargingAtomsTest, carryWhatTheirCallsAnswer) {
+    const std::vector<std::string> state = {"getPsyChargeTech", "getPsyFastChgType"};
+    const std::vector<std::string> input = {"getPsyInputCurrent", "getUsbInputCurrentNow"};
+    expectChargerRows({{150007, "ChargeState", state, "[11, 11]", 503, 513},
+                       {150023, "UsbInputCurrentNow", input, "[11]", 623, 631}});
 }
 
 TEST_F(ChargingAtomsTest, inputCurrentIsTheChargersOwnUnlessItIsZero) {

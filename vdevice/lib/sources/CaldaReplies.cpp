@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 
 namespace zstats::vdevice {
@@ -50,7 +51,7 @@ std::optional<CaldaReply> caldaReply(std::string_view text, uint32_t code) {
     switch (code) {
         case kCaldaStatus:
             return statusReply(values);
-        case kCaldaAllTemperatures:
+        case kCaldaShellTemperatures:
             return vectorReply(values);
         case kCaldaAmbient:
             return ambientReply(values);

@@ -7,9 +7,6 @@
 
 namespace zstats::vdevice {
 
-/** Transaction codes of the maker's thermal service. */
-enum CaldaCode : uint32_t { kCaldaStatus = 4, kCaldaAllTemperatures = 21, kCaldaAmbient = 25 };
-
 /** What the thermal service answers: a transport status, or the int32 words of its reply. */
 struct CaldaReply {
     int32_t transport = 0;

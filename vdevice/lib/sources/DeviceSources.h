@@ -20,14 +20,6 @@ struct Reading {
     std::string text;
 };
 
-inline constexpr char kCaldaService[] = "calda";
-inline constexpr char kThermalService[] = "thermalservice";
-inline constexpr char kAudioService[] = "audio";
-inline constexpr char kTouchService[] = "vendor.norda.hardware.touch.INordaTouch/default";
-/** Instance names of the two NDK services. */
-std::string handleFactoryService();
-std::string chargerService();
-
 bool serviceIsThere(const std::string& name);
 
 /** Content behind a handle key, byte for byte. */
@@ -42,7 +34,7 @@ Reading readChargerMethod(const std::string& method);
 Reading readTouch();
 
 /** The reply to one of the thermal service's codes; nothing when the service is not there. */
-std::optional<CaldaReply> callCalda(CaldaCode code);
+std::optional<CaldaReply> callCalda(uint32_t code);
 
 /** CPU temperatures in degrees Celsius; nothing when the service is not there or refuses. */
 std::optional<std::vector<float>> readCpuTemperatures();

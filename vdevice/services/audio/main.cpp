@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 
@@ -16,9 +17,6 @@ namespace {
 using android::Parcel;
 using android::status_t;
 
-constexpr uint32_t kMonitorResult = 129;
-constexpr char kMonitorName[] = "PAPowerMonitorResult";
-
 // readCString is deprecated, but the daemon sends a C string.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -26,9 +24,10 @@ constexpr char kMonitorName[] = "PAPowerMonitorResult";
 class Audio : public android::BBinder {
   protected:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
-        if (code != kMonitorResult) return BBinder::onTransact(code, data, reply, flags);
+        if (code != zstats::kAudioMonitorCode) return BBinder::onTransact(code, data, reply, flags);
         const char* name = data.readCString();
-        if (name == nullptr || strcmp(name, kMonitorName) != 0) return android::BAD_VALUE;
+        if (name == nullptr || strcmp(name, zstats::kAudioMonitorRequest) != 0)
+            return android::BAD_VALUE;
         return answer(reply);
     }
 
@@ -52,6 +51,6 @@ class Audio : public android::BBinder {
 }  // namespace
 
 int main() {
-    publishOrDie("audio", android::sp<android::IBinder>(new Audio));
+    publishOrDie(zstats::kAudioService, android::sp<android::IBinder>(new Audio));
     return serveBinderCalls();
 }

@@ -3,6 +3,7 @@
 #include <binder/Binder.h>
 #include <binder/Parcel.h>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/sources/CaldaReplies.h"
@@ -33,12 +34,12 @@ class Calda : public android::BBinder {
     }
 
   private:
-    const String16 mDescriptor{"com.norda.calda.ICaldaService"};
+    const String16 mDescriptor{zstats::kCaldaDescriptor};
 };
 
 }  // namespace
 
 int main() {
-    publishOrDie("calda", android::sp<android::IBinder>(new Calda));
+    publishOrDie(zstats::kCaldaService, android::sp<android::IBinder>(new Calda));
     return serveBinderCalls();
 }

@@ -1,10 +1,11 @@
-// The virtual device's charger: each getter answers with its line of the profile's file "charger".
+// The virtual device's charger: each method that answers with a number does so with its line of the
+// profile's file "charger".
 
+#include <aidl/ChargerMethods.h>
 #include <aidl/vendor/norda/hardware/charger/BnCharger.h>
 
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
-#include "vdevice/lib/sources/ChargerMethods.h"
 
 using namespace zstats::vdevice;
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 
@@ -19,8 +20,6 @@ using android::os::IThermalEventListener;
 using android::os::IThermalStatusListener;
 using android::os::Temperature;
 
-constexpr int32_t kCpu = 0;
-
 Status unsupported() {
     return Status::fromExceptionCode(Status::EX_UNSUPPORTED_OPERATION);
 }
@@ -30,7 +29,7 @@ std::vector<Temperature> cpuTemperatures() {
     const auto text = readProfileFile(profilePath(profile::kThermal));
     for (const std::string& line : profileLines(text.value_or(""))) {
         const std::string name = "CPU" + std::to_string(temperatures.size());
-        temperatures.emplace_back(strtof(line.c_str(), nullptr), kCpu,
+        temperatures.emplace_back(strtof(line.c_str(), nullptr), zstats::kCpuTemperatureType,
                                   android::String16(name.c_str()), 0);
     }
     return temperatures;
@@ -53,7 +52,7 @@ class ThermalService : public android::os::BnThermalService {
         return Status::ok();
     }
     Status getCurrentTemperaturesWithType(int32_t type, std::vector<Temperature>* list) override {
-        if (type == kCpu) *list = cpuTemperatures();
+        if (type == zstats::kCpuTemperatureType) *list = cpuTemperatures();
         return Status::ok();
     }
     Status registerThermalStatusListener(const sp<IThermalStatusListener>&, bool*) override {
@@ -71,6 +70,6 @@ class ThermalService : public android::os::BnThermalService {
 }  // namespace
 
 int main() {
-    publishOrDie("thermalservice", sp<android::IBinder>(new ThermalService));
+    publishOrDie(zstats::kThermalService, sp<android::IBinder>(new ThermalService));
     return serveBinderCalls();
 }

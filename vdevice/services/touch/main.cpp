@@ -2,9 +2,11 @@
 
 #include <vendor/norda/hardware/touch/BnNordaTouch.h>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 
+using namespace zstats;
 using namespace zstats::vdevice;
 
 namespace {
@@ -12,14 +14,11 @@ namespace {
 using android::String16;
 using android::binder::Status;
 
-constexpr int32_t kDevice = 0;
-constexpr int32_t kRefreshRateNode = 26;
-
 class Touch : public vendor::norda::hardware::touch::BnNordaTouch {
   public:
     Status touchReadNodeFile(int32_t deviceId, int32_t nodeFlag, String16* text) override {
         const auto content = readProfileFile(profilePath(profile::kTouch));
-        if (deviceId != kDevice || nodeFlag != kRefreshRateNode || !content) {
+        if (deviceId != kTouchDevice || nodeFlag != kRefreshRateNode || !content) {
             return Status::fromExceptionCode(Status::EX_ILLEGAL_ARGUMENT);
         }
         *text = String16(content->c_str(), content->size());
@@ -30,7 +29,6 @@ class Touch : public vendor::norda::hardware::touch::BnNordaTouch {
 }  // namespace
 
 int main() {
-    publishOrDie("vendor.norda.hardware.touch.INordaTouch/default",
-                 android::sp<android::IBinder>(new Touch));
+    publishOrDie(kTouchService, android::sp<android::IBinder>(new Touch));
     return serveBinderCalls();
 }

@@ -1,8 +1,4 @@
-#include <aidl/vendor/norda/hardware/charger/ICharger.h>
-#include <aidl/vendor/norda/hardware/handlefactory/IHandleFactory.h>
-#include <android/binder_manager.h>
 #include <android/os/IThermalService.h>
-#include <binder/IServiceManager.h>
 #include <dirent.h>
 #include <fcntl.h>
 #include <glob.h>
@@ -11,37 +7,24 @@
 #include <vendor/norda/hardware/touch/INordaTouch.h>
 
 #include <cstdlib>
-#include <map>
-#include <memory>
 #include <string>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/sources/AtomSources.h"
-#include "vdevice/lib/sources/ChargerMethods.h"
 #include "vdevice/lib/sources/DeviceSources.h"
+#include "vdevice/lib/sources/SourceConnections.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 #include "vendor/include/uah_client.h"
 
 namespace zstats::vdevice {
 namespace {
 
-using aidl::vendor::norda::hardware::charger::ICharger;
 using aidl::vendor::norda::hardware::handlefactory::HandleResult;
-using aidl::vendor::norda::hardware::handlefactory::IHandleFactory;
-using android::IBinder;
 using android::Parcel;
-using android::sp;
 using android::String16;
+using vendor::norda::hardware::touch::INordaTouch;
 
 using Calls = std::vector<BareCall>;
-
-template <typename Interface>
-std::shared_ptr<Interface> findNdk(const std::string& name) {
-    return Interface::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(name.c_str())));
-}
-
-sp<IBinder> find(const char* name) {
-    return android::defaultServiceManager()->checkService(String16(name));
-}
 
 /** Opens, reads to the end, closes. */
 void readFile(const std::string& path) {
@@ -88,22 +71,16 @@ void addFiles(const ValueSource& source, Calls* calls) {
 }
 
 void addCharger(const std::string& method, Calls* calls) {
-    using Getter = ndk::ScopedAStatus (ICharger::*)(int32_t*);
-    static const std::map<std::string, Getter> kGetters = {
-#define ENTRY(name) {#name, &ICharger::name},
-            ZSTATS_CHARGER_METHODS(ENTRY)
-#undef ENTRY
-    };
-    const auto charger = findNdk<ICharger>(chargerService());
+    const auto charger = findCharger();
     if (charger == nullptr) return;
-    calls->push_back([charger, getter = kGetters.at(method)] {
+    calls->push_back([charger, getter = chargerGetter(method)] {
         int32_t value = 0;
         ((*charger).*getter)(&value);
     });
 }
 
 void addKey(const std::string& key, Calls* calls) {
-    const auto factory = findNdk<IHandleFactory>(handleFactoryService());
+    const auto factory = findHandleFactory();
     if (factory == nullptr) return;
     calls->push_back([factory, key] {
         HandleResult result;
@@ -112,31 +89,29 @@ void addKey(const std::string& key, Calls* calls) {
 }
 
 void addCalda(uint32_t code, Calls* calls) {
-    const sp<IBinder> calda = find(kCaldaService);
+    const auto calda = findService(kCaldaService);
     if (calda == nullptr) return;
-    calls->push_back([calda, code, descriptor = String16("com.norda.calda.ICaldaService")] {
-        Parcel data;
+    calls->push_back([calda, code] {
         Parcel reply;
-        data.writeInterfaceToken(descriptor);
-        calda->transact(code, data, &reply);
+        transactCalda(*calda, code, &reply);
     });
 }
 
 void addTouch(Calls* calls) {
-    const auto touch = vendor::norda::hardware::touch::INordaTouch::asInterface(find(kTouchService));
+    const auto touch = INordaTouch::asInterface(findService(kTouchService));
     if (touch == nullptr) return;
     calls->push_back([touch] {
         String16 text;
-        static_cast<void>(touch->touchReadNodeFile(0, 26, &text));
+        static_cast<void>(touch->touchReadNodeFile(kTouchDevice, kRefreshRateNode, &text));
     });
 }
 
 void addThermal(Calls* calls) {
-    const auto thermal = android::os::IThermalService::asInterface(find(kThermalService));
+    const auto thermal = android::os::IThermalService::asInterface(findService(kThermalService));
     if (thermal == nullptr) return;
     calls->push_back([thermal] {
         std::vector<android::os::Temperature> list;
-        static_cast<void>(thermal->getCurrentTemperaturesWithType(0, &list));
+        static_cast<void>(thermal->getCurrentTemperaturesWithType(kCpuTemperatureType, &list));
     });
 }
 

@@ -5,11 +5,13 @@
 #include <memory>
 #include <string>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/atoms/AtomJson.h"
 #include "vdevice/lib/atoms/AtomText.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/sources/AtomSources.h"
 #include "vdevice/lib/sources/DeviceSources.h"
+#include "vdevice/lib/sources/SourceConnections.h"
 #include "vdevice/tools/statsctl/Statsctl.h"
 
 namespace zstats::vdevice {
@@ -33,7 +35,7 @@ std::string show(const Reading& reading) {
 }
 
 Reading readCaldaWords(const std::string& code) {
-    const auto reply = callCalda(static_cast<CaldaCode>(atoi(code.c_str())));
+    const auto reply = callCalda(static_cast<uint32_t>(atoi(code.c_str())));
     if (!reply) return {false, "the service is not there"};
     if (reply->transport != 0) {
         return {false, "the call failed with status " + std::to_string(reply->transport)};

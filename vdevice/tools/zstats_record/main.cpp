@@ -10,14 +10,17 @@
 #include <string_view>
 #include <thread>
 
+#include "sources/ServiceWire.h"
 #include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/sources/AtomSources.h"
 #include "vdevice/lib/sources/DeviceSources.h"
+#include "vdevice/lib/sources/SourceConnections.h"
 #include "vdevice/tools/zstats_record/NodeSamples.h"
 #include "vdevice/tools/zstats_record/Recording.h"
 
+using namespace zstats;
 using namespace zstats::vdevice;
 
 namespace {
@@ -82,7 +85,7 @@ std::string caldaText() {
     if (const auto reply = callCalda(kCaldaAmbient); reply && !reply->words.empty()) {
         text += "ambient=" + std::to_string(reply->words[0]) + "\n";
     }
-    if (const auto reply = callCalda(kCaldaAllTemperatures); reply && reply->transport == 0) {
+    if (const auto reply = callCalda(kCaldaShellTemperatures); reply && reply->transport == 0) {
         std::string words;
         for (int32_t word : reply->words)
             words += (words.empty() ? "" : " ") + std::to_string(word);

@@ -157,7 +157,8 @@ TEST_F(AtomSourcesTest, listsWhatEachHandlerReads) {
             for (auto it = reads.begin(); it != reads.end();) {
                 it = it->second.empty() ? reads.erase(it) : std::next(it);
             }
-            EXPECT_EQ(reads, listed) << entry.tag << " on " << hardware;
+            EXPECT_EQ(reads, listed) << entry.tag << " on " << hardware
+                                     << ": its option (reads) in proto/zstats_atoms.proto";
         }
     }
 }

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "tests/support/AtomTest.h"
+
+namespace zstats {
+
+/** An atom that calls the charger. */
+struct ChargerRow {
+    int32_t tag;
+    std::string handler;
+    std::vector<std::string> methods;
+    const char* event;  // when each method answers 11
+    int noServiceLine, callFailedLine;
+
+    std::string warning(int line, const std::string& text) const {
+        return "W0 handle" + handler + " line " + std::to_string(line) + ", " + text;
+    }
+    std::string callFailed() const {
+        std::string all;
+        for (const std::string& method : methods) all += method + " ";
+        return warning(callFailedLine, all + "failed");
+    }
+};
+
+/** What a charger of a version before its first method answers: it knows the interface's name alone. */
+struct OlderCharger : android::BBinder {
+    const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+    const android::String16 descriptor{"vendor.norda.hardware.charger.ICharger"};
+};
+
+class ChargerRowsTest : public AtomTest {
+  protected:
+    /** Expects each row's answers: without a charger, from an older one, and call by call. */
+    void expectChargerRows(const std::vector<ChargerRow>& rows) {
+        for (const ChargerRow& row : rows) {
+            expectPulls(row.tag,
+                        {"E pullerd:  Get charger service fromBinder fail",
+                         row.warning(row.noServiceLine, "getIChargeService return false")});
+        }
+        const android::sp<android::IBinder> older(new OlderCharger);
+        const auto remote = inprocess::publish(FakeCharger::kName, older);
+        for (const ChargerRow& row : rows) expectPulls(row.tag, {row.callFailed()});
+        remote->die();
+        FakeCharger charger;
+        charger.publishLocal();  // the object itself, so that values arrive beside error statuses
+        for (const ChargerRow& row : rows) expectCalls(row, charger);
+        EXPECT_EQ(charger.calls(), mCalls);
+    }
+
+  private:
+    void expectCalls(const ChargerRow& row, FakeCharger& charger) {
+        const auto expect = [&](const std::string& answer) {
+            expectPulls(row.tag, {answer});
+            // All are made in their order, also behind one that fails, in each of three pulls.
+            for (int i = 0; i < 3; ++i) {
+                mCalls.insert(mCalls.end(), row.methods.begin(), row.methods.end());
+            }
+        };
+        for (const std::string& method : row.methods) charger.set(method, 11);
+        expect(row.event);
+        for (const std::string& method : row.methods) {
+            charger.fail(method);
+            expect(row.callFailed());
+            charger.set(method, 11);
+        }
+    }
+
+    std::vector<std::string> mCalls;
+};
+
+}  // namespace zstats
