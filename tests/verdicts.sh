@@ -4,14 +4,6 @@
 
 passed=0
 failed=0
-readonly KILL_AFTER=10  # s from the limit's SIGTERM to SIGKILL
-
-# within SECONDS COMMAND...: the command's status, or 124 if it took longer.
-within() {
-    local seconds=$1
-    shift
-    timeout --foreground --kill-after="$KILL_AFTER" "$seconds" "$@"
-}
 
 # count NAME LOG LIMIT STATUS GOOD BAD RUNNING: adds up a program's results. A program that failed
 # without a failed test counts as one, and RUNNING, the test that it did not end, is named.

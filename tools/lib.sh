@@ -56,6 +56,14 @@ take_options() {
     done
 }
 
+# within SECONDS COMMAND...: the command's status, or 124 if it took longer. It has ten more seconds to
+# end when it is told to.
+within() {
+    local seconds=$1
+    shift
+    timeout --foreground --kill-after=10 "$seconds" "$@"
+}
+
 # take_lock FILE WHAT: waits until no other script holds FILE. The lock lasts until this script and
 # all programs that it started have ended, so that one which outlives the script still holds it.
 take_lock() {
