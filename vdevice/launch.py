@@ -19,7 +19,7 @@ from vdevice.launcher.device import Device  # noqa: E402
 from vdevice.launcher.progress import Failure, say  # noqa: E402
 
 _DEFAULT_SECONDS = 900
-_SECONDS_AROUND_A_TRACE = 60
+_SECONDS_AROUND_A_TRACE = 600
 _OWN_SCENARIO = "default"
 _STATUS_INTERRUPTED = 130
 

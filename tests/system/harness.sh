@@ -16,10 +16,10 @@ new_crashes() {
 # check_crashes NAME EXPECTED: says which crashes since the last check are unexpected (+) or did not
 # happen (-). Those expected may take a moment to be logged.
 check_crashes() {
-    left=100
+    left=20
     new_crashes >crashes.found
     while [ -n "$(without crashes.found "$2")" ] && [ $left -gt 0 ]; do
-        usleep 100000
+        usleep 500000
         left=$((left - 1))
         new_crashes >crashes.found
     done

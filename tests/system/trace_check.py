@@ -1,19 +1,29 @@
 #!/usr/bin/env python3
 """Holds a recorded trace against the scenario that was played: "ok NAME" or "not ok NAME: reason".
 
-    trace_check.py TRACE SCENARIO PROGRAM      PROGRAM is the scenario player, asked for its values
+    trace_check.py TRACE LOG SCENARIO PROGRAM ATOMS
+
+ATOMS are events of all atoms as JSON; LOG is the device's, in which the scenario's player says when it wrote which second's values; PROGRAM
+is the player, asked for the values. All times are the device's own. How long a pull takes is not
+judged: the order of the pulls, as the trace shows it, says what was read before and after what. Ends
+with status 3, and nothing printed, when the device was too slow to pull each atom a few times.
 """
 
+import bisect
+import json
+import re
 import subprocess
 import sys
 
 import trace_values
 
-# Longest time in s from the moment that the scenario sets a value to that of the event with it: a
-# second of the pull's interval, the pull itself, and a machine that is busy with other work.
-SLACK = 6
 # A value that does not change is written again after this many seconds, at the next pull.
 REPEAT = 10
+PLAYED = re.compile(r" scenario: second (\d+), written from ([\d.]+) s to ([\d.]+) s$")
+LATE = re.compile(r" statsd: late answer to a pull of (\d+) ")
+# A trace with fewer values in each of its tracks says too little.
+LEAST_VALUES = 5
+STATUS_TOO_SHORT = 3
 
 # A track, where the scenario has its value, and how the value becomes the track's.
 TRACKS = (
@@ -41,31 +51,76 @@ def scenario_values(program, scenario, second):
     return values
 
 
-def fault(points, place, convert, values):
-    """What is wrong with the points of a track, or None."""
-    if len(points) < 2:
-        return "only %d values" % len(points)
-    before = None
+class Pulls:
+    """When the atoms were pulled, as far as the tracks tell. All are pulled in turn, over and over:
+    between two values of one track each other atom was pulled."""
+
+    def __init__(self, tracks):
+        self._times = [sorted({time for time, _ in points}) for points in tracks.values()]
+
+    def most(self):
+        """How many values the longest track has."""
+        return max((len(each) for each in self._times), default=0)
+
+    def earliest_read(self, time, failures):
+        """The event of this time was read after that; so many pulls of its atom had no event."""
+        rounds = 2 + failures
+        before = [each[:bisect.bisect_left(each, time)] for each in self._times]
+        return max((each[-rounds] for each in before if len(each) >= rounds), default=0)
+
+    def round_within(self, begin, end, failures):
+        """Whether an atom of which so many pulls had no event had one between the two."""
+        return any(bisect.bisect_left(each, end) - bisect.bisect_right(each, begin) >= 2 + failures
+                   for each in self._times)
+
+
+def fault(points, values, played, pulls, failures):
+    """What is wrong with the points of a track, or None. `values` are the scenario's by second."""
+    before = 0 - REPEAT
     for time, value in points:
-        seconds = range(max(0, int(time) - SLACK), int(time) + 1)
-        held = {convert(values[second][place]) for second in seconds if place in values[second]}
+        earliest = pulls.earliest_read(time, failures)
+        held = {values[second] for second, begun, replaced in played
+                if second in values and begun <= time and replaced >= earliest}
         if value not in held:
             return "%d at %.1f s, where the scenario has %s" % (value, time, sorted(held))
-        if before is not None and not 0 < time - before <= REPEAT + SLACK:
+        if pulls.round_within(before + REPEAT, time, failures):
             return "no value between %.1f s and %.1f s" % (before, time)
         before = time
+    if not points:
+        return "no value"
+    if pulls.round_within(before + REPEAT, float("inf"), failures):
+        return "no value after %.1f s" % before
     return None
 
 
-def main(trace, scenario, program):
+def seconds_played(log):
+    """For each second when its values were begun to be written, and when they had been replaced."""
+    lines = [PLAYED.search(line) for line in log]
+    found = [(int(each[1]), float(each[2]), float(each[3])) for each in lines if each]
+    ends = [end for _, _, end in found[1:]] + [float("inf")]
+    return [(second, begun, end) for (second, begun, _), end in zip(found, ends)]
+
+
+def main(trace, log, scenario, program, atoms):
     tracks = {}
     for time, name, value, _unit in trace_values.values(trace):
         tracks.setdefault(name, []).append((time, value))
-    last = max(int(time) for points in tracks.values() for time, _ in points)
-    values = [scenario_values(program, scenario, second) for second in range(last + 1)]
+    with open(log, encoding="utf-8", errors="replace") as file:
+        lines = file.read().splitlines()
+    played = seconds_played(lines)
+    if not played:
+        sys.exit("trace_check: the log does not say what was played")
+    pulls = Pulls(tracks)
+    if pulls.most() < LEAST_VALUES:
+        sys.exit(STATUS_TOO_SHORT)
+    late = [int(each[1]) for each in map(LATE.search, lines) if each]
+    with open(atoms, encoding="utf-8") as file:
+        tags = {event["name"]: event["atom"] for event in map(json.loads, file)}
+    values = {second: scenario_values(program, scenario, second) for second, _, _ in played}
     for name, place, convert in TRACKS:
         points = [(time, int(value)) for time, value in tracks.get(name, [])]
-        reason = fault(points, place, convert, values)
+        of_place = {second: convert(held[place]) for second, held in values.items() if place in held}
+        reason = fault(points, of_place, played, pulls, late.count(tags[name.split()[0]]))
         print("not ok trace/%s: %s" % (name, reason) if reason else "ok trace/%s" % name)
 
 

@@ -19,8 +19,8 @@ from .progress import Failure, say
 STATUS_TIMED_OUT = 124
 STATUS_DIED = 125
 
-_BOOT_SECONDS = 180  # on a machine that is busy with other things; 3 s on an idle one
-_SILENCE_SECONDS = 60
+_BOOT_SECONDS = 600  # on a machine that is busy with other things; 3 s on an idle one
+_SILENCE_SECONDS = 300
 _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
 _CONSOLE_LINES_SHOWN = 20

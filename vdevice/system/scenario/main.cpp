@@ -1,4 +1,5 @@
 #include <android-base/file.h>
+#include <android/log.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -91,18 +92,22 @@ void sleepUntil(int64_t second) {
     }
 }
 
-int64_t uptimeSeconds() {
+double uptime() {
     timespec now = {};
     clock_gettime(CLOCK_BOOTTIME, &now);
-    return now.tv_sec;
+    return now.tv_sec + now.tv_nsec / 1e9;
 }
 
 int play(const Scenario& scenario) {
     Values before;
-    for (int64_t second = uptimeSeconds();; ++second) {
+    for (auto second = static_cast<int64_t>(uptime());; ++second) {
         sleepUntil(second);
+        const double begun = uptime();
         Values now = scenario.at(second);
         if (!writeChanged(before, now)) return 1;
+        __android_log_print(ANDROID_LOG_INFO, "scenario",
+                            "second %lld, written from %.3f s to %.3f s",
+                            static_cast<long long>(second), begun, uptime());
         before = std::move(now);
         if (second >= scenario.end()) return 0;
     }
