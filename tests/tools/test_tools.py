@@ -4,61 +4,11 @@ import os
 import signal
 import subprocess
 import tempfile
-import time
 import unittest
 
+from machine import Machine
+
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-_REAL = ("basename", "bash", "cat", "comm", "cut", "date", "dirname", "flock", "getopt", "grep",
-         "head", "mkdir", "mktemp", "mv", "ln", "paste", "rm", "sed", "sh", "sleep", "sort", "tail",
-         "touch", "uname")
-
-
-class _Machine:
-    """A folder with the only programs that a script can call, and a home for its caches."""
-
-    def __init__(self, folder, **programs):
-        self.folder = folder
-        self.called = os.path.join(folder, "called")
-        os.mkdir(os.path.join(folder, "bin"))
-        for name in set(_REAL) - set(programs):
-            path = "/usr/bin/" + name
-            os.symlink(path if os.path.exists(path) else "/bin/" + name,
-                       os.path.join(folder, "bin", name))
-        for name, text in programs.items():
-            path = os.path.join(folder, "bin", name.replace("_", "-"))
-            with open(path, "w", encoding="utf-8") as file:
-                file.write('#!/bin/bash\nset -- %s "$@"\necho "${*//$\'\\n\'/ }" >>%s\nshift\n' %
-                           (os.path.basename(path), self.called) + text + "\n")
-            os.chmod(path, 0o755)
-
-    def start(self, *command):
-        environment = {"PATH": os.path.join(self.folder, "bin"), "HOME": self.folder,
-                       "ZSTATS_START": str(int(time.time()))}
-        return subprocess.Popen(command, cwd=_ROOT, env=environment, stderr=subprocess.PIPE,
-                                stdout=subprocess.PIPE, text=True, start_new_session=True)
-
-    def run(self, *command):
-        """The exit status, and the lines of standard error without progress."""
-        return self.outcome(*command)[:2]
-
-    def outcome(self, *command):
-        """The same, and standard output."""
-        process = self.start(*command)
-        output, errors = process.communicate(timeout=60)
-        lines = [line for line in errors.splitlines() if line[:1] != "["]
-        return process.returncode, lines, output
-
-    def calls(self):
-        if not os.path.exists(self.called):
-            return []
-        with open(self.called, encoding="utf-8") as file:
-            return file.read().splitlines()
-
-    def await_calls(self, count):
-        until = time.time() + 30
-        while len(self.calls()) < count and time.time() < until:
-            time.sleep(0.02)
-
 
 # dpkg-query knows what has been "installed"; gcc and its like are named by tools/packages.
 _QUERY = 'for p in "${@:3}"; do [ "$p" = debootstrap ] || echo "installed $p"; done; exit 1'
@@ -71,7 +21,7 @@ _OFFLINE = 'echo "E: Temporary failure resolving an address" >&2; exit 100'
 class SetUpTest(unittest.TestCase):
     def _set_up(self, uid, **programs):
         with tempfile.TemporaryDirectory() as folder:
-            machine = _Machine(folder, id="echo %d" % uid, dpkg="", **programs)
+            machine = Machine(folder, id="echo %d" % uid, dpkg="", **programs)
             status, lines = machine.run("tools/setup", "fresh")
             calls = [line.split()[0] for line in machine.calls() if line.split()[0] in
                      ("sudo", "apt-get")]
@@ -94,7 +44,7 @@ class SetUpTest(unittest.TestCase):
                 (("--arch", "arm64"), "missing: g++-aarch64-linux-gnu qemu-system-arm; "),
                 (("--arch", "vax"), "unknown architecture 'vax' (")):
             with tempfile.TemporaryDirectory() as folder:
-                machine = _Machine(folder, id="echo 0", uname="echo x86_64", dpkg_query=query)
+                machine = Machine(folder, id="echo 0", uname="echo x86_64", dpkg_query=query)
                 status, lines = machine.run("tools/setup", *options, "build", "device")
             self.assertEqual((2 if "unknown" in line else 1, 1), (status, len(lines)), lines)
             start = "setup: " + line
@@ -119,7 +69,7 @@ class BuildTest(unittest.TestCase):
         self._folder = tempfile.TemporaryDirectory()
         self.addCleanup(self._folder.cleanup)
         cmake = 'case $1 in -G) touch "$6/build.ninja" ;; *) sleep 1 ;; esac; echo end >>%s/called'
-        self._machine = _Machine(self._folder.name, cmake=cmake % self._folder.name)
+        self._machine = Machine(self._folder.name, cmake=cmake % self._folder.name)
         os.makedirs(self._cache())
 
     def _cache(self):
@@ -170,7 +120,7 @@ class FetchTest(unittest.TestCase):
     def setUp(self):
         self._folder = tempfile.TemporaryDirectory()
         self.addCleanup(self._folder.cleanup)
-        self._machine = _Machine(self._folder.name, sha256sum="", apt_get=self._APT_GET)
+        self._machine = Machine(self._folder.name, sha256sum="", apt_get=self._APT_GET)
 
     def _fetch(self):
         return self._machine.start("host/aosp/apt-private", "source")
@@ -218,8 +168,13 @@ _COMMANDS = ("./run", "./vdev", "./test", "./fuzz", "./bench", ".ci/run", "tools
 _UNKNOWN = ("{0}: unrecognized option '--nonsense'", "{0}: unrecognized arguments: --nonsense",
             "{0}: the following arguments are required: ")
 _WRONG_CALLS = (
-    ("./run 150005x", "run: argument TAG: invalid atom tag value: '150005x'"),
-    ("./run -1", "run: argument TAG: invalid atom tag value: '-1'"),
+    ("./run 150005x", "run: argument ID: invalid atom id value: '150005x'"),
+    ("./run 1 150005", "run: argument ID: no such pulled atom: 1"),
+    ("./run 100207", "run: argument ID: no such pulled atom: 100207"),
+    ("./run --profile qcmo", "run: argument --profile: no such profile 'qcmo' (there are: bare mtk "),
+    ("./vdev trace -o f 2", "vdev trace: argument ID: no such atom: 2"),
+    ("./vdev shell", "vdev: shell wants a terminal; use exec for a script"),
+    ("./run -1", "run: argument ID: invalid atom id value: '-1'"),
     ("./run --timeout 0", "run: argument --timeout: invalid number of seconds value: '0'"),
     ("./run --arch vax", "run: argument --arch: unknown architecture 'vax'; there are: amd64, arm64"),
     ("./vdev", "vdev: the following arguments are required: "),
@@ -260,7 +215,7 @@ class CallsTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        self._machine = _Machine(folder.name, **{name.replace("-", "_"): "" for name in _WORKERS})
+        self._machine = Machine(folder.name, **{name.replace("-", "_"): "" for name in _WORKERS})
         self._python = os.path.join(folder.name, "bin", "python3")
         os.symlink("/usr/bin/python3", self._python)
 

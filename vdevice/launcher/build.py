@@ -17,6 +17,15 @@ def _tool(name, *arguments):
         sys.exit(1)  # it has said why
 
 
+def _run(command, **options):
+    """Raises Failure with the last thing that the command says."""
+    ended = subprocess.run(command, stderr=subprocess.PIPE, text=True, errors="replace", check=False,
+                           **options)
+    if ended.returncode != 0:
+        said = ended.stderr.strip().splitlines() or ["status %d" % ended.returncode]
+        raise Failure("the RAM disk cannot be written: %s" % said[-1])
+
+
 def folder_for(architecture):
     """Where the programs of a device of this architecture are built."""
     return _OWN_FOLDER if architecture.is_own else os.path.join(ROOT, "build", architecture.name)
@@ -63,7 +72,7 @@ def _add_program(program, folder):
         name = os.path.basename(path)
         target = path if path in (paths[-1], os.path.abspath(program)) else "/usr/lib/" + name
         os.makedirs(folder + os.path.dirname(target), exist_ok=True)
-        subprocess.run(["cp", "-L", path, folder + target], check=True)
+        _run(["cp", "-L", path, folder + target])
 
 
 def write_ramdisk(path, image, profile, script, scenario=None, programs=()):
@@ -73,9 +82,9 @@ def write_ramdisk(path, image, profile, script, scenario=None, programs=()):
     names lies over the image, for tools that need another program or policy in the device."""
     folder = path + ".files"
     os.mkdir(folder)
-    subprocess.run(["cp", "-RP", profile + "/.", os.path.join(folder, "profile")], check=True)
+    _run(["cp", "-RP", profile + "/.", os.path.join(folder, "profile")])
     if scenario is not None:
-        subprocess.run(["cp", scenario, os.path.join(folder, "profile", "playing")], check=True)
+        _run(["cp", scenario, os.path.join(folder, "profile", "playing")])
     for program in programs:
         _add_program(program, folder)
     if script is not None:
@@ -83,9 +92,9 @@ def write_ramdisk(path, image, profile, script, scenario=None, programs=()):
         with open(os.path.join(folder, "script", "main"), "wb") as file:
             file.write(script.encode("utf-8", "surrogateescape"))
         os.chmod(file.name, 0o755)
-    subprocess.run(["chmod", "-R", "go=u-w", folder], check=True)
+    _run(["chmod", "-R", "go=u-w", folder])
     with open(path, "wb") as file:
         archives = [os.path.join(image, "base.cpio"), os.environ.get("VDEV_OVERLAY")]
-        subprocess.run(["cat", *filter(None, archives)], stdout=file, check=True)
-        subprocess.run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0",
-                       shell=True, cwd=folder, stdout=file, check=True)
+        _run(["cat", *filter(None, archives)], stdout=file)
+        _run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0", shell=True,
+             cwd=folder, stdout=file)
