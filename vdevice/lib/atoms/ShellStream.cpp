@@ -62,11 +62,11 @@ std::string atomMessage(const StreamedAtom& atom) {
 
 std::string shellFrame(const std::vector<StreamedAtom>& atoms, bool withUids) {
     std::string message;
-    for (const StreamedAtom& atom : atoms) putBytes(&message, 1, atomMessage(atom));
-    // As statsd does: a tag for each value, though the declaration says packed.
-    for (const StreamedAtom& atom : atoms) putNumber(&message, 2, atom.timestampNs);
-    if (withUids) {
-        for (const StreamedAtom& atom : atoms) putNumber(&message, 3, atom.uid);
+    for (const StreamedAtom& atom : atoms) {
+        putBytes(&message, 1, atomMessage(atom));
+        // As statsd does: behind its atom, and with a tag, though the declaration says packed.
+        putNumber(&message, 2, atom.timestampNs);
+        if (withUids) putNumber(&message, 3, atom.uid);
     }
     const uint64_t size = message.size();
     std::string frame(sizeof(size), '\0');

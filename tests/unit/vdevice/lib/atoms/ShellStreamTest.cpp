@@ -19,6 +19,15 @@ TEST(ShellStreamTest, writesTheFrameToTheByte) {
     EXPECT_EQ(shellFrame({}, false), std::string(8, '\0'));
 }
 
+TEST(ShellStreamTest, writesEachTimeStampBehindItsAtom) {
+    const StreamedAtom one = {150006, 5, 1000, {7}};
+    const StreamedAtom two = {150020, 6, 0, {std::string("wlan")}};
+    for (const bool withUids : {false, true}) {
+        EXPECT_EQ(shellFrame({one, two}, withUids).substr(8),
+                  shellFrame({one}, withUids).substr(8) + shellFrame({two}, withUids).substr(8));
+    }
+}
+
 TEST(ShellStreamTest, bringsEveryTypeBack) {
     // The catalogue has a bool sixth and eighth, and an int32 ninth.
     std::vector<AtomValue> fields(13, int64_t{0});
