@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "vdevice/system/statsd/StatsdLog.h"
 
@@ -17,6 +18,7 @@ constexpr size_t kHeaderSize = 1 + 2 + 4 + 4;
 constexpr char kStatsLogId = 5;
 constexpr uint32_t kEventTag = 1937006964;
 constexpr size_t kMaxPacket = 8192;
+constexpr size_t kMaxQueued = 50'000;
 constexpr size_t kKeep = 100;
 constexpr char kObject = 0x07;
 
@@ -34,6 +36,7 @@ int32_t senderUid(msghdr* message) {
 }  // namespace
 
 void PushedAtoms::start(int socket) {
+    std::thread([this] { handOn(); }).detach();
     std::thread([this, socket] { read(socket); }).detach();
 }
 
@@ -70,12 +73,35 @@ void PushedAtoms::take(int32_t uid, const char* packet, size_t size) {
         STATSD_LOG(WARN, "pushed packet from uid %d holds no event", uid);
         return;
     }
+    enqueue(std::move(event));
+}
+
+void PushedAtoms::enqueue(PushedEvent event) {
     {
         const ScopedLock lock(mLock);
-        mRecent.push_back(event);
-        if (mRecent.size() > kKeep) mRecent.pop_front();
+        const bool wasFull = std::exchange(mFull, mQueue.size() >= kMaxQueued);
+        if (mFull) {
+            if (!wasFull) STATSD_LOG(WARN, "pushed events are dropped: the queue is full");
+            return;
+        }
+        mQueue.push_back(std::move(event));
     }
-    mListener(event);
+    mArrived.notify_one();
+}
+
+void PushedAtoms::handOn() {
+    while (true) mListener(next());
+}
+
+/** Waits for an event; from then on it is one of the recent. */
+PushedEvent PushedAtoms::next() {
+    ScopedLock lock(mLock);
+    while (mQueue.empty()) mArrived.wait(lock);
+    PushedEvent event = std::move(mQueue.front());
+    mQueue.pop_front();
+    mRecent.push_back(event);
+    if (mRecent.size() > kKeep) mRecent.pop_front();
+    return event;
 }
 
 std::vector<PushedEvent> PushedAtoms::recent() const {
