@@ -16,6 +16,8 @@ namespace zstats::vdevice {
  * message of that length. A length of 0 is a heartbeat.
  */
 
+inline constexpr size_t kShellLengthBytes = 8;
+
 /** An atom as it goes through the stream. */
 struct StreamedAtom {
     int32_t id = 0;

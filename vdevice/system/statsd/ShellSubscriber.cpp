@@ -107,22 +107,28 @@ int64_t ShellSubscriber::serveAll() {
     const int64_t now = elapsedNanos();
     for (auto entry = mSubscriptions.begin(); entry != mSubscriptions.end();) {
         sleepMs = std::min(sleepMs, entry->work(now));
-        if (entry->alive()) {
-            ++entry;
-            continue;
-        }
-        entry = mSubscriptions.erase(entry);
-        mRunning = mSubscriptions.size();
-        STATSD_LOG(INFO, "subscription ended, %zu are running", mSubscriptions.size());
+        entry = nextAfter(entry);
     }
     return sleepMs;
+}
+
+/** Drops a subscription that has ended. */
+ShellSubscriber::Subscriptions::iterator ShellSubscriber::nextAfter(Subscriptions::iterator entry) {
+    if (entry->alive()) return ++entry;
+    const auto next = mSubscriptions.erase(entry);
+    mRunning = mSubscriptions.size();
+    STATSD_LOG(INFO, "subscription ended, %zu are running", mSubscriptions.size());
+    return next;
 }
 
 void ShellSubscriber::push(const PushedEvent& event) {
     const auto atom = streamedAtom(event.uid, event.bytes);
     if (!atom) return;
     const ScopedLock lock(mLock);
-    for (Subscription& subscription : mSubscriptions) subscription.push(*atom);
+    for (auto entry = mSubscriptions.begin(); entry != mSubscriptions.end();) {
+        entry->push(*atom);
+        entry = nextAfter(entry);
+    }
 }
 
 }  // namespace zstats::vdevice

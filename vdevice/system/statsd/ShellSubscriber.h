@@ -17,7 +17,8 @@ namespace zstats::vdevice {
  *
  * As on a device, one lock is held while a configuration is read, atoms are pulled and frames are
  * written for any of the subscriptions. A reader that stops reading therefore blocks all of them,
- * the start of new ones and the delivery of pushed atoms, until it reads on or closes its end.
+ * the start of new ones and the delivery of pushed atoms, until it reads on or closes its end. With
+ * O_NONBLOCK on its descriptor it ends its own subscription and blocks nothing.
  */
 class ShellSubscriber {
   public:
@@ -39,15 +40,18 @@ class ShellSubscriber {
     size_t running() const { return mRunning; }
 
   private:
+    using Subscriptions = std::list<Subscription>;
+
     void launch(SubscriptionRequest request, int out, std::chrono::seconds lifetime) REQUIRES(mLock);
     void serve();
     int64_t serveAll() REQUIRES(mLock);
+    Subscriptions::iterator nextAfter(Subscriptions::iterator entry) REQUIRES(mLock);
 
     PullerManager* const mPullers;
     std::atomic<size_t> mRunning{0};
     Mutex mLock;
     std::condition_variable_any mChanged;
-    std::list<Subscription> mSubscriptions GUARDED_BY(mLock);
+    Subscriptions mSubscriptions GUARDED_BY(mLock);
     bool mNewSubscription GUARDED_BY(mLock) = false;
     bool mEnding GUARDED_BY(mLock) = false;
     bool mServing GUARDED_BY(mLock) = false;

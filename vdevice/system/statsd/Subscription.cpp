@@ -15,6 +15,8 @@ namespace {
 
 constexpr int64_t kHeartbeatMs = 1000;
 constexpr int32_t kSystemUid = 1000;
+// Pulled events come without their sender's uid.
+constexpr int32_t kNoUid = -1;
 
 SubscriptionRequest::Pull pullOf(const android::os::statsd::PulledAtomSubscription& entry) {
     SubscriptionRequest::Pull pull;
@@ -85,7 +87,7 @@ int64_t Subscription::pullDue(int64_t nowNs) {
             const PullResult result = mPullers->pull(pull.uids, pull.tag, nowNs);
             std::vector<StreamedAtom> atoms;
             for (const std::string& event : result.events) {
-                const auto atom = streamedAtom(pull.uids.front(), event);
+                const auto atom = streamedAtom(kNoUid, event);
                 if (atom && atom->id == pull.tag) atoms.push_back(*atom);
             }
             if (!atoms.empty()) write(atoms);
@@ -98,7 +100,10 @@ int64_t Subscription::pullDue(int64_t nowNs) {
 
 void Subscription::write(const std::vector<StreamedAtom>& atoms) {
     const std::string frame = shellFrame(atoms, mCollectUids);
-    if (android::base::WriteFully(mOut, frame.data(), frame.size())) {
+    // The length, then the message: without room, and with O_NONBLOCK, the stream may end between.
+    if (android::base::WriteFully(mOut, frame.data(), kShellLengthBytes) &&
+        android::base::WriteFully(mOut, frame.data() + kShellLengthBytes,
+                                  frame.size() - kShellLengthBytes)) {
         mLastWriteMs = mNow() / kNanosPerMilli;
     } else {
         mAlive = false;

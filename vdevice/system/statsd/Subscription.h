@@ -34,7 +34,8 @@ std::optional<StreamedAtom> streamedAtom(int32_t uid, std::string_view event);
 
 /**
  * A running subscription. Not thread-safe: ShellSubscriber's lock guards every call. Each write
- * blocks until the reader has made room.
+ * blocks until the reader has made room; with O_NONBLOCK on the descriptor it ends the subscription
+ * instead.
  */
 class Subscription {
   public:
