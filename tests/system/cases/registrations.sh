@@ -6,17 +6,19 @@ list() { statsctl registrations | tail -n +2; }
 is order "$ATOM_ORDER" "$(list | awk '{ print $2 }' | xargs)"
 is terms '0 1000 ms 2000 ms none' "$(list | awk '{ print $4, $5, $6, $7, $8, $9 }' | sort -u)"
 has statistics "$ATOMS pullers" "$(cmd stats print-stats)"
-missing='Pull from 150005 failed: no puller registered'
-usage="pull-source wants an atom tag, and a uid or AID name if it is not system's"
-for user in AID_ROOT 0; do
-    has source/$user 'Pull from 150005: received 1 events' "$(cmd stats pull-source 150005 $user)"
+# statsd's own command takes names, and tells its log alone why it has nothing.
+pull_source() { cmd stats pull-source "$@" 2>/dev/null | sed -E 's/ uid\(-1\) [0-9]+ [0-9]+ / /'; }
+is source/named 'Pull from 150005: { (150005)0x10000->80[I] 0x20000->82[I] 0x30000->-2[I] 0x40000->2[I]  }
+Pull from 150005: Received 1 elements' "$(pull_source 150005 AID_ROOT)"
+failure='cmd: Failure calling service stats: Unknown error -2147483648 (-2147483648)'
+for words in 150005 '150005 AID_SYSTEM' '150005 0' '150005 1000' '150005 AID_UNKNOWN' \
+    '150005 com.android.shell' x '150999 AID_ROOT'; do
+    unknown="StatsPullerManager: Unknown tagId $(echo "$words" | sed 's/^x$/0/;s/ .*//')"
+    before=$(log_count "$unknown")
+    is "source/nothing/$words" "$failure" "$(pull_source $words)"
+    is "source/logged/$words" $((before + 1)) "$(log_count "$unknown")"
 done
-for user in '' AID_SYSTEM 1000; do
-    is "source/$user" "$missing" "$(cmd stats pull-source 150005 $user | head -n 1)"
-done
-for words in '' x '150005 AID_UNKNOWN' '150005 0 0'; do
-    is "source/usage/$words" "$usage" "$(cmd stats pull-source $words 2>&1 >/dev/null | head -n 1)"
-done
+has source/help 'pull-source TAG [NAME]' "$(pull_source)"
 
 # A daemon that hangs is waited for, no longer than it asked; its late answer is dropped.
 kill -STOP "$(daemon_pid)"

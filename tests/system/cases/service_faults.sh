@@ -80,6 +80,8 @@ for broken in 'com.norda.short,1,2' '!nontext'; do
     lines=$(pull 150136)
     is "uah/lines/$broken" 2 "$(echo "$lines" | wc -l)"
     has "uah/unbuilt/$broken" '{"atom":150136,"name":"uah_dataset","unbuilt":true}' "$lines"
+    is "uah/dropped_by_statsd/$broken" "Pull from 150136: Received 1 elements" \
+        "$(cmd stats pull-source 150136 AID_ROOT | tail -n +2)"
 done
 has uah/logged 'handleUahDataset error data size' "$(daemon_log)"
 echo '!fail' >/profile/uah

@@ -56,7 +56,7 @@ for service in atomacq stats zstats_pullerd; do has list_$service "  $service" "
 is list_is_sorted "$(echo "$list" | tail -n +2 | LC_ALL=C sort)" "$(echo "$list" | tail -n +2)"
 has print_stats "$ATOMS pullers" "$(cmd stats print-stats)"
 has waits_for_service "$ATOMS pullers" "$(cmd -w stats print-stats)"
-has pull_source "Pull from 150005: received 1 events" "$(cmd stats pull-source 150005 0)"
+has pull_source "Pull from 150005: Received 1 elements" "$(cmd stats pull-source 150005 AID_ROOT)"
 
 # The client's messages, each on its own output and, but for a missing name, in the log.
 cmd nobody x >out 2>err

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <utility>
 
+#include "host/stats/EventReader.h"
 #include "vdevice/system/statsd/ElapsedTime.h"
 
 namespace zstats::vdevice {
@@ -71,7 +72,11 @@ PullResult Puller::ask() {
     if (!received->success) return failed("the puller reported failure");
     PullResult result;
     result.success = true;
-    result.events = std::move(received->events);
+    for (std::string& event : received->events) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(event.data());
+        auto& kept = isValidEvent(bytes, event.size()) ? result.events : result.rejected;
+        kept.push_back(std::move(event));
+    }
     return result;
 }
 

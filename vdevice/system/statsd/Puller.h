@@ -27,6 +27,7 @@ struct PullResult {
     bool fromCache = false;
     bool dead = false;  // the call found that the puller's process is gone
     EncodedEvents events;
+    EncodedEvents rejected;  // dropped as they arrived: left unbuilt, or broken
 };
 
 /** A process that answers the pulls of one atom. Any thread; pulls run one after the other. */

@@ -33,6 +33,7 @@ PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, in
         const Key key(uid, tag);
         if (mPullers.count(key) != 0) return pullLocked(key, eventTimeNs);
     }
+    STATSD_LOG(WARN, "StatsPullerManager: Unknown tagId %d", tag);
     return notRegistered();
 }
 

@@ -1,19 +1,27 @@
 #include "vdevice/system/statsd/StatsdService.h"
 
+#include <android-base/stringprintf.h>
+
+#include <chrono>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
+#include <variant>
 
 #include "vdevice/lib/UserIds.h"
-#include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
 namespace {
 
+using android::base::StringPrintf;
+
 constexpr uid_t kRootUid = 0;
 constexpr uid_t kSystemUid = 1000;
+constexpr int32_t kNoUid = -1;
+// The position of a field in its number.
+constexpr int kFieldShift = 16;
 constexpr char kRegisterPermission[] = "android.permission.REGISTER_STATS_PULL_ATOM";
 
 ndk::ScopedAStatus securityUnlessSystem() {
@@ -22,21 +30,37 @@ ndk::ScopedAStatus securityUnlessSystem() {
     return ndk::ScopedAStatus(AStatus_fromExceptionCode(EX_SECURITY));
 }
 
-/** A uid by number or by the name of a user of the platform. */
-std::optional<int32_t> uidOf(const std::string& text) {
-    const auto number = parseInt(text);
-    if (number) return number;
-    const auto named = userIdOfAid(text);
-    if (!named) return std::nullopt;
-    return static_cast<int32_t>(*named);
+/** The uids of a name of the platform's sources; of a package's name none: here are no packages. */
+std::vector<int32_t> uidsOf(const std::string& name) {
+    const auto uid = userIdOfAid(name);
+    if (!uid) return {};
+    return {static_cast<int32_t>(*uid)};
 }
 
-std::string eventText(const std::string& bytes) {
-    const auto event = readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-    if (!event) return "(not an event)";
-    std::string text = "{ " + std::to_string(event->atomId) + " :";
-    for (const AtomValue& field : event->fields) text += " " + valueText(field);
-    return text + (event->valid() ? " }" : " (rejected) }");
+int64_t wallNanos() {
+    return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+/** A field's value and, in brackets, the letter of its type; truth is a number. */
+std::string valueWithType(const AtomValue& value) {
+    struct Writer {
+        std::string operator()(int32_t number) const { return std::to_string(number) + "[I]"; }
+        std::string operator()(int64_t number) const { return std::to_string(number) + "[L]"; }
+        std::string operator()(bool truth) const { return truth ? "1[I]" : "0[I]"; }
+        std::string operator()(float number) const { return std::to_string(number) + "[F]"; }
+        std::string operator()(const std::string& text) const { return text + "[S]"; }
+    };
+    return std::visit(Writer(), value);
+}
+
+/** An event as statsd prints it: its writer, wall time, time since boot, and fields by position. */
+std::string eventText(const StreamedAtom& atom) {
+    std::string text = StringPrintf("{ uid(%d) %" PRId64 " %" PRId64 " (%d)", atom.uid, wallNanos(),
+                                    atom.timestampNs, atom.id);
+    for (size_t i = 0; i < atom.fields.size(); ++i) {
+        text += StringPrintf("%#zx->", (i + 1) << kFieldShift) + valueWithType(atom.fields[i]) + " ";
+    }
+    return text + " }";
 }
 
 }  // namespace
@@ -81,45 +105,40 @@ ndk::ScopedAStatus StatsdService::refuseWithoutPermission(int32_t tag) const {
     return Status(AStatus_fromExceptionCode(EX_SECURITY));
 }
 
-binder_status_t StatsdService::handleShellCommand(int in, int out, int err, const char** argv,
+binder_status_t StatsdService::handleShellCommand(int in, int out, int /*err*/, const char** argv,
                                                   uint32_t argc) {
     const std::vector<std::string> args(argv, argv + argc);
     const std::string command = args.empty() ? "" : args[0];
     if (command == "data-subscribe") {
         const int seconds = args.size() > 1 ? atoi(args[1].c_str()) : 0;
         mSubscriber->start(in, out, std::chrono::seconds(seconds));
-    } else if (command == "pull-source") {
-        return pullSource(out, err, args);
+    } else if (command == "pull-source" && args.size() > 1) {
+        return pullSource(out, args);
     } else if (command == "print-stats") {
         printStats(out);
     } else {
         dprintf(out,
                 "statsd of the virtual device; it knows these commands:\n"
                 "  data-subscribe [SECONDS]  stream atoms; the configuration comes on the input\n"
-                "  pull-source TAG [USER]    pull one atom from the puller of a user (a uid or a\n"
-                "                            name like AID_ROOT; AID_SYSTEM if none is named) and\n"
-                "                            print its events\n"
+                "  pull-source TAG [NAME]    pull one atom from the puller of a user (a name like\n"
+                "                            AID_ROOT; AID_SYSTEM if none is named) and print its\n"
+                "                            events\n"
                 "  print-stats               print registrations and subscriptions\n");
     }
     return STATUS_OK;
 }
 
-binder_status_t StatsdService::pullSource(int out, int err, const std::vector<std::string>& args) {
-    const auto tag = args.size() == 2 || args.size() == 3 ? parseInt(args[1]) : std::nullopt;
-    const auto uid = args.size() == 3 ? uidOf(args[2]) : static_cast<int32_t>(kSystemUid);
-    if (!tag || !uid) {
-        dprintf(err,
-                "pull-source wants an atom tag, and a uid or AID name if it is not system's\n");
-        return STATUS_BAD_VALUE;
+binder_status_t StatsdService::pullSource(int out, const std::vector<std::string>& args) {
+    const int tag = atoi(args[1].c_str());
+    const auto uids = args.size() > 2 ? uidsOf(args[2]) : std::vector<int32_t>{kSystemUid};
+    const PullResult result = mPullers->pull(uids, tag, elapsedNanos());
+    // Without a word: the log has the reason.
+    if (!result.success) return STATUS_UNKNOWN_ERROR;
+    for (const std::string& event : result.events) {
+        const auto atom = streamedAtom(kNoUid, event);
+        if (atom) dprintf(out, "Pull from %d: %s\n", tag, eventText(*atom).c_str());
     }
-    const PullResult result = mPullers->pull({*uid}, *tag, elapsedNanos());
-    if (!result.success) {
-        dprintf(out, "Pull from %d failed: %s\n", *tag, result.failure.c_str());
-        return STATUS_UNKNOWN_ERROR;
-    }
-    for (const std::string& event : result.events) dprintf(out, "%s\n", eventText(event).c_str());
-    dprintf(out, "Pull from %d: received %zu events%s\n", *tag, result.events.size(),
-            result.fromCache ? " (from the cache)" : "");
+    dprintf(out, "Pull from %d: Received %zu elements\n", tag, result.events.size());
     return STATUS_OK;
 }
 

@@ -36,7 +36,7 @@ class StatsdService : public StatsdBase {
 
   private:
     Status refuseWithoutPermission(int32_t tag) const;
-    binder_status_t pullSource(int out, int err, const std::vector<std::string>& args);
+    binder_status_t pullSource(int out, const std::vector<std::string>& args);
     void printStats(int out);
 
     PullerManager* const mPullers;

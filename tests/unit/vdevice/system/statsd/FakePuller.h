@@ -20,7 +20,7 @@ class FakePuller : public aidl::android::os::BnPullAtomCallback {
         AStatsEvent* event = AStatsEvent_obtain();
         AStatsEvent_setAtomId(event, static_cast<uint32_t>(tag));
         AStatsEvent_writeInt32(event, number);
-        AStatsEvent_build(event);
+        if (builds) AStatsEvent_build(event);
         size_t size = 0;
         const uint8_t* bytes = AStatsEvent_getBuffer(event, &size);
         aidl::android::util::StatsEventParcel parcel;
@@ -32,6 +32,7 @@ class FakePuller : public aidl::android::os::BnPullAtomCallback {
     std::atomic<int32_t> pulls{0};
     std::function<void()> meanwhile;
     bool success = true;
+    bool builds = true;  // false: the event stays unbuilt
 };
 
 }  // namespace zstats::vdevice

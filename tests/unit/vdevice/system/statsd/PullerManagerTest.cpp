@@ -84,6 +84,17 @@ TEST_F(PullerManagerTest, repeatsTheLastResultWithinTheCoolDownAndForTheSameEven
     EXPECT_EQ("no puller registered", text(mManager.pullNow(kTag + 1)));
 }
 
+TEST_F(PullerManagerTest, dropsAnEventThatWasNeverBuilt) {
+    const auto puller = add(0, kTag);
+    puller->builds = false;
+    for (int pulls = 0; pulls < 2; ++pulls) {
+        const PullResult result = mManager.pull({0}, kTag, mTime++);
+        EXPECT_TRUE(result.success);
+        EXPECT_EQ(0U, result.events.size());
+    }
+    EXPECT_EQ(1U, mManager.pullNow(kTag).rejected.size());
+}
+
 TEST_F(PullerManagerTest, pullsOneAfterTheOtherUnlessAskedOtherwise) {
     for (const bool parallel : {false, true}) {
         mManager.setParallel(parallel);
