@@ -58,13 +58,13 @@ statsd() {
         start_daemon_anew
         sample during
         start_service
-        wait_for 20 service_is_there stats_control
+        wait_for 20 service_is_there stats
         sample after
     }
     # Init brings it back while the library in the daemon still looks for it.
     kill_statsd() {
         kill -9 "$(pidof statsd)"
-        wait_for 20 service_is_there stats_control
+        wait_for 20 service_is_there stats
         wait_for 20 all_registered
     }
     killed_before_calls() {
@@ -109,7 +109,7 @@ statsd() {
         stop_service
         clear_fault
         start_service
-        wait_for 20 service_is_there stats_control
+        wait_for 20 service_is_there stats
         sample after
     }
 }
@@ -172,7 +172,7 @@ servicemanager() {
             wait_for 20 state_is $name stopped
             start $name
         done
-        svcwait stats stats_control statscompanion audio thermalservice calda
+        svcwait stats statscompanion audio thermalservice calda
         restart_daemon
     }
 }

@@ -1,18 +1,24 @@
 // The virtual device's statsd: it keeps pullers, pulls them, and streams to shell subscriptions.
 
+#include <android/binder_process.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdlib>
 
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/system/statsd/Companion.h"
-#include "vdevice/system/statsd/ControlService.h"
+#include "vdevice/system/statsd/ControlServer.h"
 #include "vdevice/system/statsd/StatsdLog.h"
 #include "vdevice/system/statsd/StatsdService.h"
 
 using namespace zstats::vdevice;
 
 namespace {
+
+// As on a device: the driver asks for up to nine, beside the one that the process starts.
+constexpr uint32_t kMaxBinderThreads = 9;
 
 /** The socket that init made for this service; -1 if it made none. */
 int pushSocket() {
@@ -25,6 +31,8 @@ int pushSocket() {
 int main() {
     // A reader who has gone shows as a failing write.
     signal(SIGPIPE, SIG_IGN);
+    ABinderProcess_setThreadPoolMaxThreadCount(kMaxBinderThreads);
+    ABinderProcess_startThreadPool();
 
     static PullerManager pullers;
     static ShellSubscriber subscriber(&pullers);
@@ -36,10 +44,12 @@ int main() {
         STATSD_LOG(ERROR, "no socket statsdw: pushed atoms will not arrive");
     }
 
-    const auto control = ndk::SharedRefBase::make<ControlService>(&pullers, &pushed);
-    publishOrDie("stats_control", control->asBinder().get());
+    // Before the service can be found: the tools wait for that.
+    static ControlServer control(&pullers, &pushed);
+    if (!control.start()) return EXIT_FAILURE;
     const auto service =
             ndk::SharedRefBase::make<StatsdService>(&pullers, &subscriber, companionGrants);
     publishOrDie("stats", service->asBinder().get());
-    return serveBinderCalls();
+    // As on a device, the main thread serves no binder calls.
+    while (true) pause();
 }

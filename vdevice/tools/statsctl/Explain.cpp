@@ -17,8 +17,6 @@
 namespace zstats::vdevice {
 namespace {
 
-using aidl::zstats::vdevice::PullRegistration;
-
 constexpr size_t kShown = 200;    // bytes of a content
 constexpr size_t kMaxFiles = 12;  // of those that match one pattern
 
@@ -148,15 +146,14 @@ void printSources(int32_t tag) {
     }
 }
 
-void printRegistration(const Control& control, int32_t tag) {
-    std::vector<PullRegistration> list;
-    control->registrations(&list);
-    for (const PullRegistration& entry : list) {
-        if (entry.atomTag != tag) continue;
-        printf("registered: yes, by uid %d, cool-down %lld ms, time-out %lld ms%s\n", entry.uid,
-               static_cast<long long>(entry.coolDownMillis),
-               static_cast<long long>(entry.timeoutMillis),
-               entry.alive ? "" : "; BUT ITS PROCESS HAS DIED");
+void printRegistration(int32_t tag) {
+    const control::Reply reply = askForRegistrations().value_or(control::Reply());
+    for (const control::Registration& entry : reply.registrations()) {
+        if (entry.atom_tag() != tag) continue;
+        printf("registered: yes, by uid %d, cool-down %lld ms, time-out %lld ms%s\n", entry.uid(),
+               static_cast<long long>(entry.cool_down_millis()),
+               static_cast<long long>(entry.timeout_millis()),
+               entry.alive() ? "" : "; BUT ITS PROCESS HAS DIED");
         return;
     }
     printf("registered: NO\n");
@@ -177,14 +174,14 @@ std::vector<std::string> daemonLog() {
 
 int explainCommand(const Words& words) {
     const int32_t tag = words.ids.front();
-    const Control control = controlOrDie();
+    requireStatsd();
     printf("%d %s\n", tag, atomInfo(tag).name.c_str());
     if (atomInfo(tag).neverFilled) printf("never has an event: its handler writes none\n");
-    printRegistration(control, tag);
+    printRegistration(tag);
     printSources(tag);
 
     const size_t before = daemonLog().size();
-    const PulledAtom atom = pullFresh(control, tag);
+    const PulledAtom atom = pullFresh(tag);
     printf("a pull brings\n%s", atomText(atom, uptimeMs()).c_str());
 
     const std::vector<std::string> log = daemonLog();

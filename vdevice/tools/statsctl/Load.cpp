@@ -1,4 +1,3 @@
-#include <android/binder_ibinder.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -69,29 +68,26 @@ std::string answerText(const PulledAtom& atom) {
  * Takes the next atom, one after the other, until as many pulls were begun. An end that is asked
  * for comes when each atom has been pulled once.
  */
-void pullInTurn(Control control, const std::vector<int32_t>& tags, size_t pulls, milliseconds pause,
+void pullInTurn(const std::vector<int32_t>& tags, size_t pulls, milliseconds pause,
                 std::atomic<size_t>* next, Answers* answers) {
     for (size_t turn = (*next)++; turn < pulls; turn = (*next)++) {
         if (gEnd && turn >= tags.size()) return;
         const int32_t tag = tags[turn % tags.size()];
         const auto start = steady_clock::now();
-        const std::string text = answerText(pullAtomNow(control, tag));
-        answers->add(tag, text,
+        const PulledAtom atom = pullAtomNow(tag);
+        answers->add(tag, answerText(atom),
                      std::chrono::duration_cast<milliseconds>(steady_clock::now() - start));
         if (pause.count() > 0 && !gEnd) std::this_thread::sleep_for(pause);
         // A statsd that has gone comes back.
-        while (!gEnd && !AIBinder_isAlive(control->asBinder().get())) {
-            std::this_thread::sleep_for(kWait);
-            const Control found = findControl();
-            if (found != nullptr) control = found;
-        }
+        const bool statsdIsGone = atom.failure == kNoStatsd;
+        while (statsdIsGone && !gEnd && !statsdListens()) std::this_thread::sleep_for(kWait);
     }
 }
 
 }  // namespace
 
 int loadCommand(const Words& words) {
-    const Control control = controlOrDie();
+    requireStatsd();
     if (words.wait) {
         fputs("statsctl: waiting for a line of input\n", stderr);
         getchar();
@@ -106,7 +102,7 @@ int loadCommand(const Words& words) {
     std::atomic<size_t> next{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < words.threads.value_or(kThreads); ++i) {
-        threads.emplace_back([&] { pullInTurn(control, tags, pulls, pause, &next, &answers); });
+        threads.emplace_back([&] { pullInTurn(tags, pulls, pause, &next, &answers); });
     }
     for (std::thread& thread : threads) thread.join();
     answers.print();

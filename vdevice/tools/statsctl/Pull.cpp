@@ -1,5 +1,3 @@
-#include <android/binder_manager.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -15,21 +13,12 @@
 namespace zstats::vdevice {
 namespace {
 
-using aidl::zstats::vdevice::EncodedEvent;
-using aidl::zstats::vdevice::IStatsdControl;
-using aidl::zstats::vdevice::PullOutcome;
-using aidl::zstats::vdevice::PullRegistration;
 using Atoms = std::map<int32_t, PulledAtom>;
 
-constexpr char kControlService[] = "stats_control";
 // The cool-down that the daemon registers, and statsd's minimum.
 constexpr std::chrono::milliseconds kCoolDown(1000);
 constexpr std::chrono::milliseconds kStep(50);
 constexpr int kMaxSteps = 60;
-
-PulledEvent decoded(const EncodedEvent& event) {
-    return decodeEvent({reinterpret_cast<const char*>(event.bytes.data()), event.bytes.size()});
-}
 
 std::vector<int32_t> eachOnce(const std::vector<int32_t>& tags) {
     std::vector<int32_t> once;
@@ -40,13 +29,14 @@ std::vector<int32_t> eachOnce(const std::vector<int32_t>& tags) {
 }
 
 /** Waits until living processes have registered all these atoms, a few seconds at most. */
-void waitForRegistrations(const Control& control, const std::vector<int32_t>& tags) {
+void waitForRegistrations(const std::vector<int32_t>& tags) {
     for (int step = 0; step < kMaxSteps; ++step) {
-        std::vector<PullRegistration> list;
-        if (!control->registrations(&list).isOk()) return;
+        const auto reply = askForRegistrations();
+        if (!reply) return;
+        const auto& list = reply->registrations();
         const auto registered = [&](int32_t tag) {
             return std::any_of(list.begin(), list.end(), [&](const auto& entry) {
-                return entry.atomTag == tag && entry.alive;
+                return entry.atom_tag() == tag && entry.alive();
             });
         };
         if (std::all_of(tags.begin(), tags.end(), registered)) return;
@@ -55,48 +45,54 @@ void waitForRegistrations(const Control& control, const std::vector<int32_t>& ta
 }
 
 /** Pulls the atoms that count from the pull before, so that a later pull has a baseline. */
-void setBaselines(const Control& control, const std::vector<int32_t>& tags) {
+void setBaselines(const std::vector<int32_t>& tags) {
     for (int32_t tag : tags) {
-        if (atomInfo(tag).delta) pullAtom(control, tag);
+        if (atomInfo(tag).delta) pullAtom(tag);
     }
 }
 
-Atoms pullSettled(const Control& control, const std::vector<int32_t>& tags) {
-    waitForRegistrations(control, tags);
+Atoms pullSettled(const std::vector<int32_t>& tags) {
+    waitForRegistrations(tags);
     Atoms atoms;
     const auto start = std::chrono::steady_clock::now();
-    setBaselines(control, tags);
+    setBaselines(tags);
     for (int32_t tag : tags) {
-        if (!atomInfo(tag).delta) atoms[tag] = pullAtom(control, tag);
+        if (!atomInfo(tag).delta) atoms[tag] = pullAtom(tag);
     }
     if (atoms.size() == tags.size()) return atoms;
     std::this_thread::sleep_until(start + kCoolDown);
     for (int32_t tag : tags) {
-        if (atoms.count(tag) == 0) atoms[tag] = pullFresh(control, tag);
+        if (atoms.count(tag) == 0) atoms[tag] = pullFresh(tag);
     }
     return atoms;
+}
+
+void setParallelPulls(bool parallel) {
+    control::Request request;
+    request.set_parallel_pulls(parallel);
+    askStatsd(request);
 }
 
 /** Pulls all at the same time; otherwise statsd pulls one atom after the other. */
-Atoms pullParallel(const Control& control, const std::vector<int32_t>& tags) {
+Atoms pullParallel(const std::vector<int32_t>& tags) {
     Atoms atoms;
     for (int32_t tag : tags) atoms[tag].tag = tag;
-    control->setParallelPulls(true);
+    setParallelPulls(true);
     std::vector<std::thread> threads;
     for (int32_t tag : tags) {
-        threads.emplace_back([&, tag] { atoms.at(tag) = pullFresh(control, tag); });
+        threads.emplace_back([&, tag] { atoms.at(tag) = pullFresh(tag); });
     }
     for (std::thread& thread : threads) thread.join();
-    control->setParallelPulls(false);
+    setParallelPulls(false);
     return atoms;
 }
 
-Atoms pullAll(const Control& control, const std::vector<int32_t>& tags, const Words& words) {
-    if (words.settle) return pullSettled(control, tags);
-    if (words.parallel) return pullParallel(control, tags);
+Atoms pullAll(const std::vector<int32_t>& tags, const Words& words) {
+    if (words.settle) return pullSettled(tags);
+    if (words.parallel) return pullParallel(tags);
     Atoms atoms;
     for (int32_t tag : tags) {
-        atoms[tag] = words.fresh ? pullFresh(control, tag) : pullAtom(control, tag);
+        atoms[tag] = words.fresh ? pullFresh(tag) : pullAtom(tag);
     }
     return atoms;
 }
@@ -109,64 +105,72 @@ void print(const PulledAtom& atom, bool json) {
     for (const std::string& line : jsonLines(atom)) puts(line.c_str());
 }
 
-PulledAtom pulled(int32_t tag, const ndk::ScopedAStatus& status, const PullOutcome& outcome) {
+PulledAtom pulled(int32_t tag, const std::optional<control::Reply>& reply) {
     PulledAtom atom;
     atom.tag = tag;
-    if (!status.isOk()) {
-        atom.failure = "statsd cannot be asked: status " + std::to_string(status.getStatus());
+    if (!reply) {
+        atom.failure = kNoStatsd;
         return atom;
     }
-    if (!outcome.answered) {
-        atom.failure = outcome.failure;
+    const control::Outcome& outcome = reply->outcome();
+    if (!outcome.answered()) {
+        atom.failure = outcome.failure();
         return atom;
     }
-    for (const EncodedEvent& event : outcome.events) atom.events.push_back(decoded(event));
+    for (const auto& event : outcome.events()) atom.events.push_back(decodeEvent(event.encoded()));
+    for (const auto& event : outcome.rejected()) {
+        atom.events.push_back(decodeEvent(event.encoded()));
+    }
     return atom;
+}
+
+int complainOfStatsd() {
+    fprintf(stderr, "statsctl: %s\n", kNoStatsd);
+    return kExitFailed;
 }
 
 }  // namespace
 
-Control findControl() {
-    // Checked first: the look-up below logs an error for an absent service.
-    if (!serviceIsThere(kControlService)) return nullptr;
-    return IStatsdControl::fromBinder(
-            ndk::SpAIBinder(AServiceManager_checkService(kControlService)));
-}
-
-Control controlOrDie() {
-    const Control control = findControl();
-    if (control != nullptr) return control;
+void requireStatsd() {
+    if (statsdListens()) return;
     fprintf(stderr, "statsctl: statsd is not running\n");
     exit(kExitFailed);
 }
 
-PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache) {
-    PullOutcome outcome;
-    const ndk::ScopedAStatus status = control->pull(tag, &outcome);
-    if (fromCache != nullptr) *fromCache = status.isOk() && outcome.fromCache;
-    return pulled(tag, status, outcome);
+std::optional<control::Reply> askForRegistrations() {
+    control::Request request;
+    request.set_registrations(true);
+    return askStatsd(request);
 }
 
-PulledAtom pullAtomNow(const Control& control, int32_t tag) {
-    PullOutcome outcome;
-    const ndk::ScopedAStatus status = control->pullNow(tag, &outcome);
-    return pulled(tag, status, outcome);
+PulledAtom pullAtom(int32_t tag, bool* fromCache) {
+    control::Request request;
+    request.set_pull(tag);
+    const auto reply = askStatsd(request);
+    if (fromCache != nullptr) *fromCache = reply && reply->outcome().from_cache();
+    return pulled(tag, reply);
 }
 
-PulledAtom pullFresh(const Control& control, int32_t tag) {
+PulledAtom pullAtomNow(int32_t tag) {
+    control::Request request;
+    request.set_pull_now(tag);
+    return pulled(tag, askStatsd(request));
+}
+
+PulledAtom pullFresh(int32_t tag) {
     bool fromCache = false;
-    PulledAtom atom = pullAtom(control, tag, &fromCache);
+    PulledAtom atom = pullAtom(tag, &fromCache);
     for (int step = 0; fromCache && step < kMaxSteps; ++step) {
         std::this_thread::sleep_for(kStep);
-        atom = pullAtom(control, tag, &fromCache);
+        atom = pullAtom(tag, &fromCache);
     }
     return atom;
 }
 
 int pullCommand(const Words& words) {
-    const Control control = controlOrDie();
+    requireStatsd();
     const auto tags = eachOnce(words.ids.empty() ? pulledAtomIds() : words.ids);
-    const auto atoms = pullAll(control, tags, words);
+    const auto atoms = pullAll(tags, words);
     if (!words.json) fputs(textHeading().c_str(), stdout);
     int status = kExitOk;
     for (int32_t tag : tags) {
@@ -177,40 +181,36 @@ int pullCommand(const Words& words) {
 }
 
 int registrationsCommand() {
-    std::vector<PullRegistration> list;
-    const ndk::ScopedAStatus status = controlOrDie()->registrations(&list);
-    if (!status.isOk()) {
-        fprintf(stderr, "statsctl: statsd does not answer: status %d\n", status.getStatus());
-        return kExitFailed;
-    }
+    requireStatsd();
+    const auto reply = askForRegistrations();
+    if (!reply) return complainOfStatsd();
     printf("%-4s %-8s %-31s %-6s %-10s %-9s %s\n", "#", "tag", "atom", "uid", "cool-down",
            "time-out", "additive fields");
     int number = 0;
-    for (const PullRegistration& entry : list) {
+    for (const control::Registration& entry : reply->registrations()) {
         std::string additive;
-        for (int32_t field : entry.additiveFields) additive += std::to_string(field) + " ";
-        printf("%-4d %-8d %-31s %-6d %-10s %-9s %s%s\n", ++number, entry.atomTag,
-               atomInfo(entry.atomTag).name.c_str(), entry.uid,
-               (std::to_string(entry.coolDownMillis) + " ms").c_str(),
-               (std::to_string(entry.timeoutMillis) + " ms").c_str(),
+        for (int32_t field : entry.additive_fields()) additive += std::to_string(field) + " ";
+        printf("%-4d %-8d %-31s %-6d %-10s %-9s %s%s\n", ++number, entry.atom_tag(),
+               atomInfo(entry.atom_tag()).name.c_str(), entry.uid(),
+               (std::to_string(entry.cool_down_millis()) + " ms").c_str(),
+               (std::to_string(entry.timeout_millis()) + " ms").c_str(),
                additive.empty() ? "none" : additive.c_str(),
-               entry.alive ? "" : "  (its process has died)");
+               entry.alive() ? "" : "  (its process has died)");
     }
     return kExitOk;
 }
 
 int pushedCommand(const Words& words) {
-    std::vector<EncodedEvent> events;
-    const ndk::ScopedAStatus status = controlOrDie()->pushed(&events);
-    if (!status.isOk()) {
-        fprintf(stderr, "statsctl: statsd does not answer: status %d\n", status.getStatus());
-        return kExitFailed;
-    }
-    for (const EncodedEvent& entry : events) {
-        const auto* bytes = reinterpret_cast<const uint8_t*>(entry.bytes.data());
-        const auto event = readEvent(bytes, entry.bytes.size());
-        const int32_t id = event ? event->atomId : 0;
-        PulledAtom atom{id, "", {decoded(entry)}};
+    requireStatsd();
+    control::Request request;
+    request.set_pushed(true);
+    const auto reply = askStatsd(request);
+    if (!reply) return complainOfStatsd();
+    for (const control::Event& entry : reply->pushed()) {
+        const std::string& encoded = entry.encoded();
+        const auto event =
+                readEvent(reinterpret_cast<const uint8_t*>(encoded.data()), encoded.size());
+        PulledAtom atom{event ? event->atomId : 0, "", {decodeEvent(encoded)}};
         print(atom, words.json);
     }
     return kExitOk;

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <aidl/zstats/vdevice/IStatsdControl.h>
-
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "vdevice/lib/StatsdControl.h"
 #include "vdevice/lib/atoms/PulledAtom.h"
 
 namespace zstats::vdevice {
@@ -15,8 +13,6 @@ namespace zstats::vdevice {
 /** Exit statuses of the tool. */
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;
-
-using Control = std::shared_ptr<aidl::zstats::vdevice::IStatsdControl>;
 
 /** The parsed command line after the command. */
 struct Words {
@@ -39,17 +35,20 @@ struct Words {
     std::vector<int32_t> ids;
 };
 
-/** statsd's control service; ends the process with a message if it is not there. */
-Control controlOrDie();
-/** The same, or empty. */
-Control findControl();
+/** The failure of a pull for which there is no statsd. */
+inline constexpr char kNoStatsd[] = "statsd does not answer";
+
+/** Ends the process with a message if statsd is not there. */
+void requireStatsd();
+/** statsd's registrations in the order of their arrival; nothing if it does not answer. */
+std::optional<control::Reply> askForRegistrations();
 
 /** Pulls once. `fromCache`, if given, tells whether statsd answered from its cache. */
-PulledAtom pullAtom(const Control& control, int32_t tag, bool* fromCache = nullptr);
+PulledAtom pullAtom(int32_t tag, bool* fromCache = nullptr);
 /** Pulls once, beside other pulls and without regard to the cool-down. */
-PulledAtom pullAtomNow(const Control& control, int32_t tag);
+PulledAtom pullAtomNow(int32_t tag);
 /** Pulls again until the answer does not come from statsd's cache. */
-PulledAtom pullFresh(const Control& control, int32_t tag);
+PulledAtom pullFresh(int32_t tag);
 
 // The commands. Each returns the exit status.
 int pullCommand(const Words& words);
