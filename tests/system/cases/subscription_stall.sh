@@ -1,5 +1,6 @@
 # profile: qcom
-# A reader who stops reading stops every subscription, new ones too, and no pull, until it goes away.
+# A reader who stops reading stops every subscription and all pushed atoms until it goes away, and with
+# ten later subscribers every call of statsd. One that may not be waited for stops its own stream alone.
 
 statsd_writes() { [ "$(threads_in write "$(pidof statsd)")" -gt 0 ]; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
@@ -9,7 +10,7 @@ running_is() { [ "$(running)" = "$1" ]; }
 lines() { grep -c '"atom":150005,' stream; }
 
 wait_for 20 running_is 0
-statsctl subscribe 150005 --json >stream 2>stream.err &
+statsctl subscribe 150005 100207 --json >stream 2>stream.err &
 stream=$!
 wait_for 20 grep -q 150005 stream && ok before || not_ok before "nothing came"
 # All atoms, many times over, into a pipe of 4 KiB that nobody reads.
@@ -26,8 +27,36 @@ is late/stays_in_the_daemon $(($(runs "done") + 1)) "$(runs in)"
 is other/stops "$count" "$(lines)"
 has pull/answered '"fields"' "$(statsctl pull --json --fresh 150006)"
 
+# Pushed atoms are taken from their writers, and go no further than the stream that is stuck.
+pushes() { statsctl pushed --json | grep -c '"fields":\[77,'; }
+pushes_are() { [ "$(pushes)" -eq "$1" ]; }
+for i in $(seq 20); do kestrel --type 77 --pe "$i" --lnr 2 --bnr 3 --info x; done
+wait_for 20 pushes_are 1
+sleep 1
+is pushed/one_on_its_way 1 "$(pushes)"
+
+# The pool has ten threads. Each later subscriber holds one; the tools do without.
+idle_are() { [ "$(threads_in ioctl "$(pidof statsd)")" -eq "$1" ]; }
+later() { statsctl subscribe 150005 --for 100 >/dev/null 2>&1 & callers="$callers $!"; }
+callers=
+for _ in 2 3 4 5 6 7 8 9; do later; done
+wait_for 20 idle_are 1 && ok nine/one_thread_left || not_ok nine/one_thread_left "$(threads_in ioctl "$(pidof statsd)")"
+has nine/answered "$ATOMS pullers" "$(cmd stats print-stats)"
+later
+wait_for 20 idle_are 0 && ok ten/no_thread_left || not_ok ten/no_thread_left "$(threads_in ioctl "$(pidof statsd)")"
+cmd stats print-stats >unanswered 2>&1 &
+waiting=$!
+has ten/no_pull_is_answered 'no answer within 2000 ms' "$(pull 150006)"
+is ten/waits '' "$(cat unanswered)"
+is ten/tools_are_answered "$ATOMS" "$(statsctl registrations | tail -n +2 | wc -l)"
+
 kill $stalled
 wait $stalled 2>/dev/null
+wait $waiting
+has ten/answered_in_the_end "$ATOMS pullers" "$(cat unanswered)"
+kill $callers
+wait $callers 2>/dev/null
+wait_for 20 pushes_are 20 && ok pushed/all || not_ok pushed/all "$(pushes)"
 wait_for 20 runs_catch_up && ok late/started || not_ok late/started "$(runs in) $(runs "done")"
 more() { [ "$(lines)" -gt "$count" ]; }
 wait_for 20 more && ok other/goes_on || not_ok other/goes_on "$(lines) lines"
@@ -44,6 +73,21 @@ sleep 2
 is unfinished/stops "$count" "$(lines)"
 exec 3>&-
 wait_for 20 more && ok unfinished/goes_on || not_ok unfinished/goes_on "$(lines) lines"
+is pushed/arrive_in_order "$(seq 20 | xargs)" \
+    "$(sed -n 's/.*"atom":100207,.*"fields":\[77,\([0-9]*\),.*/\1/p' stream | xargs)"
+
+# A tool's pipe has O_NONBLOCK: statsd does not wait for one that was stopped.
+# shellcheck disable=SC2046,SC2086  # lists of words
+statsctl subscribe $(for _ in $(seq 25); do echo $tags; done) --json >/dev/null 2>paused.err &
+paused=$!
+wait_for 20 running_is 2 && ok paused/runs || not_ok paused/runs "$(running) run"
+kill -STOP $paused
+wait_for 90 running_is 1 && ok paused/ends || not_ok paused/ends "$(running) run"
+count=$(lines)
+wait_for 20 more && ok paused/others_go_on || not_ok paused/others_go_on "$(lines) lines"
+kill -CONT $paused
+wait $paused
+is paused/knows "1 statsctl: the stream has ended" "$? $(cat paused.err)"
 kill $stream
 wait $stream 2>/dev/null
 wait_for 20 running_is 0 && ok all_end || not_ok all_end "$(running) run"

@@ -22,8 +22,9 @@ using android::base::unique_fd;
 using android::binder::Status;
 using Clock = std::chrono::steady_clock;
 
-/** The least that a pipe can hold. */
+/** The least that a pipe can hold, and the most without a privilege. */
 constexpr int kSmallPipe = 4096;
+constexpr int kLargePipe = 1 << 20;
 
 volatile sig_atomic_t gEnded = 0;
 
@@ -136,7 +137,9 @@ int followStream(const Words& words, const StreamUser& user) {
         return kExitFailed;
     }
     const unique_fd stream(ends[0]);
-    if (words.stall) fcntl(ends[1], F_SETPIPE_SZ, kSmallPipe);
+    // statsd waits for a reader, with all other streams, unless the descriptor tells it not to.
+    fcntl(ends[1], F_SETPIPE_SZ, words.stall ? kSmallPipe : kLargePipe);
+    if (!words.stall) fcntl(ends[1], F_SETFL, O_NONBLOCK);
     const int status = request(words.ids, unique_fd(ends[1]));
     if (status != kExitOk) return status;
     std::optional<Clock::time_point> end;
