@@ -39,6 +39,13 @@ done
 has main_service_is_not_for_it "Can't find service: zstats_pullerd" \
     "$(as system_server 1000 dumpsys zstats_pullerd)"
 
+# A bug report asks each service for its dump: the daemon's are refused, and no denial is logged.
+for service in zstats_pullerd atomacq; do
+    is "dumpstate_gets_nothing/$service" \
+        "Error with service '$service' while dumping: FAILED_TRANSACTION" \
+        "$(as dumpstate 2000 dumpsys $service)"
+done
+
 # The daemon may have itself stopped, and asks for no more. (Before it does: it is needed here.)
 statsd=$(pidof statsd)
 as zstats_pullerd 0 setprop ctl.stop statsd >/dev/null
