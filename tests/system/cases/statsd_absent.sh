@@ -36,3 +36,16 @@ if wait_for 20 all_registered; then ok death/registered-again; else not_ok death
 setprop vdev.restart_ms ""
 is death/same-daemon "$pid" "$(daemon_pid)"
 if wait_for 10 answered; then ok death/answered; else not_ok death/answered 'no event'; fi
+
+# One that comes back when the library has given up gets no registrations.
+gave_up="Service stats didn't start. Returning NULL"
+before=$(log_count "$gave_up")
+stop statsd
+wait_for 20 log_has_more "$gave_up" "$before" && ok late/given_up || not_ok late/given_up 'no line'
+start statsd
+wait_for 10 service_is_there stats
+sleep 1
+is late/not_registered 0 "$(registered)"
+is late/same_daemon "$pid" "$(daemon_pid)"
+restart_daemon
+if all_registered; then ok late/registered_by_a_new_daemon; else not_ok late/registered_by_a_new_daemon "$(registered) of $ATOMS"; fi
