@@ -19,6 +19,7 @@ using Arguments = std::vector<std::string_view>;
 class CmdTest : public testing::Test {
   protected:
     CmdTest() {
+        gLogLevel = 0;
         inprocess::reset();
         takeProcessCalls();
     }

@@ -81,6 +81,7 @@ Lines refusalLines(const std::string& uid) {
 
 class IAtomsAcquireTest : public testing::Test {
   protected:
+    IAtomsAcquireTest() { gLogLevel = 0; }  // which no line here waits for
     ~IAtomsAcquireTest() override { inprocess::reset(); }
 
     const sp<AtomsAcquireService> mService{new AtomsAcquireService};

@@ -126,6 +126,7 @@ std::string drain(int fd) {
 class PushedAtomSubscriptionTest : public testing::Test {
   protected:
     PushedAtomSubscriptionTest() {
+        gLogLevel = 0;  // which no line here waits for
         inprocess::reset();
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
@@ -169,15 +170,17 @@ TEST_F(PushedAtomSubscriptionTest, HandsTheFrameAndADuplicateToStatsdAndKeepsThe
         call.receiver->send(5);
         return android::OK;
     });
+    std::set<int> kept;
+    mLog.whenLogged(kEnded + 2, [&] { kept = newDescriptors(); });
     gFaults = {};
     EXPECT_EQ(subscribe({150005, 100207, 9}), 1);
     EXPECT_EQ(gFaults.writes, 1);
     waitForEnds();
     EXPECT_EQ(frame, frameMessage(serializeSubscription({150005, 100207, 9})));
     EXPECT_EQ(drain(mReader.get()), "data");
-    const std::set<int> kept = newDescriptors();
+    mLog.whenLogged("", nullptr);  // whose action has ended by now
     ASSERT_EQ(kept.size(), 1u);
-    EXPECT_EQ(fcntl(*kept.begin(), F_GETFL) & O_ACCMODE, O_WRONLY);
+    EXPECT_EQ(fcntl(*kept.begin(), F_GETFL), O_WRONLY);
 
     const std::string caller = std::to_string(mWriter.get());
     mWriter.reset();
@@ -197,6 +200,9 @@ TEST_F(PushedAtomSubscriptionTest, HandsTheFrameAndADuplicateToStatsdAndKeepsThe
                      "I AtomsAcquire zstats data-subscribe in intInFd =" + duplicate +
                              ",inFds.get()=" + caller + "\n",
                      "I dumpShellSubscriptionForPush done ret = 1"}));
+    publishCommand("stats", FakeCommand::answer);
+    EXPECT_EQ(subscribe(), 1) << "a descriptor that cannot be duplicated is statsd's to refuse";
+    waitForEnds();
 }
 
 TEST_F(PushedAtomSubscriptionTest, RunsBesideOthersWithAThreadAndAPipeEach) {
@@ -204,6 +210,7 @@ TEST_F(PushedAtomSubscriptionTest, RunsBesideOthersWithAThreadAndAPipeEach) {
     statsd->block();
     for (int i = 0; i < 3; ++i) EXPECT_EQ(subscribe(), 1);
     statsd->waitForBlocked(3);
+    mLog.waitFor(kStarted + 2, 3);
     EXPECT_EQ(newDescriptors().size(), 3 * 3u);
     statsd->unblock();
     waitForEnds(3);

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 
 #include "acquire/Cmd.h"
 #include "tests/support/OwnEntries.h"
@@ -208,28 +209,47 @@ TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
     }
 }
 
-/** The life of a run as the command sees it: during its call, then after it. */
+/** The life of a run as the command sees it: during its call, then until its result, then after. */
 TEST_F(ShellCallbackTest, ServesACommandOnlyDuringItsCall) {
     sp<android::IShellCallback> kept;
     const auto openKept = [&](const char* path, const char* mode) {
         return kept->openFile(String16(path), String16(), String16(mode));
     };
+    std::thread command;
     publishCommand("opener", [&](const ShellCall& call) {
         kept = call.callback;
         const int fd = openKept("there", "r");
         EXPECT_GE(fd, 0);
         close(fd);
         EXPECT_EQ(openKept("there", "a"), -EINVAL);
-        return FakeCommand::answer(call);
+        // Gives its result when it is refused, as it is once its call has returned.
+        command = std::thread([&, receiver = call.receiver] {
+            for (int fd; (fd = openKept("there", "r")) >= 0;) close(fd);
+            receiver->send(0);
+        });
+        return android::OK;
     });
     TextCapture output;
     EXPECT_EQ(cmdMain({"opener"}, output, mError, 0, 1, 2, RunMode::kLibrary), 0);
+    command.join();
     EXPECT_EQ(openKept("there", "w"), -1);
     EXPECT_EQ(openKept("/etc/passwd", "a"), -1);
     EXPECT_EQ(content(), "old");
-    EXPECT_EQ(mError.take(), "Invalid mode requested: a\nOpen attempt after active for: " +
-                                     std::filesystem::current_path().string() +
-                                     "/there\nOpen attempt after active for: /etc/passwd\n");
+    const std::string refused = "Open attempt after active for: ";
+    const std::string there = refused + std::filesystem::current_path().string() + "/there\n";
+    EXPECT_EQ(mError.take(),
+              "Invalid mode requested: a\n" + there + there + refused + "/etc/passwd\n");
+
+    // A call that fails ends the run without that.
+    publishCommand("failing", [&](const ShellCall& call) {
+        kept = call.callback;
+        return android::UNKNOWN_ERROR;
+    });
+    EXPECT_EQ(cmdMain({"failing"}, output, mError, 0, 1, 2, RunMode::kLibrary),
+              android::UNKNOWN_ERROR);
+    const int fd = openKept("there", "r");
+    EXPECT_GE(fd, 0);
+    close(fd);
     inprocess::reset();
 }
 
