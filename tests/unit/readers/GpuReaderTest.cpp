@@ -34,8 +34,8 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
             {"585000000 1\n", {noFreq("585000000 1"), noTime("585000000 1"), "{} {}"}},
             {"0585000000 12\n", {"{ 585000 } { 12 }"}},  // a zero is part of the lead-in
             {"\n[00]: 40000 7\n", {noFreq(""), noTime(""), "{ 40 } { 7 }"}},
-            {"f 1000 -5\nf 2999 x\nf 3000",
-             {noTime("f 2999 x"), noTime("f 3000"), "{ 1, 2, 3 } { -5 }"}},
+            {"f 9000 -5\nf 2999 x\nf 3000",
+             {noTime("f 2999 x"), noTime("f 3000"), "{ 9, 2, 3 } { -5 }"}},
             {"no number", {noFreq("no number"), noTime("no number"), "{} {}"}},
             {"", {"{} {}"}},
     };
@@ -51,7 +51,7 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
         });
     }
     std::vector<int> freqs = {7};
-    parseQcomGpuFreqsKhz("2147483647 01\t0x2\n3,4", freqs);
+    parseQcomGpuFreqsKhz("2147483647 01\t0x2\n3,4\r5\v6\f7", freqs);
     EXPECT_THAT(freqs, ElementsAre(7, -1000, 1000, 0, 3000));
 }
 

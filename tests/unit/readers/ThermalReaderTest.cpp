@@ -59,6 +59,8 @@ TEST_F(ThermalReaderTest, repliesAreReadByType) {
             {2, {4, 4, 41000, 1}, {"0 { 1, 0, 0 }"}},  // words behind the end read as 0
             {1, {3, 4, 41000}, {kSizes, "-1 {}"}},
             {1, {4, 3, 41000}, {kSizes, "-1 {}"}},
+            {1, {-1, 4, 41000}, {kSizes, "-1 {}"}},
+            {2, {4, -1, 41000, 1, 2, 3}, {kSizes, "-1 {}"}},
             {2, {}, {kSizes, "-1 {}"}},
             {0, {35}, {"0 { 35000 }"}},
             {0, {-7, 1}, {"0 { -7000 }"}},
@@ -111,8 +113,10 @@ TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueries) {
 
     FakeCalda calda;
     calda.set(FakeCalda::kStatus, {0, 1});
+    const size_t lookUps = inprocess::lookUps().size();
     expectAtLevels({kLinked}, construct);
     reader.getCaldaService();
+    EXPECT_EQ(inprocess::lookUps().size() - lookUps, 3 + 1u);
     int status = 0;
     expectAtLevels(kDied + Lines{kLinked}, [&] {
         calda.remote().die();
@@ -136,6 +140,7 @@ struct LinkedCalda : android::BBinder {
         EXPECT_EQ(cookie, nullptr);
         EXPECT_EQ(flags, 0u);
         recipient = to;
+        if (diesAtOnce) std::thread([&] { to->binderDied(this); }).join();
         return android::INVALID_OPERATION;
     }
     android::status_t unlinkToDeath(const android::wp<DeathRecipient>& from, void*, uint32_t,
@@ -152,17 +157,22 @@ struct LinkedCalda : android::BBinder {
         return android::OK;
     }
     sp<DeathRecipient> recipient;
+    bool diesAtOnce = false;
 };
 
 TEST_F(ThermalReaderTest, noticesAboutOtherBindersAreIgnored) {
     const sp<LinkedCalda> calda(new LinkedCalda);
     const sp<IBinder> other(new android::BBinder);
     android::defaultServiceManager()->addService(android::String16("calda"), calda);
-    expectAtLevels(
-            {"W0 ThermalReader registBinder calda link to death failed! status -38", kLinked}, [&] {
-                const ThermalReader fresh;
-                return lines();
-            });
+    const Lines linked = {"W0 ThermalReader registBinder calda link to death failed! status -38",
+                          kLinked};
+    for (const bool diesAtOnce : {true, false}) {
+        calda->diesAtOnce = diesAtOnce;  // the notice then finds what it is about
+        expectAtLevels((diesAtOnce ? kDied : Lines{}) + linked, [&] {
+            const ThermalReader fresh;
+            return lines();
+        });
+    }
     EXPECT_EQ(calda->recipient, nullptr) << "the last reader is gone";
 
     ThermalReader reader;

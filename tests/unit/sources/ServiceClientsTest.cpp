@@ -166,6 +166,7 @@ TEST_F(ServiceClientsTest, OfHandlesTakesTextAndResultCodeOfACallThatSucceeds) {
         EXPECT_EQ(handles.reads().back(), std::pair(std::string(key), 0));
     }
     EXPECT_EQ(takeLines(), Lines{});
+    EXPECT_EQ(handles.reads().size(), std::size(rows));
     const auto expectFailure = [&](const Lines& lines) {
         expectLines(log, lines, [&] { EXPECT_EQ(factory.read("unknown", out), -1); });
         EXPECT_EQ(out, "-1");
@@ -174,6 +175,8 @@ TEST_F(ServiceClientsTest, OfHandlesTakesTextAndResultCodeOfACallThatSucceeds) {
         handles.remote().failCalls(status);
         expectFailure({"W handleFactory read failed."});
     }
+    // One each; after the last status the proxy is dead and makes none.
+    EXPECT_EQ(handles.remote().calls(4), static_cast<int>(std::size(rows)) + 3 * 3 + 1);
     handles.remote().die();
     log.clear();
     expectFailure(kFactory.absent);
@@ -216,6 +219,7 @@ TEST_F(ServiceClientsTest, OfAudioSaysWhyItsCallFails) {
         expectLines(log, {"E Error invoking remote service: " + text + "\n"},
                     [] { EXPECT_EQ(readAmplifierMonitor(), std::nullopt); });
     }
+    EXPECT_EQ(audio.remote().calls(FakeAudio::kMonitor), 2 + 3 * 3 + 1) << "one each";
     const FakeAudio successor;
     EXPECT_TRUE(kAudio.finds());
 }
