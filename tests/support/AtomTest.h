@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 
 /** Log lines as "W text", then events as "[1, 2L, 1.5f, true, "text"]", 2L being an int64. */
 using Transcript = Lines;
-using Nodes = std::map<std::string, std::string>;
+using Nodes = std::vector<std::pair<std::string, std::string>>;
 
 inline std::string textOf(const FieldValue& field) {
     constexpr const char* kSuffixes[] = {"", "L", "f", "", ""};
@@ -47,7 +47,7 @@ constexpr char kRefused[] = "W handleFactory read failed.";
 /** One pull of an atom that reads nodes. */
 struct NodeRow {
     int32_t tag;
-    Nodes nodes;
+    Nodes nodes;  // in the order in which they are read
     Transcript expected;
     const char* hardware = "qcom";
 };
@@ -116,14 +116,25 @@ class AtomTest : public HandlerTest {
         expectAtLevels(expected, [&] { return pull(tag); });
     }
 
-    /** Expects each row's answer, from nodes that no other row has set. */
+    /** Expects each row's answer, from nodes that no other row has set and that are read once. */
     void expectRows(std::initializer_list<NodeRow> rows) {
         for (const NodeRow& row : rows) {
             SCOPED_TRACE(testing::PrintToString(row.nodes));
             __system_property_set("ro.hardware", row.hardware);
             set(row.nodes);
             expectPulls(row.tag, row.expected);
-            for (const auto& node : row.nodes) factory.fail(node.first);
+            const size_t before = factory.reads().size();
+            pull(row.tag);
+            const auto reads = factory.reads();
+            std::map<std::string, std::vector<size_t>> places;
+            for (size_t i = before; i < reads.size(); ++i) places[reads[i].first].push_back(i);
+            size_t next = before;
+            for (const auto& node : row.nodes) {
+                ASSERT_EQ(places[node.first].size(), 1u) << node.first;
+                EXPECT_GE(places[node.first][0], next) << node.first << " is read too early";
+                next = places[node.first][0];
+                factory.fail(node.first);
+            }
         }
     }
 

@@ -9,7 +9,7 @@ struct ChargerRow {
     int32_t tag;
     std::string handler;
     std::vector<std::string> methods;
-    const char* event;  // when each method answers 11
+    const char* event;  // when the methods answer 11, then 12
     int noServiceLine, callFailedLine;
 
     std::string warning(int line, const std::string& text) const {
@@ -56,7 +56,8 @@ class ChargerRowsTest : public AtomTest {
                 mCalls.insert(mCalls.end(), row.methods.begin(), row.methods.end());
             }
         };
-        for (const std::string& method : row.methods) charger.set(method, 11);
+        int32_t value = 11;
+        for (const std::string& method : row.methods) charger.set(method, value++);
         expect(row.event);
         for (const std::string& method : row.methods) {
             charger.fail(method);

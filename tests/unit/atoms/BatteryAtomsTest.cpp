@@ -23,6 +23,7 @@ TEST_F(BatteryChargerAtomsTest, carryWhatTheirCallsAnswer) {
             {150030, "BatteryTemperature", {"getPsyBatteryTemp"}, "[1, 1100]", 921, 927},
             {150138, "BatteryCapacityLossRatio", {"getPsyBatteryFcc"}, "[20, 11, 45]", 1378, 1384},
     });
+    EXPECT_EQ(factory.reads().size(), 1 + 3u) << "only a call that succeeds has the node read";
 }
 
 /** The line that is written at every level. */

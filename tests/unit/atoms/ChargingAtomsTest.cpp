@@ -28,7 +28,7 @@ TEST_F(ChargingAtomsTest, carryTheirNodes) {
 TEST_F(ChargingAtomsTest, carryWhatTheirCallsAnswer) {
     const std::vector<std::string> state = {"getPsyChargeTech", "getPsyFastChgType"};
     const std::vector<std::string> input = {"getPsyInputCurrent", "getUsbInputCurrentNow"};
-    expectChargerRows({{150007, "ChargeState", state, "[11, 11]", 503, 513},
+    expectChargerRows({{150007, "ChargeState", state, "[11, 12]", 503, 513},
                        {150023, "UsbInputCurrentNow", input, "[11]", 623, 631}});
 }
 
@@ -43,6 +43,9 @@ TEST_F(ChargingAtomsTest, inputCurrentIsTheChargersOwnUnlessItIsZero) {
         charger.set("getUsbInputCurrentNow", usb);
         EXPECT_THAT(pull(150023), ElementsAre(event)) << event;
     }
+    charger.set("getPsyChargeTech", 5);
+    charger.set("getPsyFastChgType", std::nullopt);
+    EXPECT_THAT(pull(150007), ElementsAre("[5, 0]"));
 }
 
 }  // namespace

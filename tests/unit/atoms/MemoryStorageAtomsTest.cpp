@@ -17,6 +17,7 @@ TEST_F(MemoryAtomsTest, ddrLinesAreReadByTheirMarks) {
             {"Freq:\t0547Mhz,Time(msec):\r\t07", {"[547, 7L]"}},
             {"Freq:1 Mhz Time(msec):2\nFreq:3 Mhz Time(msec):5000000000\n",
              {"[1, 2L]", "[3, 5000000000L]"}},
+            {"Freq:1 Mhz Time(msec):2\nFreq:1 Mhz Time(msec):7", {"[1, 2L]", "[1, 5L]"}},
             {"header\n\nFreq:1 MHz Time(msec):2\nFreq:1 Mhz Time:2\n1 Mhz Time(msec):2", {}},
             {"Time(msec):5 Freq: 9 Mhz", {}},  // the marks have an order
             {"Mhz Freq: 9 Time(msec):5", {}},
@@ -60,12 +61,13 @@ TEST_F(MemoryAtomsTest, ddrTimesAreThoseSinceTheLastPull) {
     factory.setSeries("power_ddr_residency_mtk",
                       {"Freq: 2133 Mhz Time(msec):123456 \n",
                        "Freq: 2133 Mhz Time(msec):123999 \nFreq: 547 Mhz Time(msec):40 \n",
-                       "Freq: 547 Mhz Time(msec):30 \n", "Freq: 2133 Mhz Time(msec):124000 \n",
+                       "Freq: 547 Mhz Time(msec):30 \n",
+                       "Freq: 2133 Mhz Time(msec):124000 \nFreq: 547 Mhz Time(msec):31 \n",
                        "Freq: 2133 Mhz Time(msec):-9223372036854775808\n",
                        "Freq: 2133 Mhz Time(msec):9223372036854775807\n"});
     const Transcript pulls[] = {
-            {"[2133, 123456L]"}, {"[2133, 543L]", "[547, 40L]"},   {"[547, -10L]"},
-            {"[2133, 1L]"},      {"[2133, 9223372036854651808L]"}, {"[2133, -1L]"}};
+            {"[2133, 123456L]"},         {"[2133, 543L]", "[547, 40L]"},   {"[547, -10L]"},
+            {"[2133, 1L]", "[547, 1L]"}, {"[2133, 9223372036854651808L]"}, {"[2133, -1L]"}};
     for (const Transcript& expected : pulls) EXPECT_EQ(pull(kDdrTag), expected);
     useQcom();
     EXPECT_THAT(pull(kDdrTag), ElementsAre(kRefused, emptyNode(kDdr)));

@@ -33,6 +33,9 @@ TEST_F(ThermalAtomsTest, carryWhatCaldaAnswers) {
     for (const auto& row : rows) {
         expectPulls(row.tag, {"D2 ThermalReader Calda Binder already exists", row.event});
     }
+    for (const auto& [code, calls] : {std::pair(4, 1 + 3), {21, 2 * 3}, {25, 3}}) {
+        EXPECT_EQ(calda.remote().calls(code), calls);
+    }
 }
 
 TEST_F(ThermalAtomsTest, cpuValuesAreNumberedAndTruncated) {

@@ -32,8 +32,8 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
             {true, {{kPre, "true"}, {kRelease, "true"}, {kImage, "release"}}},
             {false, {{kPre, "1"}, {kRelease, "true"}}},
             // And an unlocked build, known by the first characters of three properties.
-            {true, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {true, {{kSecure, "0x1"}, {kAdbSecure, "01"}, {kDebuggable, "1z"}, {kRelease, "true"}}},
+            {true, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kImage, "release"}}},
             {false, {{kSecure, "1"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {false, {{kSecure, "0"}, {kAdbSecure, "1"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {false, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "0"}, {kRelease, "true"}}},

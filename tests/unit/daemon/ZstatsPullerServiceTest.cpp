@@ -70,7 +70,10 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
     const Lines starts = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched pullerd_kw"};
     const Lines second = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw"};
     const Lines twice = {"D2 kworker mConnectFd = 40", "D2 kworker mConnectFd = 41"};
-    const Lines failed = {"D2 kworker mConnectFd = -5", "W0 kworker connect fail fd = -5"};
+    const auto failed = [](const std::string& fd) {
+        return Lines{"D2 kworker mConnectFd = " + fd, "W0 kworker connect fail fd = " + fd};
+    };
+    const Lines unsupported = {"W0 do not support zcvt"};
     const struct {
         int region, connection;
         const char* releaseType;
@@ -79,8 +82,10 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
     } rows[] = {{1, 40, "false", asks + starts + asks + second, twice, "41"},
                 {1, 40, "true", asks + starts, {"D2 kworker mConnectFd = 40"}, "40"},
                 {1, 0, "true", asks + starts, {"D2 kworker mConnectFd = 0"}, "0"},
-                {1, -5, "true", asks + starts, failed, "-5"},
-                {2, 40, "true", asks, {"W0 do not support zcvt"}, "-1"}};
+                {1, -5, "true", asks + starts, failed("-5"), "-5"},
+                // The second is tried whatever became of the first.
+                {1, -1, "false", asks + starts + asks + second, failed("-1") + failed("-1"), "-1"},
+                {2, 40, "false", asks + asks, unsupported + unsupported, "-1"}};
     const Lines ofCallback = {
             "D2 property ro.hardware:", "E getGpuStats With a unknown vendor platform!",
             "I1 ThermalReader checkService failed"};
@@ -88,8 +93,8 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
                               " registerPullAtomCallback success"};
     for (const auto& row : rows) {
         property_set("ro.build.release_type", row.releaseType);
-        const Lines later = {"W0 do not support zcvt"};  // of the connection that is tried below
-        expectLines(mLog, ofCallback + registered + row.lines + later, [&] {
+        // The last line is of the connection that is tried below.
+        expectLines(mLog, ofCallback + registered + row.lines + unsupported, [&] {
             inprocess::reset();
             publishStats("android.os.IStatsd");
             gLibraries = {};
@@ -141,10 +146,20 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     gLibraries.calls.clear();
     mLog.clear();
     mStatsd->die();
-    EXPECT_LT(AIBinder_debugGetRefCount(statsd.get()), references);
+    EXPECT_EQ(AIBinder_debugGetRefCount(statsd.get()), 1) << "of " << references;
     EXPECT_EQ(mLog.take(), Lines{"E statsd service died, will try to reconnect."});
     EXPECT_EQ(gLibraries.calls, Lines{});
     EXPECT_EQ(inprocess::lookUps(), lookUps);
+
+    // It is told from the first step of its construction on, and goes on with the others.
+    gLogLevel = 0;
+    mStatsd = publishStats("android.os.IStatsd");
+    const std::string ofCallback = "getGpuStats With a unknown vendor platform!";
+    mLog.whenLogged(ofCallback, [&] { mStatsd->die(); });
+    sp<ZstatsPullerService>(new ZstatsPullerService).clear();
+    EXPECT_EQ(mLog.take(),
+              (Lines{"E " + ofCallback, "E statsd service died, will try to reconnect."}));
+    EXPECT_EQ(gLibraries.calls.size(), std::size(kTags) + 2 * 4 + 1);
 }
 
 /** The service as dumpsys reaches it. */
@@ -227,6 +242,7 @@ TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
     for (const auto& [text, level] : levels) {
         rows.push_back({{"--loglevel", text}, levelIs + std::to_string(level) + "\n", level});
     }
+    mStatsd->die();  // which changes nothing here
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.args));
         gLogLevel = 5;

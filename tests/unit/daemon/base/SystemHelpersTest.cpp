@@ -64,13 +64,14 @@ TEST_F(SystemHelpersTest, ReadFileAppendsPiecesOfUpTo1024BytesAndClosesTheFile) 
     // What is written at once to this pipe and not read at once is lost.
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_DIRECT), 0);
+    EXPECT_EQ(write(ends[1], "few", 3), 3);
     EXPECT_EQ(write(ends[1], std::string(2000, 'x').data(), 2000), 2000);
     EXPECT_EQ(write(ends[1], "end", 3), 3);
     close(ends[1]);
     std::string out;
-    EXPECT_EQ(readFile("/proc/self/fd/" + std::to_string(ends[0]), &out), 1027);
+    EXPECT_EQ(readFile("/proc/self/fd/" + std::to_string(ends[0]), &out), 1030);
     close(ends[0]);
-    EXPECT_EQ(out, std::string(1024, 'x') + "end");
+    EXPECT_EQ(out, "few" + std::string(1024, 'x') + "end");
     EXPECT_EQ(ownEntries("fd"), before);
 }
 
@@ -192,15 +193,20 @@ TEST_F(SystemHelpersTest, TheBuildIsWhatItsPropertiesSay) {
     }
 }
 
-/** The first answers stay, a trial build is not asked for its pre-version, and hardware is told anew. */
+/**
+ * The first answers stay, a trial build is not asked for its pre-version, and type and hardware are
+ * told anew.
+ */
 TEST_F(SystemHelpersTest, TheBuildIsAskedForOnceAndTheHardwareEachTime) {
     const Lines report = inChild([](Lines& lines) {
         gLogLevel = 2;
         LogCapture log;
         setProperties({{"ro.build.release_type", "false"}});
         lines = {isCommercialVersion() ? "commercial" : "plain"};
-        setProperties({{"ro.build.release_type", "true"}});
+        properties::clearProperties();
+        setProperties({{"ro.build.release_type", "true"}, {"ro.sys.engineering.pre", "true"}});
         lines.push_back(isCommercialVersion() ? "commercial" : "plain");
+        lines.push_back(isReleaseType() ? "release" : "trial");
         for (const char* alwaysOn : {"true", "false"}) {
             setProperties({{"persist.sys.alwayson.switch", alwaysOn}});
             lines.push_back(isPreVersion() ? "pre" : "final");
@@ -213,8 +219,9 @@ TEST_F(SystemHelpersTest, TheBuildIsAskedForOnceAndTheHardwareEachTime) {
         }
     });
     EXPECT_EQ(report,
-              (Lines{"plain", "plain", "pre", "pre", "D property ro.build.release_type:false",
-                     "I isReleaseType: releaseType: false",
+              (Lines{"plain", "plain", "release", "pre", "pre",
+                     "D property ro.build.release_type:false", "I isReleaseType: releaseType: false",
+                     "D property ro.build.release_type:true", "I isReleaseType: releaseType: true",
                      "D property persist.sys.alwayson.switch:true", "qcom"}));
 }
 
