@@ -108,6 +108,12 @@ TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
     expectEvents({event("", 1, 0)});
     remove(tree.path(".wakeup0/max_time_ms").c_str());
     expectEvents({event("", 1, 0)});
+    // What a source lacks is not another's.
+    add("wakeup1");
+    remove(tree.path("wakeup1/wakeup_count").c_str());
+    std::string other = event("abc");
+    other.replace(other.rfind('8'), 1, "0");
+    EXPECT_THAT(events(), testing::UnorderedElementsAre(event("", 1, 0), other));
 
     const auto append = [](auto* list) {
         std::vector<WakeLockInfo> records(2);

@@ -128,6 +128,9 @@ class ServeTest : public testing::Test {
         inprocess::reset();
         gLibraries = {};
         gLogLevel = 0;
+        properties::setControlHandler([](const std::string& name, const std::string&) {
+            ADD_FAILURE() << name << ": init is to start the daemon again";
+        });
         takeProcessCalls();
     }
     ~ServeTest() override {

@@ -16,6 +16,7 @@
 #include "daemon/base/Log.h"
 #include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
+#include "tests/support/FakePlatformServices.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/libraries/FakeLibraries.h"
 
@@ -138,7 +139,11 @@ TEST_F(ZstatsPullerServiceTest, DoesNothingWithoutStatsd) {
 
 TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     gLogLevel = 2;
-    sp<ZstatsPullerService>(new ZstatsPullerService).clear();  // which is told of nothing any more
+    FakeCalda calda;
+    sp<ZstatsPullerService>(new ZstatsPullerService).clear();
+    mLog.clear();
+    calda.remote().die();  // nothing of the service is told of this and of what follows
+    EXPECT_EQ(mLog.take(), Lines{});
     const sp<ZstatsPullerService> service(new ZstatsPullerService);
     const ndk::SpAIBinder statsd = mStatsd->ndkProxy();
     const int32_t references = AIBinder_debugGetRefCount(statsd.get());
@@ -197,6 +202,7 @@ class DumpTest : public ZstatsPullerServiceTest {
 TEST_F(DumpTest, IsForRootAndSystemAlone) {
     for (const uid_t uid : {0u, 1000u, 1u, 999u, 1001u, 1066u, 2000u, 101000u, 4294967295u}) {
         SCOPED_TRACE(uid);
+        EXPECT_FALSE(rgbLog());  // as it starts
         const bool allowed = uid == 0 || uid == 1000;
         gLogLevel = 1;
         mRemote->setCallerUid(uid);

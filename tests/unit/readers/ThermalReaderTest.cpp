@@ -94,6 +94,7 @@ TEST_F(ThermalReaderTest, repliesAreReadByType) {
         expectAnswer(reader, 1, {kConnected, failed("21"), kSizes, "-1 {}"});
         expectAnswer(reader, 0, {kConnected, failed("25"), "0 { 0 }"});
     }
+    EXPECT_EQ(calda.remote().calls(21), (8 + 2) * 3) << "one for each answer at each level";
 }
 
 TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueries) {

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -129,6 +130,29 @@ TEST_F(ServiceClientsTest, OfAVendorTakeNoServiceOfAnotherInterface) {
     EXPECT_FALSE(kFactory.finds());
     EXPECT_EQ(takeLines(), kFactory.connected + kFactory.connected + kFactory.connected +
                                    kFactory.died + kFactory.died);
+}
+
+/** A handle factory that dies while its death is being linked. */
+struct DyingHandles : android::BBinder {
+    const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+    android::status_t linkToDeath(const android::sp<DeathRecipient>& to, void*, uint32_t) override {
+        notice = std::thread([this, to] { to->binderDied(this); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // it ends behind the link
+        return android::OK;
+    }
+    std::thread notice;
+    const android::String16 descriptor{
+            aidl::vendor::norda::hardware::handlefactory::IHandleFactory::descriptor};
+};
+
+TEST_F(ServiceClientsTest, OfHandlesDropsAServiceThatDiesAsItIsLinked) {
+    const android::sp<DyingHandles> dying(new DyingHandles);
+    const android::String16 name(FakeHandleFactory::kName);
+    android::defaultServiceManager()->addService(name, dying);
+    EXPECT_TRUE(kFactory.finds());
+    dying->notice.join();
+    inprocess::withdraw(FakeHandleFactory::kName);
+    EXPECT_FALSE(kFactory.finds());
 }
 
 TEST_F(ServiceClientsTest, OfThermalAndTouchKeepTheFirstServiceForGood) {

@@ -22,6 +22,7 @@ namespace {
 // What the C library's functions below answer instead, on this thread.
 thread_local std::optional<timespec> gBootTime;
 thread_local bool gOutOfMemory = false;
+thread_local int gReadsLeft = -1;  // before reads fail; -1: they do not
 
 }  // namespace
 
@@ -29,6 +30,16 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
     if (!gBootTime || clock != 7) return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
     *now = *gBootTime;
     return now->tv_sec >= 0 ? 0 : -1;
+}
+
+extern "C" ssize_t read(int fd, void* data, size_t size) {
+    if (gReadsLeft > 0)
+        --gReadsLeft;
+    else if (gReadsLeft == 0) {
+        errno = EINTR;
+        return -1;
+    }
+    return syscall(SYS_read, fd, data, size);
 }
 
 extern "C" char* strdup(const char* text) noexcept {
@@ -86,19 +97,25 @@ TEST_F(SystemHelpersTest, ReadFileTakesDescriptor0LikeAnyOther) {
 }
 
 TEST_F(SystemHelpersTest, ReadFileTellsOfAMissingFileAtLevelTwoAndOfAFailingReadAlways) {
-    const auto before = ownEntries("fd");
-    const std::tuple<const char*, int, const char*> rows[] = {
-            {"/nowhere/x", ENOENT, "D2 Open /nowhere/x failed(No such file or directory)"},
-            {"/proc", EISDIR, "E Read file /proc failed.(Is a directory)"}};
-    for (const auto& [path, error, line] : rows) {
-        expectLines(mLog, {line}, [&, path = path, error = error] {
+    const auto descriptors = ownEntries("fd");
+    const std::string node = mFiles.path("node");
+    mFiles.write("node", std::string(2000, 'x'));
+    const std::tuple<std::string, int, std::string, std::string> rows[] = {
+            {"/nowhere/x", ENOENT, "", "D2 Open /nowhere/x failed(No such file or directory)"},
+            {"/proc", EISDIR, "", "E Read file /proc failed.(Is a directory)"},
+            {node, EINTR, std::string(1024, 'x'),
+             "E Read file " + node + " failed.(Interrupted system call)"}};
+    for (const auto& [path, error, before, line] : rows) {
+        expectLines(mLog, {line}, [&, &path = path, error = error, &before = before] {
             std::string out = "kept";
+            gReadsLeft = error == EINTR ? 1 : -1;
             EXPECT_EQ(readFile(path, &out), -1);
             EXPECT_EQ(errno, error);
-            EXPECT_EQ(out, "kept");
+            gReadsLeft = -1;
+            EXPECT_EQ(out, "kept" + before);
         });
     }
-    EXPECT_EQ(ownEntries("fd"), before);
+    EXPECT_EQ(ownEntries("fd"), descriptors);
 }
 
 TEST_F(SystemHelpersTest, SplitStringReadsDecimalIntsAndPrefixedLongNumbers) {
