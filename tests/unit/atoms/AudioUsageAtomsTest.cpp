@@ -5,10 +5,12 @@
 namespace {
 std::vector<UahRecord> gDataset;
 int gResult = 0;
+int gFetches = 0;
 }  // namespace
 
 // In place of the substitute.
 int Uah_fetch_dataset(std::vector<UahRecord>* records) {
+    ++gFetches;
     records->insert(records->end(), gDataset.begin(), gDataset.end());
     return gResult;
 }
@@ -81,6 +83,7 @@ TEST_F(UsageAtomTest, fetchesAtEachPull) {
     gDataset.clear();
     gResult = 0;
     expectPulls(kUahTag, {});
+    EXPECT_EQ(gFetches, (2 + 1 + 1) * 3) << "one for each pull";
 }
 
 }  // namespace
