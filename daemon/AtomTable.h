@@ -14,8 +14,8 @@ struct AtomEntry {
 };
 
 /**
- * Every pulled atom, in the order of registration. Handler table and registrations are made of it. The
- * build holds it to proto/zstats_atoms.proto (tools/check-atoms).
+ * Every pulled atom, in the order of registration. Handler table and registrations are made of it.
+ * The build holds it to proto/zstats_atoms.proto (tools/check-atoms).
  */
 inline constexpr AtomEntry kAtomTable[] = {
         {150005, &ZStatsPullAtomCallback::handleBatteryLevel},
