@@ -22,8 +22,11 @@ function name_after(text, end,   rest) {
 fatal && / PID: [0-9]+ Comm: / {
     thread = name_after(" Comm: ", " ")
     pid = number_after(" PID: ")
-    # Threads of a binder pool carry their process's id in their name.
-    if (thread ~ /^binder:[0-9]+_/) pid = number_after(" Comm: binder:")
+    # A thread of a binder pool has its process's id in its name, and not the program.
+    if (thread ~ /^binder:[0-9]+_/) {
+        thread = "binder"
+        pid = number_after(" Comm: binder:")
+    }
     kernel[pid, fatal] = thread
     fatal = 0
 }

@@ -1,5 +1,7 @@
 """The system tests' own way to a verdict: cases and devices that go wrong, and what is said of them."""
 
+import importlib.machinery
+import importlib.util
 import os
 import shutil
 import subprocess
@@ -186,6 +188,22 @@ class Devices(_Boot):
         self.program("tools/build", "exit 3")
         self.assertEqual(self.verdicts("trace"),
                          ["not ok trace: ended with status 3", "not ok trace: printed no result"])
+
+
+class Faults(unittest.TestCase):
+
+    def test_what_is_said_of_a_boot(self):
+        path = os.path.join(_ROOT, "tests/system/faults/run")
+        loader = importlib.machinery.SourceFileLoader("faults_run", path)
+        run = importlib.util.module_from_spec(importlib.util.spec_from_loader("faults_run", loader))
+        loader.exec_module(run)
+        crash = "cell a\ncrash statsd 9 60\ncrash statsd 9 61\n"
+        for status, output, expected in (
+                (0, crash + "end\n", []),
+                (0, crash, ["the script ended early"]),
+                (143, "cell a\n", ["the device ended with status 143"]),
+                (0, crash + "crash zstats_pullerd 11 62\nend\n", ["zstats_pullerd 11 is unexpected"])):
+            self.assertEqual(run.boot_faults(status, output, ["statsd 9"]), expected)
 
 
 # What a test program prints and does, the test's kind, and what is said of it after its output.
