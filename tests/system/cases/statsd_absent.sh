@@ -5,7 +5,7 @@
 
 answered() { statsctl pull --json 150005 2>/dev/null | grep -q '"fields"'; }
 
-if wait_for 10 all_registered; then ok start/registered; else not_ok start/registered "$(registered) of $ATOMS"; fi
+registers start/registered
 
 stop zstats_pullerd
 stop statsd
@@ -23,7 +23,7 @@ sleep 1
 is absent/no-later-registration 0 "$(registered)"
 
 restart_daemon
-if wait_for 10 all_registered; then ok back/registered; else not_ok back/registered "$(registered) of $ATOMS"; fi
+registers back/registered
 
 before=$(log_count 'statsd service died, will try to reconnect.')
 pid=$(daemon_pid)
@@ -32,7 +32,7 @@ setprop vdev.restart_ms 500
 kill -9 "$(pidof statsd)"
 wait_for 10 log_has_more 'statsd service died, will try to reconnect.' "$before" &&
     ok death/logged || not_ok death/logged 'no line'
-if wait_for 20 all_registered; then ok death/registered-again; else not_ok death/registered-again "$(registered) of $ATOMS"; fi
+registers death/registered-again
 setprop vdev.restart_ms ""
 is death/same-daemon "$pid" "$(daemon_pid)"
 if wait_for 10 answered; then ok death/answered; else not_ok death/answered 'no event'; fi
