@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/base/AtomicSp.h"
+#include "daemon/base/AtomicPointer.h"
 #include "daemon/base/Mutex.h"
 #include "readers/GpuReader.h"
 #include "readers/ThermalReader.h"

@@ -85,7 +85,7 @@ bool BnZstatsPullerService::connectStatsd() {
         return false;
     }
     // Stored before the link is made: a notice that comes at once has to clear it.
-    std::atomic_store(&mStatsd, statsd);
+    mStatsd.store(statsd);
     AIBinder_linkToDeath(binder.get(), mStatsdDeathRecipient.get(), this);
     return true;
 }
@@ -121,8 +121,7 @@ void BnZstatsPullerService::connectZbpfForKorkerInner(char* path) {
 void BnZstatsPullerService::onStatsdDied(void* cookie) {
     // Nothing more to do: libstatspull registers the atoms again when statsd is back.
     ZLOG(ERROR, "statsd service died, will try to reconnect.");
-    auto* service = static_cast<BnZstatsPullerService*>(cookie);
-    std::atomic_store(&service->mStatsd, std::shared_ptr<IStatsd>());
+    static_cast<BnZstatsPullerService*>(cookie)->mStatsd.store(nullptr);
 }
 
 android::status_t BnZstatsPullerService::dump(int fd, const android::Vector<String16>& args) {

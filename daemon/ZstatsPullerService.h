@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "daemon/ZStatsPullAtomCallback.h"
+#include "daemon/base/AtomicPointer.h"
 
 namespace zstats {
 
@@ -70,8 +71,8 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
     std::string applyDumpOption(const android::String16& option, const android::String16& value);
     int32_t setRgbHistogramLog(bool enabled);
 
-    /** Empty when statsd was not reachable or has died. Through std::atomic_load and _store. */
-    std::shared_ptr<aidl::android::os::IStatsd> mStatsd;
+    /** Empty when statsd was not reachable or has died. */
+    AtomicShared<aidl::android::os::IStatsd> mStatsd;
     std::shared_ptr<ZStatsPullAtomCallback> mPullAtomCallback;
     int32_t mConnectFd = -1;
     std::vector<int32_t> mAtomTags;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/base/AtomicSp.h"
+#include "daemon/base/AtomicPointer.h"
 #include "daemon/base/Mutex.h"
 
 namespace zstats {

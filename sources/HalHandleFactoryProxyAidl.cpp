@@ -19,7 +19,7 @@ HalHandleFactoryProxyAidl& HalHandleFactoryProxyAidl::getInstance() {
 
 std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxyAidl::getService() {
     const ScopedLock lock(mLock);
-    if (auto cached = std::atomic_load(&mService)) return cached;
+    if (auto cached = mService.load()) return cached;
     return connect();
 }
 
@@ -32,8 +32,9 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
     ZLOG(INFO, "Get handlefactory service success. Its ref count is %d",
          AIBinder_debugGetRefCount(binder.get()));
     auto service = IHandleFactory::fromBinder(binder);
+    if (service == nullptr) return nullptr;  // another interface: each link would be one for good
     // Stored before the link is made: a notice that comes at once has to clear it.
-    std::atomic_store(&mService, service);
+    mService.store(service);
     linkToDeathForever(binder.get(), onServiceDied, this);
     return service;
 }
@@ -41,7 +42,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
 void HalHandleFactoryProxyAidl::onServiceDied(void* /*cookie*/) {
     ZLOG(ERROR, "handlefactory service died, will try to reconnect.");
     // Without the lock, so that the notice does not wait for a connection attempt.
-    std::atomic_store(&getInstance().mService, std::shared_ptr<IHandleFactory>());
+    getInstance().mService.store(nullptr);
 }
 
 bool HalHandleFactoryProxyAidl::exist() {

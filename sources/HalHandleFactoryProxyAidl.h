@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "daemon/base/AtomicPointer.h"
 #include "daemon/base/Mutex.h"
 
 namespace zstats {
@@ -19,7 +20,7 @@ class HalHandleFactoryProxyAidl {
 
     static HalHandleFactoryProxyAidl& getInstance();
 
-    /** The cached proxy, connecting first if there is none; empty when the service is absent. */
+    /** The cached proxy, connecting first if there is none; empty when there is no such service. */
     std::shared_ptr<IHandleFactory> getService();
     /** True when getService() has a proxy: each call makes an attempt while not connected. */
     bool exist();
@@ -36,12 +37,12 @@ class HalHandleFactoryProxyAidl {
 
     static void onServiceDied(void* cookie);
 
-    /** Looks the service up, caches and links it; empty when it is absent. */
+    /** Looks the service up, caches and links it; empty when it is absent or of another interface. */
     std::shared_ptr<IHandleFactory> connect() REQUIRES(mLock);
 
     /** One connection attempt at a time. Guards no member: the death notice does not take it. */
     RecursiveMutex mLock;
-    std::shared_ptr<IHandleFactory> mService;  // through std::atomic_load and _store alone
+    AtomicShared<IHandleFactory> mService;
 };
 
 /**

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "daemon/base/AtomicSp.h"
+#include "daemon/base/AtomicPointer.h"
 
 namespace zstats {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "daemon/base/AtomicSp.h"
+#include "daemon/base/AtomicPointer.h"
 
 namespace zstats {
 

@@ -1,6 +1,9 @@
 // Parsers of text, by the number of lines, and one pull's way through the handler table to a
 // handler that does nothing.
 
+// First, because it does not compile after <stdatomic.h>, which the platform's headers may include.
+#include <benchmark/benchmark.h>
+
 #include <map>
 #include <memory>
 #include <utility>
