@@ -1,8 +1,10 @@
 #include "atoms/DisplayTouchAtoms.h"
 
+#include <charconv>
 #include <cstdlib>
 #include <optional>
 #include <sstream>
+#include <system_error>
 
 #include "atoms/AtomEvent.h"
 #include "daemon/ZStatsPullAtomCallback.h"
@@ -15,15 +17,15 @@ namespace {
 /** A panel that is off keeps a level of 1. */
 constexpr int32_t kHighestOffLevel = 1;
 
-/**
- * The number that the first word of `text` begins with, if that begins with a digit. Throws
- * std::out_of_range when it does not fit an int.
- */
+/** The number that the first word of `text` begins with: digits without a sign that fit an int. */
 std::optional<int32_t> leadingNumber(const std::string& text) {
     std::istringstream stream(text);
     std::string word;
     if (!(stream >> word) || word[0] < '0' || word[0] > '9') return std::nullopt;
-    return std::stoi(word);
+    int32_t number = 0;
+    const auto result = std::from_chars(word.data(), word.data() + word.size(), number);
+    if (result.ec != std::errc()) return std::nullopt;
+    return number;
 }
 
 }  // namespace
