@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <regex>
@@ -21,6 +22,10 @@ namespace {
 constexpr int kQcomIdleStates = 2;
 constexpr int kMtkIdleStates = 8;
 constexpr int64_t kUsPerMs = 1000;
+
+// An answer with so many events takes 1,056,004 bytes, which no binder transaction carries: what
+// comes after them would reach nobody.
+constexpr int64_t kMostIdleEvents = 24'000;
 
 /** Replaces `content` by the file's text, empty when there is none. Its buffer is reused. */
 void readIdleFile(const char* path, std::string& content) {
@@ -75,7 +80,7 @@ void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std
     const int last = std::stoi(range.substr(dash + 1));
     // One past the last. No '-' precedes `first`, so it is never negative, and an end that is, such
     // as the one of INT_MAX, leaves no CPU.
-    const int32_t end = wrap32(int64_t{last} + 1);
+    const int64_t end = std::min<int64_t>(wrap32(int64_t{last} + 1), first + kMostIdleEvents);
     std::string path;
     std::string content;
     for (int cpu = first; cpu < end; ++cpu) {

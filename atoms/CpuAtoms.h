@@ -17,7 +17,8 @@ int cpuIdleStateCount(const char* chipIdPath);
  * Appends an event for each CPU of `range` ("FIRST-LAST"): its number and the idle time in ms over
  * its states. A state's time is in the file `cpuPrefix` N "/cpuidle/state" S "/time", in us; a
  * missing file counts as 0. A range without a dash, or with its ends out of order, appends nothing;
- * ends that are no numbers make std::stoi throw. Any thread.
+ * ends that are no numbers make std::stoi throw. Stops after 24,000 events, more than statsd can be
+ * sent. Any thread.
  */
 void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std::string& range,
                          int32_t atomTag, AStatsEventList* data);

@@ -59,6 +59,12 @@ TEST_F(CpuIdleTest, rangesOfCpus) {
     EXPECT_THAT(idle(1, "2-3 4"), ElementsAre("[2, 0L]", "[3, 0L]"));
     EXPECT_THAT(idle(1, "02-2"), ElementsAre("[2, 0L]"));
     EXPECT_THAT(idle(1, "0-0"), ElementsAre("[0, 0L]"));
+    EXPECT_THAT(idle(1, "2147483646-2147483646"), ElementsAre("[2147483646, 0L]"));
+    for (const char* many : {"7-24006", "7-24007", "7-2147483646"}) {
+        const Transcript events = idle(1, many);
+        EXPECT_EQ(events.size(), 24000u) << many;
+        EXPECT_EQ(events.back(), "[24006, 0L]") << many;
+    }
     for (const char* nothing :
          {"", "7", "7\n", "0:3", "0,3", "4-3", "5-2147483647", "0--1", "0--5"}) {
         EXPECT_THAT(idle(1, nothing), IsEmpty()) << nothing;
