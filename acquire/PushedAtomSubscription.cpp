@@ -1,9 +1,11 @@
 #include "acquire/PushedAtomSubscription.h"
 
 #include <binder/TextOutput.h>
+#include <fcntl.h>
 #include <proto/shell_config.pb.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -63,9 +65,21 @@ void runDataSubscribe(SubscriptionFds fds) {
     ZLOG(INFO, "AtomsAcquire cmdMain done!!!\n");
 }
 
+/** Makes an empty pipe hold `size` bytes, in as few pages as that takes; false when it cannot. */
+bool fitPipe(int fd, size_t size) {
+    if (fcntl(fd, F_SETPIPE_SZ, static_cast<int>(size)) >= 0) return true;
+    // Too large for a pipe, or its user holds too many pages already: what it has may be enough.
+    return static_cast<size_t>(std::max(fcntl(fd, F_GETPIPE_SZ), 0)) >= size;
+}
+
 /** Writes the frame in one call; false when that fails. A short write counts as success. */
 bool writeConfig(int fd, const std::string& frame) {
-    if (write(fd, frame.data(), frame.size()) >= 0) return true;
+    // Nothing reads the pipe yet: a write of more than it holds would never return.
+    if (!fitPipe(fd, frame.size())) {
+        errno = EMSGSIZE;
+    } else if (write(fd, frame.data(), frame.size()) >= 0) {
+        return true;
+    }
     ZLOG(ERROR, "AtomsAcquire write to control pipe done with error(%s) \n", strerror(errno));
     return false;
 }

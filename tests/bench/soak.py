@@ -106,7 +106,7 @@ def main():
     parser = argparse.ArgumentParser(prog="bench soak")
     parser.add_argument("--short", action="store_true")
     short = parser.parse_args().short
-    numbers = {"pulls": 8000 if short else 100000, "subscriptions": 30 if short else 1000}
+    numbers = {"pulls": 8000 if short else 100000, "subscriptions": 60 if short else 5000}
     lines = in_device.run(SCRIPT % numbers, 3600, "build/bench/soak.txt")
     samples = {}
     for _, pulls, name, value in (line for line in lines if line[0] == "sample"):

@@ -11,29 +11,20 @@ is descriptors '1 /dev/binder 1 /dev/log/main 3 /dev/null 1 anon_inode:[eventfd]
 is arguments /system_ext/bin/zstats_pullerd "$(tr '\0' ' ' <"/proc/$pid/cmdline" | xargs)"
 is environment_is_that_of_all_services "$(environment "$(pidof charger)")" "$(environment $pid)"
 
-# More ids than the pipe to statsd takes. The one write waits for a reader that comes after it: the
-# call never returns, and its thread is lost to the pool, which has six.
-many=$(seq 150000 151600)
+# More ids than a pipe to statsd takes, from more callers than the pool has threads: each is turned away
+# and none costs a thread. The pipe is written before it has a reader.
 writers() { for task in /proc/$pid/task/*; do cat "$task/wchan"; echo; done | grep -c pipe_write; }
-writers_are() { [ "$(writers)" -eq "$1" ]; }
-callers=
-for _ in 1 2 3 4 5; do
-    # shellcheck disable=SC2086  # the ids
-    statsctl subscribe --any $many --for 60 >/dev/null 2>&1 &
-    callers="$callers $!"
-done
-wait_for 20 writers_are 5 && ok five_block || not_ok five_block "$(writers) wait"
-statsctl subscribe --any $many --uid 2000 >/dev/null 2>&1
-is others_are_refused_before '1 5' "$? $(writers)"
-has one_thread_serves '"fields":[412]' "$(pull 150006)"
-is accepted_and_empty '0 ' "$(statsctl subscribe --any --for 1 2>&1; echo "$? ")"
-statsctl subscribe --any $many --for 60 >/dev/null 2>&1 &
-callers="$callers $!"
-wait_for 20 writers_are 6 && ok six_block || not_ok six_block "$(writers) wait"
-has nobody_serves 'no answer within 2000 ms' "$(pull 150006)"
-# They go, and it stays so: only init helps.
-kill $callers
-wait $callers 2>/dev/null
-is threads_stay_lost 6 "$(writers)"
-restart_daemon
-has new_daemon_serves '"fields":[412]' "$(pull 150006)"
+is too_many_ids '23302 ids, 7 times: -1' "$(timeout 60 pullbench register 7 23302)"
+is too_many_ids/logged 7 "$(daemon_log | grep -cE ' E zstats_pullerd: AtomsAcquire write to control pipe done with error\(Message too long\) *$')"
+is too_many_ids/threads_left 0 "$(writers)"
+has too_many_ids/pulls_go_on '"fields":[412]' "$(pull 150006)"
+
+# A range with more CPUs than an answer carries. statsd gets none, and the thread is soon free again.
+idle=$(pull 150121)
+idle_as_before() { [ "$(pull 150121)" = "$idle" ]; }
+cp /profile/nodes/cpu_index_range range
+echo 0-2147483646 >/profile/nodes/cpu_index_range
+has endless_range 'no answer within 2000 ms' "$(pull 150121)"
+cp range /profile/nodes/cpu_index_range
+wait_for 30 idle_as_before && ok endless_range/ends || not_ok endless_range/ends "$(pull 150121 | head -n 3)"
+is same_daemon "$pid" "$(daemon_pid)"

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <system_error>
 
@@ -20,6 +21,7 @@ namespace {
 /** What the C library's functions below do on this thread: an error, or what they are for. */
 struct Faults {
     int pipe = 0;
+    int pipeSize = 0;
     int thread = 0;
     int write = 0;
     size_t writeLimit = SIZE_MAX;
@@ -46,6 +48,17 @@ bool isThisProgram(const void* caller) {
 extern "C" int pipe(int ends[2]) noexcept {
     if (gFaults.pipe == 0 || !isThisProgram(__builtin_return_address(0))) return pipe2(ends, 0);
     errno = gFaults.pipe;
+    return -1;
+}
+
+extern "C" int fcntl(int fd, int command, ...) {
+    static const auto next = genuine<int(int, int, ...)>("fcntl");
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (gFaults.pipeSize == 0 || command != F_SETPIPE_SZ) return next(fd, command, argument);
+    errno = gFaults.pipeSize;
     return -1;
 }
 
@@ -102,7 +115,8 @@ TEST(SubscriptionMessageTest, HoldsTheIdsOfEachKindInTheirOrder) {
     };
     for (const auto& [ids, text] : rows) EXPECT_EQ(decode(serializeSubscription(ids)), text);
     // As many of the usual ids as a pipe is said to hold.
-    EXPECT_EQ(frameMessage(serializeSubscription(std::vector(1456, 150000))).size(), 8 + 45 * 1456u);
+    EXPECT_EQ(frameMessage(serializeSubscription(std::vector(23301, 150000))).size(),
+              8 + 45 * 23301u);
 }
 
 TEST(SubscriptionMessageTest, FollowsItsLengthInLeastSignificantByteFirst) {
@@ -116,7 +130,7 @@ TEST(SubscriptionMessageTest, FollowsItsLengthInLeastSignificantByteFirst) {
 /** Everything that a descriptor holds until it would block or its end. */
 std::string drain(int fd) {
     fcntl(fd, F_SETFL, O_NONBLOCK);
-    std::string text(100000, '\0');
+    std::string text(1 << 20, '\0');
     const ssize_t count = read(fd, text.data(), text.size());
     text.resize(count > 0 ? static_cast<size_t>(count) : 0);
     return text;
@@ -231,6 +245,46 @@ TEST_F(PushedAtomSubscriptionTest, SaysInTheLogAndOnItsStreamsWhyStatsdGetsNothi
     const std::string failure = "Failure calling service stats: Broken pipe (32)";
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "cmd: " + failure + "\n");
     EXPECT_EQ(mLog.take("cmd"), Lines{"W " + failure});
+}
+
+TEST_F(PushedAtomSubscriptionTest, FitsThePipeToTheFrame) {
+    std::string frame;
+    publishCommand("stats", [&](const ShellCall& call) {
+        frame = drain(call.in);
+        return FakeCommand::answer(call);
+    });
+    const auto page = static_cast<size_t>(getpagesize());
+    const std::pair<std::vector<int32_t>, size_t> rows[] = {
+            {{}, page},
+            {std::vector((page - 8) / 4, 3), page},
+            {std::vector((page - 8) / 4 + 1, 3), 2 * page},
+            {std::vector(1600, 150000), 131072},
+    };
+    for (const auto& [ids, size] : rows) {
+        EXPECT_EQ(subscribe(ids), 1);
+        waitForEnds();
+        mLog.take();
+        EXPECT_EQ(frame, frameMessage(serializeSubscription(ids)));
+        const std::set<int> kept = newDescriptors();
+        ASSERT_EQ(kept.size(), 1u);
+        EXPECT_EQ(fcntl(*kept.begin(), F_GETPIPE_SZ), static_cast<int>(size));
+        close(*kept.begin());
+    }
+
+    // One that cannot be fitted takes what it holds anyway, and not a byte more.
+    gFaults = {};
+    gFaults.pipeSize = EPERM;
+    std::vector<int32_t> ids(static_cast<size_t>(fcntl(mReader.get(), F_GETPIPE_SZ) - 8) / 4, 3);
+    EXPECT_EQ(subscribe(ids), 1);
+    waitForEnds();
+    mLog.take();
+    const std::set<int> before = newDescriptors();
+    ids.push_back(3);
+    EXPECT_EQ(subscribe(ids), -1);
+    EXPECT_EQ(gFaults.writes, 1);
+    EXPECT_EQ(mLog.take()[4],
+              "E AtomsAcquire write to control pipe done with error(Message too long) \n");
+    EXPECT_EQ(newDescriptors(), before);
 }
 
 TEST_F(PushedAtomSubscriptionTest, GivesUpWithoutAPipeThatTakesAnythingOrAThread) {

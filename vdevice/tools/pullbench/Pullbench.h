@@ -43,4 +43,10 @@ int soak(int pulls);
 /** Subscriptions that come and go, `count` of them; to be run as root or system. */
 int subscribe(int count);
 
+/**
+ * Registers a list of `ids` pulled ids `count` times, for streams that have no reader, and prints
+ * how often the daemon answered what; to be run as root or system.
+ */
+int registerLists(int count, int ids);
+
 }  // namespace zstats::vdevice

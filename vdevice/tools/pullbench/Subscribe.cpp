@@ -6,7 +6,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <utility>
+#include <map>
+#include <vector>
 
 #include "acquire/IAtomsAcquire.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
@@ -16,26 +17,42 @@ namespace {
 
 using android::base::unique_fd;
 
-// A pushed atom and a pulled one.
-const std::vector<int32_t> kIds = {100207, 150010};
+// A pushed atom and a pulled one; in every 50th list also pulled ones that have no puller, as many
+// as the 50 KiB that statsd takes.
+constexpr int32_t kPushed = 100207;
+constexpr int32_t kPulled = 150010;
+constexpr int32_t kWithoutPuller = 200000;
+constexpr size_t kLongList = 1137;
+constexpr int kLongEach = 50;
 // statsd serves 20 at a time, and one whose reader has gone for up to a second more.
 constexpr size_t kAtATime = 6;
 
-/** The stream's end to read from. */
-unique_fd openStream() {
+/** What the daemon answers to the list; `stream` becomes the end to read from. */
+int32_t registerIds(const std::vector<int32_t>& ids, unique_fd* stream) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         perror("pullbench: pipe");
         exit(EXIT_FAILURE);
     }
-    unique_fd stream(ends[0]);
+    stream->reset(ends[0]);
     const android::os::ParcelFileDescriptor output{unique_fd(ends[1])};
     const auto service = android::interface_cast<IAtomsAcquire>(
             android::defaultServiceManager()->checkService(android::String16("atomacq")));
     int32_t result = 0;
-    if (service == nullptr || !service->registerFdForPushedAtoms(kIds, output, &result).isOk() ||
-        result != 1) {
+    if (service == nullptr || !service->registerFdForPushedAtoms(ids, output, &result).isOk()) {
         fprintf(stderr, "pullbench: the daemon takes no subscription\n");
+        exit(EXIT_FAILURE);
+    }
+    return result;
+}
+
+/** The end to read from of the stream that is opened as the `number`th. */
+unique_fd openStream(int number) {
+    unique_fd stream;
+    std::vector<int32_t> ids = {kPushed, kPulled};
+    if (number % kLongEach == 0) ids.resize(kLongList, kWithoutPuller);
+    if (registerIds(ids, &stream) != 1) {
+        fprintf(stderr, "pullbench: the daemon does not hand a subscription over\n");
         exit(EXIT_FAILURE);
     }
     return stream;
@@ -59,8 +76,7 @@ int subscribe(int count) {
     int refused = 0;
     for (int opened = 0, served = 0; served + refused < count;) {
         while (streams.size() < kAtATime && opened < count) {
-            streams.push_back(openStream());
-            ++opened;
+            streams.push_back(openStream(++opened));
         }
         const size_t ready = readyOf(streams);
         char bytes[4096];
@@ -69,6 +85,19 @@ int subscribe(int count) {
     }
     printf("subscribed %d %d\n", count, refused);
     return refused == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int registerLists(int count, int ids) {
+    const std::vector<int32_t> list(static_cast<size_t>(ids), kWithoutPuller);
+    std::map<int32_t, int> times;
+    for (int i = 0; i < count; ++i) {
+        unique_fd unread;
+        ++times[registerIds(list, &unread)];
+    }
+    for (const auto& [result, number] : times) {
+        printf("%d ids, %d times: %d\n", ids, number, result);
+    }
+    return EXIT_SUCCESS;
 }
 
 }  // namespace zstats::vdevice

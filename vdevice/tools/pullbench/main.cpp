@@ -25,6 +25,7 @@ constexpr char kUsage[] =
         "       pullbench launch LABEL PROGRAM [ARGUMENT...]\n"
         "                                            prints pid and time, and becomes PROGRAM\n"
         "       pullbench subscribe COUNT            subscriptions that come and go\n"
+        "       pullbench register COUNT IDS         what so many lists of ids are answered\n"
         "in statsd's place and domain:\n"
         "       pullbench registrations              prints when they came\n"
         "       pullbench latency ROUNDS REPEATS     needs the daemon and a puller with --calls\n"
@@ -81,6 +82,8 @@ constexpr Command kCommands[] = {
         {"puller", "[--calls]", 0, 0, [](const Call& call) { return servePuller(call.calls); }},
         {"launch", "LABEL PROGRAM [ARGUMENT...]", 2, 0, launch},
         {"subscribe", "COUNT", 0, 1, [](const Call& call) { return subscribe(call.numbers[0]); }},
+        {"register", "COUNT IDS", 0, 2,
+         [](const Call& call) { return registerLists(call.numbers[0], call.numbers[1]); }},
         {"registrations", "", 0, 0, [](const Call&) { return serveRegistrations(); }},
         {"latency", "ROUNDS REPEATS", 0, 2,
          [](const Call& call) { return measureLatency(call.numbers[0], call.numbers[1]); }},
