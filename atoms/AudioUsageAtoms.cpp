@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "atoms/AtomEvent.h"
 #include "daemon/ZStatsPullAtomCallback.h"
@@ -59,7 +60,7 @@ void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, ASt
     std::vector<const char*> fields;
     for (const UahRecord& record : records) {
         const auto* held = std::get_if<std::string>(&record.value);
-        text.assign(held != nullptr ? *held : "");
+        text.assign(held != nullptr ? std::string_view(*held) : std::string_view());
         splitFields(text, fields);
         AStatsEvent* event = beginEvent(data, atomTag);
         AStatsEvent_writeString(event, text.c_str());  // the first field, which a NUL ends by now
