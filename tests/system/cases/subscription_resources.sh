@@ -69,15 +69,4 @@ is others_still_stream 10 $streaming
 # shellcheck disable=SC2046
 kill -9 $(echo $clients | cut -d ' ' -f 11-20)
 wait_for 20 running_is 0 && ok all_end || not_ok all_end "$(running) run"
-
-# However many pipes there are, a list of any length is answered: each pipe is as large as its frame. At
-# 64 KiB for each, those of a user without capabilities shrink to 8 KiB from the 1,025th on.
-is many_lists "1 ids, 1100 times: 1" "$(timeout 100 pullbench register 1100 1)"
-for row in "181 1" "182 1" "1137 1" "1600 1" "23301 1" "23302 -1"; do
-    ids=${row% *}
-    is lists_of_any_length/$ids "$ids ids, 1 times: ${row#* }" "$(timeout 20 pullbench register 1 $ids)"
-done
-all_runs_end() { [ "$(runs in)" = "$(runs "done")" ]; }
-wait_for 20 all_runs_end
-is lists_of_any_length/no_thread_more "$others_before" "$(others)"
 is daemon_lives "$pid" "$(daemon_pid)"

@@ -27,8 +27,16 @@ constexpr int kLongEach = 50;
 // statsd serves 20 at a time, and one whose reader has gone for up to a second more.
 constexpr size_t kAtATime = 6;
 
+android::sp<IAtomsAcquire> atomsAcquire() {
+    auto service = android::interface_cast<IAtomsAcquire>(
+            android::defaultServiceManager()->checkService(android::String16("atomacq")));
+    if (service != nullptr) return service;
+    fprintf(stderr, "pullbench: there is no atomacq\n");
+    exit(EXIT_FAILURE);
+}
+
 /** What the daemon answers to the list; `stream` becomes the end to read from. */
-int32_t registerIds(const std::vector<int32_t>& ids, unique_fd* stream) {
+int32_t registerIds(IAtomsAcquire& service, const std::vector<int32_t>& ids, unique_fd* stream) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         perror("pullbench: pipe");
@@ -36,10 +44,8 @@ int32_t registerIds(const std::vector<int32_t>& ids, unique_fd* stream) {
     }
     stream->reset(ends[0]);
     const android::os::ParcelFileDescriptor output{unique_fd(ends[1])};
-    const auto service = android::interface_cast<IAtomsAcquire>(
-            android::defaultServiceManager()->checkService(android::String16("atomacq")));
     int32_t result = 0;
-    if (service == nullptr || !service->registerFdForPushedAtoms(ids, output, &result).isOk()) {
+    if (!service.registerFdForPushedAtoms(ids, output, &result).isOk()) {
         fprintf(stderr, "pullbench: the daemon takes no subscription\n");
         exit(EXIT_FAILURE);
     }
@@ -51,7 +57,7 @@ unique_fd openStream(int number) {
     unique_fd stream;
     std::vector<int32_t> ids = {kPushed, kPulled};
     if (number % kLongEach == 0) ids.resize(kLongList, kWithoutPuller);
-    if (registerIds(ids, &stream) != 1) {
+    if (registerIds(*atomsAcquire(), ids, &stream) != 1) {
         fprintf(stderr, "pullbench: the daemon does not hand a subscription over\n");
         exit(EXIT_FAILURE);
     }
@@ -89,10 +95,11 @@ int subscribe(int count) {
 
 int registerLists(int count, int ids) {
     const std::vector<int32_t> list(static_cast<size_t>(ids), kWithoutPuller);
+    const android::sp<IAtomsAcquire> service = atomsAcquire();
     std::map<int32_t, int> times;
     for (int i = 0; i < count; ++i) {
         unique_fd unread;
-        ++times[registerIds(list, &unread)];
+        ++times[registerIds(*service, list, &unread)];
     }
     for (const auto& [result, number] : times) {
         printf("%d ids, %d times: %d\n", ids, number, result);
