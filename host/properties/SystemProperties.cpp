@@ -33,6 +33,19 @@ class Store {
         mHandler = std::move(handler);
     }
 
+    /** In init: makes the area that all processes share. Before there is a second thread. */
+    bool share() {
+        std::unique_ptr<PropertyArea> shared = PropertyArea::create(kAreaPath);
+        mShared = shared != nullptr;
+        if (mShared) mArea.store(shared.release(), std::memory_order_release);
+        return mShared;
+    }
+
+    /** In init alone does the area take it. */
+    int change(const std::string& name, const std::string& value) {
+        return mArea.load(std::memory_order_acquire)->set(name, value);
+    }
+
     void clear() {
         if (mShared) return;
         const ScopedLock lock(mLock);
@@ -146,4 +159,17 @@ uint32_t __system_property_serial(const prop_info* pi) {
 
 uint32_t __system_property_area_serial() {
     return Store::instance().area()->serial();
+}
+
+int __system_property_area_init() {
+    return Store::instance().share() ? 0 : -1;
+}
+
+int __system_property_add(const char* name, unsigned int namelen, const char* value,
+                          unsigned int valuelen) {
+    return Store::instance().change({name, namelen}, {value, valuelen}) == 0 ? 0 : -1;
+}
+
+int __system_property_update(prop_info* pi, const char* value, unsigned int len) {
+    return Store::instance().change(pi->name, {value, len}) == 0 ? 0 : -1;
 }

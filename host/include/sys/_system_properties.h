@@ -7,7 +7,32 @@
 
 #include <sys/system_properties.h>
 
+/** The socket of the property service below /dev/socket, its requests and its answers. */
+#define PROP_SERVICE_NAME "property_service"
+#define PROP_MSG_SETPROP 1
+#define PROP_MSG_SETPROP2 0x00020001
+#define PROP_SUCCESS 0
+#define PROP_ERROR_READ_CMD 0x0004
+#define PROP_ERROR_READ_DATA 0x0008
+#define PROP_ERROR_READ_ONLY_PROPERTY 0x000B
+#define PROP_ERROR_INVALID_NAME 0x0010
+#define PROP_ERROR_INVALID_VALUE 0x0014
+#define PROP_ERROR_PERMISSION_DENIED 0x0018
+#define PROP_ERROR_INVALID_CMD 0x001B
+#define PROP_ERROR_HANDLE_CONTROL_MESSAGE 0x0020
+#define PROP_ERROR_SET_FAILED 0x0024
+
 __BEGIN_DECLS
+
+/** Makes the properties that all processes read. Once, in init; 0, or -1 with errno. */
+int __system_property_area_init(void);
+
+/** Adds a property, in init alone. Returns 0, or -1 when it does not fit. */
+int __system_property_add(const char* name, unsigned int namelen, const char* value,
+                          unsigned int valuelen);
+
+/** Changes a property, in init alone. Returns 0, or -1 when the value does not fit. */
+int __system_property_update(prop_info* pi, const char* value, unsigned int len);
 
 /** The serial that goes with the property's present value; another value has another. */
 uint32_t __system_property_serial(const prop_info* pi);

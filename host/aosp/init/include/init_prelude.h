@@ -1,0 +1,23 @@
+#pragma once
+
+/** Included before each file of Android's init: what the C library of a device gives it. */
+
+#include <android/api-level.h>
+#include <limits.h>
+#include <linux/reboot.h>
+#include <paths.h>
+#include <semaphore.h>
+#include <signal.h>
+#include <string.h>
+#include <time.h>
+
+#include "../../include/strlcpy.h"
+
+#undef _PATH_DEFPATH
+#define _PATH_DEFPATH                                                                       \
+    "/product/bin:/apex/com.android.runtime/bin:/apex/com.android.art/bin:/system_ext/bin:" \
+    "/system/bin:/system/xbin:/odm/bin:/vendor/bin:/vendor/xbin"
+
+inline int sem_timedwait_monotonic_np(sem_t* semaphore, const timespec* until) {
+    return sem_clockwait(semaphore, CLOCK_MONOTONIC, until);
+}

@@ -1,0 +1,2 @@
+#pragma once
+// Of verified boot init uses nothing itself.

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+#include "unexpected.h"
+
+// A phone can boot a system image that it has downloaded ("dynamic system update"); this has none.
+
+namespace android::gsi {
+
+inline constexpr char kGsiBootedProp[] = "ro.gsid.image_running";
+inline constexpr char kGsiInstalledProp[] = "gsid.image_installed";
+inline constexpr char kDsuSlotProp[] = "ro.gsid.dsu_slot";
+
+inline bool IsGsiRunning() {
+    return false;
+}
+
+inline bool IsGsiInstalled() {
+    return false;
+}
+
+inline bool GetActiveDsu(std::string* /*slot*/) {
+    unexpected(__func__);
+}
+
+}  // namespace android::gsi

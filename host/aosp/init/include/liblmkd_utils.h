@@ -1,0 +1,32 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include "unexpected.h"
+
+// The low-memory killer of a phone, to which init names each service with an oom_score_adjust line.
+
+enum proc_type { PROC_TYPE_SERVICE };
+
+struct lmk_procprio {
+    pid_t pid;
+    uid_t uid;
+    int oomadj;
+    proc_type ptype;
+};
+
+struct lmk_procremove {
+    pid_t pid;
+};
+
+inline int lmkd_connect() {
+    unexpected(__func__);
+}
+
+inline int lmkd_register_proc(int /*socket*/, lmk_procprio* /*parameters*/) {
+    unexpected(__func__);
+}
+
+inline int lmkd_unregister_proc(int /*socket*/, lmk_procremove* /*parameters*/) {
+    unexpected(__func__);
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+// A phone's updates are snapshots of its partitions, merged after the boot; this has no partitions.
+
+namespace android::snapshot {
+
+class SnapshotManager {
+  public:
+    static std::unique_ptr<SnapshotManager> New() { return std::make_unique<SnapshotManager>(); }
+    static std::string GetGlobalRollbackIndicatorPath() {
+        return "/metadata/ota/rollback-indicator";
+    }
+    bool IsUserspaceSnapshotUpdateInProgress() { return false; }
+};
+
+}  // namespace android::snapshot
