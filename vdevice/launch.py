@@ -46,7 +46,8 @@ def _boot(options, script, output=None):
         build.write_ramdisk(ramdisk, image, options.profile, script, scenario,
                             getattr(options, "add", ()))
         device = Device(architecture, work, os.path.join(image, "vmlinux"), ramdisk,
-                        script is None, output or sys.stdout.buffer)
+                        build.hardware_of(options.profile), script is None,
+                        output or sys.stdout.buffer)
         say("booting profile %s%s" % (os.path.basename(os.path.normpath(options.profile)),
                                       "" if architecture.is_own else " on " + architecture.name))
         try:

@@ -1,6 +1,7 @@
 #include <android-base/file.h>
 #include <android-base/unique_fd.h>
 #include <errno.h>
+#include <sys/_system_properties.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -11,17 +12,6 @@
 
 namespace zstats::properties {
 namespace {
-
-constexpr uint32_t kSetProperty2 = 0x00020001;
-/** Far above any real name or value: limits what a client can make init allocate. */
-constexpr uint32_t kMaxTextBytes = 4096;
-
-bool readText(int fd, std::string* text) {
-    uint32_t size = 0;
-    if (!android::base::ReadFully(fd, &size, sizeof(size)) || size > kMaxTextBytes) return false;
-    text->resize(size);
-    return android::base::ReadFully(fd, text->data(), size);
-}
 
 void appendNumber(std::string* out, uint32_t number) {
     out->append(reinterpret_cast<const char*>(&number), sizeof(number));
@@ -46,16 +36,6 @@ bool sendAll(int fd, const void* data, size_t size) {
 
 }  // namespace
 
-bool readPropertyRequest(int fd, PropertyRequest* request) {
-    uint32_t command = 0;
-    return android::base::ReadFully(fd, &command, sizeof(command)) && command == kSetProperty2 &&
-           readText(fd, &request->name) && readText(fd, &request->value);
-}
-
-bool sendPropertyResult(int fd, int32_t result) {
-    return sendAll(fd, &result, sizeof(result));
-}
-
 int requestProperty(const std::string& path, const PropertyRequest& request) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -67,7 +47,7 @@ int requestProperty(const std::string& path, const PropertyRequest& request) {
         return -errno;
     }
     std::string message;
-    appendNumber(&message, kSetProperty2);
+    appendNumber(&message, PROP_MSG_SETPROP2);
     appendText(&message, request.name);
     appendText(&message, request.value);
     if (!sendAll(fd.get(), message.data(), message.size())) return -errno;

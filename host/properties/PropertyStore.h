@@ -26,7 +26,7 @@ struct prop_info {
 namespace zstats::properties {
 
 /** Where init serves the properties of the virtual device, and where it takes requests. */
-inline constexpr char kAreaPath[] = "/dev/__properties__";
+inline constexpr char kAreaPath[] = "/dev/__properties__/area";
 inline constexpr char kServicePath[] = "/dev/socket/property_service";
 
 /**
@@ -93,17 +93,7 @@ struct PropertyRequest {
 };
 
 /**
- * Reads one request from a connection to the property socket; blocks until it is complete, or for
- * the receive time-out of the socket. False for an unknown command, a name or value of absurd
- * length, or an early end.
- */
-bool readPropertyRequest(int fd, PropertyRequest* request);
-
-/** Answers a request: 0 for success. False when the client has gone. */
-bool sendPropertyResult(int fd, int32_t result);
-
-/**
- * The client's side: sends a request to the socket at `path` and waits for the answer. Returns the
+ * Sends a request to the socket at `path` and waits for the answer. Returns the
  * answer, or a negative errno when none arrived.
  */
 int requestProperty(const std::string& path, const PropertyRequest& request);

@@ -50,13 +50,13 @@ std::optional<Contexts> Contexts::read(const std::string& path) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);
-        std::string name, label, kind;
-        words >> name >> label >> kind;
+        std::string name, label;
+        words >> name >> label;
         if (label.empty() || name[0] == '#') continue;
         if (name == "*") {
             contexts.mOthers = label;
         } else {
-            contexts.mLines.push_back({name, label, kind == "exact"});
+            contexts.mLines.push_back({name, label});
         }
     }
     return contexts;
@@ -67,18 +67,6 @@ std::string Contexts::ofService(const std::string& name) const {
         if (line.name == name) return line.label;
     }
     return mOthers;
-}
-
-std::string Contexts::ofProperty(const std::string& name) const {
-    const Line* best = nullptr;
-    for (const Line& line : mLines) {
-        const bool fits =
-                line.exact ? line.name == name : name.compare(0, line.name.size(), line.name) == 0;
-        if (!fits) continue;
-        if (best == nullptr || line.exact || line.name.size() > best->name.size()) best = &line;
-        if (line.exact) break;
-    }
-    return best != nullptr ? best->label : mOthers;
 }
 
 bool isAllowed(const std::string& from, const std::string& to, const char* objectClass,

@@ -7,8 +7,8 @@
 namespace zstats::selinux {
 
 /**
- * The labels of names, as service_contexts and property_contexts have them: a name (or a prefix)
- * and its label on a line, "*" for all other names. Immutable, any thread.
+ * The labels of names, as service_contexts has them: a name and its label on a line, "*" for all
+ * other names. Immutable, any thread.
  */
 class Contexts {
   public:
@@ -17,14 +17,11 @@ class Contexts {
 
     /** The label of exactly this name; empty when there is none, not even for all others. */
     std::string ofService(const std::string& name) const;
-    /** The label of the longest line that fits: one that says "exact" fits the whole name alone. */
-    std::string ofProperty(const std::string& name) const;
 
   private:
     struct Line {
         std::string name;
         std::string label;
-        bool exact;
     };
 
     std::vector<Line> mLines;

@@ -12,20 +12,11 @@
 #include "vdevice/lib/profile/ProfileCheck.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/profile/Scenario.h"
-#include "vdevice/system/init/RcFile.h"
 #include "vdevice/system/statsd/ShellSubscriber.h"
 
 using namespace zstats;
 using namespace zstats::fuzz;
 using namespace zstats::vdevice;
-
-FUZZ_TARGET(rc_files) {
-    RcFile file;
-    for (const std::string& text : partsOf(input, 2)) parseRcFile("f", text, &file);
-    for (const RcService& service : file.services) {
-        require(!service.name.empty() && service.command.at(0).front() == '/');
-    }
-}
 
 FUZZ_TARGET(profiles) {
     static const TempTree tree;

@@ -13,8 +13,11 @@ function name_after(text, end,   rest) {
 
 /Service '.*' \(pid [0-9]+\) received signal [0-9]+/ {
     pid = number_after("(pid ")
+    number = number_after("received signal ")
     service[pid] = name_after("Service '", "'")
-    ended[pid, number_after("received signal ")] = service[pid]
+    # Whatever ended it, init signals what is left of its group afterwards.
+    if ((pid, number) in asked && !((pid, number) in ended)) requested[pid, number] = 1
+    ended[pid, number] = service[pid]
 }
 
 # The kernel tells of the signals that dump core, and then of the thread that got it.
@@ -46,7 +49,7 @@ fatal && / PID: [0-9]+ Comm: / {
 END {
     for (key in ended) {
         split(key, part, SUBSEP)
-        if (!((part[1], part[2]) in asked)) print ended[key], part[2], part[1]
+        if (!((part[1], part[2]) in requested)) print ended[key], part[2], part[1]
     }
     for (key in kernel) {
         split(key, part, SUBSEP)

@@ -42,6 +42,8 @@ seconds() { date +%s; }
 # Services as servicemanager knows them; the log of the daemon, or of another tag.
 service_is_there() { dumpsys -l | grep -qx "  $1"; }
 daemon_log() { logcat -d | grep " ${1:-zstats_pullerd}: "; }
+# What init says, as the kernel has it at once and the device's log a moment later.
+init_log() { dmesg | sed -n 's/^.*\] init: //p'; }
 # How many lines of the whole log hold the fixed string.
 log_count() { logcat -d | grep -cF -- "$1"; }
 log_has_more() { [ "$(log_count "$1")" -gt "$2" ]; }
@@ -94,6 +96,15 @@ threads_in() {
 
 state_of() { getprop "init.svc.$1"; }
 state_is() { [ "$(state_of "$1")" = "$2" ]; }
+# has_gone PID: the process has ended, and init knows.
+has_gone() { [ ! -d "/proc/$1" ]; }
+# crash NAME: a service dies and is back at once, not after init's 5 s.
+crash() {
+    crashed=$(pidof "$1")
+    kill -9 "$crashed"
+    wait_for 10 has_gone "$crashed"
+    start "$1"
+}
 daemon_pid() { pidof zstats_pullerd; }
 # statsd finds out that a puller is dead when it asks it. Once asked, none of the last daemon's are left
 # to be taken for those of the next.

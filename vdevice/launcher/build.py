@@ -98,3 +98,11 @@ def write_ramdisk(path, image, profile, script, scenario=None, programs=()):
         _run(["cat", *filter(None, archives)], stdout=file)
         _run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0", shell=True,
              cwd=folder, stdout=file)
+
+
+def hardware_of(profile):
+    """The profile's ro.hardware, which on a phone the boot loader says."""
+    with open(os.path.join(profile, "build.prop"), encoding="utf-8") as file:
+        properties = dict(line.rstrip("\n").split("=", 1) for line in file
+                          if "=" in line and not line.startswith("#"))
+    return properties.get("ro.hardware", "unknown")

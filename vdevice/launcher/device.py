@@ -1,7 +1,7 @@
 """Boots the virtual device in the emulator and takes in what arrives on its second serial port.
 
 That port carries frames, each a type byte, a length (32 bits, little endian) and as many bytes.
-vdevice/system/init/Channel.h has their list.
+vdevice/lib/Channel.h has their list.
 """
 
 import ctypes
@@ -39,12 +39,14 @@ def _die_with_parent():
 class Device:
     """One boot. The script's standard error goes to standard error."""
 
-    def __init__(self, architecture, folder, kernel, ramdisk, interactive, output):
-        """`folder` is for this boot's files alone, `output` takes what the script prints."""
+    def __init__(self, architecture, folder, kernel, ramdisk, hardware, interactive, output):
+        """`folder` is for this boot's files alone, `hardware` what a boot loader says it is, `output`
+        takes what the script prints."""
         self._architecture = architecture
         self._folder = folder
         self._kernel = kernel
         self._ramdisk = ramdisk
+        self._hardware = hardware
         self._interactive = interactive
         self._output = output
         self._pending = bytearray()
@@ -84,7 +86,8 @@ class Device:
                    "-chardev", "stdio,id=console,signal=off", "-serial", "chardev:console",
                    "-chardev", "socket,id=port,path=" + port, *port_options,
                    "-kernel", self._kernel, "-initrd", self._ramdisk,
-                   "-append", _KERNEL_OPTIONS + self._architecture.kernel_options()]
+                   "-append", _KERNEL_OPTIONS + "androidboot.hardware=%s " % self._hardware +
+                   self._architecture.kernel_options()]
         streams = {} if self._interactive else {
             "stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
         self._process = subprocess.Popen(command, preexec_fn=_die_with_parent, **streams)

@@ -6,8 +6,8 @@
 
 #include "vdevice/lib/CommandLine.h"
 #include "vdevice/lib/profile/ProfileCheck.h"
+#include "vdevice/lib/profile/RcServices.h"
 #include "vdevice/lib/sources/DeviceSources.h"
-#include "vdevice/system/init/RcFile.h"
 
 using namespace zstats::vdevice;
 
@@ -24,15 +24,6 @@ int fail(const std::string& reason) {
     return 1;
 }
 
-std::set<std::string> serviceNames(const RcFile& rc) {
-    std::set<std::string> names;
-    for (const RcService& service : rc.services) {
-        names.insert(service.name);
-        names.insert(service.interfaces.begin(), service.interfaces.end());
-    }
-    return names;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -40,17 +31,19 @@ int main(int argc, char** argv) {
     CommandLine line("profile_check", kUsage);
     if (const auto ended = line.read(argc, argv, &words)) return *ended;
     if (words.size() < 2) return line.complain("wants FOLDER RC_FILE...");
-    RcFile rc;
+    std::set<std::string> services;
     for (size_t i = 1; i < words.size(); ++i) {
         std::string text;
         if (!android::base::ReadFileToString(words[i], &text, true)) {
             return fail(words[i] + ": is unreadable");
         }
-        const std::string error = parseRcFile(words[i], text, &rc);
-        if (!error.empty()) return fail(error);
+        for (const RcService& service : rcServices(text)) {
+            services.insert(service.name);
+            services.insert(service.interfaces.begin(), service.interfaces.end());
+        }
     }
     const auto& methods = chargerMethods();
     const std::string fault =
-            checkProfile(words[0], {serviceNames(rc), {methods.begin(), methods.end()}});
+            checkProfile(words[0], {services, {methods.begin(), methods.end()}});
     return fault.empty() ? 0 : fail(fault);
 }

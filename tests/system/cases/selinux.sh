@@ -67,8 +67,8 @@ wait_for 5 sh -c '[ -z "$(pidof calda)" ]'
 chcon u:object_r:system_file:s0 /system/bin/calda
 start calda
 has no_domain_no_start \
-    'File /system/bin/calda (labeled "u:object_r:system_file:s0") has no domain transition' \
-    "$(daemon_log init | tail -n 2)"
+    'File /system/bin/calda(labeled "u:object_r:system_file:s0") has incorrect label or no domain transition from u:r:init:s0' \
+    "$(init_log | grep calda | tail -n 2)"
 is no_domain_no_process '' "$(pidof calda)"
 chcon u:object_r:calda_exec:s0 /system/bin/calda
 start calda

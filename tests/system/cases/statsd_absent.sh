@@ -27,13 +27,11 @@ registers back/registered
 
 before=$(log_count 'statsd service died, will try to reconnect.')
 pid=$(daemon_pid)
-# Back while the library still looks for it; on a device its restart may take 5 s.
-setprop vdev.restart_ms 500
-kill -9 "$(pidof statsd)"
+# Back while the library still looks for it; its restart may take 5 s.
+crash statsd
 wait_for 10 log_has_more 'statsd service died, will try to reconnect.' "$before" &&
     ok death/logged || not_ok death/logged 'no line'
 registers death/registered-again
-setprop vdev.restart_ms ""
 is death/same-daemon "$pid" "$(daemon_pid)"
 if wait_for 10 answered; then ok death/answered; else not_ok death/answered 'no event'; fi
 

@@ -53,7 +53,6 @@ has_ended_by_signal() {
 }
 
 wait_for 20 all_registered
-setprop vdev.restart_ms 200
 # The device's policy knows no control groups.
 group=/tmp/groups/zstats
 echo 0 >/sys/fs/selinux/enforce

@@ -45,7 +45,6 @@ usage_data() {
 statsd() {
     program=statsd
     service=stats
-    setprop vdev.restart_ms 100
     start_daemon_anew() {
         stop zstats_pullerd
         wait_for 20 state_is zstats_pullerd stopped
@@ -61,9 +60,9 @@ statsd() {
         wait_for 20 service_is_there stats
         sample after
     }
-    # Init brings it back while the library in the daemon still looks for it.
+    # It is back while the library in the daemon still looks for it.
     kill_statsd() {
-        kill -9 "$(pidof statsd)"
+        crash statsd
         wait_for 20 service_is_there stats
         wait_for 20 all_registered
     }

@@ -1,0 +1,61 @@
+#include <android-base/chrono_utils.h>
+#include <stdlib.h>
+#include <sys/reboot.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+
+#include "vdevice/lib/Channel.h"
+#include "vdevice/system/firststage/AbsentServices.h"
+#include "vdevice/system/firststage/Boot.h"
+#include "vdevice/system/firststage/Labels.h"
+
+// The first process until Android's init takes its place: file systems, the binder driver, the
+// SELinux policy and all labels, the files of the profile.
+
+namespace zstats::vdevice {
+namespace {
+
+constexpr char kInit[] = "/system/bin/init";
+
+/** For init, which makes properties of it. */
+void noteTime(const char* variable) {
+    const auto now = android::base::boot_clock::now().time_since_epoch().count();
+    setenv(variable, std::to_string(now).c_str(), 1);
+}
+
+/** Returns what went wrong, empty if nothing. */
+std::string prepare() {
+    noteTime("FIRST_STAGE_STARTED_AT");
+    mountFileSystems();
+    raiseDescriptorLimit();
+    // Before the policy, as on a device: what comes later is the domain init, which loads no
+    // modules and leaves the system's files alone.
+    std::string error;
+    for (const auto step : {loadBinder, showBuildProp, disableAbsentServices, loadPolicy}) {
+        error = step();
+        if (!error.empty()) return error;
+    }
+    noteTime("SELINUX_STARTED_AT");
+    mountLabelledFileSystems();
+    error = labelFiles();
+    return error.empty() ? showProfileFiles() : error;
+}
+
+}  // namespace
+}  // namespace zstats::vdevice
+
+int main() {
+    using namespace zstats::vdevice;
+    std::string error = prepare();
+    if (error.empty()) {
+        execl(kInit, kInit, "second_stage", nullptr);
+        error = std::string(kInit) + " cannot be run";
+    }
+    Channel channel;
+    channel.send(FrameType::kRefusal, error);
+    channel.drain();
+    reboot(RB_POWER_OFF);
+    return 1;
+}

@@ -1,8 +1,0 @@
-#include "vdevice/system/init/Init.h"
-
-// The first process of the virtual device.
-
-int main() {
-    zstats::vdevice::Init().run();
-    return 0;
-}

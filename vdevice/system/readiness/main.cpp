@@ -1,0 +1,97 @@
+#include <android-base/properties.h>
+#include <binder/IServiceManager.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vdevice/lib/ServiceMain.h"
+#include "vdevice/lib/StatsdControl.h"
+#include "vdevice/lib/atoms/AtomCatalogue.h"
+#include "vdevice/lib/profile/RcServices.h"
+
+// Sets "vdev.ready" once the device is up: every service that init started serves, and statsd holds
+// all registrations of the daemon ("registered"), or the daemon is not to run: the profile lists it
+// as "absent", it has itself "stopped", or it has "exited". A service of init's, the last to be
+// started.
+
+namespace zstats::vdevice {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr char kDaemon[] = "zstats_pullerd";
+constexpr auto kStep = 10ms;
+/** Of registrations that a faulty statsd loses, the others are waited for. */
+constexpr auto kPatience = 10s;
+
+std::string stateOf(const std::string& service) {
+    return android::base::GetProperty("init.svc." + service, "");
+}
+
+void waitForServices() {
+    for (const RcService& service : rcServicesIn({kSystemRc})) {
+        if (stateOf(service.name) != "running") continue;
+        for (const std::string& name : service.interfaces) waitForService(name);
+    }
+}
+
+/** Registrations of living processes; none where statsd does not answer. */
+size_t registrations() {
+    control::Request request;
+    request.set_registrations(true);
+    const auto reply = askStatsd(request);
+    if (!reply) return 0;
+    const auto& list = reply->registrations();
+    return static_cast<size_t>(
+            std::count_if(list.begin(), list.end(), [](const auto& entry) { return entry.alive(); }));
+}
+
+bool isServing() {
+    return android::defaultServiceManager()->checkService(android::String16(kDaemon)) != nullptr;
+}
+
+/** True once the daemon serves and statsd, if it runs, holds what it registers. */
+class Registrations {
+  public:
+    bool areComplete() {
+        if (!isServing()) return false;
+        if (stateOf("statsd") != "running") return true;
+        const size_t count = registrations();
+        if (count != mCount) mSince = Clock::now();
+        mCount = count;
+        return count >= mAll || Clock::now() - mSince > kPatience;
+    }
+
+  private:
+    const size_t mAll = pulledAtomIds().size();
+    size_t mCount = 0;
+    Clock::time_point mSince = Clock::now();
+};
+
+std::string daemonState() {
+    if (access((std::string(kProfileRc) + "/" + kDaemon + ".rc").c_str(), F_OK) == 0)
+        return "absent";
+    Registrations registered;
+    while (true) {
+        const std::string state = stateOf(kDaemon);
+        if (state == "stopped") return state;
+        if (state == "restarting") return "exited";
+        if (registered.areComplete()) return "registered";
+        std::this_thread::sleep_for(kStep);
+    }
+}
+
+}  // namespace
+}  // namespace zstats::vdevice
+
+int main() {
+    using namespace zstats::vdevice;
+    android::defaultServiceManager();  // waits until it is ready
+    waitForServices();
+    return android::base::SetProperty("vdev.ready", daemonState()) ? 0 : 1;
+}

@@ -1,0 +1,24 @@
+#include <grp.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "vdevice/lib/UserIds.h"
+#include "vdevice/system/shelltools/Tools.h"
+
+namespace zstats::vdevice {
+
+int asuidMain(const Arguments& arguments) {
+    const auto id = arguments.empty() ? std::nullopt : parseUserId(arguments[0]);
+    if (!id || arguments.size() < 2) return usage("asuid UID COMMAND...");
+    if (setgroups(0, nullptr) != 0 || setresgid(*id, *id, *id) != 0 ||
+        setresuid(*id, *id, *id) != 0) {
+        fprintf(stderr, "asuid: %s: %s\n", arguments[0].c_str(), strerror(errno));
+        return 1;
+    }
+    return runCommand("asuid", {arguments.begin() + 1, arguments.end()});
+}
+
+}  // namespace zstats::vdevice
