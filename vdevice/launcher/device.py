@@ -1,6 +1,7 @@
 """Boots the virtual device in the emulator and takes in what arrives on its second serial port.
 
-That port carries frames, each a type byte, a length (32 bits, little endian) and as many bytes.
+That port carries frames, each a type byte, a length (32 bits, little endian) and as many bytes. The
+one kind that the launcher sends is the size of the terminal (vdevice/system/windowsize).
 vdevice/lib/Channel.h has their list.
 """
 
@@ -29,6 +30,7 @@ _KERNEL_OPTIONS = ("quiet panic=-1 mitigations=off cryptomgr.notests nowatchdog 
                    "security=selinux selinux=1 enforcing=1 log_buf_len=1M print-fatal-signals=1 "
                    "printk.devkmsg=on ")
 _HEAD = struct.Struct("<cI")
+_SIZE = struct.Struct("<HH")  # lines and columns
 
 
 def _die_with_parent():
@@ -56,6 +58,7 @@ class Device:
         self._refusal = None
         self._ready = False
         self._process = None
+        self._port = None
         self._handlers = {b"O": self._on_output, b"E": self._on_errors, b"L": self._log.extend,
                           b"H": lambda data: None, b"S": self._on_state, b"X": self._on_exit,
                           b"F": self._on_refusal}
@@ -112,6 +115,7 @@ class Device:
     def _take_in(self, port, started, timeout):
         limits = _Limits(started, None if self._interactive else timeout,
                          self._architecture.slowness)
+        self._port = port
         with port, selectors.DefaultSelector() as selector:
             selector.register(port, selectors.EVENT_READ, self._on_port)
             if self._process.stdout is not None:
@@ -153,6 +157,18 @@ class Device:
     def _on_state(self, data):
         self._ready = True
         say("the device is up: zstats_pullerd %s" % data.decode("utf-8", "replace"))
+
+        if self._interactive:
+            signal.signal(signal.SIGWINCH, lambda *_: self._send_size())
+            self._send_size()
+
+    def _send_size(self):
+        """Tells the console's shell how large the terminal is."""
+        try:
+            size = os.get_terminal_size(sys.stdout.fileno())
+            self._port.sendall(_HEAD.pack(b"W", _SIZE.size) + _SIZE.pack(size.lines, size.columns))
+        except OSError:
+            pass  # the terminal or the device has gone, which others notice
 
     def _on_exit(self, data):
         self._status = struct.unpack("<i", data)[0]

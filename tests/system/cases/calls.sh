@@ -20,7 +20,7 @@ for command in pull load registrations pushed explain subscribe trace watch; do
     wrong "statsctl $command: unknown option '--nonsense'" statsctl $command --nonsense
 done
 for name in statsctl kestrel zstats_record pullbench svcwait scenario "cmd openfileprobe"; do program $name; done
-for name in statsctl kestrel zstats_record pullbench svcwait scenario; do
+for name in statsctl kestrel zstats_record pullbench svcwait scenario windowsize; do
     wrong "$name: unknown option '--nonsense'" $name --nonsense
 done
 
