@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <future>
 #include <system_error>
 
 #include "acquire/PushedAtomSubscription.h"
@@ -184,15 +185,15 @@ TEST_F(PushedAtomSubscriptionTest, HandsTheFrameAndADuplicateToStatsdAndKeepsThe
         call.receiver->send(5);
         return android::OK;
     });
-    std::set<int> kept;
-    mLog.whenLogged(kEnded + 2, [&] { kept = newDescriptors(); });
+    std::promise<std::set<int>> atEnd;
+    mLog.whenLogged(kEnded + 2, [&] { atEnd.set_value(newDescriptors()); });
     gFaults = {};
     EXPECT_EQ(subscribe({150005, 100207, 9}), 1);
     EXPECT_EQ(gFaults.writes, 1);
     waitForEnds();
     EXPECT_EQ(frame, frameMessage(serializeSubscription({150005, 100207, 9})));
     EXPECT_EQ(drain(mReader.get()), "data");
-    mLog.whenLogged("", nullptr);  // whose action has ended by now
+    const std::set<int> kept = atEnd.get_future().get();
     ASSERT_EQ(kept.size(), 1u);
     EXPECT_EQ(fcntl(*kept.begin(), F_GETFL), O_WRONLY);
 
