@@ -36,11 +36,10 @@ _TABLE = (
     ("./test ", "unit system faults asan tsan libcxx"),
     ("./test --up", "--update-golden"),
     ("./test system golden/", "golden/qcom golden/mtk golden/bare"),
-    ("./test system golden sub", "subscribe subscription_faults subscription_resources "
-     "subscription_stall"),
+    ("./test system golden statsd_a", "statsd_absent"),
     ("./test faults ka", ""),
     ("./test faults cr", "crashes"),
-    ("./fuzz gpu", "gpu_mtk gpu_qcom"),
+    ("./fuzz gpu_q", "gpu_qcom"),
     ("./fuzz 60 --l", "--list"),
     ("./bench so", "soak"),
     ("./bench soak --s", "--short"),
