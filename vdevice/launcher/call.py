@@ -101,7 +101,7 @@ def run_parser():
     _add_common(parser)
     parser.add_argument("--json", action="store_true", help="one line of JSON an event")
     parser.add_argument("tags", nargs="*", type=_pulled_atom, metavar="ID",
-                        help="all 39 if none is named")
+                        help="all if none is named")
     return parser
 
 
