@@ -1,10 +1,14 @@
 # profile: qcom
 # A recording says where and when it was made; two recordings show what changed between them.
 
-record() { statsctl subscribe $(statsctl atoms | sed -n 's/^\([0-9]*\) .*/\1/p') --for 4 --json >$1; }
+# All atoms for some seconds, into a file.
+record() {
+    statsctl atoms | sed -n 's/^\([0-9]*\) .*/\1/p' |
+        xargs statsctl subscribe --for 4 --json >"$1"
+}
 
 # Once each node's series of contents is over, what counts from the pull before stands still.
-for pull in 1 2 3; do pull 150027 150029 >/dev/null; done
+for tag in 150027 150029 150027 150029 150027 150029; do pull $tag >/dev/null; done
 record before
 is header "$(printf '{"recording":"subscribe","device":"%s","fingerprint":"%s","boot_id":"%s"}' \
     "$(getprop ro.product.device)" "$(getprop ro.build.fingerprint)" \

@@ -18,7 +18,7 @@ struct RecordingHeader {
     std::string source;       // how it was made: subscribe, pull or report
     std::string device;       // ro.product.device
     std::string fingerprint;  // ro.build.fingerprint
-    std::string daemon;       // build id of the daemon's program
+    std::string daemon;       // build id of the daemon's program; root alone can read it
     std::string bootId;
     int64_t elapsedNs = 0;  // both clocks at one moment
     int64_t wallNs = 0;

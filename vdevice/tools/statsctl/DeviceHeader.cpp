@@ -4,6 +4,7 @@
 #include <android-base/properties.h>
 #include <android-base/strings.h>
 #include <elf.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -76,7 +77,7 @@ RecordingHeader deviceHeader(const char* source) {
     header.source = source;
     header.device = GetProperty("ro.product.device", "");
     header.fingerprint = GetProperty("ro.build.fingerprint", "");
-    header.daemon = buildIdOf(kDaemon);
+    if (getuid() == 0) header.daemon = buildIdOf(kDaemon);  // SELinux refuses all others
     std::string bootId;
     if (android::base::ReadFileToString(kBootId, &bootId)) {
         header.bootId = android::base::Trim(bootId);
