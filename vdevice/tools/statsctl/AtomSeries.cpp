@@ -38,15 +38,24 @@ std::string keyOf(const AtomInfo& info, const StreamedAtom& atom) {
     return field.unit.empty() ? field.name + " " + value : value + " " + field.unit;
 }
 
+/** The key of an atom that has one, if it is a number. */
+std::optional<int32_t> keyNumberOf(const StreamedAtom& atom) {
+    const auto* number = std::get_if<int32_t>(&atom.fields.front());
+    return number != nullptr ? std::optional(*number) : std::nullopt;
+}
+
 }  // namespace
 
 size_t AtomSeries::seriesOf(const StreamedAtom& atom, const std::string& key, size_t field) {
-    const auto [entry, isNew] = mIndex.emplace(Key{{atom.id, key}, field}, mAll.size());
+    const auto [entry, isNew] = mIndex.emplace(Index{{atom.id, key}, field}, mAll.size());
     if (!isNew) return entry->second;
     const AtomInfo& info = atomInfo(atom.id);
     const FieldInfo known = field < info.fields.size() ? info.fields[field] : FieldInfo();
     Series series;
     series.atomId = atom.id;
+    series.field = field;
+    series.key = key;
+    if (hasKey(info)) series.keyNumber = keyNumberOf(atom);
     series.name = info.name + " " + info.fieldName(field) + (key.empty() ? "" : ", " + key);
     series.unit = known.unit + (info.delta ? "/s" : "");
     series.rate = info.delta;
@@ -62,16 +71,16 @@ void AtomSeries::addField(const StreamedAtom& atom, const std::string& key, size
     if (!number) return;
     const size_t index = seriesOf(atom, key, field);
     State& state = mStates[index];
-    const int64_t sinceNs = atom.timestampNs - state.lastNs;
-    const bool first = state.lastNs == 0;
+    const int64_t beforeNs = state.lastNs;
+    const int64_t sinceNs = atom.timestampNs - beforeNs;
     state.lastNs = atom.timestampNs;
     state.expired = false;
     state.messagesSince.clear();
     if (!mAll[index].rate) {
         samples->push_back({index, atom.timestampNs, *number});
-    } else if (!first && sinceNs > 0) {
+    } else if (beforeNs != 0 && sinceNs > 0) {
         const double seconds = static_cast<double>(sinceNs) / kNsInSecond;
-        samples->push_back({index, atom.timestampNs, real(*number) / seconds});
+        samples->push_back({index, beforeNs, real(*number) / seconds});
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -14,16 +15,19 @@ namespace zstats::vdevice {
 /** A number that changes over time: one field of an atom, and of one key where it has several. */
 struct Series {
     int32_t atomId = 0;
-    std::string name;   // "battery_voltage_now voltage", "cpu_idle idle_time, cpu 3"
+    size_t field = 0;  // 0-based, in event order
+    std::string key;   // "cpu 3", "2133 MHz", "wlan_rx"; empty for an atom with one event a pull
+    std::optional<int32_t> keyNumber;  // 3, 2133; nothing if the key is a text
+    std::string name;                  // "battery_voltage_now voltage", "cpu_idle idle_time, cpu 3"
     std::string unit;   // "mV"; "ms/s" for a rate; empty if the catalogue does not know
     bool rate = false;  // a difference between two pulls, for a second
     ShareOf shareOf = ShareOf::kNothing;
 };
 
-/** What a series was worth at a moment. */
+/** A value of a series, and the time from which it holds. */
 struct Sample {
-    size_t series = 0;  // index in AtomSeries::all()
-    int64_t timestampNs = 0;
+    size_t series = 0;        // index in AtomSeries::all()
+    int64_t timestampNs = 0;  // of the event; of the pull before for a rate
     std::variant<int64_t, double> value;
 };
 
@@ -59,7 +63,7 @@ class AtomSeries {
     };
 
     /** Atom, key and field. */
-    using Key = std::pair<std::pair<int32_t, std::string>, size_t>;
+    using Index = std::pair<std::pair<int32_t, std::string>, size_t>;
 
     size_t seriesOf(const StreamedAtom& atom, const std::string& key, size_t field);
     void addField(const StreamedAtom& atom, const std::string& key, size_t field,
@@ -69,7 +73,7 @@ class AtomSeries {
 
     std::vector<Series> mAll;
     std::vector<State> mStates;  // by series
-    std::map<Key, size_t> mIndex;
+    std::map<Index, size_t> mIndex;
 };
 
 }  // namespace zstats::vdevice

@@ -1,11 +1,14 @@
 #include <android-base/file.h>
+#include <android-base/properties.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
+#include "vdevice/tools/statsctl/DeviceHeader.h"
 #include "vdevice/tools/statsctl/Stream.h"
 #include "vdevice/tools/statsctl/TraceWriter.h"
 
@@ -18,6 +21,20 @@ using android::base::unique_fd;
 unique_fd openTrace(const std::string& path) {
     if (path == "-") return unique_fd(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
     return unique_fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+}
+
+TraceDevice thisDevice() {
+    using android::base::GetProperty;
+    TraceDevice device;
+    device.header = deviceHeader("trace");
+    device.soc = GetProperty("ro.soc.model", GetProperty("ro.board.platform", ""));
+    uname(&device.kernel);
+    const time_t now = time(nullptr);
+    tm local = {};
+    if (localtime_r(&now, &local) != nullptr) {
+        device.minutesEastOfUtc = static_cast<int32_t>(local.tm_gmtoff / 60);
+    }
+    return device;
 }
 
 }  // namespace
@@ -36,7 +53,7 @@ int traceCommand(const Words& words) {
                     writeError = errno;
                 }
             },
-            readClocks());
+            readClocks(), thisDevice());
     StreamUser user;
     user.message = [&](const std::vector<StreamedAtom>& atoms) {
         writer.add(atoms);
