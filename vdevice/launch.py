@@ -18,6 +18,7 @@ from vdevice.launcher.recording import Recording  # noqa: E402
 
 _SECONDS_AROUND_A_TRACE = 600
 _FOREVER = 1e9
+_PLAY_FROM_NOW = "scenario --now /profile/waiting >&2 || exit 1\n"
 _STATUS_INTERRUPTED = 130
 _ENDING_SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
@@ -43,8 +44,11 @@ def _boot(options, script, output=None):
         image = os.path.join(folder, "image")
         work = stack.enter_context(_work_folder())
         ramdisk = os.path.join(work, "ramdisk")
+        recorded = options.command == "trace"
+        if scenario is not None and recorded:
+            script = _PLAY_FROM_NOW + script
         build.write_ramdisk(ramdisk, image, options.profile, script, scenario,
-                            getattr(options, "add", ()))
+                            getattr(options, "add", ()), from_boot=not recorded)
         device = Device(architecture, work, os.path.join(image, "vmlinux"), ramdisk,
                         build.hardware_of(options.profile), script is None,
                         output or sys.stdout.buffer)

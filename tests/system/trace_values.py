@@ -1,85 +1,105 @@
 #!/usr/bin/env python3
-"""Lists what a trace holds, read by field numbers alone from `protoc --decode_raw`.
+"""Lists what a trace holds, read by field numbers alone.
 
     trace_values.py TRACE        a line a value: seconds since boot, track, value, unit
 
 The numbers are those that the trace format publishes; nothing of the program that wrote the trace
-is used. Instant events are listed with their arguments in place of a value.
+is used. Instant events are listed with their name and arguments in place of a value, the battery's
+packets as tracks "batt.NAME".
 """
 
-import re
 import struct
-import subprocess
 import sys
 
-PACKET, TIMESTAMP, EVENT, TRACK = "1", "8", "11", "60"
-TRACK_UUID, TRACK_NAME, TRACK_COUNTER, COUNTER_UNIT = "1", "2", "8", "6"
-EVENT_ARGUMENT, EVENT_TRACK, EVENT_NAME, EVENT_INTEGER, EVENT_REAL = "4", "11", "23", "30", "44"
-ARGUMENT_NAME, ARGUMENT_VALUES = "10", ("2", "4", "5", "6")
+PACKET, TIMESTAMP, EVENT, BATTERY, SYSTEM, TRACK = 1, 8, 11, 38, 45, 60
+TRACK_UUID, TRACK_NAME, TRACK_COUNTER, COUNTER_UNIT = 1, 2, 8, 6
+EVENT_ARGUMENT, EVENT_TRACK, EVENT_NAME, EVENT_INTEGER, EVENT_REAL = 4, 11, 23, 30, 44
+ARGUMENT_NAME, ARGUMENT_VALUES = 10, (2, 4, 5, 6)
+BATTERY_TRACKS = {3: "batt.current_ua", 7: "batt.voltage_uv"}
+SYSTEM_FINGERPRINT = 2
+VARINT, FIXED64, BYTES = 0, 1, 2
 
 
-def decoded(path):
-    """The message as a list of (number, value); a value is a text or such a list."""
-    with open(path, "rb") as file:
-        lines = subprocess.run(["protoc", "--decode_raw"], stdin=file, capture_output=True,
-                               text=True, check=True).stdout.splitlines()
-    stack = [[]]
-    for line in lines:
-        line = line.strip()
-        if line == "}":
-            stack.pop()
-        elif line.endswith("{"):
-            inner = []
-            stack[-1].append((line[:-1].strip(), inner))
-            stack.append(inner)
+def varint(data, at):
+    """The number there, and where it ends."""
+    number = shift = 0
+    while True:
+        byte = data[at]
+        number |= (byte & 0x7f) << shift
+        at, shift = at + 1, shift + 7
+        if byte < 0x80:
+            return number, at
+
+
+def decoded(data):
+    """The message as a list of (number, value): an integer, a real, or bytes."""
+    fields, at = [], 0
+    while at < len(data):
+        key, at = varint(data, at)
+        if key & 7 == VARINT:
+            value, at = varint(data, at)
+            value -= 2**64 if value >= 2**63 else 0
+        elif key & 7 == FIXED64:
+            value, at = struct.unpack_from("<d", data, at)[0], at + 8
+        elif key & 7 == BYTES:
+            size, at = varint(data, at)
+            value, at = data[at:at + size], at + size
+            assert len(value) == size, "the file ends in a field"
         else:
-            number, _, value = line.partition(": ")
-            stack[-1].append((number, value))
-    return stack[0]
+            raise ValueError("wire type %d" % (key & 7))
+        fields.append((key >> 3, value))
+    return fields
 
 
-def text(value):
-    """A string as it was written: decode_raw quotes it, with octal escapes for other bytes."""
-    raw = re.sub(rb"\\([0-7]{3})", lambda match: bytes([int(match[1], 8)]), value[1:-1].encode())
-    return raw.decode()
-
-
-def integer(value):
-    number = int(value, 0)
-    return number - 2**64 if number >= 2**63 else number
-
-
-def number_of(event):
-    if EVENT_REAL in event:
-        return "%g" % struct.unpack("<d", struct.pack("<Q", int(event[EVENT_REAL], 0)))[0]
-    return str(integer(event[EVENT_INTEGER]))
+def packets(path):
+    """The fields of each packet."""
+    with open(path, "rb") as file:
+        for key, packet in decoded(file.read()):
+            assert key == PACKET, key
+            yield dict(decoded(packet))
 
 
 def arguments(event):
+    """An event's arguments as NAME=VALUE."""
     for key, value in event:
         if key == EVENT_ARGUMENT:
-            fields = dict(value)
+            fields = dict(decoded(value))
             held = next(fields[each] for each in ARGUMENT_VALUES if each in fields)
-            yield "%s=%s" % (text(fields[ARGUMENT_NAME]),
-                             text(held) if held.startswith('"') else integer(held))
+            held = held.decode() if isinstance(held, bytes) else str(held)
+            yield "%s=%s" % (fields[ARGUMENT_NAME].decode(), held)
+
+
+def fingerprint(path):
+    """The build that the first packet about the system names."""
+    systems = (fields[SYSTEM] for fields in packets(path) if SYSTEM in fields)
+    return dict(decoded(next(systems)))[SYSTEM_FINGERPRINT].decode()
 
 
 def values(path):
-    """Yields seconds since boot, track, value (or an instant event's arguments) and unit."""
-    names, units = {}, {}
-    for key, packet in decoded(path):
-        assert key == PACKET, key
-        fields = dict(packet)
+    """Yields seconds since boot, track, value (or an instant event's name and arguments) and unit.
+    Of a track that is described twice the first description holds; a different one is an error."""
+    tracks = {}
+    for fields in packets(path):
+        time = fields.get(TIMESTAMP, 0) / 1e9
         if TRACK in fields:
-            track = dict(fields[TRACK])
-            names[track[TRACK_UUID]] = text(track[TRACK_NAME])
-            if isinstance(track.get(TRACK_COUNTER), list):
-                units[track[TRACK_UUID]] = text(dict(track[TRACK_COUNTER])[COUNTER_UNIT])
+            track = dict(decoded(fields[TRACK]))
+            if tracks.setdefault(track[TRACK_UUID], track) != track:
+                raise ValueError("track %d is described in two ways" % track[TRACK_UUID])
+        elif BATTERY in fields:
+            for number, value in decoded(fields[BATTERY]):
+                yield time, BATTERY_TRACKS[number], "%d" % value, ""
         elif EVENT in fields:
-            event = dict(fields[EVENT])
-            track = event[EVENT_TRACK]
-            what = " ".join(arguments(fields[EVENT])) if EVENT_NAME in event else number_of(event)
-            yield int(fields[TIMESTAMP]) / 1e9, names[track], what, units.get(track, "")
+            event = decoded(fields[EVENT])
+            first = dict(event)
+            track = tracks[first[EVENT_TRACK]]
+            unit = dict(decoded(track.get(TRACK_COUNTER, b""))).get(COUNTER_UNIT, b"").decode()
+            if EVENT_NAME in first:
+                value = " ".join([first[EVENT_NAME].decode(), *arguments(event)])
+            elif EVENT_REAL in first:
+                value = "%g" % first[EVENT_REAL]
+            else:
+                value = "%d" % first[EVENT_INTEGER]
+            yield time, track[TRACK_NAME].decode(), value, unit
 
 
 if __name__ == "__main__":

@@ -75,16 +75,18 @@ def _add_program(program, folder):
         _run(["cp", "-L", path, folder + target])
 
 
-def write_ramdisk(path, image, profile, script, scenario=None, programs=()):
+def write_ramdisk(path, image, profile, script, scenario=None, programs=(), from_boot=True):
     """Writes the RAM disk of one boot: the image's part, and behind it the profile, the file of the
-    scenario that is to be played, the script, and further programs. All in the device may read what
-    the owner of the profile may. Without a script a console opens. The archive that VDEV_OVERLAY
-    names lies over the image, for tools that need another program or policy in the device."""
+    scenario that is to be played (`from_boot`, or by the script), the script, and further programs.
+    All in the device may read what the owner of the profile may. Without a script a console opens.
+    The archive that VDEV_OVERLAY names lies over the image, for tools that need another program or
+    policy in the device."""
     folder = path + ".files"
     os.mkdir(folder)
     _run(["cp", "-RP", profile + "/.", os.path.join(folder, "profile")])
     if scenario is not None:
-        _run(["cp", scenario, os.path.join(folder, "profile", "playing")])
+        name = "playing" if from_boot else "waiting"
+        _run(["cp", scenario, os.path.join(folder, "profile", name)])
     for program in programs:
         _add_program(program, folder)
     if script is not None:

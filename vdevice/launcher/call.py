@@ -83,8 +83,8 @@ def _add_common(parser):
     parser.add_argument("--profile", type=_profile, default="qcom", metavar="NAME|DIR",
                         help="one of vdevice/profiles, or a folder (default: qcom)")
     parser.add_argument("--scenario", metavar="NAME",
-                        help="play the profile's file scenario.NAME from boot, or its file "
-                        "scenario if NAME is '%s'" % _OWN_SCENARIO)
+                        help="play the profile's file scenario.NAME from boot (trace: from its "
+                        "beginning), or the file scenario if NAME is '%s'" % _OWN_SCENARIO)
     parser.add_argument("--arch", type=_architecture, default="", metavar="NAME",
                         help="the device's processor, one of tools/architectures (default: this "
                         "machine's)")

@@ -51,6 +51,7 @@ wrong "kestrel: takes no word ('x')" kestrel x
 wrong "zstats_record: wants DIR" zstats_record
 wrong "zstats_record: --samples: '0' is no number from 1 to 2147483647" zstats_record /tmp/r --samples 0
 wrong "scenario: wants FILE" scenario
+wrong "scenario: takes --now or --values, not both" scenario --now --values 1 file
 wrong "pullbench: wants a command (--help lists them)" pullbench
 wrong "pullbench soak: wants PULLS" pullbench soak
 wrong "pullbench latency: '0' is no number from 1" pullbench latency 5 0

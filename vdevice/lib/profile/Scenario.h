@@ -19,7 +19,7 @@ namespace zstats::vdevice {
  *
  * A line sets what its first word and the key behind it name; with "to" and "until" the numbers of
  * the text move evenly to those of the second text, a step each second. What a later line sets for
- * the same key takes the place of the earlier. Seconds count from the device's boot.
+ * the same key takes the place of the earlier. Seconds count from the scenario's beginning.
  */
 class Scenario {
   public:

@@ -1,5 +1,6 @@
 #include <android-base/file.h>
 #include <android/log.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,11 +19,15 @@ namespace {
 
 constexpr char kUsage[] =
         "usage: scenario FILE\n"
+        "       scenario --now FILE\n"
         "       scenario --values SECOND FILE\n"
         "Plays a scenario from the device's boot, until nothing changes any more: each second it "
         "writes\n"
         "into /profile, which the services read at each call, what the scenario says for that "
         "second.\n"
+        "  --now             makes the next second the scenario's second 0, prints when that is, "
+        "writes\n"
+        "                    its values, and plays on in the background\n"
         "  --values SECOND   prints what holds at that second, a line a value\n";
 
 using Values = std::map<Scenario::Target, std::string>;
@@ -98,19 +103,37 @@ double uptime() {
     return now.tv_sec + now.tv_nsec / 1e9;
 }
 
-int play(const Scenario& scenario) {
-    Values before;
-    for (auto second = static_cast<int64_t>(uptime());; ++second) {
-        sleepUntil(second);
-        const double begun = uptime();
-        Values now = scenario.at(second);
-        if (!writeChanged(before, now)) return 1;
-        __android_log_print(ANDROID_LOG_INFO, "scenario",
-                            "second %lld, written from %.3f s to %.3f s",
-                            static_cast<long long>(second), begun, uptime());
-        before = std::move(now);
+/** Writes what changes at the second, and logs when. */
+bool writeSecond(const Scenario& scenario, int64_t second, Values* before) {
+    const double begun = uptime();
+    Values now = scenario.at(second);
+    if (!writeChanged(*before, now)) return false;
+    __android_log_print(ANDROID_LOG_INFO, "scenario", "second %lld, written from %.3f s to %.3f s",
+                        static_cast<long long>(second), begun, uptime());
+    *before = std::move(now);
+    return true;
+}
+
+/** Plays from the scenario's `second` on. Its second 0 is `begin`, in seconds since boot. */
+int play(const Scenario& scenario, int64_t begin, int64_t second, Values before = {}) {
+    for (;; ++second) {
+        sleepUntil(begin + second);
+        if (!writeSecond(scenario, second, &before)) return 1;
         if (second >= scenario.end()) return 0;
     }
+}
+
+int playFromNow(const Scenario& scenario) {
+    const int64_t begin = static_cast<int64_t>(uptime()) + 1;
+    Values first;
+    if (!writeSecond(scenario, 0, &first)) return 1;
+    printf("scenario: second 0 is at %lld s since boot\n", static_cast<long long>(begin));
+    fflush(stdout);
+    if (daemon(0, 0) != 0) {
+        fprintf(stderr, "scenario: daemon: %s\n", strerror(errno));
+        return 1;
+    }
+    return play(scenario, begin, 1, std::move(first));
 }
 
 int print(const Scenario& scenario, int64_t second) {
@@ -125,12 +148,17 @@ int print(const Scenario& scenario, int64_t second) {
 
 int main(int argc, char** argv) {
     std::optional<int64_t> second;
+    bool fromNow = false;
     std::vector<std::string> words;
     CommandLine line("scenario", kUsage);
+    line.flag("now", &fromNow);
     line.number("values", &second, std::numeric_limits<int64_t>::min(),
                 std::numeric_limits<int64_t>::max());
     if (const auto ended = line.read(argc, argv, &words)) return *ended;
     if (words.size() != 1) return line.complain("wants FILE");
+    if (fromNow && second) return line.complain("takes --now or --values, not both");
     const Scenario scenario = loadOrDie(words[0].c_str());
-    return second ? print(scenario, *second) : play(scenario);
+    if (second) return print(scenario, *second);
+    umask(022);  // the services run as other users
+    return fromNow ? playFromNow(scenario) : play(scenario, 0, static_cast<int64_t>(uptime()));
 }
