@@ -43,7 +43,6 @@ int main(int argc, char** argv) {
         }
     }
     const auto& methods = chargerMethods();
-    const std::string fault =
-            checkProfile(words[0], {services, {methods.begin(), methods.end()}});
+    const std::string fault = checkProfile(words[0], {services, {methods.begin(), methods.end()}});
     return fault.empty() ? 0 : fail(fault);
 }

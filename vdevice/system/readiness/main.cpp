@@ -47,8 +47,8 @@ size_t registrations() {
     const auto reply = askStatsd(request);
     if (!reply) return 0;
     const auto& list = reply->registrations();
-    return static_cast<size_t>(
-            std::count_if(list.begin(), list.end(), [](const auto& entry) { return entry.alive(); }));
+    return static_cast<size_t>(std::count_if(list.begin(), list.end(),
+                                             [](const auto& entry) { return entry.alive(); }));
 }
 
 bool isServing() {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "hidl-util/FQName.h"
+#include "FQName.h"
 #include "unexpected.h"
 
 // An instance of a HIDL interface.
