@@ -65,7 +65,7 @@ run_case() {
 # What SELinux refused is what the cases of this boot say they provoke, and nothing else.
 check_denials() {
     { dmesg; logcat -d; } |
-        sed -n 's/ [pug]id=[0-9]*//g;s/ ino=[0-9]*//;s/ permissive=0//;s/[^a-z_0-9]$//;s/.*avc: *denied *//p' |
+        sed -n 's/ [pug]id=[0-9]*//g;s/ ino=[0-9]*//;s/ permissive=0//;s/[^a-z_0-9}]$//;s/.*avc: *denied *//p' |
         sort -u >denials
     diff -U 0 denials.expected denials | grep '^[-+][^-+]' >denials.wrong
     if [ -s denials.wrong ]; then sed "s/^/not ok denials: /" denials.wrong; else echo "ok denials"; fi
