@@ -37,12 +37,23 @@ function(aidl_sources list backend)
     set(${list} ${sources} PARENT_SCOPE)
 endfunction()
 
+set(AIDL_OPTIONS ${ZSTATS_FOREIGN} -DDO_NOT_CHECK_MANUAL_BINDER_INTERFACES)
+
+# aidl_precompiled(TARGET): what the sources of aidl_library include.
+function(aidl_precompiled target)
+    precompiled_headers(${target} OPTIONS ${AIDL_OPTIONS} LIBRARIES aosp_headers HEADERS
+        ${CMAKE_SOURCE_DIR}/host/aosp/include/platform_prelude.h <array> <map> <sstream> <variant>
+        <android/binder_interface_utils.h> <android/binder_parcel_utils.h> <binder/IInterface.h>
+        <binder/Parcel.h> <binder/Status.h>)
+endfunction()
+
 # aidl_library(TARGET ndk|cpp ROOT dir TYPES ...): a static library of the generated sources.
 function(aidl_library target backend)
     set(out ${CMAKE_BINARY_DIR}/aidl/${target})
     aidl_sources(sources ${backend} OUT ${out} ${ARGN})
     add_library(${target} STATIC ${sources})
     target_include_directories(${target} SYSTEM BEFORE PUBLIC ${out}/include)
-    target_compile_options(${target} PRIVATE ${ZSTATS_FOREIGN} -DDO_NOT_CHECK_MANUAL_BINDER_INTERFACES)
+    target_compile_options(${target} PRIVATE ${AIDL_OPTIONS})
     target_link_libraries(${target} PUBLIC aosp_headers)
+    precompile(${target} aidl_precompiled)
 endfunction()

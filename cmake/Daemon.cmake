@@ -33,6 +33,10 @@ target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zstats
     PUBLIC aosp_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
     PRIVATE zstats_warnings PkgConfig::SELINUX)
+# With other macros than all else.
+precompiled_headers(zstats_precompiled OPTIONS ${ZSTATS_DAEMON_OPTIONS} LIBRARIES aosp_headers aidl_statsd
+    HEADERS ${ZSTATS_USUAL_HEADERS})
+precompile(zstats zstats_precompiled)
 if(ZSTATS_COVERAGE)
     target_link_options(zstats PUBLIC -fprofile-instr-generate)
 endif()
