@@ -1,5 +1,6 @@
 #include <stdlib.h>
 #include <sys/reboot.h>
+#include <sys/stat.h>
 
 #include <csignal>
 
@@ -10,6 +11,7 @@
 
 int main() {
     signal(SIGPIPE, SIG_IGN);
+    umask(022);  // that of a phone's shell; services read the files that a script writes
     setenv("PATH", "/system_ext/bin:/system/bin:/bin:/sbin", 1);
     setenv("HOME", "/", 1);
     setenv("TERM", "linux", 1);
