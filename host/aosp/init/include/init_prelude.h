@@ -14,6 +14,7 @@
 #include "../../include/strlcpy.h"
 
 #undef _PATH_DEFPATH
+// NOLINTNEXTLINE(bugprone-reserved-identifier): a constant of <paths.h>
 #define _PATH_DEFPATH                                                                       \
     "/product/bin:/apex/com.android.runtime/bin:/apex/com.android.art/bin:/system_ext/bin:" \
     "/system/bin:/system/xbin:/odm/bin:/vendor/bin:/vendor/xbin"
