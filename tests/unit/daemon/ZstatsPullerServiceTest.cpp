@@ -1,5 +1,6 @@
 #include <android-base/unique_fd.h>
 #include <android/binder_ibinder.h>
+#include <binder/IServiceManager.h>
 #include <cutils/properties.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,8 +8,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "daemon/PullDispatch.h"
@@ -19,6 +22,11 @@
 #include "tests/support/FakePlatformServices.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/libraries/FakeLibraries.h"
+
+// In place of the C library's: another id than the real one.
+extern "C" uid_t geteuid() noexcept {
+    return 4711;
+}
 
 namespace zstats {
 namespace {
@@ -39,6 +47,19 @@ class Claiming : public android::BBinder {
 
   private:
     const String16 mDescriptor;
+};
+
+/** A statsd that dies while its death is being linked. */
+struct DyingStatsd : Claiming {
+    DyingStatsd() : Claiming("android.os.IStatsd") {}
+    android::status_t linkToDeath(const sp<DeathRecipient>& to, void*, uint32_t) override {
+        if (++links > 1) return android::OK;
+        notice = std::thread([this, to] { to->binderDied(this); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // it ends behind the link
+        return android::OK;
+    }
+    int links = 0;
+    std::thread notice;
 };
 
 class ZstatsPullerServiceTest : public testing::Test {
@@ -165,6 +186,14 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     EXPECT_EQ(mLog.take(),
               (Lines{"E " + ofCallback, "E statsd service died, will try to reconnect."}));
     EXPECT_EQ(gLibraries.calls.size(), std::size(kTags) + 2 * 4 + 1);
+
+    const sp<DyingStatsd> dying(new DyingStatsd);
+    android::defaultServiceManager()->addService(String16("stats"), dying);
+    const int32_t held = dying->getStrongCount();
+    const sp<ZstatsPullerService> late(new ZstatsPullerService);
+    dying->notice.join();
+    EXPECT_EQ(dying->getStrongCount(), held);
+    EXPECT_EQ(dying->links, 1);
 }
 
 /** The service as dumpsys reaches it. */
