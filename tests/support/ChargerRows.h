@@ -9,8 +9,9 @@ struct ChargerRow {
     int32_t tag;
     std::string handler;
     std::vector<std::string> methods;
-    const char* event;  // when the methods answer 11, then 12
+    const char* event;  // when the methods answer -11, then -10
     int noServiceLine, callFailedLine;
+    const char* eventOfZeros = "[0]";
 
     std::string warning(int line, const std::string& text) const {
         return "W0 handle" + handler + " line " + std::to_string(line) + ", " + text;
@@ -56,7 +57,9 @@ class ChargerRowsTest : public AtomTest {
                 mCalls.insert(mCalls.end(), row.methods.begin(), row.methods.end());
             }
         };
-        int32_t value = 11;
+        for (const std::string& method : row.methods) charger.set(method, 0);
+        expect(row.eventOfZeros);
+        int32_t value = -11;
         for (const std::string& method : row.methods) charger.set(method, value++);
         expect(row.event);
         for (const std::string& method : row.methods) {

@@ -13,17 +13,23 @@ using BatteryChargerAtomsTest = ChargerRowsTest;
 TEST_F(BatteryChargerAtomsTest, carryWhatTheirCallsAnswer) {
     set({{"battery_typical_capacity", "20"}});
     expectChargerRows({
-            {150008, "BatteryHealth", {"getUIsohValue"}, "[11]", 528, 534},
-            {150009, "BatteryCycleCount", {"getPsyBatteryCC"}, "[11]", 547, 553},
-            {150010, "BatteryVoltageNow", {"getBatteryVoltageNow"}, "[11]", 566, 572},
-            {150011, "BatteryCurrentNow", {"getPsyBatteryCurrentNow"}, "[11]", 585, 591},
-            {150022, "BatteryFullChargedCapacity", {"getPsyBatteryFcc"}, "[11]", 604, 610},
-            {150025, "BatteryPassedChg", {"getPsyBatteryPchg"}, "[11]", 662, 668},
-            {150026, "BatteryPchgResetCount", {"getPsyBatteryPchgResetCount"}, "[11]", 681, 687},
-            {150030, "BatteryTemperature", {"getPsyBatteryTemp"}, "[1, 1100]", 921, 927},
-            {150138, "BatteryCapacityLossRatio", {"getPsyBatteryFcc"}, "[20, 11, 45]", 1378, 1384},
+            {150008, "BatteryHealth", {"getUIsohValue"}, "[-11]", 528, 534},
+            {150009, "BatteryCycleCount", {"getPsyBatteryCC"}, "[-11]", 547, 553},
+            {150010, "BatteryVoltageNow", {"getBatteryVoltageNow"}, "[-11]", 566, 572},
+            {150011, "BatteryCurrentNow", {"getPsyBatteryCurrentNow"}, "[-11]", 585, 591},
+            {150022, "BatteryFullChargedCapacity", {"getPsyBatteryFcc"}, "[-11]", 604, 610},
+            {150025, "BatteryPassedChg", {"getPsyBatteryPchg"}, "[-11]", 662, 668},
+            {150026, "BatteryPchgResetCount", {"getPsyBatteryPchgResetCount"}, "[-11]", 681, 687},
+            {150030, "BatteryTemperature", {"getPsyBatteryTemp"}, "[0, -1100]", 921, 927, "[0, 0]"},
+            {150138,
+             "BatteryCapacityLossRatio",
+             {"getPsyBatteryFcc"},
+             "[20, -11, 155]",
+             1378,
+             1384,
+             "[20, 0, 100]"},
     });
-    EXPECT_EQ(factory.reads().size(), 1 + 3u) << "only a call that succeeds has the node read";
+    EXPECT_EQ(factory.reads().size(), 1 + 2 * 3u) << "only a call that succeeds has the node read";
 }
 
 /** The line that is written at every level. */
@@ -40,6 +46,7 @@ TEST_F(BatteryAtomsTest, carryTheirNodes) {
             {150005, {{kReal, "80\n"}, {kUi, "082"}}, {levels("80", "82"), "[80, 82, -2, 2]"}},
             {150005, {{kReal, "90"}, {kUi, "85"}}, {levels("90", "85"), "[90, 85, 5, 5]"}},
             {150005, {{kReal, "-1"}, {kUi, ""}}, {levels("-1", "-1"), "[-1, -1, 0, 0]"}},
+            {150005, {{kReal, "0"}, {kUi, "1"}}, {levels("0", "1"), "[0, 1, -1, 1]"}},
             {150005, {{kReal, "80"}}, {kRefused, levels("80", "-1"), "[80, -1, 81, 81]"}},
             {150005, {{kUi, "80"}}, {kRefused, levels("-1", "80"), "[-1, 80, -81, 81]"}},
             {150005,

@@ -11,6 +11,7 @@ TEST_F(ChargingAtomsTest, carryTheirNodes) {
     constexpr char kPort[] = "power_supply_pc_port_online";
     expectRows({
             {150024, {{"usb_input_voltage", "08950000\n"}}, {"[8950000]"}},
+            {150024, {{"usb_input_voltage", "0"}}, {"[0]"}},
             {150024, {}, {kRefused, "[-1]"}},
             {150124, {{kAc, "0"}, {kUsb, "1\n"}, {kPort, "0x1"}}, {"[1]"}},
             {150124, {{kAc, "2"}, {kUsb, "1"}, {kPort, "010"}}, {"[11]"}},
@@ -28,8 +29,8 @@ TEST_F(ChargingAtomsTest, carryTheirNodes) {
 TEST_F(ChargingAtomsTest, carryWhatTheirCallsAnswer) {
     const std::vector<std::string> state = {"getPsyChargeTech", "getPsyFastChgType"};
     const std::vector<std::string> input = {"getPsyInputCurrent", "getUsbInputCurrentNow"};
-    expectChargerRows({{150007, "ChargeState", state, "[11, 12]", 503, 513},
-                       {150023, "UsbInputCurrentNow", input, "[11]", 623, 631}});
+    expectChargerRows({{150007, "ChargeState", state, "[-11, -10]", 503, 513, "[0, 0]"},
+                       {150023, "UsbInputCurrentNow", input, "[-11]", 623, 631}});
 }
 
 TEST_F(ChargingAtomsTest, inputCurrentIsTheChargersOwnUnlessItIsZero) {

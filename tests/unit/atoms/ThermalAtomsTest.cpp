@@ -36,6 +36,11 @@ TEST_F(ThermalAtomsTest, carryWhatCaldaAnswers) {
     for (const auto& [code, calls] : {std::pair(4, 1 + 3), {21, 2 * 3}, {25, 3}}) {
         EXPECT_EQ(calda.remote().calls(code), calls);
     }
+    calda.set(FakeCalda::kStatus, {0, 0});
+    calda.set(FakeCalda::kAmbient, {-5});
+    calda.set(FakeCalda::kShell, {4, 4, 0, 0, -500, 0});
+    EXPECT_EQ(pull(150126) + pull(150127) + pull(150128) + pull(150129),
+              (Transcript{"[0]", "[-5000]", "[0]", "[0, -500, 0]"}));
 }
 
 TEST_F(ThermalAtomsTest, cpuValuesAreNumberedAndTruncated) {
@@ -48,6 +53,7 @@ TEST_F(ThermalAtomsTest, cpuValuesAreNumberedAndTruncated) {
             {{}, {"W0 handleCpuTemperature line 947, temperatureVec is empty"}},
             {{36.7f, -0.5f, 41.9f}, {"[0, 36]", "[1, 0]", "[2, 41]"}},
             {{-1.9f}, {"[0, -1]"}},
+            {{0.0f}, {"[0, 0]"}},
             {{std::numeric_limits<float>::quiet_NaN(), kInfinity, -kInfinity},
              {"[0, 0]", "[1, 2147483647]", "[2, -2147483648]"}},
             {{2147483648.0f, -2147483648.0f, 2147483520.0f},
