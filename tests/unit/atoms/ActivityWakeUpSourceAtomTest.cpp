@@ -81,13 +81,13 @@ class WakeUpSourceTest : public AtomTest {
 
     /** How often memory is taken for sources of which so many are active. */
     size_t allocations(size_t active) {
-        std::vector<WakeLockInfo> records;
-        records.reserve(active);
+        std::vector<WakeLockInfo> records(1);
+        records.reserve(1 + active);
         const std::string folder = tree.path("");
         const size_t before = gAllocations;
         getWakeLockStatsAt(folder.c_str(), &records);
         const size_t taken = gAllocations - before;
-        EXPECT_EQ(records.size(), active);
+        EXPECT_EQ(records.size(), 1 + active) << "behind what was there";
         return taken;
     }
 
@@ -97,16 +97,16 @@ class WakeUpSourceTest : public AtomTest {
 TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
     // The kernel's entries are links; of those with a dot only two are none.
     const TempTree devices;
-    devices.write(".wakeup0/x", "");
-    std::filesystem::create_directory_symlink(devices.path(".wakeup0"), tree.path(".wakeup0"));
-    add(".wakeup0");
+    devices.write("..wakeup0/x", "");
+    std::filesystem::create_directory_symlink(devices.path("..wakeup0"), tree.path("..wakeup0"));
+    add("..wakeup0");
     expectEvents({event("abc")});
-    add(".wakeup0",
+    add("..wakeup0",
         {{"active_time_ms", "5\n000000000\n"}, {"name", " a\nb\r\n"}, {"max_time_ms", "\n6\n"}});
     expectEvents({event(" ab\\r", 5000000000, 6)});
-    add(".wakeup0", {{"active_time_ms", "1"}, {"name", ""}, {"max_time_ms", "many"}});
+    add("..wakeup0", {{"active_time_ms", "1"}, {"name", ""}, {"max_time_ms", "many"}});
     expectEvents({event("", 1, 0)});
-    remove(tree.path(".wakeup0/max_time_ms").c_str());
+    remove(tree.path("..wakeup0/max_time_ms").c_str());
     expectEvents({event("", 1, 0)});
     // What a source lacks is not another's.
     add("wakeup1");

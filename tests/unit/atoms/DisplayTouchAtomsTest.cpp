@@ -48,7 +48,7 @@ TEST_F(TouchAtomTest, carriesTheNumberThatTheFirstWordBeginsWith) {
             {"3\n", {"[3]"}},
             {"12 7", {"[12]"}},
             {"  5", {"[5]"}},
-            {"\t\n\v 8", {"[8]"}},
+            {"\t\n\v\f\r 8", {"[8]"}},
             {"120Hz", {"[120]"}},
             {"010", {"[10]"}},
             {"9", {"[9]"}},

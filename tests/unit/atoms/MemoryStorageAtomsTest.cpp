@@ -58,16 +58,23 @@ TEST_F(MemoryAtomsTest, aBlankNumberInADdrLineLeavesTheHandler) {
 }
 
 TEST_F(MemoryAtomsTest, ddrTimesAreThoseSinceTheLastPull) {
-    factory.setSeries("power_ddr_residency_mtk",
-                      {"Freq: 2133 Mhz Time(msec):123456 \n",
-                       "Freq: 2133 Mhz Time(msec):123999 \nFreq: 547 Mhz Time(msec):40 \n",
-                       "Freq: 547 Mhz Time(msec):30 \n",
-                       "Freq: 2133 Mhz Time(msec):124000 \nFreq: 547 Mhz Time(msec):31 \n",
-                       "Freq: 2133 Mhz Time(msec):-9223372036854775808\n",
-                       "Freq: 2133 Mhz Time(msec):9223372036854775807\n"});
-    const Transcript pulls[] = {
-            {"[2133, 123456L]"},         {"[2133, 543L]", "[547, 40L]"},   {"[547, -10L]"},
-            {"[2133, 1L]", "[547, 1L]"}, {"[2133, 9223372036854651808L]"}, {"[2133, -1L]"}};
+    factory.setSeries(
+            "power_ddr_residency_mtk",
+            {"Freq: 2133 Mhz Time(msec):123456 \n", "",
+             "Freq: 2133 Mhz Time(msec):123999 \nFreq: 547 Mhz Time(msec):40 \n",
+             "Freq: 547 Mhz Time(msec):30 \n",
+             "Freq: 2133 Mhz Time(msec):124000 \nFreq: 547 Mhz Time(msec):31 \n",
+             "Freq: 2133 Mhz Time(msec):-9223372036854775808\n",
+             "Freq: 2133 Mhz Time(msec):9223372036854775807\n",
+             "Freq:0 Mhz Time(msec):5\nFreq:0 Mhz Time(msec):0\nFreq:0 Mhz Time(msec):7"});
+    const Transcript pulls[] = {{"[2133, 123456L]"},
+                                {emptyNode("power_ddr_residency_mtk")},
+                                {"[2133, 543L]", "[547, 40L]"},
+                                {"[547, -10L]"},
+                                {"[2133, 1L]", "[547, 1L]"},
+                                {"[2133, 9223372036854651808L]"},
+                                {"[2133, -1L]"},
+                                {"[0, 5L]", "[0, -5L]", "[0, 7L]"}};
     for (const Transcript& expected : pulls) EXPECT_EQ(pull(kDdrTag), expected);
     useQcom();
     EXPECT_THAT(pull(kDdrTag), ElementsAre(kRefused, emptyNode(kDdr)));

@@ -31,6 +31,7 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
             // So does the engineering flag, which is the word "true" alone.
             {true, {{kPre, "true"}, {kRelease, "true"}, {kImage, "release"}}},
             {false, {{kPre, "1"}, {kRelease, "true"}}},
+            {false, {{kPre, "true1"}, {kRelease, "true"}}},
             // And an unlocked build, known by the first characters of three properties.
             {true, {{kSecure, "0x1"}, {kAdbSecure, "01"}, {kDebuggable, "1z"}, {kRelease, "true"}}},
             {true, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kImage, "release"}}},
@@ -43,6 +44,7 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
             // What then makes a release.
             {false, {{kRelease, "true"}}},
             {true, {{kRelease, "True"}}},
+            {true, {{kRelease, "true1"}}},
             {false, {{kImage, "release"}}},
             {false, {{kImage, "release"}, {kRelease, "false"}}},
             {true, {{kImage, "releases"}}},

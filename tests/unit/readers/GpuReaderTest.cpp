@@ -30,12 +30,13 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
         return "D2 readFreqsTime " + line + " scan failed";
     };
     const std::pair<const char*, Transcript> rows[] = {
-            {"opp 585000000 5000000000\nopp 130000999 07", {"{ 585000, 130000 } { 5000000000, 7 }"}},
+            {"opp 585000000 5000000000\nopp 130000999 010",
+             {"{ 585000, 130000 } { 5000000000, 10 }"}},
             {"585000000 1\n", {noFreq("585000000 1"), noTime("585000000 1"), "{} {}"}},
             {"0585000000 12\n", {"{ 585000 } { 12 }"}},  // a zero is part of the lead-in
             {"\n[00]: 40000 7\n", {noFreq(""), noTime(""), "{ 40 } { 7 }"}},
-            {"f 9000 -5\nf 2999 x\nf 3000",
-             {noTime("f 2999 x"), noTime("f 3000"), "{ 9, 2, 3 } { -5 }"}},
+            {"f 9000 -5\nf 2999 x\nf 3000\nf 4000,5",
+             {noTime("f 2999 x"), noTime("f 3000"), noTime("f 4000,5"), "{ 9, 2, 3, 4 } { -5 }"}},
             {"no number", {noFreq("no number"), noTime("no number"), "{} {}"}},
             {"", {"{} {}"}},
     };
