@@ -185,7 +185,7 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     sp<ZstatsPullerService>(new ZstatsPullerService).clear();
     EXPECT_EQ(mLog.take(),
               (Lines{"E " + ofCallback, "E statsd service died, will try to reconnect."}));
-    EXPECT_EQ(gLibraries.calls.size(), std::size(kTags) + 2 * 4 + 1);
+    EXPECT_EQ(gLibraries.calls.size(), std::size(kTags) + 2UL * 4 + 1);
 
     const sp<DyingStatsd> dying(new DyingStatsd);
     android::defaultServiceManager()->addService(String16("stats"), dying);
