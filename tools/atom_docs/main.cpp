@@ -151,7 +151,7 @@ class Pages {
         for (std::string line; std::getline(file, line);) {
             if (!end.empty() && line != end) continue;
             if (end.empty() && (line == kEndOfFields || line == kEndOfSources)) {
-                throw std::runtime_error(path + ": '" + line + "' ends no table");
+                throw std::runtime_error((path + ": '").append(line).append("' ends no table"));
             }
             result += line + "\n";
             end.clear();
