@@ -122,8 +122,8 @@ TEST_F(TraceWriterTest, writesATrackFromItsFirstValueOnceAValueDiffers) {
     EXPECT_EQ(add({{150010, 2 * kSecond, 0, {4213}}}), Lines());
     EXPECT_EQ(add({{150010, 30 * kSecond, 0, {-1}}}),
               (Lines{"10=1 60{1=voltage-now 2=150010 battery_voltage_now 5=root 11=3 12=150010}",
-                     "10=1 60{1=voltage 2=battery_voltage_now voltage 5=voltage-now "
-                     "8{6=mV 7=150010 voltage}}",
+                     ("10=1 60{1=voltage 2=battery_voltage_now voltage 5=voltage-now "
+                      "8{6=mV 7=150010 voltage}}"),
                      "8=1000000000 10=1 11{9=4 11=voltage 30=4213}",
                      "8=30000000000 10=1 11{9=4 11=voltage 30=-1}",
                      "8=30000000000 10=1 38{7=-1000}"}));
