@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include "acquire/PushedAtomSubscription.h"
+#include "cli/lib/atoms/ShellStream.h"
 #include "tests/fuzz/FuzzTarget.h"
 #include "tests/support/TempTree.h"
-#include "vdevice/lib/atoms/ShellStream.h"
 #include "vdevice/lib/profile/ProfileCheck.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/profile/Scenario.h"
@@ -16,6 +16,7 @@
 
 using namespace zstats;
 using namespace zstats::fuzz;
+using namespace zstats::cli;
 using namespace zstats::vdevice;
 
 FUZZ_TARGET(profiles) {

@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/lib/CommandLine.h"
+#include "cli/lib/device/AtomSources.h"
 #include "proto/zstats_atoms.pb.h"
-#include "vdevice/lib/CommandLine.h"
-#include "vdevice/lib/sources/AtomSources.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ constexpr char kUsage[] =
         "  --check   says which pages are not current instead, and exits with 1\n";
 
 using google::protobuf::FieldDescriptor;
-using zstats::vdevice::ValueSource;
+using zstats::cli::ValueSource;
 
 constexpr char kFields[] = "<!-- fields: ";
 constexpr char kMarkEnd[] = " -->";
@@ -95,7 +95,7 @@ std::string namesText(const std::vector<const ValueSource*>& run) {
 /** What an atom reads, those of one kind and device that follow each other as one item. */
 std::string sourcesText(int32_t tag) {
     std::vector<std::vector<const ValueSource*>> runs;
-    for (const ValueSource& source : zstats::vdevice::atomSources()) {
+    for (const ValueSource& source : zstats::cli::atomSources()) {
         if (source.tag != tag) continue;
         const ValueSource* last = runs.empty() ? nullptr : runs.back().front();
         if (last == nullptr || last->kind != source.kind || last->device != source.device) {
@@ -251,7 +251,7 @@ int run(bool check, const std::vector<std::string>& paths) {
 int main(int argc, char** argv) {
     bool check = false;
     std::vector<std::string> paths;
-    zstats::vdevice::CommandLine line("atom_docs", kUsage);
+    zstats::cli::CommandLine line("atom_docs", kUsage);
     line.flag("check", &check);
     if (const auto ended = line.read(argc, argv, &paths)) return *ended;
     if (paths.empty()) return line.complain("wants PAGE...");

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/lib/CommandLine.h"
 #include "proto/perfetto_trace.pb.h"
-#include "vdevice/lib/CommandLine.h"
 
 namespace {
 
@@ -196,7 +196,7 @@ std::vector<Track> chosen(const std::vector<Track>& tracks, const std::vector<st
 
 int main(int argc, char** argv) {
     std::vector<std::string> words;
-    zstats::vdevice::CommandLine line("trace_svg", kUsage);
+    zstats::cli::CommandLine line("trace_svg", kUsage);
     if (const auto ended = line.read(argc, argv, &words)) return *ended;
     if (words.empty()) return line.complain("wants TRACE");
     try {

@@ -4,11 +4,12 @@
 
 #include <cstdio>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
+#include "cli/lib/device/DeviceSources.h"
 #include "vdevice/lib/profile/ProfileCheck.h"
 #include "vdevice/lib/profile/RcServices.h"
-#include "vdevice/lib/sources/DeviceSources.h"
 
+using namespace zstats::cli;
 using namespace zstats::vdevice;
 
 namespace {

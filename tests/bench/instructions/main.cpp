@@ -17,8 +17,8 @@
 #include "tests/support/FakePlatformServices.h"
 #include "tests/support/FakeVendorServices.h"
 #include "tests/support/LogCapture.h"
+#include "vdevice/lib/profile/CaldaReplies.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
-#include "vdevice/lib/sources/CaldaReplies.h"
 #include "vendor/substitute/Substitute.h"
 
 using namespace zstats;

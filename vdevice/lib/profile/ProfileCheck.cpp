@@ -9,7 +9,7 @@
 #include <sstream>
 #include <vector>
 
-#include "vdevice/lib/atoms/AtomJson.h"
+#include "cli/lib/atoms/AtomJson.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/profile/Scenario.h"
 
@@ -159,7 +159,7 @@ constexpr TextFile kFiles[] = {
 
 bool isUtf8(std::string_view text) {
     while (!text.empty()) {
-        const size_t length = utf8Length(text);
+        const size_t length = cli::utf8Length(text);
         if (length == 0) return false;
         text.remove_prefix(length);
     }

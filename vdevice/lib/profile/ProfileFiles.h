@@ -8,29 +8,15 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/lib/ProfileNames.h"
 #include "daemon/base/Mutex.h"
 
 namespace zstats::vdevice {
 
+namespace profile = zstats::profile;
+
 /** Where the device finds its profile. Services read it at each call, so that tests can edit it. */
 inline constexpr char kProfileRoot[] = "/profile";
-
-/** The names of a profile's files and folders. */
-namespace profile {
-inline constexpr char kAbsent[] = "absent";
-inline constexpr char kAudio[] = "audio";
-inline constexpr char kBuildProp[] = "build.prop";
-inline constexpr char kCalda[] = "calda";
-inline constexpr char kCharger[] = "charger";
-inline constexpr char kFaults[] = "faults";
-inline constexpr char kFeatures[] = "features";
-inline constexpr char kNodes[] = "nodes";
-inline constexpr char kRoot[] = "root";
-inline constexpr char kScenario[] = "scenario";
-inline constexpr char kThermal[] = "thermal";
-inline constexpr char kTouch[] = "touch";
-inline constexpr char kUsage[] = "uah";
-}  // namespace profile
 
 /** The path of a profile's file or folder on the device. */
 std::string profilePath(const std::string& name);

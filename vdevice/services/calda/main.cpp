@@ -5,8 +5,8 @@
 
 #include "sources/ServiceWire.h"
 #include "vdevice/lib/ServiceMain.h"
+#include "vdevice/lib/profile/CaldaReplies.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
-#include "vdevice/lib/sources/CaldaReplies.h"
 
 using namespace zstats::vdevice;
 

@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
+#include "cli/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/ServiceMain.h"
 #include "vdevice/lib/StatsdControl.h"
-#include "vdevice/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/profile/RcServices.h"
 
 // Sets "vdev.ready" once the device is up: every service that init started serves, and statsd holds
@@ -68,7 +68,7 @@ class Registrations {
     }
 
   private:
-    const size_t mAll = pulledAtomIds().size();
+    const size_t mAll = cli::pulledAtomIds().size();
     size_t mCount = 0;
     Clock::time_point mSince = Clock::now();
 };

@@ -9,10 +9,11 @@
 #include <ctime>
 #include <limits>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/profile/Scenario.h"
 
+using namespace zstats::cli;
 using namespace zstats::vdevice;
 
 namespace {

@@ -42,7 +42,7 @@ int64_t wallNanos() {
 }
 
 /** A field's value and, in brackets, the letter of its type; truth is a number. */
-std::string valueWithType(const AtomValue& value) {
+std::string valueWithType(const cli::AtomValue& value) {
     struct Writer {
         std::string operator()(int32_t number) const { return std::to_string(number) + "[I]"; }
         std::string operator()(int64_t number) const { return std::to_string(number) + "[L]"; }
@@ -54,7 +54,7 @@ std::string valueWithType(const AtomValue& value) {
 }
 
 /** An event as statsd prints it: its writer, wall time, time since boot, and fields by position. */
-std::string eventText(const StreamedAtom& atom) {
+std::string eventText(const cli::StreamedAtom& atom) {
     std::string text = StringPrintf("{ uid(%d) %" PRId64 " %" PRId64 " (%d)", atom.uid, wallNanos(),
                                     atom.timestampNs, atom.id);
     for (size_t i = 0; i < atom.fields.size(); ++i) {

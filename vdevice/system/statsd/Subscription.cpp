@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "host/stats/EventReader.h"
 #include "proto/shell_config.pb.h"
 #include "vdevice/lib/UserIds.h"
 #include "vdevice/system/statsd/ElapsedTime.h"
@@ -41,11 +42,11 @@ std::optional<SubscriptionRequest> parseSubscription(std::string_view bytes) {
     return request;
 }
 
-std::optional<StreamedAtom> streamedAtom(int32_t uid, std::string_view event) {
+std::optional<cli::StreamedAtom> streamedAtom(int32_t uid, std::string_view event) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(event.data());
     auto read = readEvent(bytes, event.size());
     if (!read || !read->valid()) return std::nullopt;
-    return StreamedAtom{read->atomId, read->timestampNs, uid, std::move(read->fields)};
+    return cli::StreamedAtom{read->atomId, read->timestampNs, uid, std::move(read->fields)};
 }
 
 Subscription::Subscription(SubscriptionRequest request, android::base::unique_fd out,
@@ -61,7 +62,7 @@ Subscription::Subscription(SubscriptionRequest request, android::base::unique_fd
     for (auto& pull : request.pulls) mPulls.push_back({std::move(pull), mLastWriteMs});
 }
 
-void Subscription::push(const StreamedAtom& atom) {
+void Subscription::push(const cli::StreamedAtom& atom) {
     if (mPushed.count(atom.id) != 0) write({atom});
 }
 
@@ -85,7 +86,7 @@ int64_t Subscription::pullDue(int64_t nowNs) {
         const SubscriptionRequest::Pull& pull = planned.what;
         if (planned.lastMs + pull.intervalMs <= nowMs) {
             const PullResult result = mPullers->pull(pull.uids, pull.tag, nowNs);
-            std::vector<StreamedAtom> atoms;
+            std::vector<cli::StreamedAtom> atoms;
             for (const std::string& event : result.events) {
                 const auto atom = streamedAtom(kNoUid, event);
                 if (atom && atom->id == pull.tag) atoms.push_back(*atom);
@@ -98,12 +99,12 @@ int64_t Subscription::pullDue(int64_t nowNs) {
     return untilNext;
 }
 
-void Subscription::write(const std::vector<StreamedAtom>& atoms) {
-    const std::string frame = shellFrame(atoms, mCollectUids);
+void Subscription::write(const std::vector<cli::StreamedAtom>& atoms) {
+    const std::string frame = cli::shellFrame(atoms, mCollectUids);
     // The length, then the message: without room, and with O_NONBLOCK, the stream may end between.
-    if (android::base::WriteFully(mOut, frame.data(), kShellLengthBytes) &&
-        android::base::WriteFully(mOut, frame.data() + kShellLengthBytes,
-                                  frame.size() - kShellLengthBytes)) {
+    if (android::base::WriteFully(mOut, frame.data(), cli::kShellLengthBytes) &&
+        android::base::WriteFully(mOut, frame.data() + cli::kShellLengthBytes,
+                                  frame.size() - cli::kShellLengthBytes)) {
         mLastWriteMs = mNow() / kNanosPerMilli;
     } else {
         mAlive = false;

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vdevice/lib/atoms/ShellStream.h"
+#include "cli/lib/atoms/ShellStream.h"
 #include "vdevice/system/statsd/PullerManager.h"
 
 namespace zstats::vdevice {
@@ -30,7 +30,7 @@ struct SubscriptionRequest {
 std::optional<SubscriptionRequest> parseSubscription(std::string_view bytes);
 
 /** Decodes an event; nothing for bytes that statsd rejects. */
-std::optional<StreamedAtom> streamedAtom(int32_t uid, std::string_view event);
+std::optional<cli::StreamedAtom> streamedAtom(int32_t uid, std::string_view event);
 
 /**
  * A running subscription. Not thread-safe: ShellSubscriber's lock guards every call. Each write
@@ -47,7 +47,7 @@ class Subscription {
                  std::chrono::seconds lifetime, PullerManager* pullers, TimeSource now);
 
     /** Writes a pushed atom if it was asked for. */
-    void push(const StreamedAtom& atom);
+    void push(const cli::StreamedAtom& atom);
 
     /**
      * Pulls what is due at `nowNs`, writes a heartbeat if nothing was written for a second, and
@@ -66,7 +66,7 @@ class Subscription {
     };
 
     int64_t pullDue(int64_t nowNs);
-    void write(const std::vector<StreamedAtom>& atoms);
+    void write(const std::vector<cli::StreamedAtom>& atoms);
 
     std::set<int32_t> mPushed;
     const bool mCollectUids;

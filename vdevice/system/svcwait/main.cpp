@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
 #include "vdevice/lib/ServiceMain.h"
 
 namespace {
@@ -14,7 +14,7 @@ constexpr char kUsage[] =
 
 int main(int argc, char** argv) {
     std::vector<std::string> names;
-    zstats::vdevice::CommandLine line("svcwait", kUsage);
+    zstats::cli::CommandLine line("svcwait", kUsage);
     if (const auto ended = line.read(argc, argv, &names)) return *ended;
     for (const std::string& name : names) zstats::vdevice::waitForService(name);
     return 0;

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
 
 namespace {
 
@@ -50,7 +50,7 @@ bool readSize(int port, winsize* size) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    zstats::vdevice::CommandLine line("windowsize", kUsage);
+    zstats::cli::CommandLine line("windowsize", kUsage);
     if (const auto ended = line.read(argc, argv)) return *ended;
     const char* const path = getenv("VDEV_PORT");
     const android::base::unique_fd port(

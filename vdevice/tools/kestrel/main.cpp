@@ -9,13 +9,13 @@
 #include <optional>
 #include <string>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
 #include "vendor/substitute/Substitute.h"
 
 namespace {
 
+using zstats::cli::CommandLine;
 using zstats::substitute::Injection;
-using zstats::vdevice::CommandLine;
 
 constexpr char kUsage[] =
         "usage: kestrel [--type N] [--pe N] [--lnr N] [--bnr N] [--info TEXT] [--flag N]\n"

@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
 #include "vdevice/lib/ServiceMain.h"
 
 using android::IBinder;
@@ -140,7 +140,7 @@ void run(Command command) {
     } else {
         dprintf(command.errors.get(),
                 "openfileprobe: wants [--late] PATH CONTEXT MODE, or --label PATH CONTEXT\n");
-        command.receiver->send(zstats::vdevice::kExitUsage);
+        command.receiver->send(zstats::cli::kExitUsage);
     }
 }
 
@@ -158,7 +158,7 @@ class OpenFileProbe : public android::BBinder {
 }  // namespace
 
 int main(int argc, char** argv) {
-    zstats::vdevice::CommandLine line("openfileprobe", kUsage);
+    zstats::cli::CommandLine line("openfileprobe", kUsage);
     if (const auto ended = line.read(argc, argv)) return *ended;
     zstats::vdevice::publishOrDie("openfileprobe", sp<IBinder>(new OpenFileProbe));
     return zstats::vdevice::serveBinderCalls();

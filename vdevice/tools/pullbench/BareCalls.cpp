@@ -9,15 +9,17 @@
 #include <cstdlib>
 #include <string>
 
+#include "cli/lib/device/AtomSources.h"
+#include "cli/lib/device/DeviceSources.h"
+#include "cli/lib/device/SourceConnections.h"
 #include "sources/ServiceWire.h"
-#include "vdevice/lib/sources/AtomSources.h"
-#include "vdevice/lib/sources/DeviceSources.h"
-#include "vdevice/lib/sources/SourceConnections.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 #include "vendor/include/uah_client.h"
 
 namespace zstats::vdevice {
 namespace {
+
+using namespace cli;
 
 using aidl::vendor::norda::hardware::handlefactory::HandleResult;
 using android::Parcel;

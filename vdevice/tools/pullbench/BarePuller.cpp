@@ -3,8 +3,8 @@
 
 #include <map>
 
+#include "cli/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/ServiceMain.h"
-#include "vdevice/lib/atoms/AtomCatalogue.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 
 namespace zstats::vdevice {
@@ -38,9 +38,9 @@ void registerAtom(int32_t tag, AStatsManager_PullAtomCallback callback, void* co
 
 int servePuller(bool withCalls) {
     static CallTable calls;
-    for (int32_t tag : pulledAtomIds()) registerAtom(tag + kEmptyOffset, answerEmpty, nullptr);
+    for (int32_t tag : cli::pulledAtomIds()) registerAtom(tag + kEmptyOffset, answerEmpty, nullptr);
     if (withCalls) {
-        for (int32_t tag : pulledAtomIds()) calls[tag + kCallsOffset] = bareCallsOf(tag);
+        for (int32_t tag : cli::pulledAtomIds()) calls[tag + kCallsOffset] = bareCallsOf(tag);
         for (const auto& entry : calls) registerAtom(entry.first, answerAfterCalls, &calls);
     }
     android::ProcessState::self()->setThreadPoolMaxThreadCount(kMaxBinderThreads);

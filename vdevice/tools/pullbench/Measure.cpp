@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "vdevice/lib/atoms/AtomCatalogue.h"
+#include "cli/lib/atoms/AtomCatalogue.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 #include "vdevice/tools/pullbench/PullingStatsd.h"
 
@@ -56,7 +56,7 @@ PullingStatsd::Pull pullOrDie(PullingStatsd& statsd, int32_t tag) {
 std::shared_ptr<PullingStatsd> publishAndWait(const std::vector<Kind>& kinds) {
     auto statsd = PullingStatsd::publish();
     for (const Kind& kind : kinds) {
-        std::vector<int32_t> tags = pulledAtomIds();
+        std::vector<int32_t> tags = cli::pulledAtomIds();
         for (int32_t& tag : tags) tag += kind.offset;
         statsd->waitFor(tags);
         for (int round = 0; round < kWarmUpRounds; ++round) {
@@ -70,7 +70,7 @@ std::shared_ptr<PullingStatsd> publishAndWait(const std::vector<Kind>& kinds) {
 void measureOnce(PullingStatsd& statsd, int rounds, int repeat) {
     std::map<std::pair<int32_t, size_t>, std::vector<int64_t>> times;
     for (int round = 0; round < rounds; ++round) {
-        for (int32_t tag : pulledAtomIds()) {
+        for (int32_t tag : cli::pulledAtomIds()) {
             for (size_t i = 0; i < kKinds.size(); ++i) {
                 const size_t kind = (static_cast<size_t>(round) + i) % kKinds.size();
                 times[{tag, kind}].push_back(pullOrDie(statsd, tag + kKinds[kind].offset).nanos);
@@ -122,7 +122,7 @@ void measureLoad(PullingStatsd& statsd, const Load& load, const std::vector<size
 /** Pulls all tags in turn until `left` is used up. A pull that differs from before is a failure. */
 void pullAll(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected, int total,
              std::atomic<int>* next, std::atomic<int>* failures) {
-    const std::vector<int32_t> tags = pulledAtomIds();
+    const std::vector<int32_t> tags = cli::pulledAtomIds();
     for (int i = (*next)++; i < total; i = (*next)++) {
         const int32_t tag = tags[static_cast<size_t>(i) % tags.size()];
         const auto pull = statsd.pull(tag);
@@ -176,7 +176,7 @@ int soak(int pulls) {
     constexpr int kThreads = 4;
     const auto statsd = publishAndWait({kDaemon});
     std::map<int32_t, size_t> expected;
-    for (int32_t tag : pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events;
+    for (int32_t tag : cli::pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events;
     std::atomic<int> next = 0;
     std::atomic<int> failures = 0;
     const int64_t start = nanosNow();

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "cli/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/ServiceMain.h"
-#include "vdevice/lib/atoms/AtomCatalogue.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 
 namespace zstats::vdevice {
@@ -45,7 +45,7 @@ ndk::ScopedAStatus PullingStatsd::registerNativePullAtomCallback(
     if (!status.isOk()) return status;
     const ScopedLock lock(mLock);
     mCallbacks[tag] = callback;
-    if (++mCount % pulledAtomIds().size() == 0) {
+    if (++mCount % cli::pulledAtomIds().size() == 0) {
         printf("registered %lld\n", static_cast<long long>(nanosNow()));
     }
     mRegistered.notify_all();

@@ -12,10 +12,11 @@
 #include <string_view>
 #include <vector>
 
-#include "vdevice/lib/CommandLine.h"
+#include "cli/lib/CommandLine.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
 #include "vdevice/tools/pullbench/PullingStatsd.h"
 
+using namespace zstats::cli;
 using namespace zstats::vdevice;
 
 namespace {

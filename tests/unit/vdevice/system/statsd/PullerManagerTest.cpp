@@ -10,6 +10,8 @@
 namespace zstats::vdevice {
 namespace {
 
+using namespace cli;
+
 constexpr int32_t kTag = 150005;
 constexpr std::chrono::seconds kPatience(20);
 

@@ -9,6 +9,8 @@
 namespace zstats::vdevice {
 namespace {
 
+using namespace cli;
+
 constexpr int32_t kTag = 100207;
 constexpr int kPipeBytes = 4096;
 

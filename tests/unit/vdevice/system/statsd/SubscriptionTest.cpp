@@ -9,6 +9,8 @@
 namespace zstats::vdevice {
 namespace {
 
+using namespace cli;
+
 constexpr int32_t kTag = 150005;
 constexpr int32_t kPushed = 100207;
 

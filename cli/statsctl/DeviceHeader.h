@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "cli/lib/atoms/RecordedEvent.h"
+
+namespace zstats::cli {
+
+/** What this device says of itself, and its clocks now, for a recording made by `source`. */
+RecordingHeader deviceHeader(const char* source);
+
+/** The build id in the notes of an ELF file, in hexadecimal digits; empty if it has none. */
+std::string buildIdOf(const std::string& path);
+
+}  // namespace zstats::cli

@@ -1,0 +1,192 @@
+#include <glob.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "cli/lib/atoms/AtomJson.h"
+#include "cli/lib/atoms/AtomText.h"
+#include "cli/lib/device/AtomSources.h"
+#include "cli/lib/device/DeviceSources.h"
+#include "cli/lib/device/SourceConnections.h"
+#include "cli/statsctl/Statsctl.h"
+#include "sources/ServiceWire.h"
+
+namespace zstats::cli {
+namespace {
+
+constexpr size_t kShown = 200;    // bytes of a content
+constexpr size_t kMaxFiles = 12;  // of those that match one pattern
+
+/** A content in quotes, in one line, cut where it gets long. */
+std::string quoted(const std::string& content) {
+    if (content.size() <= kShown) return jsonString(content);
+    return jsonString(content.substr(0, kShown)) + " ... (" + std::to_string(content.size()) +
+           " bytes)";
+}
+
+std::string show(const Reading& reading) {
+    if (!reading.ok) return "NOT READABLE: " + reading.text;
+    return reading.text.empty() ? "EMPTY" : quoted(reading.text);
+}
+
+Reading readCaldaWords(const std::string& code) {
+    const auto reply = callCalda(static_cast<uint32_t>(atoi(code.c_str())));
+    if (!reply) return {false, "the service is not there"};
+    if (reply->transport != 0) {
+        return {false, "the call failed with status " + std::to_string(reply->transport)};
+    }
+    Reading reading{true, ""};
+    for (int32_t word : reply->words) {
+        reading.text += (reading.text.empty() ? "" : " ") + std::to_string(word);
+    }
+    return reading;
+}
+
+Reading readTemperatures() {
+    const auto values = readCpuTemperatures();
+    if (!values) return {false, "the service is not there, or it refuses"};
+    Reading reading{true, ""};
+    for (float value : *values)
+        reading.text += (reading.text.empty() ? "" : " ") + valueText(value);
+    return reading;
+}
+
+Reading readAudio() {
+    const auto reply = callAudio();
+    if (!reply) return {false, "the service is not there"};
+    if (reply->transport != 0) {
+        return {false, "the call failed with status " + std::to_string(reply->transport)};
+    }
+    return {true, reply->text.value_or("")};
+}
+
+Reading readUsage() {
+    const auto records = readUsageRecords();
+    if (!records) return {false, "the fetch fails"};
+    Reading reading{true, ""};
+    for (const auto& record : *records) reading.text += record.value_or("(no text)") + "\n";
+    return reading;
+}
+
+void printLine(const std::string& kind, const std::string& name, const std::string& value) {
+    printf("  %-9s %s: %s\n", kind.c_str(), name.c_str(), value.c_str());
+}
+
+/** The files that match, each with what it holds. */
+void printFiles(const std::string& pattern) {
+    glob_t found = {};
+    const int result = glob(pattern.c_str(), 0, nullptr, &found);
+    if (result != 0) printLine("file", pattern, "NOT THERE");
+    for (size_t i = 0; i < found.gl_pathc && i < kMaxFiles; ++i) {
+        printLine("file", found.gl_pathv[i], show(readDeviceFile(found.gl_pathv[i])));
+    }
+    if (found.gl_pathc > kMaxFiles) {
+        printf("            and %zu more such files\n", found.gl_pathc - kMaxFiles);
+    }
+    globfree(&found);
+}
+
+/** The service behind a source; empty for sources that are no service's. */
+std::string serviceOf(SourceKind kind) {
+    switch (kind) {
+        case SourceKind::kKey:
+            return handleFactoryService();
+        case SourceKind::kCharger:
+            return chargerService();
+        case SourceKind::kTouch:
+            return kTouchService;
+        case SourceKind::kCalda:
+            return kCaldaService;
+        case SourceKind::kThermal:
+            return kThermalService;
+        case SourceKind::kAudio:
+            return kAudioService;
+        default:
+            return "";
+    }
+}
+
+void printSource(const ValueSource& source) {
+    switch (source.kind) {
+        case SourceKind::kKey:
+            return printLine("key", source.name, show(readHandleKey(source.name)));
+        case SourceKind::kCharger:
+            return printLine("charger", source.name, show(readChargerMethod(source.name)));
+        case SourceKind::kTouch:
+            return printLine("touch", source.name, show(readTouch()));
+        case SourceKind::kCalda:
+            return printLine("calda", "code " + source.name, show(readCaldaWords(source.name)));
+        case SourceKind::kThermal:
+            return printLine("thermal", source.name, show(readTemperatures()));
+        case SourceKind::kAudio:
+            return printLine("audio", source.name, show(readAudio()));
+        case SourceKind::kUsage:
+            return printLine("usage", source.name, show(readUsage()));
+        case SourceKind::kFile:
+            return printFiles(source.name);
+        case SourceKind::kProperty:
+            return printLine("property", source.name, show(readDeviceProperty(source.name)));
+    }
+}
+
+void printSources(int32_t tag) {
+    const auto sources = sourcesOf(tag, readDeviceProperty("ro.hardware").text);
+    printf("reads%s\n", sources.empty() ? ": nothing" : "");
+    std::string before;
+    for (const ValueSource& source : sources) {
+        const std::string service = serviceOf(source.kind);
+        if (!service.empty() && service != before) {
+            printLine("service", service, serviceIsThere(service) ? "there" : "NOT THERE");
+        }
+        before = service;
+        printSource(source);
+    }
+}
+
+void printRegistration(int32_t tag) {
+    const control::Reply reply = askForRegistrations().value_or(control::Reply());
+    for (const control::Registration& entry : reply.registrations()) {
+        if (entry.atom_tag() != tag) continue;
+        printf("registered: yes, by uid %d, cool-down %lld ms, time-out %lld ms%s\n", entry.uid(),
+               static_cast<long long>(entry.cool_down_millis()),
+               static_cast<long long>(entry.timeout_millis()),
+               entry.alive() ? "" : "; BUT ITS PROCESS HAS DIED");
+        return;
+    }
+    printf("registered: NO\n");
+}
+
+/** The daemon's lines of the device's log so far. */
+std::vector<std::string> daemonLog() {
+    std::vector<std::string> lines;
+    const std::unique_ptr<FILE, int (*)(FILE*)> log(popen("logcat -d", "r"), pclose);
+    char line[2048];
+    while (log != nullptr && fgets(line, sizeof(line), log.get()) != nullptr) {
+        if (std::string(line).find("zstats_pullerd") != std::string::npos) lines.emplace_back(line);
+    }
+    return lines;
+}
+
+}  // namespace
+
+int explainCommand(const Words& words) {
+    const int32_t tag = words.ids.front();
+    requireStatsd();
+    printf("%d %s\n", tag, atomInfo(tag).name.c_str());
+    if (atomInfo(tag).neverFilled) printf("never has an event: its handler writes none\n");
+    printRegistration(tag);
+    printSources(tag);
+
+    const size_t before = daemonLog().size();
+    const PulledAtom atom = pullFresh(tag);
+    printf("a pull brings\n%s", atomText(atom, uptimeMs()).c_str());
+
+    const std::vector<std::string> log = daemonLog();
+    printf("the daemon logged%s\n", log.size() == before ? " nothing" : "");
+    for (size_t i = before; i < log.size(); ++i) printf("  %s", log[i].c_str());
+    return atom.answered() ? kExitOk : kExitFailed;
+}
+
+}  // namespace zstats::cli

@@ -1,0 +1,86 @@
+#include <android-base/file.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+
+#include "cli/lib/atoms/AtomText.h"
+#include "cli/lib/atoms/StatsReport.h"
+#include "cli/statsctl/Statsctl.h"
+
+namespace zstats::cli {
+namespace {
+
+constexpr double kNsPerSecond = 1e9;
+
+/** The fields of an event in the order of their numbers, with names and units. */
+std::string fieldsText(const RecordedEvent& event) {
+    const AtomInfo& info = atomInfo(event.id);
+    std::string out;
+    for (const auto& [number, value] : event.fields) {
+        const auto index = static_cast<size_t>(number - 1);
+        const std::string unit = info.unitOf(index);
+        out += (out.empty() ? "" : ", ") + info.fieldName(index) + " " + valueText(value) +
+               (unit.empty() ? "" : " " + unit);
+    }
+    return out;
+}
+
+void printText(const StatsReport& report) {
+    printf("report of %.3f s to %.3f s since boot%s%s\n", report.beginElapsedNs / kNsPerSecond,
+           report.endElapsedNs / kNsPerSecond, report.endWallNs == 0 ? "" : ", made at ",
+           report.endWallNs == 0 ? "" : timeText(report.endWallNs).c_str());
+    std::map<int32_t, std::vector<const RecordedEvent*>> byAtom;
+    for (const RecordedEvent& event : report.events) byAtom[event.id].push_back(&event);
+    for (const auto& [id, events] : byAtom) {
+        printf("%d  %s\n", id, atomInfo(id).name.c_str());
+        for (const RecordedEvent* event : events) {
+            printf("%12.3f s  %s\n", event->elapsedNs / kNsPerSecond, fieldsText(*event).c_str());
+        }
+    }
+    for (const EmptyMetric& metric : report.empty) {
+        printf("metric %lld: %s\n", static_cast<long long>(metric.id), metric.reason.c_str());
+    }
+}
+
+void printJson(const StatsReport& report, bool units) {
+    RecordingHeader header;
+    header.source = "report";
+    header.elapsedNs = report.endElapsedNs;
+    header.wallNs = report.endWallNs;
+    puts(jsonHeader(header).c_str());
+    for (const RecordedEvent& event : report.events) puts(jsonRecorded(event, "", units).c_str());
+}
+
+}  // namespace
+
+int reportCommand(const Words& words) {
+    std::string bytes;
+    const bool isInput = words.files[0] == "-";
+    if (isInput ? !android::base::ReadFdToString(0, &bytes)
+                : !android::base::ReadFileToString(words.files[0], &bytes)) {
+        fprintf(stderr, "statsctl report: %s: %s\n", words.files[0].c_str(), strerror(errno));
+        return kExitFailed;
+    }
+    const auto list = parseStatsReports(bytes);
+    if (!list || list->reports.empty()) {
+        fprintf(stderr, "statsctl report: %s: %s\n", words.files[0].c_str(),
+                list ? "holds no report" : "is no encoded ConfigMetricsReportList");
+        return kExitFailed;
+    }
+    if (!words.json) {
+        printf("configuration %lld of uid %d\n", static_cast<long long>(list->configId), list->uid);
+    }
+    for (const StatsReport& report : list->reports) {
+        if (words.json) {
+            printJson(report, words.units);
+        } else {
+            printText(report);
+        }
+    }
+    return kExitOk;
+}
+
+}  // namespace zstats::cli

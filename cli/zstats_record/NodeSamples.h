@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zstats::cli {
+
+/**
+ * The files that reproduce one key's contents in the order in which they were read: KEY, KEY.1,
+ * KEY.2, ... Repetitions at the end are left out, since the last file is served from then on.
+ */
+std::vector<std::pair<std::string, std::string>> nodeFiles(const std::string& key,
+                                                           std::vector<std::string> contents);
+
+}  // namespace zstats::cli
