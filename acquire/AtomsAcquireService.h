@@ -9,9 +9,9 @@
 namespace zstats {
 
 /**
- * The service "atomacq". Created once and published at start-up; holds no state, so calls on any
- * number of binder threads need no lock. Every accepted registerFdForPushedAtoms leaves a thread
- * behind for as long as statsd's command runs, and one descriptor for the life of the process.
+ * The service "atomacq". It has no state, so calls on several binder threads need no lock. Every
+ * accepted registerFdForPushedAtoms starts a thread, which lasts as long as statsd's command, and
+ * keeps one descriptor open for the life of the process.
  */
 class AtomsAcquireService : public BnAtomsAcquire {
   public:
@@ -22,7 +22,7 @@ class AtomsAcquireService : public BnAtomsAcquire {
                                                      int32_t* ret) override;
 
   private:
-    /** Logs the calling uid. True for root and system alone; statsd's own uid is refused. */
+    /** Logs the calling uid. True only for root and system; statsd's uid is refused. */
     static bool checkCallingPermission();
 };
 

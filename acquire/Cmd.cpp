@@ -37,7 +37,7 @@ String16 toString16(std::string_view text) {
     return String16(text.data(), text.size());
 }
 
-/** `argv` is not empty. "-w" alone is the name of a service. */
+/** `argv` is not empty. A single "-w" is the name of a service. */
 Command parseCommand(const std::vector<std::string_view>& argv) {
     Command command;
     command.waitForService = argv.size() >= 2 && argv[0] == "-w";
@@ -77,7 +77,7 @@ const char* describeFailure(status_t status, int32_t negated) {
     }
 }
 
-/** The line goes to the output log, not to the error log. */
+/** Writes to the output log, not to the error log. */
 void reportFailure(std::string_view service, status_t status, TextOutput& outputLog,
                    RunMode runMode) {
     const int32_t negated = wrap32(-int64_t{status});
@@ -90,7 +90,7 @@ void reportFailure(std::string_view service, status_t status, TextOutput& output
               << ")" << endl;
 }
 
-/** The service; null, with a line, when it is absent. Waits for it with "-w". */
+/** The service; null, with an error line, when it is absent. Waits for it with "-w". */
 sp<IBinder> findService(IServiceManager& manager, const Command& command, TextOutput& errorLog,
                         RunMode runMode) {
     const String16 name = toString16(command.service);
@@ -105,10 +105,11 @@ sp<IBinder> findService(IServiceManager& manager, const Command& command, TextOu
     return nullptr;
 }
 
-/** Also starts the process's binder threads, which the command's callbacks arrive on. */
+/** Also starts the process's binder threads, on which the command's callbacks arrive. */
 sp<IServiceManager> findServiceManager(TextOutput& errorLog, RunMode runMode) {
     android::ProcessState::self()->startThreadPool();
     sp<IServiceManager> manager = android::defaultServiceManager();
+    // Earlier output must precede what the command writes to the same descriptor.
     if (runMode == RunMode::kStandalone) fflush(stdout);
     if (manager != nullptr) return manager;
     if (runMode == RunMode::kStandalone) {
@@ -162,7 +163,7 @@ int32_t cmdMain(const std::vector<std::string_view>& argv, TextOutput& outputLog
         return status;
     }
     callback->deactivate();
-    // The command may have sent its result during the call.
+    // Does not block if the command has sent its result during the call.
     return receiver->waitForResult();
 }
 

@@ -16,34 +16,34 @@
 
 namespace zstats {
 
-/** Standalone flushes standard output first and logs failures; library does neither. */
+/** kStandalone flushes standard output first and logs failures; kLibrary does not. */
 enum class RunMode { kStandalone, kLibrary };
 
 /**
- * Opens files on behalf of a running command, with this process's rights. Runs on the thread that
- * waits in the command's call or on a binder thread.
+ * Opens files on behalf of a running command, with this process's rights. Called on the thread that
+ * waits in the command's call, or on a binder thread.
  */
 class MyShellCallback : public android::BnShellCallback {
   public:
-    /** `errorLog` gets a line for each refusal; it must outlive every reference to this object. */
+    /** Writes a line for each refusal to `errorLog`, which must outlive this object. */
     explicit MyShellCallback(android::TextOutput& errorLog) : mErrorLog(errorLog) {}
 
     /**
      * Opens `path`, relative to the current directory, in mode "r", "r+", "w" or "w+". Returns the
-     * descriptor, which is then the caller's; -EINVAL for another mode; -EPERM once the command's
-     * call has returned or when SELinux does not give `seLinuxContext` the right; -1 when the open
-     * fails. An empty context is not checked.
+     * descriptor, which the caller then owns; -EINVAL for another mode; -EPERM after the command's
+     * call or when SELinux denies `seLinuxContext` the access; -1 when the open fails. An empty
+     * context is not checked.
      */
     int openFile(const android::String16& path, const android::String16& seLinuxContext,
                  const android::String16& mode) override;
 
-    /** From now on every openFile is refused. */
+    /** Refuses every later openFile. */
     void deactivate() { mActive.store(false); }
 
   private:
     /**
-     * `fd` again when SELinux gives `context` these rights to the file at `path`. Otherwise closes
-     * it, then writes a line that says why, and returns no descriptor.
+     * Returns `fd` if SELinux grants `context` these rights to the file at `path`. Otherwise closes
+     * it, writes the reason, and returns no descriptor.
      */
     android::base::unique_fd checked(android::base::unique_fd fd, const std::string& path,
                                      const std::string& context, bool read, bool write);
@@ -52,12 +52,12 @@ class MyShellCallback : public android::BnShellCallback {
     std::atomic<bool> mActive{true};
 };
 
-/** Holds a command's result from its arrival, on a binder thread, until somebody asks for it. */
+/** Receives a command's result on a binder thread and keeps it for the waiting thread. */
 class MyResultReceiver : public android::BnResultReceiver {
   public:
     void send(int32_t resultCode) override;
 
-    /** The result; blocks, without a limit, until it is there. */
+    /** Returns the result; blocks without a limit until it arrives. */
     int32_t waitForResult();
 
   private:
@@ -67,16 +67,16 @@ class MyResultReceiver : public android::BnResultReceiver {
     int32_t mResult GUARDED_BY(mLock) = 0;
 };
 
-/** Orders two strings by UTF-16 unit, in the form that android::Vector sorts with. */
+/** Orders two strings by UTF-16 unit; the signature is that of android::Vector::sort. */
 int sort_func(const android::String16* lhs, const android::String16* rhs);
 
 /**
  * Runs a service's shell command: [-w] SERVICE [ARGUMENT...], or lists the services: -l. With -w
- * it waits for the service to appear. Returns when the command has sent its result, however long
- * that takes. Any thread; several runs may go on at once.
+ * it waits for the service to appear. Returns when the command has sent its result, without a time
+ * limit. Any thread; several runs may be active at once.
  *
- * `in`, `out` and `err` are the command's; they stay the caller's and are not used here. Messages
- * go to the two text outputs.
+ * `in`, `out` and `err` are passed to the command and stay open. Messages of the client go to the
+ * two text outputs.
  *
  * Returns the command's result; 0 after a list; 20 without a service manager, arguments or the
  * service; the negative status of a call that failed.

@@ -25,15 +25,15 @@ class IAtomsAcquire : public android::IInterface {
         kRegisterFdForPushedAtoms,
     };
 
-    /** Open to every caller. Placeholder: always ok with an empty `info`, whatever the ids. */
+    /** A placeholder, open to every caller: always ok, with an empty `info`. */
     virtual android::binder::Status getInfoForPulledAtoms(const std::vector<int32_t>& atomIds,
                                                           std::vector<std::string>* info) = 0;
 
     /**
-     * Streams the given atoms, as length-prefixed statsd frames, into `fd`, which stays the
-     * caller's. `ret` is 1 once the subscription is on its way, -1 when it could not be handed
-     * over. A caller other than root and system gets service-specific error -1. The result does
-     * not tell whether statsd accepted: a refused subscription shows as a stream without data.
+     * Streams the given atoms, as length-prefixed statsd frames, into a duplicate of `fd`. `ret` is
+     * 1 when the subscription was handed to statsd, -1 when it could not be. A caller other than
+     * root and system gets service-specific error -1. statsd may still refuse: the stream then ends
+     * without data.
      */
     virtual android::binder::Status registerFdForPushedAtoms(
             const std::vector<int32_t>& atomIds, const android::os::ParcelFileDescriptor& fd,
@@ -41,8 +41,8 @@ class IAtomsAcquire : public android::IInterface {
 };
 
 /**
- * Server stub, equal on the wire to what the platform's AIDL compiler generates. Written by hand
- * because the compilers of a PC's distributions are older and leave out checks and trace sections.
+ * Server stub, on the wire equal to what the platform's AIDL compiler generates. Written by hand,
+ * because a PC's compilers are older and leave out checks and trace sections.
  */
 class BnAtomsAcquire : public android::BnInterface<IAtomsAcquire> {
   public:

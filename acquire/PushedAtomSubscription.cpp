@@ -24,7 +24,7 @@ namespace {
 
 constexpr int64_t kPullIntervalMs = 1000;
 constexpr const char* kPullPackages[] = {"AID_ROOT", "AID_SYSTEM", "AID_STATSD"};
-constexpr size_t kLengthBytes = 8;  // of the length in front of a message
+constexpr size_t kLengthBytes = 8;  // of the length that precedes a message
 
 /** Ids from `first` to `last`, both included. */
 struct IdRange {
@@ -41,7 +41,7 @@ constexpr IdRange kIdRanges[] = {
         {10000, 10499, AtomDelivery::kPulled},
 };
 
-/** The descriptors that one subscription's thread works with. */
+/** The descriptors of one subscription's thread. */
 struct SubscriptionFds {
     int controlRead;
     int controlWrite;
@@ -65,16 +65,16 @@ void runDataSubscribe(SubscriptionFds fds) {
     ZLOG(INFO, "AtomsAcquire cmdMain done!!!\n");
 }
 
-/** Makes an empty pipe hold `size` bytes, in as few pages as that takes; false when it cannot. */
+/** Resizes an empty pipe to `size` bytes, in as few pages as possible; false when it cannot. */
 bool fitPipe(int fd, size_t size) {
     if (fcntl(fd, F_SETPIPE_SZ, static_cast<int>(size)) >= 0) return true;
-    // Too large for a pipe, or its user holds too many pages already: what it has may be enough.
+    // Above the limit of a pipe or of its user, but the present size may be enough.
     return static_cast<size_t>(std::max(fcntl(fd, F_GETPIPE_SZ), 0)) >= size;
 }
 
 /** Writes the frame in one call; false when that fails. A short write counts as success. */
 bool writeConfig(int fd, const std::string& frame) {
-    // Nothing reads the pipe yet: a write of more than it holds would never return.
+    // The pipe has no reader yet, so a write that exceeds it would block for ever.
     if (!fitPipe(fd, frame.size())) {
         errno = EMSGSIZE;
     } else if (write(fd, frame.data(), frame.size()) >= 0) {
@@ -84,7 +84,7 @@ bool writeConfig(int fd, const std::string& frame) {
     return false;
 }
 
-/** Returns 1 when the command's thread runs, else -1. */
+/** Returns 1 when the command's thread was started, else -1. */
 int32_t subscribe(const std::vector<int32_t>& atomIds, const ParcelFileDescriptor& fd) {
     int control[2];
     if (pipe(control) != 0) {
@@ -103,6 +103,7 @@ int32_t subscribe(const std::vector<int32_t>& atomIds, const ParcelFileDescripto
         return -1;
     }
     ZLOG(INFO, "AtomsAcquire dumpShellSubscriptionForPush write to control pipe done  \n");
+    // Unchecked: without a duplicate the command fails, on its own thread.
     const int output = dup(fd.get());
     ZLOG(INFO, "AtomsAcquire zstats data-subscribe in intInFd =%d,inFds.get()=%d\n", output,
          fd.get());

@@ -19,7 +19,7 @@ namespace zstats {
 
 namespace {
 
-/** How a file is opened in a mode, and which permissions its caller needs. */
+/** How a mode opens a file, and which permissions it needs. */
 struct OpenMode {
     const char16_t* name;
     int flags;
@@ -40,7 +40,7 @@ std::string toUtf8(const String16& text) {
     return String8(text).c_str();
 }
 
-/** Null for a mode that is none of the four. */
+/** Null for an unknown mode. */
 const OpenMode* findOpenMode(const String16& name) {
     for (const OpenMode& mode : kOpenModes) {
         if (name == String16(mode.name)) return &mode;
@@ -57,14 +57,14 @@ std::string fullPath(const std::string& path) {
 
 using FileContext = std::unique_ptr<char, decltype(&freecon)>;
 
-/** The file's security context; null when it has none that can be read. */
+/** The file's security context; null when it cannot be read. */
 FileContext fileContext(const std::string& path) {
     char* context = nullptr;
     if (getfilecon(path.c_str(), &context) < 0) context = nullptr;
     return FileContext(context, freecon);
 }
 
-/** True when SELinux gives a process in `context` this permission to a file in `fileContext`. */
+/** True when SELinux grants `context` this permission to a file with `fileContext`. */
 bool granted(const std::string& context, const char* fileContext, const char* permission) {
     return selinux_check_access(context.c_str(), fileContext, "file", permission, nullptr) == 0;
 }
@@ -74,8 +74,9 @@ bool granted(const std::string& context, const char* fileContext, const char* pe
 unique_fd MyShellCallback::checked(unique_fd fd, const std::string& path,
                                    const std::string& context, bool read, bool write) {
     const FileContext owner = fileContext(path);
-    // A file without a context is checked with an empty one, which an enforcing policy refuses.
+    // An unreadable context is checked as an empty one, which an enforcing policy refuses.
     const char* file = owner != nullptr ? owner.get() : "";
+    // Write before read: the line names the first permission that is missing.
     const char* refused = nullptr;
     if (write && !granted(context, file, "write")) {
         refused = "System server has no access to write file context ";

@@ -14,8 +14,8 @@ struct AtomEntry {
 };
 
 /**
- * Every pulled atom, in the order of registration. Handler table and registrations are made of it.
- * The build holds it to proto/zstats_atoms.proto (tools/check-atoms).
+ * Every pulled atom, in the order of registration. The handler table and the registrations are made
+ * from it. The build compares it with proto/zstats_atoms.proto (tools/check-atoms).
  */
 inline constexpr AtomEntry kAtomTable[] = {
         {150005, &ZStatsPullAtomCallback::handleBatteryLevel},
@@ -61,7 +61,7 @@ inline constexpr AtomEntry kAtomTable[] = {
 
 inline constexpr size_t kAtomCount = sizeof(kAtomTable) / sizeof(kAtomTable[0]);
 
-/** True when no tag of the table stands in it twice. */
+/** True when no tag occurs twice in the table. */
 constexpr bool atomTagsAreUnique() {
     for (size_t i = 0; i < kAtomCount; ++i) {
         for (size_t j = i + 1; j < kAtomCount; ++j) {

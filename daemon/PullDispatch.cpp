@@ -16,7 +16,7 @@ AtomHandlerTable makeAtomHandlers() {
 
 }  // namespace
 
-// Made of constants, so it does not depend on the order of static initialisation.
+// Initialised from constants only, so the order of static initialisation does not matter.
 const AtomHandlerTable gAtomHandlers = makeAtomHandlers();
 
 AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallback& callback,
@@ -36,7 +36,7 @@ AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallb
 AStatsManager_PullAtomCallbackReturn pullAtom(const AtomHandlerTable& handlers,
                                               ZStatsPullAtomCallback& callback, int32_t atomTag,
                                               AStatsEventList* data) {
-    // A copy, called with the lock released: a slow handler delays no other pull.
+    // Called with the lock released: a slow handler must not delay other pulls.
     const AtomHandler handler = getAtomHandler(handlers, callback, atomTag);
     if (handler) handler(callback, atomTag, data);
     return AStatsManager_PULL_SUCCESS;

@@ -19,19 +19,19 @@ extern const AtomHandlerTable gAtomHandlers;
 
 /**
  * The table's handler of a tag, empty when the tag is not in it. Holds the callback object's
- * handler lock during the search alone. Any thread.
+ * handler lock only during the search. Any thread.
  */
 AtomHandler getAtomHandler(const AtomHandlerTable& handlers, ZStatsPullAtomCallback& callback,
                            int32_t atomTag);
 
-/** onPullAtom with a given table. */
+/** onPullAtom with the given table and callback object. */
 AStatsManager_PullAtomCallbackReturn pullAtom(const AtomHandlerTable& handlers,
                                               ZStatsPullAtomCallback& callback, int32_t atomTag,
                                               AStatsEventList* data);
 
 /**
- * What statsd's pulls arrive at, for every tag. The cookie is the ZStatsPullAtomCallback; events
- * are appended to `data`. Always AStatsManager_PULL_SUCCESS: a handler without a value appends
+ * Answers statsd's pulls, for every tag. The cookie is the ZStatsPullAtomCallback; events are
+ * appended to `data`. Always AStatsManager_PULL_SUCCESS: a handler without a value appends
  * nothing, and a tag without a handler counts as a pull without data. Runs on several binder
  * threads at once, and no pull waits for the handler of another.
  */

@@ -28,7 +28,7 @@ constexpr char kFeatureName[] = "os.tool.quill.zstats_pullerd.enable";
 constexpr int kMinMemTotalKb = 4194304;
 constexpr size_t kMaxBinderThreads = 4;
 
-/** Has init stop the service, which it would otherwise start again. Returns false. */
+/** Asks init to stop the service, because init would restart it. Returns false. */
 bool refuse() {
     property_set("ctl.stop", kServiceName);
     return false;
@@ -40,7 +40,7 @@ bool isFeatureEnabled() {
     return refuse();
 }
 
-/** A commercial build on a small device runs only when told to. */
+/** A commercial build on a small device runs only with the start override. */
 bool isStartForced() {
     if (android::base::GetProperty("persist.sys.zstats_pullerd.start", "0") != "1") {
         ZLOG(INFO, "It is Commercial Version, less than 4GB, zstats_pullerd is disabled.");
@@ -75,8 +75,7 @@ bool mayRun() {
 bool mayRunWith(const std::function<bool(int)>& memTotalOk) {
     if (!isFeatureEnabled()) return false;
     ZLOG(DEBUG, "process isolation feature is enable.");
-    // Only small devices ask for the build, and only commercial builds for the override: each
-    // question writes a log line.
+    // The order matters: each check writes log lines, so later ones run only if they decide.
     if (!memTotalOk(kMinMemTotalKb) && isCommercialVersion() && !isStartForced()) return false;
     ZLOG(DEBUG, "start zstats_pullerd.");
     return true;
@@ -91,8 +90,8 @@ int publishAndServe() {
     }
     ZLOG(INFO, "addService atomacq service success.");
 
-    // The constructor registers the atoms with statsd, so publish atomacq first: when that fails,
-    // nothing is registered.
+    // The constructor registers the atoms with statsd. Publish "atomacq" first: if that fails, no
+    // atom must be registered.
     const sp<ZstatsPullerService> pullerService(new ZstatsPullerService());
     if (!publish(kServiceName, pullerService)) {
         ZLOG(ERROR, "Failed to add %s service", kServiceName);
@@ -102,13 +101,13 @@ int publishAndServe() {
 
     joinBinderThreads();
     ZLOG(INFO, "%s daemon end", kServiceName);
-    // Both services end here, the main one first: it closes the kernel channel before static
+    // Both services end here, the main one first: the kernel channel has to be closed before static
     // destructors run.
     return 0;
 }
 
 int runDaemon() {
-    // Dumps, subscriptions and text outputs go to other processes' pipes, whose reader may be gone.
+    // Dumps and subscriptions are written to pipes whose reader may have closed its end.
     signal(SIGPIPE, SIG_IGN);
     return mayRun() ? publishAndServe() : -1;
 }

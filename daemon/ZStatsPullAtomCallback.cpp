@@ -12,7 +12,7 @@ std::shared_ptr<ICharger> ZStatsPullAtomCallback::getIChargeService() {
 void ZStatsPullAtomCallback::onChargerDied(void* cookie) {
     ZLOG(ERROR, "charger service died, will try to reconnect.");
     auto* self = static_cast<ZStatsPullAtomCallback*>(cookie);
-    // Handlers that are in a call keep their own copy of the proxy. The next pull connects anew.
+    // Handlers that are in a call hold a copy of the proxy. The next pull connects again.
     const ScopedLock lock(self->mChargerLock);
     self->mChargerService.reset();
 }

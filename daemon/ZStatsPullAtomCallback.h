@@ -21,11 +21,11 @@
 namespace zstats {
 
 /**
- * The one object that every pull runs on: all atom handlers and the data sources they share.
- * Created by the main service, which owns it and hands its address to statsd as cookie.
+ * All atom handlers and the data sources that they share; one object for each process. The main
+ * service creates and owns it, and passes its address to the pull library as cookie.
  *
- * Handlers run on binder threads, any number at the same time, two of the same tag as well. Each
- * appends its events to `data`, or none when it cannot get its value; it cannot make a pull fail.
+ * Handlers run concurrently on binder threads, also two of the same tag. Each appends its events to
+ * `data`, or none when it has no value. A handler cannot make a pull fail.
  */
 class ZStatsPullAtomCallback {
   public:
@@ -93,7 +93,7 @@ class ZStatsPullAtomCallback {
     void handleAudioPAPower(int32_t atomTag, AStatsEventList* data);
     void handleUahDataset(int32_t atomTag, AStatsEventList* data);
 
-    // What the handlers share. Each forwards to the function of its name in sources/NodeContent.h.
+    // Shared by the handlers. Each forwards to the function of its name in sources/NodeContent.h.
     std::string getContentByHandleKey(const std::string& key);
     int32_t getValueByHandleKey(const std::string& key);
     KeyValueMap parseKeyValueFromContent(const std::string& content);
@@ -101,7 +101,7 @@ class ZStatsPullAtomCallback {
 
     /**
      * The charger service's proxy, connected on first use and again after the service died; empty
-     * when the service is not there. Any thread.
+     * when the service is absent. Any thread.
      */
     std::shared_ptr<ICharger> getIChargeService();
 
@@ -121,12 +121,12 @@ class ZStatsPullAtomCallback {
 
     std::atomic<bool> mRgbHistogramLog{false};  // atomic: no lock
     std::shared_ptr<ICharger> mChargerService GUARDED_BY(mChargerLock);
-    /** The platform's thermal service; set once, kept even when that service dies. No lock. */
+    /** The platform's thermal service; set once and kept, also when that service dies. No lock. */
     AtomicSp<android::os::IThermalService> mThermalService;
-    /** Serialises the searches of the handler table, which never changes. Guards no member. */
+    /** Serialises the searches of the handler table, which is constant. Guards no member. */
     RecursiveMutex mHandlerLock;
     Mutex mChargerLock;  // never held during a call of the charger
-    /** Takes no lock of its own; handleGpuFreqTimeInfo, which alone uses it, holds mGpuLock. */
+    /** Not thread-safe; used by handleGpuFreqTimeInfo only. */
     GpuReader mGpuReader GUARDED_BY(mGpuLock);
     ThermalReader mThermalReader;  // guards itself
     /** Set at the first connection, then kept for the life of the object. No lock. */

@@ -26,7 +26,7 @@ using aidl::android::os::IStatsd;
 using android::String16;
 using android::String8;
 
-// The same for every atom. statsd keeps to them.
+// The same for every atom; statsd enforces them.
 constexpr int64_t kCoolDownMillis = 1000;
 constexpr int64_t kTimeoutMillis = 2000;
 
@@ -62,7 +62,7 @@ IMPLEMENT_MANUAL_META_INTERFACE(ZstatsPullerService, "com.norda.zstats.IZstatsPu
 
 BnZstatsPullerService::BnZstatsPullerService()
       : mAtomTags(allAtomTags()), mStatsdDeathRecipient(AIBinder_DeathRecipient_new(onStatsdDied)) {
-    // Without statsd nobody pulls: no callback object, no registration, no kernel channel.
+    // Without statsd there are no pulls, so skip the rest.
     if (!connectStatsd()) return;
     mPullAtomCallback = std::make_shared<ZStatsPullAtomCallback>();
     registerPullAtomCallbacks();
@@ -72,7 +72,7 @@ BnZstatsPullerService::BnZstatsPullerService()
 BnZstatsPullerService::~BnZstatsPullerService() = default;
 
 ZstatsPullerService::~ZstatsPullerService() {
-    // Also with the -1 or the error of a connection that was never made, which the library ignores.
+    // Called without a connection as well: the library ignores negative descriptors.
     zbpf_connect_exit(connectFd(), kBpfClientName);
 }
 
@@ -84,7 +84,7 @@ bool BnZstatsPullerService::connectStatsd() {
         ZLOG_AT(1, INFO, "pullerd: mStatsd is null");
         return false;
     }
-    // Stored before the link is made: a notice that comes at once has to clear it.
+    // Store before linking: a notice that arrives at once has to clear it.
     mStatsd.store(statsd);
     AIBinder_linkToDeath(binder.get(), mStatsdDeathRecipient.get(), this);
     return true;
@@ -97,7 +97,7 @@ void BnZstatsPullerService::registerPullAtomCallbacks() {
 }
 
 void BnZstatsPullerService::openKernelChannels() {
-    // The function takes a char*, which a literal is not.
+    // Arrays, because the function takes a char*.
     char schedPath[] = "/system_ext/bin/zcvt/norda_sched";
     connectZbpfForKorkerInner(schedPath);
     if (!opensSecondChannel()) return;
@@ -119,7 +119,7 @@ void BnZstatsPullerService::connectZbpfForKorkerInner(char* path) {
 }
 
 void BnZstatsPullerService::onStatsdDied(void* cookie) {
-    // Nothing more to do: libstatspull registers the atoms again when statsd is back.
+    // libstatspull registers the atoms again, so only the reference is dropped here.
     ZLOG(ERROR, "statsd service died, will try to reconnect.");
     static_cast<BnZstatsPullerService*>(cookie)->mStatsd.store(nullptr);
 }
@@ -130,7 +130,7 @@ android::status_t BnZstatsPullerService::dump(int fd, const android::Vector<Stri
     }
     std::string text = kDumpHeader;
     text += args.size() == 2 ? applyDumpOption(args[0], args[1]) : kDumpHelp;
-    // One write. What a failed or short one loses is not written again.
+    // A single write, without a retry: what a short write leaves is lost.
     [[maybe_unused]] const ssize_t written = write(fd, text.data(), text.size());
     return android::OK;
 }
@@ -148,7 +148,7 @@ std::string BnZstatsPullerService::applyDumpOption(const String16& option, const
     return "";
 }
 
-/** Returns the flag as read back; 0 without a callback object, which is then not touched. */
+/** Returns the flag as stored; 0 when there is no callback object to store it. */
 int32_t BnZstatsPullerService::setRgbHistogramLog(bool enabled) {
     if (mPullAtomCallback == nullptr) return 0;
     mPullAtomCallback->setRgbHistogramLog(enabled);

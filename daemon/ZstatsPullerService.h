@@ -21,7 +21,7 @@ class IZstatsPullerService : public android::IInterface {
     DECLARE_META_INTERFACE(ZstatsPullerService)
 };
 
-/** The client side. Nobody uses it; the platform's macros need the class. */
+/** The client side. Unused, but the platform's macros need the class. */
 class BpZstatsPullerService : public android::BpInterface<IZstatsPullerService> {
   public:
     explicit BpZstatsPullerService(const android::sp<android::IBinder>& impl)
@@ -31,10 +31,9 @@ class BpZstatsPullerService : public android::BpInterface<IZstatsPullerService> 
 /**
  * Registers the pulled atoms with statsd, answers them, and holds the kernel event channel.
  *
- * Construction never fails: when statsd is not running then, the object has no callback object, no
- * registration and no channel, for good. When statsd dies later, mStatsd becomes empty and nothing
- * else changes. The callbacks stay registered after destruction, so the object has to live as long
- * as pulls can arrive.
+ * Construction never fails. If statsd is not running, the object stays without callback object,
+ * registrations and channel. When statsd dies later, only mStatsd becomes empty. The callbacks stay
+ * registered after destruction, so the object has to live as long as pulls can arrive.
  */
 class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> {
   public:
@@ -42,12 +41,12 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
     ~BnZstatsPullerService() override;
 
     /**
-     * Serves "--loglevel N" and "--rgbLog N" and writes the reply to `fd`; help for any other
-     * number of arguments. Returns 0, or PERMISSION_DENIED with nothing written. Any thread.
+     * Serves "--loglevel N" and "--rgbLog N" and writes the reply to `fd`, or the help for any
+     * other number of arguments. Returns OK, or PERMISSION_DENIED with nothing written. Any thread.
      */
     android::status_t dump(int fd, const android::Vector<android::String16>& args) override;
 
-    /** Logs the transaction and hands it to the base. */
+    /** Logs the transaction, then calls the base class. */
     android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
                                  uint32_t flags) override;
 
@@ -76,7 +75,7 @@ class BnZstatsPullerService : public android::BnInterface<IZstatsPullerService> 
     std::shared_ptr<ZStatsPullAtomCallback> mPullAtomCallback;
     int32_t mConnectFd = -1;
     std::vector<int32_t> mAtomTags;
-    /** Owns the link to statsd: with it gone no notice reaches a service that is gone. */
+    /** Owns the link to statsd: its destruction ends the notices to this object. */
     ndk::ScopedAIBinder_DeathRecipient mStatsdDeathRecipient;
 };
 

@@ -12,11 +12,11 @@ namespace {
 
 constexpr int kFatalDataFlag = 1;
 
-// What the two ones select is the library's own.
+// The closed library does not publish what the two ones select.
 constexpr zbpf_connect_request kRequestTemplate = {
         {}, 1, 1, {}, {}, onBpfDataArrived, onBpfDisconnect};
 
-/** The numbers at the head of a fatal-data record; its text follows them. */
+/** The numbers at the start of a fatal-data record; a text follows. */
 struct FatalDataHead {
     int32_t type;
     int32_t pe;
@@ -31,7 +31,7 @@ void onKestrelFatalDataArrived(short dataType, const char* record) {
         return;
     }
     FatalDataHead head;
-    memcpy(&head, record, sizeof(head));  // the record may lie at any address
+    memcpy(&head, record, sizeof(head));  // the record may be unaligned
     const char* info = record + sizeof(head);
     ZLOG_AT(2, DEBUG,
             "onKestrelFatalDataArrived: data_type(%d) bpf_data(type:%d pe:%d lnr:%d bnr:%d "
@@ -48,7 +48,7 @@ bool isBpfChannelSupported() {
 }
 
 zbpf_connect_request buildConnectionRequest(const char* path) {
-    // Both texts end with the template's zeros.
+    // The template's zeros terminate both texts.
     zbpf_connect_request request = kRequestTemplate;
     memcpy(request.path, path, strnlen(path, sizeof(request.path) - 1));
     static_assert(sizeof(request.name) == sizeof(kBpfClientName));

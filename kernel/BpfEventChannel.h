@@ -4,15 +4,15 @@
 
 namespace zstats {
 
-/** Name under which every connection of the daemon is made and ended. */
+/** Client name of every connection of the daemon. */
 inline constexpr char kBpfClientName[] = "pullerd_kw";
 
 /** Pushed atom that carries a fatal-data record of the scheduler feature Kestrel. */
 inline constexpr int kKestrelFatalAtom = 100207;
 
 /**
- * True when the closed library can serve this device: the channel is enabled, the kernel describes
- * its types, and the region is supported; each asked only when the one before holds.
+ * True when the closed library supports this device: the channel is enabled, the kernel has BTF,
+ * and the region is supported. Each question is asked only if the previous answer was yes.
  */
 bool isBpfChannelSupported();
 
@@ -23,15 +23,15 @@ bool isBpfChannelSupported();
 zbpf_connect_request buildConnectionRequest(const char* path);
 
 /**
- * A record from the kernel, on a thread of the closed library's. Fatal data (flag 1) becomes pushed
- * atom 100207; any other flag and a null record are logged and dropped. The record holds the int32
- * fields type, pe, lnr and bnr in the machine's byte order, then a NUL-terminated text.
+ * Receives a record of the kernel, on a thread of the closed library. Fatal data (flag 1) becomes
+ * pushed atom 100207. Any other flag and a null record are logged and dropped. The record has the
+ * int32 fields type, pe, lnr and bnr in the machine's byte order, then a NUL-terminated text.
  */
 void onBpfDataArrived(int dispatchFlag, short dataType, char* record);
 
 /**
- * The kernel's end is gone. Logged only: nothing reconnects, and the connection's descriptor stays
- * the one that it is ended with. On a thread of the closed library's.
+ * Notice that the channel was disconnected, on a thread of the closed library. It is only logged:
+ * the daemon does not reconnect, and ends the connection with the same descriptor.
  */
 void onBpfDisconnect();
 

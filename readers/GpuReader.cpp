@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kQcomDelimiters[] = " \t\n";
 
-/** The node's text, empty when it cannot be had. */
+/** The node's text, empty when it cannot be read. */
 std::string readNode(const std::string& key) {
     std::string content;
     getContentByHandleKey(key, content);
@@ -38,7 +38,7 @@ void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
 }
 
 void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out) {
-    std::string line;  // sscanf needs text that ends with a NUL
+    std::string line;  // sscanf needs NUL-terminated text
     forEachLine(content, [&](std::string_view view) {
         line.assign(view);
         int freqHz = 0;
@@ -100,6 +100,7 @@ GpuReader::GpuReader(std::shared_ptr<GpuStats> stats)
 
 void GpuReader::readFreqsTime(std::vector<long long>& out) {
     if (mStats == nullptr) return;
+    // The read times are only logged.
     mLastReadTimeMs = mCurrentReadTimeMs;
     mCurrentReadTimeMs = getBootTimeMs();
     mStats->readFreqsTime(out);
@@ -116,7 +117,7 @@ std::vector<long long> GpuReader::getGpuFreqsTimeDelta() {
     if (times.size() != mLastTimes.size()) {
         ZLOG(ERROR, "%s, last freq size %lu, curr freq size %lu", __func__, mLastTimes.size(),
              times.size());
-        // The baseline is kept: a node whose length changed for good is reported at every pull.
+        // Keeps the baseline, so a lasting change of the length is reported at every pull.
         mTimeDeltas.assign(mLastTimes.size(), 0);
     } else {
         std::transform(times.begin(), times.end(), mLastTimes.begin(), mTimeDeltas.begin(),

@@ -7,7 +7,7 @@
 
 namespace zstats {
 
-/** Reads a GPU's frequency table and residency counters, as the chip vendor's kernel shows them. */
+/** Reads a GPU's frequency table and residency counters in the chip vendor's format. */
 class GpuStats {
   public:
     virtual ~GpuStats() = default;
@@ -17,7 +17,7 @@ class GpuStats {
     virtual void readFreqsTime(std::vector<long long>& out) = 0;
 };
 
-/** Nodes that list all numbers in one run: frequencies in MHz, times unscaled. */
+/** Nodes with all numbers in one list: frequencies in MHz, times unscaled. */
 class QcomGpuStats : public GpuStats {
   public:
     void readFreqsKhz(std::vector<int>& out) override;
@@ -28,7 +28,7 @@ class QcomGpuStats : public GpuStats {
     std::string mFreqTimeKey = "gpu_freq_time_qual";
 };
 
-/** Nodes with a line per frequency, each with a lead-in before its numbers; frequencies in Hz. */
+/** Nodes with a line per frequency, each with a word before its numbers; frequencies in Hz. */
 class MtkGpuStats : public GpuStats {
   public:
     void readFreqsKhz(std::vector<int>& out) override;
@@ -41,20 +41,20 @@ class MtkGpuStats : public GpuStats {
 
 /** Appends the MHz values in `content`, separated by blanks or newlines, as kHz. */
 void parseQcomGpuFreqsKhz(const std::string& content, std::vector<int>& out);
-/** Appends the frequency in kHz of each line that holds a lead-in and a frequency in Hz. */
+/** Appends the frequency in kHz of each line with a word and a frequency in Hz. */
 void parseMtkGpuFreqsKhz(const std::string& content, std::vector<int>& out);
-/** Appends the time of each line that holds a lead-in, a frequency and a time. */
+/** Appends the time of each line with a word, a frequency and a time. */
 void parseMtkGpuFreqsTime(const std::string& content, std::vector<long long>& out);
 
 /**
- * The back-end for this device, empty, with an error line, on an unknown platform. `chipIdPath` is
- * a path that exists on MediaTek devices alone.
+ * The back-end for this device; empty, with an error line, on an unknown platform. `chipIdPath` is
+ * a path that exists only on MediaTek devices.
  */
 std::shared_ptr<GpuStats> getGpuStats(const char* chipIdPath);
 
 /**
- * Turns the GPU's cumulative residency counters into differences between two readings. Takes no
- * lock: its owner lets one thread at a time use it.
+ * Turns the GPU's cumulative residency counters into differences between two readings. Not
+ * thread-safe.
  */
 class GpuReader {
   public:
@@ -65,12 +65,12 @@ class GpuReader {
 
     /** Takes a reading: appends the cumulative counters to `out` and advances the read times. */
     void readFreqsTime(std::vector<long long>& out);
-    /** The frequencies in kHz, in node order; once read they are kept, an empty list is read again. */
+    /** The frequencies in kHz, in node order. They are read again only while the list is empty. */
     std::vector<int> getGpuFreqsKhz();
     /**
      * Takes a reading and returns the time at each frequency since the baseline, in the unit of the
-     * node's counters; the reading becomes the baseline. A reading of another length than the
-     * baseline's gives zeros, with an error line, and the baseline is kept.
+     * node's counters; the reading becomes the baseline. If its length differs from the baseline's,
+     * the result is zeros, with an error line, and the baseline is kept.
      */
     std::vector<long long> getGpuFreqsTimeDelta();
 

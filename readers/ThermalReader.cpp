@@ -17,10 +17,10 @@ using android::String16;
 
 namespace {
 
-// Both words in front of the shell temperatures have to be above this. What they mean is not known.
+// Both words before the shell temperatures have to exceed this. Their meaning is not published.
 constexpr int32_t kSizeWordLimit = 3;
 
-/** Makes a call; an error line when the transport fails. */
+/** Makes a call; logs an error when the transport fails. */
 status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& data,
                         Parcel* reply) {
     const status_t status = binder->transact(code, data, reply, 0);
@@ -31,7 +31,7 @@ status_t transactLogged(const sp<IBinder>& binder, uint32_t code, const Parcel& 
     return status;
 }
 
-/** Appends the first of the four temperatures, the board's, or the three of the shell. */
+/** Appends the board's temperature, the first of four, or the three of the shell. */
 int readShellTemperatures(const Parcel& reply, bool board, std::vector<int>& out) {
     const int32_t first = reply.readInt32();
     // A reply that ends early reads as zeros.
@@ -77,7 +77,7 @@ void ThermalReader::getCaldaService() {
         ZLOG_AT(1, INFO, "ThermalReader checkService failed");
         return;
     }
-    // Stored before the link is made: a notice that comes at once has to find it.
+    // Store before linking: a notice that arrives at once has to find it.
     mCaldaBinder.store(binder);
     if (mDeathRecipient != nullptr) {
         const status_t status = binder->linkToDeath(mDeathRecipient, nullptr, 0);
@@ -99,7 +99,7 @@ sp<IBinder> ThermalReader::beginQuery(Parcel& data) {
     // A copy, so that a death notice cannot free the binder during the transaction.
     const sp<IBinder> binder = mCaldaBinder.load();
     if (binder == nullptr) {
-        // The text is the same for every query, although it names one of them.
+        // Every query logs this text, although it names one of them.
         ZLOG(ERROR, "ThermalReader connect calda failed in getThermalStatus");
     }
     return binder;
@@ -126,7 +126,7 @@ int ThermalReader::getTemperatureInMilliCelsius(TemperatureType type, std::vecto
     const sp<IBinder> binder = beginQuery(data);
     if (binder == nullptr) return -1;
     out.clear();
-    // The reply is read after a failed call, too: it is empty then, and every word of it reads as 0.
+    // A failed call is not an error here: its reply is empty, and each word reads as 0.
     switch (type) {
         case BOARD:
         case SHELL:

@@ -14,8 +14,8 @@
 namespace zstats {
 
 /**
- * Client of the maker's thermal service "calda". Connects at construction and, when the service was
- * absent or died, again at the next query. Queries may run on any thread.
+ * Client of the maker's thermal service "calda". Connects at construction, and at each query while
+ * it has no connection. Queries may run on any thread.
  */
 class ThermalReader {
   public:
@@ -28,7 +28,7 @@ class ThermalReader {
     ThermalReader(const ThermalReader&) = delete;
     ThermalReader& operator=(const ThermalReader&) = delete;
 
-    /** Connects to the service unless it is connected already. Never waits for it. */
+    /** Connects to the service unless it is connected. Never waits for it. */
     void getCaldaService();
     /** The service's own status code. Returns 0, or -1 with `status` untouched. */
     int getThermalStatus(int& status);

@@ -16,7 +16,7 @@ using android::Parcel;
 
 namespace {
 
-// Current platforms deprecate C strings in parcels; the audio service reads and writes them.
+// Deprecated in current platforms, but the audio service reads and writes C strings.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 void writeRequest(Parcel& request) {

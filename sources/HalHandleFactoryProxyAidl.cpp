@@ -32,8 +32,8 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
     ZLOG(INFO, "Get handlefactory service success. Its ref count is %d",
          AIBinder_debugGetRefCount(binder.get()));
     auto service = IHandleFactory::fromBinder(binder);
-    if (service == nullptr) return nullptr;  // another interface: each link would be one for good
-    // Stored before the link is made: a notice that comes at once has to clear it.
+    if (service == nullptr) return nullptr;  // another interface: do not add a permanent link
+    // Store before linking: a notice that arrives at once has to clear it.
     mService.store(service);
     linkToDeathForever(binder.get(), onServiceDied, this);
     return service;
@@ -41,7 +41,7 @@ std::shared_ptr<HalHandleFactoryProxyAidl::IHandleFactory> HalHandleFactoryProxy
 
 void HalHandleFactoryProxyAidl::onServiceDied(void* /*cookie*/) {
     ZLOG(ERROR, "handlefactory service died, will try to reconnect.");
-    // Without the lock, so that the notice does not wait for a connection attempt.
+    // Without the lock: the notice must not wait for a connection attempt.
     getInstance().mService.store(nullptr);
 }
 
@@ -52,8 +52,8 @@ bool HalHandleFactoryProxyAidl::exist() {
 int HalHandleFactoryProxyAidl::read(const std::string& key, std::string& out) {
     if (!exist()) return -1;
     HandleResult result{};
-    // Called without the lock, so that a slow node does not delay other readers. The service may
-    // have died since exist(), which counts as a failed call.
+    // Called without the lock: a slow node must not delay other readers. If the service has died
+    // since exist(), the call counts as failed.
     const auto service = getService();
     if (service == nullptr || !service->readHandle(key, 0, &result).isOk()) {
         ZLOG(WARN, "handleFactory read failed.");

@@ -11,7 +11,7 @@
 namespace zstats {
 
 /**
- * The process's one client of the handle-factory service, which maps a key to the text of a kernel
+ * The process's client of the handle-factory service, which maps a key to the text of a kernel
  * node. Connects on first use and again after the service died; never waits for it. Any thread.
  */
 class HalHandleFactoryProxyAidl {
@@ -20,13 +20,13 @@ class HalHandleFactoryProxyAidl {
 
     static HalHandleFactoryProxyAidl& getInstance();
 
-    /** The cached proxy, connecting first if there is none; empty when there is no such service. */
+    /** The cached proxy; connects first if there is none. Empty when the service is absent. */
     std::shared_ptr<IHandleFactory> getService();
-    /** True when getService() has a proxy: each call makes an attempt while not connected. */
+    /** True when getService() returns a proxy. Each call tries to connect if necessary. */
     bool exist();
     /**
-     * Asks for the node behind `key`. Assigns its text to `out` and returns the service's result
-     * code; on any failure leaves `out` untouched and returns -1.
+     * Reads the node of `key`. Assigns its text to `out` and returns the service's result code; on
+     * any failure leaves `out` unchanged and returns -1.
      */
     int read(const std::string& key, std::string& out);
 
@@ -40,15 +40,14 @@ class HalHandleFactoryProxyAidl {
     /** Looks the service up, caches and links it; empty when it is absent or of another interface. */
     std::shared_ptr<IHandleFactory> connect() REQUIRES(mLock);
 
-    /** One connection attempt at a time. Guards no member: the death notice does not take it. */
+    /** Serialises connection attempts. Guards no member: the death notice does not take it. */
     RecursiveMutex mLock;
     AtomicShared<IHandleFactory> mService;
 };
 
 /**
- * Replaces `out` by the text of the node behind `key`; leaves it untouched, with an error line,
- * when the text is empty or cannot be had. For the readers; handlers use the functions of nodes.
- * Any thread.
+ * Assigns the text of the node of `key` to `out`; leaves it unchanged, with an error line, when the
+ * text is empty or cannot be read. For readers/; handlers use the functions of nodes. Any thread.
  */
 void getContentByHandleKey(const std::string& key, std::string& out);
 

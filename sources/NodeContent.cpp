@@ -37,14 +37,14 @@ std::string getContentByHandleKey(const std::string& key) {
             ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, len=%lu", __func__, key.c_str(), 0UL);
         }
     }
-    // Written after a failure, too, with an empty result.
+    // Also written after a failure, with an empty result.
     ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, result = %s", __func__, key.c_str(),
             content.c_str());
     return content;
 }
 
 int32_t getValueByHandleKey(const std::string& key) {
-    // Atoms report -1 for a missing node; a node that holds -1 looks the same.
+    // -1 stands for a missing node. A node that holds -1 cannot be told apart.
     int32_t value = -1;
     auto& factory = HalHandleFactoryProxyAidl::getInstance();
     if (factory.exist()) {
@@ -62,7 +62,7 @@ KeyValueMap parseKeyValueFromContent(const std::string& content) {
     forEachLine(content, [&map](std::string_view line) {
         const size_t colon = line.find(':');
         if (colon == std::string_view::npos) return;
-        // Most nodes list their keys sorted: with this hint those are appended in constant time.
+        // Most nodes list their keys in order: with this hint each is inserted in constant time.
         map.insert_or_assign(map.end(), std::string(withoutTrailingBlanks(line.substr(0, colon))),
                              std::string(withoutLeadingBlanks(line.substr(colon + 1))));
     });

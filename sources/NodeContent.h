@@ -9,12 +9,13 @@ namespace zstats {
 using KeyValueMap = std::map<std::string, std::string>;
 
 /**
- * Nodes of the handle factory as the atom handlers read them: logged as the callback's, and named
- * as the members of ZStatsPullAtomCallback that forward to them. All keep no state; any thread.
+ * Nodes of the handle factory, for atom handlers: the log lines name the callback object, and the
+ * members of ZStatsPullAtomCallback with the same names forward to these functions. Stateless; any
+ * thread.
  */
 namespace nodes {
 
-/** Text of the node behind a handle-factory key, empty on any failure. */
+/** Text of the node of a handle-factory key, empty on any failure. */
 std::string getContentByHandleKey(const std::string& key);
 
 /** The node's text as atoi reads it; -1 when it is empty or the service is absent. */
@@ -22,7 +23,7 @@ int32_t getValueByHandleKey(const std::string& key);
 
 /**
  * Map of the "key: value" lines of a node's text; the last of equal keys wins. Throws
- * std::out_of_range at a line with nothing but blanks after its colon.
+ * std::out_of_range at a line that has only blanks after its colon.
  */
 KeyValueMap parseKeyValueFromContent(const std::string& content);
 

@@ -6,7 +6,7 @@
 
 namespace zstats {
 
-/** What the service manager answered. */
+/** The service manager's answer. */
 struct ServiceLookup {
     bool managerFound;                     // false: the process has no service manager
     android::sp<android::IBinder> binder;  // null: no such service is published
@@ -16,8 +16,8 @@ struct ServiceLookup {
 ServiceLookup lookUpService(const char* name);
 
 /**
- * The service that a vendor publishes as "DESCRIPTOR/default"; null when there is none. Does not
- * wait: a pull has to be answered while the service is still starting. Any thread.
+ * The service that a vendor publishes as "DESCRIPTOR/default"; null when it is absent. Does not
+ * wait, because a pull has to be answered while the service is starting. Any thread.
  */
 ndk::SpAIBinder lookUpDefaultInstance(const char* descriptor);
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/** What the daemon puts on the wire besides its interface files: names, codes and arguments. */
+/** Names, codes and arguments of calls that no interface file declares. */
 namespace zstats {
 
 inline constexpr char kTouchService[] = "vendor.norda.hardware.touch.INordaTouch/default";

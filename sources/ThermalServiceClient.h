@@ -10,14 +10,14 @@
 namespace zstats {
 
 /**
- * The platform's thermal service: the proxy in `cache`, or one that is looked up now and put there;
- * null, with an error line, when the service is absent. A cached proxy is never given up, also when
- * its service dies. Any thread.
+ * The platform's thermal service: the proxy in `cache`, or a new one, which is stored there; null,
+ * with an error line, when the service is absent. A cached proxy is kept when its service dies. Any
+ * thread.
  */
 android::sp<android::os::IThermalService> getThermalService(
         AtomicSp<android::os::IThermalService>& cache);
 
-/** The CPU's temperatures in degrees Celsius, in the service's order; none when the call fails. */
+/** The CPU temperatures in degrees Celsius, in the service's order; none when the call fails. */
 std::vector<float> readCpuTemperatures(android::os::IThermalService& service);
 
 }  // namespace zstats

@@ -11,9 +11,9 @@ namespace zstats {
 using INordaTouch = ::vendor::norda::hardware::touch::INordaTouch;
 
 /**
- * The touch service: the proxy in `cache`, or one that is looked up now and put there; null when
- * the service is absent. A cached proxy is never given up, also when its service dies. Any thread;
- * of two look-ups at the same time the later one stays in the cache.
+ * The touch service: the proxy in `cache`, or a new one, which is stored there; null when the
+ * service is absent. A cached proxy is kept when its service dies. Any thread; of two concurrent
+ * look-ups the later one stays in the cache.
  */
 android::sp<INordaTouch> getTouchService(AtomicSp<INordaTouch>& cache);
 

@@ -4,9 +4,9 @@
 
 namespace zstats {
 
-// Nodes and services may hold any value, and the atoms' fields are the low bits of what is computed
-// from them. Overflow of a signed integer is undefined, and the device's build ends the process at
-// one of an unsigned integer as well, so such results are taken here.
+// Nodes and services may hold any value, and an atom's field has the low bits of the result. Signed
+// overflow is undefined, and the device's build aborts at unsigned overflow as well, so handlers
+// compute such results with these functions.
 
 /** The low 32 bits of a sum, difference or product of 32-bit values, made in 64 bits. */
 constexpr int32_t wrap32(int64_t value) {

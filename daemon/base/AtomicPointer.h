@@ -10,10 +10,9 @@
 namespace zstats {
 
 /**
- * A counted pointer that threads may load and store at the same time, like C++20's
+ * A counted pointer that threads may load and store concurrently, like C++20's
  * std::atomic<std::shared_ptr<T>>. A loaded copy keeps its object alive when the stored pointer
- * changes. A call waits at most for another thread's copy of the pointer: nothing is called and no
- * object is destroyed under the lock.
+ * changes. The lock is held only while a pointer is copied: no object is destroyed under it.
  */
 template <typename Pointer>
 class AtomicPointer {
@@ -30,7 +29,7 @@ class AtomicPointer {
 
     void store(Pointer pointer) {
         const ScopedLock lock(mLock);
-        std::swap(mPointer, pointer);  // the former object is let go of after the lock
+        std::swap(mPointer, pointer);  // the old object is released after the lock
     }
 
   private:

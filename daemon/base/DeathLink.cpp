@@ -7,7 +7,7 @@
 namespace zstats {
 namespace {
 
-/** Keeps a recipient reachable: a leak checker does not report it. */
+/** Keeps a recipient reachable, so that a leak checker does not report it. */
 void keepForever(AIBinder_DeathRecipient* recipient) {
     struct Kept {
         Mutex lock;

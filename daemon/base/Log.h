@@ -11,13 +11,13 @@ namespace zstats {
 inline constexpr char kLogTag[] = "zstats_pullerd";
 
 /**
- * Process-wide verbosity: 0 WARN, 1 INFO, 2 and above DEBUG; never negative. Starts at 1 and is
- * changed by the dump option "--loglevel" alone. Read and written relaxed, on any thread: a stale
- * read changes nothing but which optional lines are written.
+ * Process-wide verbosity: 0 WARN, 1 INFO, 2 and above DEBUG; never negative. Initially 1; only the
+ * dump option "--loglevel" changes it. Accesses are relaxed, on any thread: a stale read affects
+ * only which optional lines are written.
  */
 extern std::atomic<int32_t> gLogLevel;
 
-/** True when a line with this gate is to be written. A line's gate is independent of its priority. */
+/** True when lines with this gate are written. A line's gate is independent of its priority. */
 inline bool logGateOpen(int32_t gate) {
     return gLogLevel.load(std::memory_order_relaxed) >= gate;
 }

@@ -7,9 +7,9 @@
 namespace zstats {
 
 /**
- * Locks that clang's thread-safety analysis follows with every C++ library. Android's libc++
- * annotates std::mutex and std::lock_guard, but no recursive mutex; Debian's libstdc++ annotates
- * nothing, so that with the standard types -Wthread-safety passes whatever the code does.
+ * Locks that clang's thread-safety analysis checks with every C++ library. Android's libc++
+ * annotates std::mutex and std::lock_guard, but no recursive mutex. Debian's libstdc++ annotates
+ * nothing, so -Wthread-safety finds nothing with the standard types.
  *
  *     int mValue GUARDED_BY(mLock) = 0;
  *     Mutex mLock;
@@ -17,8 +17,8 @@ namespace zstats {
  *     const ScopedLock lock(mLock);
  *
  * To wait, use std::condition_variable_any with a ScopedLock that is not const, in a loop around
- * wait(lock) rather than with a predicate: the analysis does not see that a lambda runs locked.
- * The header stands alone, so that host/ and vdevice/ can use it without the daemon.
+ * wait(lock). A predicate does not work: the analysis does not know that a lambda runs locked.
+ * The header has no other dependency of the daemon, so host/ and vdevice/ can include it.
  */
 template <typename T>
 class CAPABILITY("mutex") AnnotatedMutex {
@@ -27,7 +27,7 @@ class CAPABILITY("mutex") AnnotatedMutex {
     AnnotatedMutex(const AnnotatedMutex&) = delete;
     AnnotatedMutex& operator=(const AnnotatedMutex&) = delete;
 
-    // The bodies are left out of the analysis: the held mutex may be annotated itself.
+    // The bodies are not analysed, because the standard mutex may be annotated as well.
     void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS { mMutex.lock(); }
     void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { mMutex.unlock(); }
     bool try_lock() TRY_ACQUIRE(true) NO_THREAD_SAFETY_ANALYSIS { return mMutex.try_lock(); }
@@ -39,7 +39,7 @@ class CAPABILITY("mutex") AnnotatedMutex {
 using Mutex = AnnotatedMutex<std::mutex>;
 using RecursiveMutex = AnnotatedMutex<std::recursive_mutex>;
 
-/** Holds a mutex from its construction to its destruction; may be unlocked and locked between. */
+/** Holds a mutex from construction to destruction; may be unlocked and locked in between. */
 template <typename M>
 class SCOPED_CAPABILITY ScopedLock {
   public:

@@ -21,10 +21,10 @@ namespace {
 
 constexpr size_t kReadChunk = 1024;
 
-/** Calls `take` for each token of a copy of `text`; -1 when there is no memory for the copy. */
+/** Calls `take` for each token of a copy of `text`; returns -1 when the copy fails. */
 template <typename Take>
 int forEachToken(const char* text, const char* delimiters, Take take) {
-    // strtok_r writes into the text that it walks.
+    // strtok_r writes into its text.
     const std::unique_ptr<char, decltype(&free)> copy(strdup(text), &free);
     if (copy == nullptr) return -1;
     char* state = nullptr;
@@ -45,7 +45,7 @@ bool computePreVersion() {
     return android::base::GetBoolProperty("ro.sys.engineering.pre", false);
 }
 
-/** Reads on from `fd` until its end; the bytes read, or -1. */
+/** Reads `fd` to its end; returns the number of bytes, or -1. */
 int readAll(int fd, const std::string& path, std::string* out) {
     char buffer[kReadChunk] = {};
     int total = 0;
@@ -66,7 +66,7 @@ int readAll(int fd, const std::string& path, std::string* out) {
 int readFile(const std::string& path, std::string* out) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        // Devices lack some nodes, so no line at the usual levels.
+        // Many devices lack some of the files, so the line needs level 2.
         ZLOG_AT(2, DEBUG, "Open %s failed(%s)", path.c_str(), strerror(errno));
         return -1;
     }
@@ -130,7 +130,7 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
     int memTotal = -1;
     std::ifstream meminfo(path);
     if (!meminfo.is_open()) {
-        // Counts as enough: a device is not refused because its memory cannot be told.
+        // Unknown memory must not stop the daemon, so it counts as enough.
         ZLOG(INFO, "Failed to open /proc/meminfo");
         return true;
     }
@@ -143,7 +143,7 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
         }
         break;
     }
-    // Still -1 when no line begins with MemTotal: the device then counts as small.
+    // Without a MemTotal line, memTotal is -1 and the device counts as small.
     ZLOG(INFO, "memTotal: %dKb", memTotal);
     return memTotal > thresholdKb;
 }

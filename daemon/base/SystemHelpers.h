@@ -8,20 +8,20 @@ namespace zstats {
 
 // All of these may be called on any thread.
 
-/** Path whose existence marks a MediaTek device. */
+/** Exists only on MediaTek devices. */
 inline constexpr char kMtkChipIdPath[] = "/proc/device-tree/chosen/atag,chipid";
 
 /**
  * Appends the whole content of a file to `out`, which is not cleared first.
- * Returns the number of bytes read, or -1 when the file cannot be opened or a read fails; what was
- * read before a failure stays in `out`. errno is that of the failing call.
+ * Returns the number of bytes read, or -1 when the file cannot be opened or a read fails. Bytes
+ * that were read before a failure stay in `out`. errno is that of the failing call.
  */
 int readFile(const std::string& path, std::string* out);
 
 /**
  * Appends the numbers in `text`, separated by any run of characters of `delimiters`, to `out`.
  * The int form reads decimal as atoi does; the 64-bit form reads 0x and leading-0 prefixes as
- * strtoll with base 0 does. Returns 0, or -1 when memory for a copy of the text is short.
+ * strtoll with base 0 does. Returns 0, or -1 when no memory is left for a copy of the text.
  */
 int splitString(const char* text, const char* delimiters, std::vector<int>* out);
 int splitString(const char* text, const char* delimiters, std::vector<long long>* out);
@@ -39,12 +39,12 @@ bool isQcomPlatform();
 bool isReleaseType();
 
 /**
- * True on builds for trials before release: "persist.sys.alwayson.switch" is "true", or
+ * True on pre-release builds: "persist.sys.alwayson.switch" is "true", or
  * "ro.sys.engineering.pre" is true as GetBoolProperty reads it. Computed once per process.
  */
 bool isPreVersion();
 
-/** True for a release build that is no pre-version. Computed once per process. */
+/** True on a release build that is not a pre-release build. Computed once per process. */
 bool isCommercialVersion();
 
 /**
