@@ -17,7 +17,7 @@ namespace zstats {
 
 namespace {
 
-/** A file of a wake-up source and the number that it fills, null for the file with the name. */
+/** A file of a wake-up source and the field that it fills; null for the file with the name. */
 struct Attribute {
     const char* fileName;
     int64_t WakeLockInfo::*number;
@@ -35,10 +35,10 @@ constexpr Attribute kAttributes[] = {
         {"wakeup_count", &WakeLockInfo::wakeupCount},
 };
 
-// Room behind the directory for the longest entry and attribute: the path is never reallocated.
+// The longest entry and attribute after the directory, so that the path is never reallocated.
 constexpr size_t kLongestEntryPath = NAME_MAX + sizeof("/prevent_suspend_time_ms");
 
-/** Reads the sources of one directory with a path and a content buffer that they share. */
+/** Reads the sources of one directory. They share a path and a content buffer. */
 class WakeUpSourceReader {
   public:
     explicit WakeUpSourceReader(const char* directory)
@@ -46,12 +46,12 @@ class WakeUpSourceReader {
         mPath.reserve(mDirectoryLength + kLongestEntryPath);
     }
 
-    /** Fills `info` from the source `entry`; leaves its times 0 when that cannot be read. */
+    /** Fills `info` from the source `entry`; leaves its times 0 when the source cannot be read. */
     void read(const char* entry, WakeLockInfo& info) {
         mPath.resize(mDirectoryLength);
         mPath.append(entry);
         mSourceLength = mPath.size();
-        errno = 0;  // an empty file counts as failed and sets none
+        errno = 0;  // an empty file counts as unreadable and sets no errno
         if (!readAttribute("/active_time_ms")) {
             ZLOG_AT(2, DEBUG, "ActivityWakeUpSourceAtom readFile is fail %d", -errno);
             return;
@@ -62,7 +62,7 @@ class WakeUpSourceReader {
     }
 
   private:
-    /** Fills the rest of an active source. An attribute that cannot be read keeps its 0. */
+    /** Fills the other fields of an active source. An unreadable attribute stays 0. */
     void readStatistics(WakeLockInfo& info) {
         for (const Attribute& attribute : kAttributes) {
             if (!readAttribute("/", attribute.fileName)) continue;
@@ -76,7 +76,7 @@ class WakeUpSourceReader {
         info.isKernelWakelock = true;
     }
 
-    /** Puts a file's text without its newlines into mContent; false when there is none. */
+    /** Stores a file's text, without newlines, in mContent; false when there is none. */
     bool readAttribute(const char* separator, const char* fileName = "") {
         mPath.resize(mSourceLength);
         mPath.append(separator).append(fileName);

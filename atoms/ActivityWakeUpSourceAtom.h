@@ -8,7 +8,7 @@
 
 namespace zstats {
 
-/** Statistics of one active kernel wake-up source. What cannot be read stays 0 or empty. */
+/** Statistics of one active kernel wake-up source. Unreadable fields stay 0 or empty. */
 struct WakeLockInfo {
     std::string name;
     int64_t activeCount = 0;
@@ -25,12 +25,12 @@ struct WakeLockInfo {
 };
 
 /**
- * Appends the wake-up sources that are active now, in directory order; none when the kernel's
- * directory cannot be opened. An inactive source costs one file read and no allocation. Any thread.
+ * Appends the active wake-up sources, in directory order; none when the kernel's directory cannot
+ * be opened. An inactive source costs one file read and no allocation. Any thread.
  */
 void getWakeLockStats(std::vector<WakeLockInfo>* out);
 
-/** getWakeLockStats over `directory`, given with its final slash. */
+/** getWakeLockStats for `directory`, which ends with a slash. */
 void getWakeLockStatsAt(const char* directory, std::vector<WakeLockInfo>* out);
 
 /** Appends an event for each record with an active time of at least 1 ms, in order. */

@@ -7,7 +7,7 @@
 
 namespace zstats {
 
-// A field of each type that the atoms have.
+// One overload for each field type of the atoms.
 inline void writeField(AStatsEvent* event, int32_t value) {
     AStatsEvent_writeInt32(event, value);
 }
@@ -24,10 +24,10 @@ inline void writeField(AStatsEvent* event, const std::string& value) {
     AStatsEvent_writeString(event, value.c_str());
 }
 
-/** A text literal would otherwise be taken for a bool. */
+/** A string literal would otherwise convert to bool. */
 void writeField(AStatsEvent* event, const char* value) = delete;
 
-/** Begins an event of the atom `atomTag` in `data`, which owns it. It holds no field yet. */
+/** Begins an event of the atom `atomTag`, without fields, in `data`, which owns it. */
 inline AStatsEvent* beginEvent(AStatsEventList* data, int32_t atomTag) {
     AStatsEvent* event = AStatsEventList_addStatsEvent(data);
     AStatsEvent_setAtomId(event, static_cast<uint32_t>(atomTag));

@@ -15,7 +15,7 @@ namespace {
 
 enum class UahType { kText, kInt32, kInt64 };
 
-/** The types of a record's fields behind the first, which is text. */
+/** The types of a record's fields after the first, which is text. */
 constexpr UahType kUahTypes[] = {
         UahType::kInt32, UahType::kInt32, UahType::kText,  UahType::kInt32,
         UahType::kInt64, UahType::kInt64, UahType::kInt64, UahType::kInt64,
@@ -24,8 +24,8 @@ constexpr UahType kUahTypes[] = {
 };
 
 /**
- * Ends each comma-separated field of `text` with a NUL in place and puts where they start into
- * `fields`. A comma at the end adds no field.
+ * Replaces the commas in `text` by NULs and stores the start of each field in `fields`. A comma at
+ * the end adds no field.
  */
 void splitFields(std::string& text, std::vector<const char*>& fields) {
     fields.clear();
@@ -38,7 +38,7 @@ void splitFields(std::string& text, std::vector<const char*>& fields) {
     }
 }
 
-/** Text that is no number is written as 0. */
+/** Text without a number is written as 0. */
 void writeUahField(AStatsEvent* event, UahType type, const char* text) {
     switch (type) {
         case UahType::kText:
@@ -63,9 +63,10 @@ void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, ASt
         text.assign(held != nullptr ? std::string_view(*held) : std::string_view());
         splitFields(text, fields);
         AStatsEvent* event = beginEvent(data, atomTag);
-        AStatsEvent_writeString(event, text.c_str());  // the first field, which a NUL ends by now
+        AStatsEvent_writeString(event,
+                                text.c_str());  // the first field, NUL-terminated by splitFields
         if (fields.size() != 1 + std::size(kUahTypes)) {
-            // The event is left unbuilt, which makes statsd drop it, and the pull ends.
+            // The event stays unbuilt, so statsd drops it, and the pull ends.
             ZLOG(ERROR, "handleUahDataset error data size");
             return;
         }

@@ -10,9 +10,9 @@
 namespace zstats {
 
 /**
- * Appends an event of seventeen fields for each usage record, in order. At a record that has not
- * exactly seventeen fields it stops: that record's event holds its first field and is not built,
- * and the records behind it are dropped. Any thread.
+ * Appends an event of seventeen fields for each usage record, in order. Stops at a record with
+ * another number of fields: that record's event has its first field and is not built, and the later
+ * records are dropped. Any thread.
  */
 void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, AStatsEventList* data);
 

@@ -9,7 +9,7 @@
 namespace zstats {
 namespace {
 
-/** Answers an atom whose one field is what a charger call returns. */
+/** Answers an atom with one field, the result of a charger call. */
 void pullChargerValue(const std::shared_ptr<ICharger>& charger, const ChargerWarnings& warnings,
                       ChargerGetter getter, int32_t atomTag, AStatsEventList* data) {
     if (const auto values = readChargerValues(charger, warnings, {getter})) {
@@ -23,7 +23,7 @@ int32_t wholeDegrees(int32_t tenths) {
     return wrap32(int64_t{tenths} + sign + 5) / 10;
 }
 
-/** How much of the typical capacity is lost, in percent, truncated. `typical` is not 0. */
+/** The loss of the typical capacity in percent, truncated. `typical` is not 0. */
 int32_t lossPercent(int32_t fullCharged, int32_t typical) {
     const int32_t hundredfold = wrap32(int64_t{fullCharged} * 100);
     return wrap32(100 - int64_t{hundredfold} / typical);
@@ -36,7 +36,7 @@ void ZStatsPullAtomCallback::handleBatteryLevel(int32_t atomTag, AStatsEventList
     const int32_t ui = getValueByHandleKey("battery_ui_level");
     const int32_t difference = wrap32(int64_t{real} - ui);
     appendEvent(data, atomTag, real, ui, difference, wrap32(std::abs(int64_t{difference})));
-    // The one debug line that is written at every level.
+    // Ungated, unlike the other debug lines.
     ZLOG(DEBUG, "PullAtomCallback %s handler for realLevel = %d, uiLevel = %d", __func__, real, ui);
 }
 

@@ -10,7 +10,7 @@
 
 namespace zstats {
 
-/** One of the charger's calls that answer with a number. */
+/** A call of the charger that returns a number. */
 using ChargerGetter = ndk::ScopedAStatus (ICharger::*)(int32_t* out);
 
 /** How a handler's warnings read. The line numbers are fixed parts of the texts. */

@@ -22,7 +22,7 @@ void ZStatsPullAtomCallback::handleUsbInputCurrentNow(int32_t atomTag, AStatsEve
     if (!values) return;
     const int32_t charger = values->at(0);
     const int32_t usb = values->at(1);
-    // The USB reading stands in where the charger's own is 0.
+    // The USB reading replaces a charger reading of 0.
     appendEvent(data, atomTag, charger != 0 ? charger : usb);
 }
 
@@ -31,7 +31,7 @@ void ZStatsPullAtomCallback::handleUsbInputVoltageNow(int32_t atomTag, AStatsEve
 }
 
 void ZStatsPullAtomCallback::handleChargeStateFromSysfs(int32_t atomTag, AStatsEventList* data) {
-    int32_t online = 0;  // a missing node counts as 0; other values than 0 and 1 are kept
+    int32_t online = 0;  // a missing node counts as 0; values above 1 are kept
     for (const char* key :
          {"power_supply_ac_online", "power_supply_usb_online", "power_supply_pc_port_online"}) {
         online |= atoi(getContentByHandleKey(key).c_str());

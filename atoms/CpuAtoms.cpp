@@ -23,13 +23,13 @@ constexpr int kQcomIdleStates = 2;
 constexpr int kMtkIdleStates = 8;
 constexpr int64_t kUsPerMs = 1000;
 
-// An answer with so many events takes 1,056,004 bytes, which no binder transaction carries: what
-// comes after them would reach nobody.
+// An answer with this many events takes 1,056,004 bytes, more than a binder transaction carries, so
+// further events could not be delivered.
 constexpr int64_t kMostIdleEvents = 24'000;
 
-/** Replaces `content` by the file's text, empty when there is none. Its buffer is reused. */
+/** Assigns the file's text to `content`, empty when there is none. Reuses its buffer. */
 void readIdleFile(const char* path, std::string& content) {
-    constexpr char kFunction[] = "getContentByHandleKeyDebug";  // as the lines name it
+    constexpr char kFunction[] = "getContentByHandleKeyDebug";  // the name in the log lines
     content.clear();
     const int fd = open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
@@ -49,7 +49,7 @@ void readIdleFile(const char* path, std::string& content) {
             content.c_str());
 }
 
-/** Idle time in us of one CPU over its states; a sum beyond 64 bits wraps around. */
+/** Idle time of one CPU over its states in us; a sum beyond 64 bits wraps around. */
 int64_t totalIdleUs(const std::string& cpuPrefix, int cpu, int stateCount, std::string& path,
                     std::string& content) {
     path.assign(cpuPrefix).append(std::to_string(cpu)).append("/cpuidle/state");
@@ -78,8 +78,8 @@ void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std
     if (dash == std::string::npos) return;
     const int first = std::stoi(range.substr(0, dash));
     const int last = std::stoi(range.substr(dash + 1));
-    // One past the last. No '-' precedes `first`, so it is never negative, and an end that is, such
-    // as the one of INT_MAX, leaves no CPU.
+    // One past the last. `first` is never negative, because the first '-' ends it. A negative end,
+    // as after INT_MAX, leaves no CPU.
     const int64_t end = std::min<int64_t>(wrap32(int64_t{last} + 1), first + kMostIdleEvents);
     std::string path;
     std::string content;
@@ -90,7 +90,7 @@ void appendCpuIdleEvents(const std::string& cpuPrefix, int stateCount, const std
 }
 
 void appendPerfSchedinfoEvents(const std::string& content, int32_t atomTag, AStatsEventList* data) {
-    // One digit after "cpu": only CPUs 0 to 9 can be told apart.
+    // One digit after "cpu": the node names only CPUs 0 to 9.
     const std::regex pattern("(cpu\\d):(\\d+)");
     std::map<std::string, std::string> values;
     for (std::sregex_iterator match(content.begin(), content.end(), pattern), end; match != end;

@@ -17,7 +17,7 @@ namespace {
 /** A panel that is off keeps a level of 1. */
 constexpr int32_t kHighestOffLevel = 1;
 
-/** The number that the first word of `text` begins with: digits without a sign that fit an int. */
+/** The number at the start of `text`'s first word: digits without a sign that fit an int. */
 std::optional<int32_t> leadingNumber(const std::string& text) {
     std::istringstream stream(text);
     std::string word;
@@ -74,7 +74,7 @@ void ZStatsPullAtomCallback::handleTouchRefreshRateLevel(int32_t atomTag, AStats
 
 void ZStatsPullAtomCallback::handleDisplayDeviceInformation(int32_t /*atomTag*/,
                                                             AStatsEventList* /*data*/) {
-    // This atom never has an event. The node is read for the log lines that reading it writes.
+    // This atom never has an event. The node is read only for the log lines.
     static_cast<void>(getContentByHandleKey("devinfo_lcd"));
 }
 

@@ -6,7 +6,7 @@ namespace zstats {
 
 void ZStatsPullAtomCallback::handleGpuFreqTimeInfo(int32_t atomTag, AStatsEventList* data) {
     const ScopedLock lock(mGpuLock);
-    // The frequencies first: they are read again while there are none.
+    // The table first: while it is empty, reading it again precedes the counters.
     const std::vector<int> freqsKhz = mGpuReader.getGpuFreqsKhz();
     const std::vector<long long> deltas = mGpuReader.getGpuFreqsTimeDelta();
     if (freqsKhz.size() != deltas.size()) {

@@ -18,8 +18,7 @@ namespace {
 constexpr std::string_view kFreqMark = "Freq";
 constexpr std::string_view kMhzMark = "Mhz";
 constexpr std::string_view kTimeMark = "Time(msec):";
-// The frequency's text starts at this index of the line: behind "Freq" and one separator, which a
-// line is expected to begin with.
+// Index of the frequency's text: lines begin with "Freq" and one separator.
 constexpr size_t kFreqTextStart = 5;
 
 /** `text` without its leading blanks; throws std::out_of_range when it is empty or blank. */
@@ -42,7 +41,7 @@ bool parseDdrLine(std::string_view line, int32_t& freqMhz, int64_t& timeMs) {
     freqMhz = atoi(stripLeading(line.substr(kFreqTextStart, freqLength)).c_str());
     const size_t timeStart = time + kTimeMark.size();
     const size_t blank = line.find(' ', timeStart);
-    // The text ends behind the next blank, so a blank that follows the mark at once makes it " ".
+    // The text includes the next blank, so a blank directly after the mark makes it " ".
     const size_t timeLength =
             blank == std::string_view::npos ? std::string_view::npos : blank + 1 - timeStart;
     timeMs = atol(stripLeading(line.substr(timeStart, timeLength)).c_str());
@@ -70,7 +69,7 @@ void appendDdrResidencyEvents(const std::string& content, std::map<int32_t, int6
 }
 
 void ZStatsPullAtomCallback::handleDdrLpmStats(int32_t atomTag, AStatsEventList* data) {
-    // Always an event: what the node does not have is -1.
+    // Always one event, with -1 for missing lines.
     KeyValueMap stats = parseKeyValueFromContent(getContentByHandleKey("ddr_lpm_stats"));
     AStatsEvent* event = beginEvent(data, atomTag);
     for (const char* key : {"self_refresh", "sleep1", "sleep2", "sleep3", "sleep4"}) {
@@ -81,7 +80,7 @@ void ZStatsPullAtomCallback::handleDdrLpmStats(int32_t atomTag, AStatsEventList*
 
 void ZStatsPullAtomCallback::handleDdrFreqTimeInformation(int32_t atomTag, AStatsEventList* data) {
     const char* key = isQcomPlatform() ? "power_ddr_residency" : "power_ddr_residency_mtk";
-    // Held while the node is read, too: a reading that is overtaken would take the baseline back.
+    // Held while the node is read: an overtaken reading would move the baseline back.
     const ScopedLock lock(mDdrLock);
     appendDdrResidencyEvents(getContentByHandleKey(key), mDdrResidencyMs, atomTag, data);
 }
@@ -105,7 +104,7 @@ void ZStatsPullAtomCallback::handleAllocstallUxInformation(int32_t atomTag, ASta
 void ZStatsPullAtomCallback::handleUfsTotalReadWriteSize(int32_t atomTag, AStatsEventList* data) {
     const std::string readSize = getContentByHandleKey("ufs_total_read_size");
     const std::string writeSize = getContentByHandleKey("ufs_total_write_size");
-    // Both nodes have been read, and their failures logged, before either is looked at.
+    // Checked after both reads, so that each missing node is logged.
     if (readSize.empty() || writeSize.empty()) return;
     appendEvent(data, atomTag, int32_t{atoi(readSize.c_str())}, int32_t{atoi(writeSize.c_str())});
 }

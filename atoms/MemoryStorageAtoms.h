@@ -10,9 +10,9 @@ namespace zstats {
 
 /**
  * Appends an event for each line of a DDR residency node: the frequency in MHz, and the time in ms
- * spent at it since `lastMs` was last written, which maps a frequency to its cumulative time. A
- * frequency that is new to `lastMs` reports all of its time. Throws std::out_of_range at a line
- * whose frequency or time is blank; the lines before it have been appended. One thread at a time.
+ * at it since the previous call. `lastMs` maps a frequency to its cumulative time and is updated. A
+ * frequency that is not in `lastMs` reports its whole time. Throws std::out_of_range at a line
+ * whose frequency or time is blank, after appending the lines before it. Not thread-safe.
  */
 void appendDdrResidencyEvents(const std::string& content, std::map<int32_t, int64_t>& lastMs,
                               int32_t atomTag, AStatsEventList* data);

@@ -11,14 +11,14 @@ namespace zstats {
 
 namespace {
 
-/** Truncates toward zero. Beyond int32 the result is the end of its range, for NaN 0. */
+/** Truncates toward zero. Values beyond int32 give the end of its range, NaN gives 0. */
 int32_t truncateToInt32(float value) {
     using Limits = std::numeric_limits<int32_t>;
     if (std::isnan(value)) return 0;
     return static_cast<int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }
 
-/** Appends the temperatures of `type` as one event when there are as many as its atom holds. */
+/** Appends the temperatures of `type` as one event if their number is the atom's. */
 void appendTemperature(ThermalReader& reader, ThermalReader::TemperatureType type,
                        const char* handler, int32_t atomTag, AStatsEventList* data) {
     std::vector<int> values;
