@@ -7,17 +7,17 @@
 namespace zstats::vdevice {
 
 /**
- * A published service as the profile's file "faults" wants it: a line NAME=FAULT, read at each call.
- * Without one, calls pass through. Any thread, if the service's calls may come on any.
+ * Wraps a published service and applies the fault of the profile's file "faults": a line
+ * NAME=FAULT, read at each call. Without one, calls pass through. As thread-safe as the service.
  *
  * | Fault | A call |
  * |---|---|
  * | error | is answered with an exception |
  * | status | fails with a status |
- * | interface | fails, as a service of another interface would let it, and tells another descriptor |
- * | megabytes | is answered with 2 MB behind the right answer |
- * | garbage | is answered with 64 bytes of no meaning |
- * | disorder | is answered after up to 20 ms, so that later calls overtake it |
+ * | interface | fails as with a service of another interface, whose descriptor it reports |
+ * | megabytes | is answered with 2 MB after the correct answer |
+ * | garbage | is answered with 64 meaningless bytes |
+ * | disorder | is answered after up to 20 ms, so that later calls overtake earlier ones |
  */
 class FaultyBinder : public android::BBinder {
   public:

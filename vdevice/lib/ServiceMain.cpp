@@ -16,7 +16,7 @@ namespace {
 
 void dieUnless(bool published, const std::string& name, int status) {
     if (published) return;
-    // Init sends a service's standard error nowhere.
+    // Also to the log, because init discards a service's standard error.
     __android_log_print(ANDROID_LOG_ERROR, "vdevice", "cannot publish %s: status %d", name.c_str(),
                         status);
     exit(EXIT_FAILURE);
@@ -36,7 +36,7 @@ void publishOrDie(const std::string& name, const android::sp<android::IBinder>& 
 }
 
 void waitForService(const std::string& name) {
-    // libbinder's own wait looks only once a second.
+    // Not libbinder's wait, which looks only once a second.
     constexpr useconds_t kPollMicros = 10'000;
     const android::String16 name16(name.c_str());
     while (android::defaultServiceManager()->checkService(name16) == nullptr) usleep(kPollMicros);

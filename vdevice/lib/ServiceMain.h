@@ -7,13 +7,13 @@
 
 namespace zstats::vdevice {
 
-/** Publishes an NDK service; ends the process with a message if the service manager refuses. */
+/** Publishes an NDK service; ends the process with a message if the service manager refuses it. */
 void publishOrDie(const std::string& name, AIBinder* binder);
 
 /** The same for a service of the C++ library. */
 void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder);
 
-/** Returns once a service of this name is registered. */
+/** Waits until a service of this name is registered. */
 void waitForService(const std::string& name);
 
 /** Starts threads that serve binder calls, and returns. */

@@ -15,7 +15,7 @@ namespace {
 
 using android::base::unique_fd;
 
-// In the abstract namespace: no file is left behind by a statsd that was killed.
+// In the abstract namespace, so that a killed statsd leaves no file.
 constexpr std::string_view kName("\0stats_control", 14);
 
 unique_fd newSocket() {

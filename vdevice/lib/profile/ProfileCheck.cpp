@@ -42,7 +42,7 @@ bool startsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
 }
 
-// The checks of a line return what is wrong with it, empty if nothing is.
+// The checks of a line return an error text, empty if the line is valid.
 
 std::string checkNumber(const std::string& what, const std::string& text) {
     return parseInt(text) ? "" : quoted(text) + " is no 32-bit number for " + what;
@@ -254,7 +254,7 @@ std::string checkEntry(const fs::path& path, const ProfileNames& names) {
         if (!fs::is_directory(path)) return path.string() + ": is no folder";
         return name == profile::kNodes ? checkNodes(path) : checkRoot(path);
     }
-    // A profile may have further scenarios, "scenario.NAME".
+    // A profile may have more scenarios, "scenario.NAME".
     const std::string kind = startsWith(name, "scenario.") ? profile::kScenario : name;
     const auto* const file = std::find_if(std::begin(kFiles), std::end(kFiles),
                                           [&](const TextFile& one) { return one.name == kind; });

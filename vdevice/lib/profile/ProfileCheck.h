@@ -13,9 +13,9 @@ struct ProfileNames {
 };
 
 /**
- * Checks a profile folder, whose format vdevice/README.md describes. Returns what is wrong first,
- * by file name, as "FILE:LINE: REASON", or "FILE: REASON" where it is no single line; empty if
- * nothing is. Any thread.
+ * Checks a profile folder; vdevice/README.md describes the format. Returns the first error by file
+ * name, as "FILE:LINE: REASON", or "FILE: REASON" if it has no line; empty without an error. Any
+ * thread.
  */
 std::string checkProfile(const std::string& folder, const ProfileNames& names);
 

@@ -50,7 +50,7 @@ std::string NodeSequence::path(const std::string& key, size_t step) const {
 }
 
 std::optional<std::string> NodeSequence::next(pid_t reader, const std::string& key) {
-    // A key is a file name in the folder, so it must hold no slash.
+    // A key is a file name, so a slash would leave the folder.
     if (key.empty() || key.find('/') != std::string::npos) return std::nullopt;
     size_t step = 0;
     {

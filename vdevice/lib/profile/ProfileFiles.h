@@ -15,34 +15,34 @@ namespace zstats::vdevice {
 
 namespace profile = zstats::profile;
 
-/** Where the device finds its profile. Services read it at each call, so that tests can edit it. */
+/** The profile's folder in the device. Services read it at each call, so that tests can edit it. */
 inline constexpr char kProfileRoot[] = "/profile";
 
 /** The path of a profile's file or folder on the device. */
 std::string profilePath(const std::string& name);
 
-/** A whole file; nothing when it cannot be opened or read. */
+/** A whole file; no value when it cannot be read. */
 std::optional<std::string> readProfileFile(const std::string& path);
 
-/** Lines without their ends; blank lines and those that begin with '#' are left out. */
+/** Lines without line ends; blank lines and those that begin with '#' are ignored. */
 std::vector<std::string> profileLines(std::string_view text);
 
-/** The `key=value` lines of a text, the last of a key counting. Lines without '=' are left out. */
+/** The `key=value` lines of a text; the last of equal keys wins. Lines without '=' are ignored. */
 std::map<std::string, std::string> keyValueLines(std::string_view text);
 
 /** A whole decimal integer, sign allowed; nothing for anything else. */
 std::optional<int> parseInt(std::string_view text);
 
 /**
- * Contents of nodes that change from read to read: KEY, then KEY.1, KEY.2, ..., the last of them
- * from then on. Each reading process walks the sequence on its own. Any thread.
+ * Contents of nodes that change with each read: KEY, then KEY.1, KEY.2, ..., then always the last.
+ * Reads are counted for each calling process. Any thread.
  */
 class NodeSequence {
   public:
-    /** `folder` holds the files. */
+    /** Reads the files in `folder`. */
     explicit NodeSequence(std::string folder) : mFolder(std::move(folder)) {}
 
-    /** What `reader` (a process id) gets for its next read of `key`; nothing without such a node. */
+    /** The next content of `key` for `reader`, a process id; no value without such a node. */
     std::optional<std::string> next(pid_t reader, const std::string& key);
 
   private:

@@ -16,13 +16,13 @@ namespace {
 constexpr std::string_view kTo = " to ";
 constexpr std::string_view kUntil = " until ";
 
-/** What the first word of a line may be, and where its value goes. */
+/** A kind of line, by its first word, and the target of its value. */
 struct Kind {
     const char* name;
-    size_t keys;           // how many words follow before the value
-    const char* folder;    // the file is here, named by the keys; or
-    const char* file;      // this file holds a line for the key, or is the value as a whole
-    const char* lineMark;  // puts a word of the value on a line of its own
+    size_t keys;           // number of words before the value
+    const char* folder;    // the keys name a file in this folder; or
+    const char* file;      // this file has a line for the key, or is the value
+    const char* lineMark;  // replaces the blanks between words of the value
 };
 
 constexpr Kind kKinds[] = {
@@ -42,7 +42,7 @@ std::string_view trimmed(std::string_view text) {
     return text;
 }
 
-/** Takes the first word off `text`. */
+/** Removes and returns the first word of `text`. */
 std::string takeWord(std::string_view* text) {
     *text = trimmed(*text);
     const size_t end = std::min(text->find(' '), text->size());
@@ -68,7 +68,7 @@ bool isNumberStart(const std::string& text, size_t at) {
     return digit(at) || (text[at] == '-' && digit(at + 1) && (at == 0 || !digit(at - 1)));
 }
 
-/** The text cut before and behind each number, so that every second piece is a number. */
+/** The text split before and after each number, so that every second piece is a number. */
 std::vector<std::string> pieces(const std::string& text) {
     std::vector<std::string> out(1);
     for (size_t i = 0; i < text.size();) {
@@ -85,7 +85,7 @@ std::vector<std::string> pieces(const std::string& text) {
     return out;
 }
 
-/** True when the two differ in nothing but their numbers. */
+/** True when the two differ only in their numbers. */
 bool sameShape(const std::vector<std::string>& from, const std::vector<std::string>& to) {
     if (from.size() != to.size() || from.size() < 2) return false;
     for (size_t i = 0; i < from.size(); i += 2) {
@@ -94,12 +94,12 @@ bool sameShape(const std::vector<std::string>& from, const std::vector<std::stri
     return true;
 }
 
-/** The number between the two, `done` of `whole` steps on the way; an integer between integers. */
+/** The number after `done` of `whole` steps between the two; an integer between integers. */
 std::string between(const std::string& from, const std::string& to, int64_t done, int64_t whole) {
     int64_t first = 0;
     int64_t last = 0;
     if (android::base::ParseInt(from, &first) && android::base::ParseInt(to, &last)) {
-        // The way from the lowest number to the highest is longer than 64 bits can tell.
+        // The difference of two 64-bit numbers may need more than 64 bits.
         const __int128 way = (static_cast<__int128>(last) - first) * done / whole;
         return std::to_string(static_cast<int64_t>(first + way));
     }
@@ -119,7 +119,7 @@ std::string withLines(const std::string& text, const char* lineMark) {
 
 }  // namespace
 
-/** Fills `setting`; the reason when the line says nothing that can be set. */
+/** Fills `setting`; returns an error text if the line cannot be applied. */
 std::string Scenario::parseLine(std::string_view line, int64_t start, Setting* setting) {
     const std::string name = takeWord(&line);
     const auto* kind = std::find_if(std::begin(kKinds), std::end(kKinds),

@@ -11,15 +11,15 @@
 namespace zstats::vdevice {
 
 /**
- * What happens on a device over time: the text of a profile's file "scenario". Lines of steps:
+ * Changes of a device over time: the text of a profile's file "scenario". Lines of steps:
  *
  *     at 0 s
  *         node battery_level 80 to 71 until 110 s
  *         charger getPsyBatteryTemp 305
  *
- * A line sets what its first word and the key behind it name; with "to" and "until" the numbers of
- * the text move evenly to those of the second text, a step each second. What a later line sets for
- * the same key takes the place of the earlier. Seconds count from the scenario's beginning.
+ * A line sets the target that its first word and the following key name. With "to" and "until", the
+ * numbers of the text change linearly to those of the second text, a step each second. A later line
+ * for the same key replaces the earlier. Seconds count from the scenario's beginning.
  */
 class Scenario {
   public:
@@ -32,20 +32,20 @@ class Scenario {
         }
     };
 
-    /** The scenario, or what is wrong with the text: "line N: reason". */
+    /** The scenario, or an error text: "line N: reason". */
     static std::variant<Scenario, std::string> parse(std::string_view text);
 
-    /** What every target holds at this second; targets that no step has set yet are missing. */
+    /** The values at this second; targets that no step has set yet are missing. */
     std::map<Target, std::string> at(int64_t second) const;
 
-    /** The second after which nothing changes any more. */
+    /** The last second at which a value changes. */
     int64_t end() const;
 
   private:
     struct Setting {
         Target target;
         int64_t start = 0;
-        int64_t until = 0;  // equal to `start` for what does not move
+        int64_t until = 0;  // equal to `start` without "to"
         std::string from;
         std::string to;
     };

@@ -1,5 +1,5 @@
-// The platform's audio service as far as the virtual device has one: the power monitor's result,
-// which is the text of the profile's file "audio", or its line status=N as a transport status.
+// Stand-in for the "audio" service: the power monitor only. It answers with the text of the
+// profile's file "audio", or fails with the transport status N of its line "status=N".
 
 #include <binder/Binder.h>
 #include <binder/Parcel.h>
@@ -39,7 +39,7 @@ class Audio : public android::BBinder {
         if (status != values.end()) {
             return parseInt(status->second).value_or(android::UNKNOWN_ERROR);
         }
-        // An empty file stands for a reply without any text.
+        // An empty file is a reply without text.
         if (text.empty()) return android::OK;
         if (text.back() == '\n') text.pop_back();
         return reply->writeCString(text.c_str());

@@ -1,4 +1,5 @@
-// The virtual device's own thermal service: raw transactions, answered by the profile's "calda".
+// Stand-in for the maker's thermal service "calda". It has no interface file, so it answers raw
+// transactions, from the profile's file "calda".
 
 #include <binder/Binder.h>
 #include <binder/Parcel.h>

@@ -1,4 +1,4 @@
-// The virtual device's charger: each method that answers with a number does so with its line of the
+// Stand-in for the charger. Each method that returns a number returns that of its line in the
 // profile's file "charger".
 
 #include <aidl/ChargerMethods.h>
@@ -13,7 +13,7 @@ namespace {
 
 using Status = ndk::ScopedAStatus;
 
-/** The number in the line of `method`; an error for "fail", another text, or a missing line. */
+/** The number in the line of `method`; an error for any other text or a missing line. */
 Status lookUp(const char* method, int32_t* value) {
     const auto text = readProfileFile(profilePath(profile::kCharger));
     const auto lines = keyValueLines(text.value_or(""));

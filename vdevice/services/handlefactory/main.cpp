@@ -1,4 +1,4 @@
-// The virtual device's handle factory: a key's content is the bytes of the profile's nodes/KEY.
+// Stand-in for the handle factory: the content of KEY is the profile's file nodes/KEY.
 
 #include <aidl/vendor/norda/hardware/handlefactory/BnHandleFactory.h>
 

@@ -1,6 +1,6 @@
-// Stands for the platform's system server: answers statsd's permission checks and sets
-// sys.boot_completed. The thermal and the audio service, which run inside the system server on a
-// device, are separate programs here, so that tests can stop one of them.
+// Stand-in for the system server: answers statsd's permission checks and sets sys.boot_completed.
+// On a phone it also has the thermal and audio services, which are separate programs here, so that
+// tests can stop one of them.
 
 #include <aidl/android/os/BnStatsCompanionService.h>
 #include <cutils/properties.h>
@@ -20,7 +20,7 @@ constexpr int32_t kSystemUid = 1000;
 
 class StatsCompanion : public aidl::android::os::BnStatsCompanionService {
   public:
-    /** Root and system hold every permission; nobody else has one here. */
+    /** Root and system have every permission, other uids none. */
     ndk::ScopedAStatus checkPermission(const std::string&, int32_t, int32_t uid,
                                        bool* granted) override {
         *granted = uid == kRootUid || uid == kSystemUid;
@@ -28,7 +28,7 @@ class StatsCompanion : public aidl::android::os::BnStatsCompanionService {
     }
 };
 
-/** Whether init starts the service: the profile has its file and does not list it as absent. */
+/** True when init starts the service: the profile has its file and does not list it as absent. */
 bool isStarted(const std::string& service, const std::string& file) {
     const auto absent = profileLines(readProfileFile(profilePath(profile::kAbsent)).value_or(""));
     return readProfileFile(profilePath(file)) &&
@@ -41,7 +41,7 @@ int main() {
     const auto companion = ndk::SharedRefBase::make<StatsCompanion>();
     publishOrDie("statscompanion", companion->asBinder().get());
     startBinderThreads();
-    // On a device statsd starts long before the system server does.
+    // On a phone, statsd starts long before the system server.
     waitForService("stats");
     if (isStarted("thermalservice", profile::kThermal)) waitForService("thermalservice");
     if (isStarted("audio", profile::kAudio)) waitForService("audio");

@@ -1,5 +1,5 @@
-// The platform's thermal service as far as the virtual device has one: the CPU temperatures of the
-// profile's file "thermal", a line each.
+// Stand-in for the platform's thermal service: the CPU temperatures only, one for each line of the
+// profile's file "thermal".
 
 #include <android/os/BnThermalService.h>
 

@@ -1,4 +1,4 @@
-// The virtual device's touch service: its one node holds the text of the profile's file "touch".
+// Stand-in for the touch service. Its only node has the text of the profile's file "touch".
 
 #include <vendor/norda/hardware/touch/BnNordaTouch.h>
 

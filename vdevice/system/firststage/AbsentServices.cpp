@@ -15,7 +15,7 @@
 namespace zstats::vdevice {
 namespace {
 
-/** Services without which a phone does quite well, by the file of the profile that they play. */
+/** Optional services, and the file of the profile that each needs. */
 constexpr struct {
     const char* service;
     const char* file;
@@ -23,7 +23,7 @@ constexpr struct {
               {"handlefactory", "nodes"}, {"scenario", "playing"}, {"thermalservice", "thermal"},
               {"touch", "touch"}};
 
-/** The daemon's rc file starts it by an action, disabled or not. */
+/** The daemon's rc file has an action that starts it although it is disabled. */
 constexpr char kDaemon[] = "zstats_pullerd";
 
 bool isAbsent(const RcService& service, const std::set<std::string>& absent) {
@@ -49,7 +49,7 @@ std::string disableAbsentServices() {
         const std::string path = std::string(kProfileRc) + "/" + service.name + ".rc";
         std::string text = service.section;
         text.insert(text.find('\n') + 1, "    override\n    disabled\n");
-        // A file that others may write init does not read.
+        // Mode 0644, because init ignores rc files that others may write.
         if (!android::base::WriteStringToFile(text, path, 0644, 0, 0)) {
             return path + ": " + strerror(errno);
         }

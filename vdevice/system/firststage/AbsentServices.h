@@ -5,9 +5,9 @@
 namespace zstats::vdevice {
 
 /**
- * Keeps init from starting what the profile lists as absent or has no file for: each such service
- * gets an rc file of the profile's, with its own section and "override" and "disabled" in it, and
- * waits for `start`. Returns what went wrong, empty if nothing.
+ * Keeps init from starting services that the profile lists as absent or has no file for. Each of
+ * them gets an rc file that repeats its section with "override" and "disabled", and can be started
+ * by `start`. Returns an error text, empty on success.
  */
 std::string disableAbsentServices();
 

@@ -22,7 +22,7 @@ namespace {
 
 using android::base::unique_fd;
 
-/** Where init looks for the system's properties. */
+/** From here init loads the system's properties. */
 constexpr char kBuildProp[] = "/system/build.prop";
 constexpr char kModule[] = "/lib/modules/binder_linux.ko";
 /** Limits the process ids: a replaced /proc gets one link for each possible id. */
@@ -47,10 +47,10 @@ constexpr FileSystem kFileSystems[] = {
         {"selinuxfs", "/sys/fs/selinux", ""},
 };
 
-/** In place of a folder of the kernel's; what init makes in it inherits the label. */
+/** Options of a folder that replaces one of the kernel's. Its entries inherit the label. */
 constexpr char kReplacedFolder[] = "mode=755,rootcontext=u:object_r:replaced_folder:s0";
 
-/** Mounted after the policy is loaded, so that their files get SELinux labels. */
+/** Mounted after the policy is loaded, because files get labels only then. */
 constexpr FileSystem kLabelledFileSystems[] = {{"tmpfs", "/tmp", "mode=1777"},
                                                {"tmpfs", "/data", "mode=771"}};
 
@@ -85,13 +85,13 @@ bool apply(const OverlayStep& step) {
 void mountFileSystems() {
     umask(0);
     for (const FileSystem& fileSystem : kFileSystems) mountOne(fileSystem);
-    // The kernel tells of each refusal, or nobody could say that there was none.
+    // The kernel must log every denial, because tests rely on their absence.
     android::base::WriteStringToFile("0", "/proc/sys/kernel/printk_ratelimit");
-    // What init logs goes to the kernel's log, not one line of it dropped.
+    // Init logs to the kernel's log, which must not drop lines.
     android::base::WriteStringToFile("on\n", "/proc/sys/kernel/printk_devkmsg");
     mkdir("/dev/log", 0755);
     mkdir("/dev/socket", 0755);
-    mkdir("/dev/__properties__", 0711);  // with its label from the start
+    mkdir("/dev/__properties__", 0711);  // here, so that it is labelled before init uses it
     close(open("/dev/log/main", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
 }
 

@@ -4,25 +4,26 @@
 
 namespace zstats::vdevice {
 
-/** Where the kernel's own /proc and /sys stay visible when a profile changes them. */
+/** The kernel's /proc and /sys stay visible here when a profile changes them. */
 inline constexpr char kKernelTrees[] = "/.kernel";
 
-/** Makes the file systems, devices and the log file that everything else needs. */
+/** Mounts the file systems and creates the folders and the log file that later steps need. */
 void mountFileSystems();
 
-/** As many descriptors for a process as a phone's init allows. */
+/** Sets a phone's limit of descriptors for a process. */
 void raiseDescriptorLimit();
 
-/** Mounts what has to carry labels, once there is a policy. */
+/** Mounts the file systems whose files need labels. Call after loadPolicy(). */
 void mountLabelledFileSystems();
 
-/** Loads the binder driver and lets everyone use it. Returns what went wrong, empty if nothing. */
+/** Loads the binder driver and opens it to all users. Returns an error text, empty on success. */
 std::string loadBinder();
 
-/** Puts the profile's properties where init looks for them. Returns what went wrong, empty if nothing. */
+/** Links the profile's properties to init's file. Returns an error text, empty on success. */
 std::string showBuildProp();
 
-/** Shows the files of the profile's folder "root" at their places. */
+/** Shows the files of the profile's folder "root" at their paths. Returns an error text, empty on
+ * success. */
 std::string showProfileFiles();
 
 }  // namespace zstats::vdevice

@@ -28,7 +28,7 @@ constexpr char kInitDomain[] = "u:r:init:s0";
 constexpr char kProfileFiles[] = "/profile/root/";
 constexpr int kOpenFolders = 8;
 
-/** All that an image brings along and that file_contexts names. */
+/** The folders of the image whose files are labelled. */
 constexpr const char* kTrees[] = {"/bin",     "/data",   "/dev",    "/etc",        "/lib", "/lib64",
                                   "/profile", "/script", "/system", "/system_ext", "/tmp", "/usr"};
 
@@ -42,7 +42,7 @@ selabel_handle* fileContexts() {
     return handle;
 }
 
-/** The label of a path; nothing if file_contexts does not name it. */
+/** The label of a path; no value if file_contexts does not list it. */
 std::optional<std::string> labelOfPath(const std::string& path) {
     if (is_selinux_enabled() != 1) return std::nullopt;
     char* label = nullptr;
@@ -62,7 +62,7 @@ std::string failed(const std::string& what) {
 }  // namespace
 
 std::string loadPolicy() {
-    // The library looked for it when this process began, and nothing was mounted yet.
+    // The library looked for selinuxfs when the process started, before it was mounted.
     set_selinuxmnt(kSelinux);
     std::string policy;
     if (!android::base::ReadFileToString(kPolicy, &policy)) return failed(kPolicy);

@@ -4,16 +4,17 @@
 
 namespace zstats::vdevice {
 
-/** Loads the SELinux policy and becomes the domain init. Returns what went wrong, empty if nothing. */
+/** Loads the SELinux policy and enters the domain init. Returns an error text, empty on success. */
 std::string loadPolicy();
 
 /**
- * Gives programs, libraries, devices and the profile the labels of file_contexts. What the profile
- * shows at other paths gets the labels of those. Returns what went wrong, empty if nothing.
+ * Labels programs, libraries, devices and the profile as file_contexts says. Files of the profile's
+ * "root" get the labels of the paths at which they are shown. Returns an error text, empty on
+ * success.
  */
 std::string labelFiles();
 
-/** Labels one file as file_contexts has it for its path. A path that it does not name is left alone. */
+/** Labels one file by its path, if file_contexts lists that path. */
 void labelFile(const std::string& path);
 
 }  // namespace zstats::vdevice

@@ -50,7 +50,7 @@ class Planner {
 
     bool isLink(const std::string& path) const { return fs::is_symlink(mOverlay + path); }
 
-    /** Whether the kernel has a file or folder of the same kind there, which can be mounted over. */
+    /** True when the kernel has an entry of the same kind, which can be mounted over. */
     bool kernelHas(const std::string& path) const {
         if (isLink(path)) return false;
         std::error_code ignored;
@@ -64,7 +64,7 @@ class Planner {
         for (const std::string& name : namesIn(mOverlay + path)) writable(path + "/" + name);
     }
 
-    /** Makes what a writable folder lacks. */
+    /** Adds an entry to a writable folder. */
     void newEntry(const std::string& path) {
         if (isLink(path)) {
             add(Kind::kLink, path, fs::read_symlink(mOverlay + path).string());
@@ -74,7 +74,7 @@ class Planner {
         add(Kind::kBind, path, mOverlay + path);
     }
 
-    /** A folder that the kernel has too. `made`: its parent was replaced, so it is to be made. */
+    /** A folder that the kernel also has. `made`: its parent was replaced, so create it first. */
     void kernelFolder(const std::string& path, bool made) {
         const std::set<std::string> names = namesIn(mOverlay + path);
         const bool complete = std::all_of(names.begin(), names.end(), [&](const std::string& name) {
@@ -105,6 +105,7 @@ class Planner {
             add(Kind::kLink, path + "/" + name, mSeenKernel + path + "/" + name);
         }
         if (path != "/proc") return;
+        // Processes come and go, so every possible id gets a link.
         for (int pid = 1; pid <= mMaxPid; ++pid) {
             const std::string name = path + "/" + std::to_string(pid);
             add(Kind::kLink, name, mSeenKernel + name);

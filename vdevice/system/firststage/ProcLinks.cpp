@@ -26,7 +26,7 @@ std::string linkOf(pid_t id) {
     return "/proc/" + std::to_string(id);
 }
 
-/** Asks the kernel to tell of each fork and exit. */
+/** Subscribes to the kernel's notices of forks and exits. */
 bool listen(int fd) {
     sockaddr_nl address = {};
     address.nl_family = AF_NETLINK;
@@ -48,7 +48,7 @@ bool listen(int fd) {
            send(fd, &request, sizeof(request), 0) == sizeof(request);
 }
 
-/** Newer kernel headers declare these beside proc_event, older ones in it: found here, both ways. */
+/** Older kernel headers declare these in proc_event, newer ones outside: this finds both. */
 struct ProcEvents : proc_event {
     static constexpr auto kFork = PROC_EVENT_FORK;
     static constexpr auto kExit = PROC_EVENT_EXIT;
@@ -68,6 +68,7 @@ void handle(const proc_event& event) {
 
 [[noreturn]] void follow(int fd) {
     alignas(nlmsghdr) char buffer[4096];
+    // After lost notices (ENOBUFS) the others still count.
     while (recv(fd, buffer, sizeof(buffer), 0) >= 0 || errno == ENOBUFS || errno == EINTR) {
         proc_event event = {};
         memcpy(&event, buffer + NLMSG_HDRLEN + sizeof(cn_msg), sizeof(event));

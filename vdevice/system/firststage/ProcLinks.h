@@ -3,9 +3,9 @@
 namespace zstats::vdevice {
 
 /**
- * Keeps threads out of a /proc whose processes are links. The kernel finds /proc/ID for threads
- * too, though it does not list them; with a link for every id they would be listed. Starts a
- * process that takes a thread's link away for as long as the thread lives.
+ * Hides threads in a /proc whose processes are links. The kernel resolves /proc/ID for threads but
+ * does not list them; with a link for every id they would be listed. Starts a process that removes
+ * a thread's link while the thread lives.
  */
 void hideThreads();
 

@@ -11,27 +11,27 @@
 #include "vdevice/system/firststage/Boot.h"
 #include "vdevice/system/firststage/Labels.h"
 
-// The first process until Android's init takes its place: file systems, the binder driver, the
-// SELinux policy and all labels, the files of the profile.
+// The first process. Prepares file systems, the binder driver, the SELinux policy, labels and the
+// profile's files, then executes Android's init.
 
 namespace zstats::vdevice {
 namespace {
 
 constexpr char kInit[] = "/system/bin/init";
 
-/** For init, which makes properties of it. */
+/** Sets a variable that init turns into a property. */
 void noteTime(const char* variable) {
     const auto now = android::base::boot_clock::now().time_since_epoch().count();
     setenv(variable, std::to_string(now).c_str(), 1);
 }
 
-/** Returns what went wrong, empty if nothing. */
+/** Returns an error text, empty on success. */
 std::string prepare() {
     noteTime("FIRST_STAGE_STARTED_AT");
     mountFileSystems();
     raiseDescriptorLimit();
-    // Before the policy, as on a device: what comes later is the domain init, which loads no
-    // modules and leaves the system's files alone.
+    // The driver and the system's files come before the policy, because the domain init may neither
+    // load modules nor write those files.
     std::string error;
     for (const auto step : {loadBinder, showBuildProp, disableAbsentServices, loadPolicy}) {
         error = step();

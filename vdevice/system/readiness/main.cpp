@@ -13,10 +13,9 @@
 #include "vdevice/lib/StatsdControl.h"
 #include "vdevice/lib/profile/RcServices.h"
 
-// Sets "vdev.ready" once the device is up: every service that init started serves, and statsd holds
-// all registrations of the daemon ("registered"), or the daemon is not to run: the profile lists it
-// as "absent", it has itself "stopped", or it has "exited". A service of init's, the last to be
-// started.
+// Sets "vdev.ready" when the device is up: every service that init started is registered, and the
+// daemon's state is known. "registered": statsd has all of its registrations; "absent": the profile
+// lists it as absent; "stopped": it refused to run; "exited": it ended. Init starts this service last.
 
 namespace zstats::vdevice {
 namespace {
@@ -26,7 +25,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char kDaemon[] = "zstats_pullerd";
 constexpr auto kStep = 10ms;
-/** Of registrations that a faulty statsd loses, the others are waited for. */
+/** A faulty statsd may lose registrations: after this time without a new one, stop waiting. */
 constexpr auto kPatience = 10s;
 
 std::string stateOf(const std::string& service) {
@@ -40,7 +39,7 @@ void waitForServices() {
     }
 }
 
-/** Registrations of living processes; none where statsd does not answer. */
+/** The number of registrations of living processes; 0 when statsd does not answer. */
 size_t registrations() {
     control::Request request;
     request.set_registrations(true);
@@ -55,7 +54,7 @@ bool isServing() {
     return android::defaultServiceManager()->checkService(android::String16(kDaemon)) != nullptr;
 }
 
-/** True once the daemon serves and statsd, if it runs, holds what it registers. */
+/** Waits for the daemon's registrations, if statsd runs. */
 class Registrations {
   public:
     bool areComplete() {

@@ -33,7 +33,7 @@ constexpr char kUsage[] =
 
 using Values = std::map<Scenario::Target, std::string>;
 
-/** Ends the process with a message unless the file holds a scenario. */
+/** Ends the process with a message if the file has no valid scenario. */
 Scenario loadOrDie(const char* path) {
     const auto text = readProfileFile(path);
     if (!text) {
@@ -48,7 +48,7 @@ Scenario loadOrDie(const char* path) {
     return std::get<Scenario>(std::move(parsed));
 }
 
-/** Replaces the file atomically: a reader sees the old content or the new. */
+/** Replaces the file atomically, because services may read it at any time. */
 bool replaceFile(const std::string& path, const std::string& content) {
     const std::string fresh = path + ".new";
     if (android::base::WriteStringToFile(content, fresh) &&
@@ -59,7 +59,7 @@ bool replaceFile(const std::string& path, const std::string& content) {
     return false;
 }
 
-/** The file's `key=value` lines with the given ones among them. */
+/** The file's `key=value` lines, updated with the given ones. */
 std::string mergedLines(const std::string& path, const std::map<std::string, std::string>& set) {
     auto lines = keyValueLines(readProfileFile(path).value_or(""));
     for (const auto& [key, value] : set) lines[key] = value;
@@ -68,7 +68,7 @@ std::string mergedLines(const std::string& path, const std::map<std::string, std
     return text;
 }
 
-/** A node that a scenario sets has no contents that go by the number of reads. */
+/** Removes KEY.1, KEY.2, …, which would override the value that the scenario sets. */
 void dropSequence(const std::string& path) {
     for (int step = 1; unlink((path + "." + std::to_string(step)).c_str()) == 0; ++step) {
     }
@@ -104,7 +104,7 @@ double uptime() {
     return now.tv_sec + now.tv_nsec / 1e9;
 }
 
-/** Writes what changes at the second, and logs when. */
+/** Writes the values that change at the second, and logs the time. */
 bool writeSecond(const Scenario& scenario, int64_t second, Values* before) {
     const double begun = uptime();
     Values now = scenario.at(second);
@@ -115,7 +115,7 @@ bool writeSecond(const Scenario& scenario, int64_t second, Values* before) {
     return true;
 }
 
-/** Plays from the scenario's `second` on. Its second 0 is `begin`, in seconds since boot. */
+/** Plays from the scenario's `second`. Its second 0 is `begin`, in seconds since boot. */
 int play(const Scenario& scenario, int64_t begin, int64_t second, Values before = {}) {
     for (;; ++second) {
         sleepUntil(begin + second);

@@ -7,7 +7,7 @@
 namespace zstats::vdevice {
 namespace {
 
-/** Looks for up to 5 s, as statsd does; the call is deprecated for that. */
+/** Waits up to 5 s, as statsd does. The call is deprecated because it waits. */
 ndk::SpAIBinder findCompanion() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"

@@ -3,7 +3,7 @@
 namespace zstats::vdevice {
 
 /**
- * Asks the system server's companion service whether the caller of the current transaction holds a
+ * True when the system server's companion service grants the caller of the current transaction the
  * permission. Waits up to 5 s for that service; false without it.
  */
 bool companionGrants(const char* permission);

@@ -40,6 +40,7 @@ bool ControlServer::start() {
         STATSD_LOG(ERROR, "control: %s", strerror(errno));
         return false;
     }
+    // Detached: this object and the thread last as long as the process.
     std::thread([this, listener = std::move(listener)] { serve(listener); }).detach();
     return true;
 }

@@ -9,15 +9,15 @@
 namespace zstats::vdevice {
 
 /**
- * Answers the virtual device's tools, each connection on a thread that ends with it: tools see
- * statsd also while all of its binder threads wait.
+ * Answers the virtual device's tools on a socket, with a thread for each connection. The tools get
+ * answers while all of statsd's binder threads wait.
  */
 class ControlServer {
   public:
     ControlServer(PullerManager* pullers, PushedAtoms* pushedAtoms)
           : mPullers(pullers), mPushed(pushedAtoms) {}
 
-    /** Takes connections from now on, as long as the process lives; false if it cannot. */
+    /** Accepts connections for the life of the process; false if it cannot listen. */
     bool start();
 
   private:

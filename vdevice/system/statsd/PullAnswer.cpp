@@ -12,7 +12,7 @@ ndk::ScopedAStatus PullAnswer::pullFinished(
         STATSD_LOG(WARN, "late answer to a pull of %d dropped", atomTag);
         return ndk::ScopedAStatus::ok();
     }
-    if (mAnswer) return ndk::ScopedAStatus::ok();
+    if (mAnswer) return ndk::ScopedAStatus::ok();  // only the first answer counts
     mAnswer.emplace();
     mAnswer->success = success;
     for (const auto& parcel : output) {

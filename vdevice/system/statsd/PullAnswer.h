@@ -13,7 +13,7 @@
 
 namespace zstats::vdevice {
 
-/** Encoded events, byte for byte, in the order in which they were sent. */
+/** Encoded events as received, in their order. */
 using EncodedEvents = std::vector<std::string>;
 
 /** The arguments of pullFinished. */
@@ -22,14 +22,14 @@ struct Answer {
     EncodedEvents events;
 };
 
-/** Takes the answer to one pull. An answer after the wait has ended is dropped. Any thread. */
+/** Receives the answer to one pull. Drops an answer that comes after the wait. Any thread. */
 class PullAnswer : public aidl::android::os::BnPullAtomResultReceiver {
   public:
     ndk::ScopedAStatus pullFinished(
             int32_t atomTag, bool success,
             const std::vector<aidl::android::util::StatsEventParcel>& output) override;
 
-    /** The answer, or nothing when none came in time. To be called once. */
+    /** The answer; no value when none came in time. To be called once. */
     std::optional<Answer> wait(std::chrono::nanoseconds timeout);
 
   private:

@@ -48,6 +48,7 @@ PullResult Puller::pullNow(int64_t eventTimeNs) {
 }
 
 PullResult Puller::askAndKeep(int64_t now, int64_t eventTimeNs) {
+    // The time before the call: the cool-down counts from the start of a pull.
     mLastPullNs = now;
     mLastEventNs = eventTimeNs;
     mLast = ask();

@@ -23,32 +23,31 @@ struct PullTerms {
 /** The result of a pull. */
 struct PullResult {
     bool success = false;
-    std::string failure;  // why not; empty on success
+    std::string failure;  // the reason; empty on success
     bool fromCache = false;
-    bool dead = false;  // the call found that the puller's process is gone
+    bool dead = false;  // the puller's process has died
     EncodedEvents events;
-    EncodedEvents rejected;  // dropped as they arrived: left unbuilt, or broken
+    EncodedEvents rejected;  // dropped on arrival: unbuilt or malformed
 };
 
-/** A process that answers the pulls of one atom. Any thread; pulls run one after the other. */
+/** A process that answers the pulls of one atom. Any thread; pulls are serialised. */
 class Puller {
   public:
     using Callback = std::shared_ptr<aidl::android::os::IPullAtomCallback>;
 
-    /** Raises the cool-down to 1 s and lowers the time-out to 10 s where `terms` go beyond. */
+    /** Limits `terms`: a cool-down of at least 1 s, a time-out of at most 10 s. */
     Puller(int32_t tag, PullTerms terms, Callback callback);
 
     /**
-     * Asks the process and waits for its answer, at most its time-out. Within the cool-down of the
-     * last pull, or for the same `eventTimeNs` again, the result is that of the last pull, be it a
-     * failure.
+     * Asks the process and waits for its answer until the time-out. Within the cool-down of the last
+     * pull, or for the same `eventTimeNs`, returns the result of the last pull, also a failure.
      */
     PullResult pull(int64_t eventTimeNs);
-    /** The same, but never the result of an earlier pull. */
+    /** Like pull, but always asks the process. */
     PullResult pullNow(int64_t eventTimeNs);
 
     const PullTerms& terms() const { return mTerms; }
-    /** False once the driver has told of the process's death. */
+    /** False after the driver has reported the process's death. */
     bool alive() const;
 
   private:

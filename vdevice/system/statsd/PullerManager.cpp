@@ -70,6 +70,7 @@ PullResult PullerManager::pullLocked(const Key& key, int64_t eventTimeNs) {
 }
 
 PullResult PullerManager::pullReleased(const Key& key, int64_t eventTimeNs, Ask ask) {
+    // A copy: the registration may be replaced while the lock is released.
     const std::shared_ptr<Puller> puller = mPullers.at(key).puller;
     mLock.unlock();
     PullResult result = ask(*puller, eventTimeNs);
@@ -81,7 +82,7 @@ PullResult PullerManager::noted(const Key& key, const std::shared_ptr<Puller>& p
                                 PullResult result) {
     if (!result.dead) return result;
     const auto found = mPullers.find(key);
-    // With parallel pulls the process may have restarted and registered again meanwhile.
+    // With parallel pulls, the process may have restarted and registered again.
     if (found != mPullers.end() && found->second.puller == puller) mPullers.erase(found);
     STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", key.second, key.first);
     return result;

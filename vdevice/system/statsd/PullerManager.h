@@ -13,7 +13,7 @@
 
 namespace zstats::vdevice {
 
-/** A registration as tools see it. */
+/** A registration, for tools. */
 struct RegisteredPuller {
     int32_t uid = 0;
     int32_t tag = 0;
@@ -25,8 +25,8 @@ struct RegisteredPuller {
  * The registered pullers by uid and atom tag; a later registration replaces an earlier one.
  * Any thread.
  *
- * As on a device, one lock is held for the length of each pull: pulls run one after the other,
- * whichever atoms they are for, and registrations wait for them.
+ * As on a phone, one lock is held during each pull: pulls of all atoms are serialised, and
+ * registrations wait for them.
  */
 class PullerManager {
   public:
@@ -36,17 +36,17 @@ class PullerManager {
     void remove(int32_t uid, int32_t tag);
 
     /**
-     * Asks the first of these uids that has a puller for the tag. A puller whose process turns out
-     * to be dead is removed. `eventTimeNs`: see Puller::pull.
+     * Asks the first of these uids that has a puller for the tag. Removes a puller whose process
+     * has died. `eventTimeNs`: see Puller::pull.
      */
     PullResult pull(const std::vector<int32_t>& uids, int32_t tag, int64_t eventTimeNs);
-    /** Asks whoever registered the tag first, now. */
+    /** Asks the puller that registered the tag first. */
     PullResult pullFromAnyone(int32_t tag);
 
-    /** The same beside other pulls, and never the result of an earlier pull. */
+    /** Like pullFromAnyone, but concurrent with other pulls and without the cool-down. */
     PullResult pullNow(int32_t tag);
 
-    /** Whether the lock is released while a puller is asked, so that pulls of several atoms overlap. */
+    /** If true, the lock is released during each pull, so that pulls of several atoms overlap. */
     void setParallel(bool parallel) { mParallel = parallel; }
 
     /** In the order of arrival. */

@@ -68,7 +68,7 @@ void PushedAtoms::take(int32_t uid, const char* packet, size_t size) {
     }
     memcpy(&tag, packet + kHeaderSize, sizeof(tag));
     PushedEvent event{uid, std::string(packet + kHeaderSize + sizeof(tag), packet + size)};
-    // A sender that lost events reports their number the same way, but not as an event.
+    // A sender also reports how many events it lost, in a packet that is not an event.
     if (tag != kEventTag || event.bytes[0] != kObject) {
         STATSD_LOG(WARN, "pushed packet from uid %d holds no event", uid);
         return;
@@ -79,6 +79,7 @@ void PushedAtoms::take(int32_t uid, const char* packet, size_t size) {
 void PushedAtoms::enqueue(PushedEvent event) {
     {
         const ScopedLock lock(mLock);
+        // One log line for each run of dropped events.
         const bool wasFull = std::exchange(mFull, mQueue.size() >= kMaxQueued);
         if (mFull) {
             if (!wasFull) STATSD_LOG(WARN, "pushed events are dropped: the queue is full");
@@ -93,7 +94,7 @@ void PushedAtoms::handOn() {
     while (true) mListener(next());
 }
 
-/** Waits for an event; from then on it is one of the recent. */
+/** Waits for an event and records it as a recent one. */
 PushedEvent PushedAtoms::next() {
     ScopedLock lock(mLock);
     while (mQueue.empty()) mArrived.wait(lock);

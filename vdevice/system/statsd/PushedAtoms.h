@@ -12,25 +12,25 @@ namespace zstats::vdevice {
 
 /** An event that a process pushed. */
 struct PushedEvent {
-    int32_t uid = 0;  // by the socket's credentials
+    int32_t uid = 0;  // from the socket's credentials
     std::string bytes;
 };
 
 /**
- * Pushed atoms as they come in through the datagram socket. One thread moves them into a queue, and
- * another hands them on: writers are served while a listener stalls. `recent` from any thread.
+ * Pushed atoms that arrive through the datagram socket. One thread moves them into a queue, another
+ * calls the listener, so that writers are served while the listener blocks. `recent` from any thread.
  */
 class PushedAtoms {
   public:
     using Listener = std::function<void(const PushedEvent&)>;
 
-    /** Listener runs on the thread that hands on, once for each event. */
+    /** Calls the listener once for each event, on a thread of its own. */
     explicit PushedAtoms(Listener listener) : mListener(std::move(listener)) {}
 
-    /** Starts to read from the socket, on threads that stay for the life of the process. */
+    /** Starts both threads, which last as long as the process. */
     void start(int socket);
 
-    /** The last events that were handed on, oldest first. */
+    /** The last events that the listener got, oldest first. */
     std::vector<PushedEvent> recent() const;
 
   private:

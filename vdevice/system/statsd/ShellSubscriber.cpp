@@ -18,7 +18,7 @@ namespace {
 constexpr uint64_t kMaxConfig = uint64_t{50} * 1024;
 constexpr size_t kMaxSubscriptions = 20;
 
-/** The frame's content; nothing, and a line in the log, if it is too long or cut short. */
+/** The frame's content; no value, with a log line, if it is too long or incomplete. */
 std::optional<std::string> readConfig(int in) {
     uint64_t size = 0;
     if (!android::base::ReadFully(in, &size, sizeof(size))) {
@@ -68,7 +68,7 @@ void ShellSubscriber::start(int in, int out, std::chrono::seconds lifetime) {
 }
 
 void ShellSubscriber::launch(SubscriptionRequest request, int out, std::chrono::seconds lifetime) {
-    // The caller closes its own; this one lives as long as the subscription.
+    // The caller closes its descriptor; the duplicate lives as long as the subscription.
     android::base::unique_fd duplicate(fcntl(out, F_DUPFD_CLOEXEC, 0));
     if (!duplicate.ok()) {
         STATSD_LOG(ERROR, "subscription: dup: %s", strerror(errno));
@@ -80,7 +80,7 @@ void ShellSubscriber::launch(SubscriptionRequest request, int out, std::chrono::
     mNewSubscription = true;
     mChanged.notify_one();
     if (mServing) return;
-    // A thread that has cleared mServing ends without taking the lock again.
+    // Joining under the lock is safe: a thread that has cleared mServing does not take it again.
     if (mThread.joinable()) mThread.join();
     mServing = true;
     mThread = std::thread(&ShellSubscriber::serve, this);

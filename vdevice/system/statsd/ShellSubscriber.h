@@ -15,10 +15,9 @@ namespace zstats::vdevice {
 /**
  * All running subscriptions, 20 at most. Any thread.
  *
- * As on a device, one lock is held while a configuration is read, atoms are pulled and frames are
- * written for any of the subscriptions. A reader that stops reading therefore blocks all of them,
- * the start of new ones and the delivery of pushed atoms, until it reads on or closes its end. With
- * O_NONBLOCK on its descriptor it ends its own subscription and blocks nothing.
+ * As on a phone, one lock is held while a configuration is read, atoms are pulled and frames are
+ * written. A reader that stops reading therefore blocks all subscriptions, the start of new ones
+ * and the delivery of pushed atoms. docs/acquisition.md ("Slow readers") has the consequences.
  */
 class ShellSubscriber {
   public:
@@ -27,16 +26,16 @@ class ShellSubscriber {
     ~ShellSubscriber();
 
     /**
-     * Reads one length-prefixed configuration from `in` and streams to a duplicate of `out` from
-     * now on. Blocks until the configuration is complete. A malformed one, or a subscription too
-     * many, is refused with a log line only.
+     * Reads one length-prefixed configuration from `in`, then streams to a duplicate of `out`.
+     * Blocks until the configuration is complete. A malformed configuration, or a subscription
+     * above the limit, is refused with a log line only.
      */
     void start(int in, int out, std::chrono::seconds lifetime);
 
-    /** Hands an event to every subscription that asked for its atom. */
+    /** Writes an event to every subscription to its atom. */
     void push(const PushedEvent& event);
 
-    /** How many there are. Never waits. */
+    /** The number of subscriptions. Never blocks. */
     size_t running() const { return mRunning; }
 
   private:

@@ -10,8 +10,8 @@
 namespace zstats::vdevice {
 
 /**
- * statsd's interface with every call refused as unsupported; derived classes implement those that
- * the virtual device uses. Configurations, reports, queries and alarms are not among them.
+ * statsd's interface with every call refused as unsupported. Derived classes implement what the
+ * virtual device uses, which excludes configurations, reports, queries and alarms.
  */
 class StatsdBase : public aidl::android::os::BnStatsd {
   protected:

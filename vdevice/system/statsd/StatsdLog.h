@@ -2,6 +2,6 @@
 
 #include <android/log.h>
 
-/** A line of the virtual device's log under statsd's tag. */
+/** Writes a log line with statsd's tag. */
 #define STATSD_LOG(priority, ...) \
     static_cast<void>(__android_log_print(ANDROID_LOG_##priority, "statsd", __VA_ARGS__))

@@ -20,7 +20,7 @@ using android::base::StringPrintf;
 constexpr uid_t kRootUid = 0;
 constexpr uid_t kSystemUid = 1000;
 constexpr int32_t kNoUid = -1;
-// The position of a field in its number.
+// Position of a field in its encoded number.
 constexpr int kFieldShift = 16;
 constexpr char kRegisterPermission[] = "android.permission.REGISTER_STATS_PULL_ATOM";
 
@@ -30,7 +30,7 @@ ndk::ScopedAStatus securityUnlessSystem() {
     return ndk::ScopedAStatus(AStatus_fromExceptionCode(EX_SECURITY));
 }
 
-/** The uids of a name of the platform's sources; of a package's name none: here are no packages. */
+/** The uids of an AID name. A package name has none, because the device has no packages. */
 std::vector<int32_t> uidsOf(const std::string& name) {
     const auto uid = userIdOfAid(name);
     if (!uid) return {};
@@ -41,7 +41,7 @@ int64_t wallNanos() {
     return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-/** A field's value and, in brackets, the letter of its type; truth is a number. */
+/** A field's value and the letter of its type in brackets; a bool is a number. */
 std::string valueWithType(const cli::AtomValue& value) {
     struct Writer {
         std::string operator()(int32_t number) const { return std::to_string(number) + "[I]"; }
@@ -132,7 +132,7 @@ binder_status_t StatsdService::pullSource(int out, const std::vector<std::string
     const int tag = atoi(args[1].c_str());
     const auto uids = args.size() > 2 ? uidsOf(args[2]) : std::vector<int32_t>{kSystemUid};
     const PullResult result = mPullers->pull(uids, tag, elapsedNanos());
-    // Without a word: the log has the reason.
+    // No output, as on a phone; the log has the reason.
     if (!result.success) return STATUS_UNKNOWN_ERROR;
     for (const std::string& event : result.events) {
         const auto atom = streamedAtom(kNoUid, event);

@@ -14,7 +14,7 @@ namespace zstats::vdevice {
 /** The service "stats": registrations of pullers, and the shell commands. Any thread. */
 class StatsdService : public StatsdBase {
   public:
-    /** Whether the caller of the current transaction holds this permission. */
+    /** True when the caller of the current transaction has this permission. */
     using PermissionCheck = std::function<bool(const char* permission)>;
 
     StatsdService(PullerManager* pullers, ShellSubscriber* subscriber, PermissionCheck check)
@@ -30,7 +30,7 @@ class StatsdService : public StatsdBase {
     Status unregisterPullAtomCallback(int32_t uid, int32_t tag) override;
     Status unregisterNativePullAtomCallback(int32_t tag) override;
 
-    /** Called for uid 0 and 2000 only; the binder library refuses everyone else. */
+    /** Called for uids 0 and 2000 only; the binder library refuses others. */
     binder_status_t handleShellCommand(int in, int out, int err, const char** argv,
                                        uint32_t argc) override;
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int64_t kHeartbeatMs = 1000;
 constexpr int32_t kSystemUid = 1000;
-// Pulled events come without their sender's uid.
+// Pulled events do not carry their sender's uid.
 constexpr int32_t kNoUid = -1;
 
 SubscriptionRequest::Pull pullOf(const android::os::statsd::PulledAtomSubscription& entry) {
@@ -26,7 +26,7 @@ SubscriptionRequest::Pull pullOf(const android::os::statsd::PulledAtomSubscripti
     for (const std::string& package : entry.packages()) {
         if (const auto uid = userIdOfAid(package)) pull.uids.push_back(static_cast<int32_t>(*uid));
     }
-    pull.uids.push_back(kSystemUid);
+    pull.uids.push_back(kSystemUid);  // as statsd does, whatever packages were named
     return pull;
 }
 
@@ -74,8 +74,8 @@ int64_t Subscription::work(int64_t nowNs) {
     }
     const int64_t untilPull = pullDue(nowNs);
     if (nowMs - mLastWriteMs >= kHeartbeatMs) write({});
-    // Relative to the start of this round: the caller sleeps this long after the round's end, so
-    // that slow pulls and writes delay the next round.
+    // Relative to the start of this round, but the caller sleeps after its end: as in statsd, slow
+    // pulls and writes delay the next round.
     return std::min(untilPull, mLastWriteMs + kHeartbeatMs - nowMs);
 }
 
@@ -101,7 +101,7 @@ int64_t Subscription::pullDue(int64_t nowNs) {
 
 void Subscription::write(const std::vector<cli::StreamedAtom>& atoms) {
     const std::string frame = cli::shellFrame(atoms, mCollectUids);
-    // The length, then the message: without room, and with O_NONBLOCK, the stream may end between.
+    // Two writes, as in statsd: with O_NONBLOCK, a stream may end between length and message.
     if (android::base::WriteFully(mOut, frame.data(), cli::kShellLengthBytes) &&
         android::base::WriteFully(mOut, frame.data() + cli::kShellLengthBytes,
                                   frame.size() - cli::kShellLengthBytes)) {

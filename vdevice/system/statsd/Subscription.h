@@ -19,44 +19,43 @@ struct SubscriptionRequest {
     struct Pull {
         int32_t tag;
         int64_t intervalMs;
-        std::vector<int32_t> uids;  // whom to ask, in this order
+        std::vector<int32_t> uids;  // asked in this order
     };
     std::set<int32_t> pushed;
     std::vector<Pull> pulls;
     bool collectUids = false;
 };
 
-/** Reads a serialised configuration; nothing if it is malformed. */
+/** Reads a serialised configuration; no value if it is malformed. */
 std::optional<SubscriptionRequest> parseSubscription(std::string_view bytes);
 
-/** Decodes an event; nothing for bytes that statsd rejects. */
+/** Decodes an event; no value for bytes that statsd rejects. */
 std::optional<cli::StreamedAtom> streamedAtom(int32_t uid, std::string_view event);
 
 /**
- * A running subscription. Not thread-safe: ShellSubscriber's lock guards every call. Each write
- * blocks until the reader has made room; with O_NONBLOCK on the descriptor it ends the subscription
- * instead.
+ * A running subscription. Not thread-safe: ShellSubscriber's lock guards every call. A write blocks
+ * until the reader has made room, or ends the subscription if the descriptor has O_NONBLOCK.
  */
 class Subscription {
   public:
     /** Gives the time since boot in ns. */
     using TimeSource = int64_t (*)();
 
-    /** `lifetime` zero: no limit. Times are counted from the last whole second before the start. */
+    /** `lifetime` zero: no limit. Times count from the last whole second before the start. */
     Subscription(SubscriptionRequest request, android::base::unique_fd out,
                  std::chrono::seconds lifetime, PullerManager* pullers, TimeSource now);
 
-    /** Writes a pushed atom if it was asked for. */
+    /** Writes a pushed atom if the subscription includes it. */
     void push(const cli::StreamedAtom& atom);
 
     /**
-     * Pulls what is due at `nowNs`, writes a heartbeat if nothing was written for a second, and
-     * ends the subscription when its life time is over. Returns the ms to sleep before the next
+     * Pulls the atoms that are due at `nowNs`, writes a heartbeat if nothing was written for a
+     * second, and ends the subscription after its lifetime. Returns the ms to sleep before the next
      * call.
      */
     int64_t work(int64_t nowNs);
 
-    /** False after a failed write and after the life time. */
+    /** False after a failed write and after the lifetime. */
     bool alive() const { return mAlive; }
 
   private:

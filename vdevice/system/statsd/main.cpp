@@ -1,4 +1,4 @@
-// The virtual device's statsd: it keeps pullers, pulls them, and streams to shell subscriptions.
+// Stand-in for statsd: keeps pullers, pulls them, and streams to shell subscriptions.
 
 #include <android/binder_process.h>
 #include <unistd.h>
@@ -17,10 +17,10 @@ using namespace zstats::vdevice;
 
 namespace {
 
-// As on a device: the driver asks for up to nine, beside the one that the process starts.
+// As on a phone: the driver requests up to nine threads, in addition to the first of the pool.
 constexpr uint32_t kMaxBinderThreads = 9;
 
-/** The socket that init made for this service; -1 if it made none. */
+/** The socket that init created for this service; -1 without one. */
 int pushSocket() {
     const char* text = getenv("ANDROID_SOCKET_statsdw");
     return text == nullptr ? -1 : parseInt(text).value_or(-1);
@@ -29,7 +29,7 @@ int pushSocket() {
 }  // namespace
 
 int main() {
-    // A reader who has gone shows as a failing write.
+    // A closed reader makes a write fail instead.
     signal(SIGPIPE, SIG_IGN);
     ABinderProcess_setThreadPoolMaxThreadCount(kMaxBinderThreads);
     ABinderProcess_startThreadPool();
@@ -44,12 +44,12 @@ int main() {
         STATSD_LOG(ERROR, "no socket statsdw: pushed atoms will not arrive");
     }
 
-    // Before the service can be found: the tools wait for that.
+    // Before the service is published, because the tools wait for the service.
     static ControlServer control(&pullers, &pushed);
     if (!control.start()) return EXIT_FAILURE;
     const auto service =
             ndk::SharedRefBase::make<StatsdService>(&pullers, &subscriber, companionGrants);
     publishOrDie("stats", service->asBinder().get());
-    // As on a device, the main thread serves no binder calls.
+    // As on a phone, the main thread serves no binder calls.
     while (true) pause();
 }
