@@ -1,6 +1,6 @@
 #pragma once
 
-/** The names of a profile's files and folders: what zstats_record writes, and a device is made from. */
+/** Names of a profile's files and folders, as zstats_record writes and the virtual device reads them. */
 namespace zstats::profile {
 
 inline constexpr char kAbsent[] = "absent";

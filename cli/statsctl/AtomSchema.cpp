@@ -25,7 +25,7 @@ std::string constant(const std::string& text) {
     return "{\"const\":" + jsonString(text) + "}";
 }
 
-/** A list whose items are as given, in this order, and no others. */
+/** A list of exactly these items, in this order. */
 std::string listSchema(const std::string& items, size_t count) {
     const std::string number = std::to_string(count);
     return R"({"type":"array","prefixItems":[)" + items + R"(],"items":false,"minItems":)" +
@@ -62,7 +62,7 @@ std::string eventSchema(const AtomInfo& info) {
                         R"("atom","name","fields","names","types")");
 }
 
-/** A pull of an atom that brought no event. */
+/** A pull without an event. */
 std::string noEventSchema(const char* member, const char* schema) {
     return objectSchema("\"atom\":{\"type\":\"integer\"},\"name\":" + std::string(kText) + ",\"" +
                                 member + "\":" + schema,

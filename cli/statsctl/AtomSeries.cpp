@@ -5,8 +5,8 @@
 namespace zstats::cli {
 namespace {
 
-// Every atom of a subscription is pulled in turn: when another one has come twice since a key was
-// seen, the key's own atom was pulled in between.
+// The atoms of a subscription are pulled in turn. When another atom has come twice since a key was
+// seen, the key's atom was pulled in between.
 constexpr int kGoneAfterMessages = 2;
 constexpr int64_t kGoneAfterNs = 10'000'000'000;
 constexpr double kNsInSecond = 1e9;
@@ -24,7 +24,7 @@ double real(const Number& number) {
     return std::visit([](auto value) { return static_cast<double>(value); }, number);
 }
 
-/** The events of such an atom are told apart by their first field. */
+/** The first field of such an atom's events is their key. */
 bool hasKey(const AtomInfo& info) {
     return !info.oneEventPer.empty();
 }
@@ -32,13 +32,13 @@ bool hasKey(const AtomInfo& info) {
 std::string keyOf(const AtomInfo& info, const StreamedAtom& atom) {
     if (!hasKey(info) || atom.fields.empty()) return "";
     const std::string value = valueText(atom.fields.front());
-    // A name says by itself what it is; a number does with its unit, or else with the field's name.
+    // A number needs its unit or the field's name to be understood; a name does not.
     if (std::holds_alternative<std::string>(atom.fields.front())) return value;
     const FieldInfo& field = info.fields.front();
     return field.unit.empty() ? field.name + " " + value : value + " " + field.unit;
 }
 
-/** The key of an atom that has one, if it is a number. */
+/** The key, if the atom has one and it is a number. */
 std::optional<int32_t> keyNumberOf(const StreamedAtom& atom) {
     const auto* number = std::get_if<int32_t>(&atom.fields.front());
     return number != nullptr ? std::optional(*number) : std::nullopt;

@@ -18,7 +18,7 @@ namespace {
 constexpr char kDaemon[] = "/system_ext/bin/zstats_pullerd";
 constexpr char kBootId[] = "/proc/sys/kernel/random/boot_id";
 
-/** Copies a structure out of the file; false if the file ends before. */
+/** Copies a structure from the file; false if the file is too short. */
 template <typename Structure>
 bool copyAt(std::string_view file, size_t offset, Structure* out) {
     if (offset > file.size() || file.size() - offset < sizeof(Structure)) return false;
@@ -77,7 +77,7 @@ RecordingHeader deviceHeader(const char* source) {
     header.source = source;
     header.device = GetProperty("ro.product.device", "");
     header.fingerprint = GetProperty("ro.build.fingerprint", "");
-    if (getuid() == 0) header.daemon = buildIdOf(kDaemon);  // SELinux refuses all others
+    if (getuid() == 0) header.daemon = buildIdOf(kDaemon);  // SELinux denies it to other users
     std::string bootId;
     if (android::base::ReadFileToString(kBootId, &bootId)) {
         header.bootId = android::base::Trim(bootId);

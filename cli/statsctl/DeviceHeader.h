@@ -6,7 +6,7 @@
 
 namespace zstats::cli {
 
-/** What this device says of itself, and its clocks now, for a recording made by `source`. */
+/** The header of a recording by `source` on this device, with its clocks. */
 RecordingHeader deviceHeader(const char* source);
 
 /** The build id in the notes of an ELF file, in hexadecimal digits; empty if it has none. */

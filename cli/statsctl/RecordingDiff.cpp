@@ -86,7 +86,7 @@ std::string unitOf(int32_t atom, const std::string& field) {
     return "";
 }
 
-/** What moved between two series of a field, or nothing. */
+/** A line for the change between two series of a field; no value without one. */
 std::optional<std::string> moved(const FieldKey& key, const Series& before, const Series& after,
                                  double minPercent) {
     const auto& [atom, eventKey, field] = key;
@@ -109,7 +109,7 @@ std::string lineHead(const char* what, const EventKey& key, const std::string& n
            (key.second.empty() ? "" : "  " + key.second);
 }
 
-/** Lines for atoms and keys that `one` has and `other` has not. */
+/** Lines for atoms and keys that only `one` has. */
 void addMissing(const char* what, const Summary& one, const Summary& other,
                 std::vector<std::string>* lines) {
     for (const auto& [atom, name] : one.names) {
@@ -128,7 +128,7 @@ std::string fieldHead(const char* what, const FieldKey& key, const Summary& summ
     return lineHead(what, {atom, eventKey}, summary.names.at(atom)) + "  " + field;
 }
 
-/** Lines for fields that `one` has and `other`, which has the atom and the key, has not. */
+/** Lines for fields that only `one` has, although `other` has the atom and the key. */
 void addMissingFields(const char* what, const Summary& one, const Summary& other,
                       std::vector<std::string>* lines) {
     for (const auto& [key, series] : one.fields) {

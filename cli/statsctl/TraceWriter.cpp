@@ -14,7 +14,7 @@ using perfetto::TrackDescriptor;
 using perfetto::TrackEvent;
 
 constexpr int64_t kNsInSecond = 1'000'000'000;
-// All packets are of one writer; the number is any but 0.
+// All packets have one writer. The number is arbitrary, but not 0.
 constexpr uint32_t kSequence = 1;
 constexpr uint32_t kSequenceBegins = 1;
 constexpr char kRootName[] = "zstats_pullerd";
@@ -44,8 +44,8 @@ TracePacket newPacket(int64_t timestampNs) {
 }
 
 /**
- * A hash of the track's path, the same in every recording: FNV-1a of 64 bits, folded to 40, because
- * the uuid stands in each event.
+ * A hash of the track's path, which is the same in every recording: 64-bit FNV-1a, folded to 40
+ * bits to save space, because each event has the uuid.
  */
 constexpr uint64_t uuidOf(std::string_view path) {
     constexpr int kBits = 40;
@@ -102,7 +102,7 @@ TracePacket instantPacket(int64_t timestampNs, uint64_t track, const std::string
     return packet;
 }
 
-/** An event on the root track that says which device the recording is of. */
+/** An event on the root track that identifies the device. */
 TracePacket recordingPacket(int64_t timestampNs, const RecordingHeader& header) {
     TracePacket packet = instantPacket(timestampNs, kRootUuid, "recording");
     const std::pair<const char*, const std::string&> texts[] = {{"device", header.device},
@@ -164,7 +164,7 @@ void TraceWriter::advance(int64_t boottimeNs) {
     flush();
 }
 
-/** Adds the packet as an element of the trace, whole in itself. */
+/** Appends the packet as an element of the trace. The elements need no frame around them. */
 void TraceWriter::append(const TracePacket& packet) {
     Trace trace;
     *trace.add_packet() = packet;
@@ -245,14 +245,14 @@ void TraceWriter::writeInstant(uint64_t track, const StreamedAtom& atom) {
     append(packet);
 }
 
-/** Writes the atom's fields the first time that the atom comes with this key. */
+/** Writes the atom's fields when the atom comes with this key for the first time. */
 void TraceWriter::writeIfFirst(const StreamedAtom& atom) {
     const bool hasKey = !atomInfo(atom.id).oneEventPer.empty() && !atom.fields.empty();
     const std::string key = hasKey ? valueText(atom.fields.front()) : "";
     if (mSeen.emplace(atom.id, key).second) writeInstant(kRootUuid, atom);
 }
 
-/** Writes the battery's current and voltage, those that are known, if the atom changes one. */
+/** Writes the battery's known current and voltage, if the atom changes one of them. */
 void TraceWriter::writeBattery(const StreamedAtom& atom) {
     if (atom.id != kBatteryVoltageNow && atom.id != kBatteryCurrentNow) return;
     const auto* value = atom.fields.empty() ? nullptr : std::get_if<int32_t>(&atom.fields.front());
@@ -263,7 +263,7 @@ void TraceWriter::writeBattery(const StreamedAtom& atom) {
     TracePacket packet = newPacket(atom.timestampNs);
     auto* battery = packet.mutable_battery();
     for (const auto& [id, number] : mBattery) {
-        // The atom's current is above 0 while the battery is discharged, the packet's below.
+        // While the battery is discharged, the atom's current is positive and the packet's negative.
         if (id == kBatteryCurrentNow) battery->set_current_ua(-kMicroInMilli * number);
         if (id == kBatteryVoltageNow) battery->set_voltage_uv(kMicroInMilli * number);
     }

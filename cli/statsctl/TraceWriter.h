@@ -28,10 +28,10 @@ struct ClockReadings {
     int64_t boottimeNs = 0;
 };
 
-/** The clocks as they stand now. */
+/** Reads the clocks. */
 ClockReadings readClocks();
 
-/** The device of a trace. Texts that are unknown are empty. */
+/** The device of a trace. Unknown texts are empty. */
 struct TraceDevice {
     RecordingHeader header;
     utsname kernel = {};
@@ -42,23 +42,23 @@ struct TraceDevice {
 /**
  * Writes streamed atoms as a Perfetto trace: a counter track for each series whose value changes,
  * grouped by atom, and an instant event with its fields as arguments for each pushed atom and for
- * the first event of each pulled atom and key. Times are the events' own, on CLOCK_BOOTTIME. A
- * track begins with the series' first value; each further value differs from the one before. A
- * track's uuid and descriptor follow from atom, field and key alone, so that traces of several
+ * the first event of each pulled atom and key. Times are those of the events, on CLOCK_BOOTTIME. A
+ * track begins with the series' first value; each further value differs from the previous one. A
+ * track's uuid and descriptor depend only on atom, field and key, so that traces of several
  * recordings can be joined. Not thread-safe.
  */
 class TraceWriter {
   public:
-    /** Takes whole packets, one or several a call, in the order of the file. */
+    /** Receives whole packets, in the order of the file. */
     using Sink = std::function<void(std::string_view packets)>;
 
-    /** Writes what stands at the beginning of a trace: clocks, device and the root of all tracks. */
+    /** Writes the beginning of a trace: clocks, device and the root of all tracks. */
     TraceWriter(Sink sink, const ClockReadings& clocks, const TraceDevice& device);
 
     /** Writes the atoms of one message of the stream. */
     void add(const std::vector<StreamedAtom>& atoms);
 
-    /** To be called now and then with CLOCK_BOOTTIME: lets values of keys that are gone fall to 0. */
+    /** Sets values of absent keys to 0. Call regularly, with CLOCK_BOOTTIME. */
     void advance(int64_t boottimeNs);
 
   private:
@@ -78,7 +78,7 @@ class TraceWriter {
     uint64_t describeCounter(const Series& series);
 
     Sink mSink;
-    std::string mPending;  // packets of the call that is under way
+    std::string mPending;  // packets of the current call
     AtomSeries mSeries;
     std::set<uint64_t> mGroups;                       // tracks of atoms that are in the trace
     std::map<size_t, Track> mTracks;                  // by series; those that have a value

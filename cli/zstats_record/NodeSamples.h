@@ -7,8 +7,8 @@
 namespace zstats::cli {
 
 /**
- * The files that reproduce one key's contents in the order in which they were read: KEY, KEY.1,
- * KEY.2, ... Repetitions at the end are left out, since the last file is served from then on.
+ * The files that reproduce one key's contents in the order of the reads: KEY, KEY.1, KEY.2, ...
+ * Repetitions at the end are left out, because the last file is served for all later reads.
  */
 std::vector<std::pair<std::string, std::string>> nodeFiles(const std::string& key,
                                                            std::vector<std::string> contents);

@@ -4,16 +4,16 @@
 
 namespace zstats::cli {
 
-/** The folder that a recording goes to. Each failure ends the process with a message. */
+/** The folder of a recording. Each failure ends the process with a message. */
 class Recording {
   public:
-    /** Makes the folder; it must not exist, or be empty. */
+    /** Creates the folder, which must not exist or must be empty. */
     explicit Recording(std::string folder);
 
-    /** Writes a file, with the folders above it. */
+    /** Writes a file and creates its parent folders. */
     void put(const std::string& name, const std::string& content) const;
 
-    /** Makes a folder: the service behind it is started also when the folder is empty. */
+    /** Creates a folder: an empty one is enough to start its service. */
     void makeFolder(const std::string& name) const;
 
   private:

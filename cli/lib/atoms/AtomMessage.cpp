@@ -32,7 +32,7 @@ AtomValue knownValue(const Message& message, const FieldDescriptor& field) {
     }
 }
 
-/** A field that the catalogue lacks, or a string of it that statsd hashed: then a number arrives. */
+/** A field that the catalogue lacks, or a string that statsd hashed into a number. */
 AtomValue unknownValue(const UnknownField& unknown, const FieldDescriptor* field) {
     switch (unknown.type()) {
         case UnknownField::TYPE_VARINT:

@@ -12,20 +12,20 @@ class Atom;
 
 namespace zstats::cli {
 
-/** An atom as statsd's messages carry it. */
+/** An atom in a message of statsd. */
 struct AtomMessage {
     int32_t id = 0;
-    /** By field number, from 1. A configuration may leave fields out; a list has its number twice. */
+    /** By field number, from 1. Fields may be missing; a list repeats its number. */
     std::multimap<int, AtomValue> fields;
 };
 
 /**
- * Reads an atom. A field that the catalogue lacks has the type that its encoding suggests. A string
- * that statsd hashed is a hashedString().
+ * Decodes an atom. A field that the catalogue lacks gets a type by its encoding. A string that
+ * statsd hashed becomes a hashedString().
  */
 AtomMessage readAtomMessage(const atoms::Atom& message);
 
-/** What stands in place of a string that statsd hashed: "hash:" and 16 hexadecimal digits. */
+/** The text for a string that statsd hashed: "hash:" and 16 hexadecimal digits. */
 std::string hashedString(uint64_t hash);
 
 }  // namespace zstats::cli

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kNameColumn = 8;
 constexpr size_t kFieldColumn = 40;
 constexpr size_t kBarLength = 24;
-// Events with more fields than this are printed as "name value" pairs instead of table rows.
+// Events with more fields are printed as "name value" pairs instead of table rows.
 constexpr size_t kMaxColumns = 8;
 
 using Row = std::vector<std::string>;
@@ -30,7 +30,7 @@ std::vector<std::string> fieldTexts(const AtomInfo& info, const std::vector<Atom
     return texts;
 }
 
-/** The texts with commas between, broken into lines that begin at `column`. */
+/** The texts, separated by commas and broken into lines that begin at `column`. */
 std::string wrapped(const std::vector<std::string>& texts, size_t column) {
     std::string out;
     size_t at = column;
@@ -50,7 +50,7 @@ double number(const AtomValue& value) {
     return 0;
 }
 
-/** Index of the field that gets a bar; the number of fields if none does. */
+/** Index of the field with a bar; the number of fields if none has one. */
 size_t shareIndex(const AtomInfo& info) {
     const auto found =
             std::find_if(info.fields.begin(), info.fields.end(),
@@ -58,7 +58,7 @@ size_t shareIndex(const AtomInfo& info) {
     return static_cast<size_t>(found - info.fields.begin());
 }
 
-/** For each event a bar, and in percent of what it is the share. */
+/** For each event, a bar and its share in percent. */
 std::vector<std::string> bars(const AtomInfo& info, const std::vector<PulledEvent>& events,
                               int64_t uptimeMs) {
     const size_t index = shareIndex(info);

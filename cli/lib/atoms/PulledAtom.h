@@ -8,22 +8,22 @@
 
 namespace zstats::cli {
 
-/** An event that a pull brought. */
+/** An event of a pull. */
 struct PulledEvent {
-    bool valid = false;  // false: left unbuilt, or broken; statsd rejects it
+    bool valid = false;  // false: unbuilt or malformed; statsd rejects it
     std::vector<AtomValue> fields;
 };
 
-/** What became of the pull of one atom. */
+/** The result of a pull of one atom. */
 struct PulledAtom {
     int32_t tag = 0;
-    std::string failure;  // why it was not answered; empty if it was
+    std::string failure;  // the reason without an answer; empty with one
     std::vector<PulledEvent> events;
 
     bool answered() const { return failure.empty(); }
 };
 
-/** A line for each event, or the one that says why there is none. */
+/** A line for each event, or one line with the reason for none. */
 std::vector<std::string> jsonLines(const PulledAtom& atom);
 
 }  // namespace zstats::cli

@@ -9,7 +9,7 @@
 namespace zstats::cli {
 namespace {
 
-/** The value in the type that the line names. A float that JSON has no number for is null. */
+/** The value in the type that the line names. A float that JSON cannot represent is null. */
 AtomValue valueOf(const google::protobuf::Value& value, const std::string& type) {
     if (type == "int32") return static_cast<int32_t>(value.number_value());
     if (type == "int64") return static_cast<int64_t>(value.number_value());

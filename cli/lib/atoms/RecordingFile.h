@@ -9,13 +9,13 @@
 
 namespace zstats::cli {
 
-/** A field of a recorded event, with the name that the recording gives it. */
+/** A field of a recorded event, with its name in the recording. */
 struct NamedValue {
     std::string name;
     AtomValue value;
 };
 
-/** An event of a recording in lines of JSON. */
+/** An event of a recording. */
 struct RecordingLine {
     int32_t atom = 0;
     std::string name;
@@ -23,9 +23,9 @@ struct RecordingLine {
 };
 
 /**
- * Reads the events of a recording in lines of JSON; lines without an event (headers, pulls that
- * brought none) are passed over. Whole numbers are exact up to 2^53. Throws std::runtime_error,
- * with the number of the line, for one that is not JSON or not a line of a recording.
+ * Reads the events of a recording in lines of JSON; skips lines without an event (headers, empty
+ * pulls). Integers are exact up to 2^53. Throws std::runtime_error, with the line's number, for a
+ * line that is not JSON or not of a recording.
  */
 std::vector<RecordingLine> readRecording(std::istream& in);
 

@@ -64,7 +64,7 @@ std::string shellFrame(const std::vector<StreamedAtom>& atoms, bool withUids) {
     std::string message;
     for (const StreamedAtom& atom : atoms) {
         putBytes(&message, 1, atomMessage(atom));
-        // As statsd does: behind its atom, and with a tag, though the declaration says packed.
+        // As statsd does: after its atom and with a tag, although it is declared packed.
         putNumber(&message, 2, atom.timestampNs);
         if (withUids) putNumber(&message, 3, atom.uid);
     }

@@ -18,29 +18,29 @@ namespace zstats::cli {
 
 inline constexpr size_t kShellLengthBytes = 8;
 
-/** An atom as it goes through the stream. */
+/** An atom of the stream. */
 struct StreamedAtom {
     int32_t id = 0;
     int64_t timestampNs = 0;  // time since boot
-    int32_t uid = -1;         // who wrote it; -1 if the stream does not tell
+    int32_t uid = -1;         // of its writer; -1 if unknown
     std::vector<AtomValue> fields;
 };
 
-/** A frame that carries the atoms, with their writers' uids if asked for; a heartbeat for none. */
+/** A frame with the atoms, and their writers' uids if requested; a heartbeat without atoms. */
 std::string shellFrame(const std::vector<StreamedAtom>& atoms, bool withUids);
 
-/** The atoms of a message by the catalogue; nothing if it does not parse. */
+/** The atoms of a message, by the catalogue; no value if it is malformed. */
 std::optional<std::vector<StreamedAtom>> parseShellData(std::string_view message);
 
-/** Cuts a stream, however its bytes arrive, into messages. Not thread-safe. */
+/** Splits a stream into messages, at any division of its bytes. Not thread-safe. */
 class ShellFrameCutter {
   public:
-    /** A longer message, in bytes, is taken for a broken stream. */
+    /** A stream with a longer message, in bytes, counts as broken. */
     static constexpr uint64_t kMaxMessage = 16 << 20;
 
     void append(const char* bytes, size_t count) { mPending.append(bytes, count); }
 
-    /** The next message, empty for a heartbeat; nothing when more bytes are needed, or broken. */
+    /** The next message, empty for a heartbeat; no value if incomplete or broken. */
     std::optional<std::string> next();
 
     bool broken() const { return mBroken; }

@@ -10,7 +10,7 @@ namespace {
 
 using atoms::DimensionsValue;
 
-/** A dimension's value in the type that the catalogue has for the field. */
+/** A dimension's value, in the field's type. */
 AtomValue dimensionValue(const DimensionsValue& value) {
     switch (value.value_case()) {
         case DimensionsValue::kValueStr:
@@ -30,7 +30,7 @@ AtomValue dimensionValue(const DimensionsValue& value) {
     }
 }
 
-/** A metric's dimensions: the numbers of the atom's fields that statsd took out of it. */
+/** A metric's dimensions: numbers of the fields that statsd moved out of the atom. */
 std::vector<int> dimensionFields(const DimensionsValue& path) {
     std::vector<int> numbers;
     for (const DimensionsValue& child : path.value_tuple().dimensions_value()) {

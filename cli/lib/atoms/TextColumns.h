@@ -5,16 +5,16 @@
 
 namespace zstats::cli {
 
-/** Characters of a UTF-8 text, not bytes. */
+/** The number of characters (not bytes) of a UTF-8 text. */
 size_t textWidth(const std::string& text);
 
-/** The text with blanks behind it, or before it if `right`, up to `columns` characters. */
+/** The text padded to `columns` characters, after it, or before it if `right`. */
 std::string padded(const std::string& text, size_t columns, bool right);
 
 /** The text's first `columns` characters. */
 std::string cut(const std::string& text, size_t columns);
 
-/** The text, or for a longer one "…" and its last characters, `columns` in all. */
+/** The text; a longer one becomes "…" and its last characters, `columns` in total. */
 std::string cutFront(const std::string& text, size_t columns);
 
 }  // namespace zstats::cli

@@ -7,7 +7,7 @@
 
 namespace zstats::cli {
 
-/** Where a value of an atom comes from; each is a field of the catalogue's message Source. */
+/** Kinds of sources; each is a field of the catalogue's message Source. */
 enum class SourceKind {
     kKey,       // node behind a handle key
     kCharger,   // getter of the charger
@@ -16,24 +16,24 @@ enum class SourceKind {
     kThermal,   // the platform's thermal service
     kAudio,     // the audio service
     kUsage,     // the usage library
-    kFile,      // files that match a pattern; a folder of them at most is read
+    kFile,      // files that match a pattern
     kProperty,  // property that decides which of the others are read
 };
 
 /** The devices on which a source is read. */
 enum class SourceDevice { kAny, kQcom, kNotQcom };
 
-/** One place that an atom's handler reads. */
+/** A source that an atom's handler reads. */
 struct ValueSource {
     int32_t tag;
     SourceKind kind;
     std::string name;
     SourceDevice device;
-    /** Names of files beside each of a pattern's, read where that one holds a number above 0. */
+    /** Names of files in the same folder, read if the pattern's file has a number above 0. */
     std::vector<std::string> beside;
 };
 
-/** All sources of the catalogue's atoms; an atom without one reads nothing. Any thread. */
+/** All sources of the catalogue's atoms. Any thread. */
 const std::vector<ValueSource>& atomSources();
 
 /** An atom's sources on a device with this "ro.hardware", in the order in which they are read. */

@@ -133,7 +133,7 @@ Reading readDeviceFile(const std::string& path) {
 }
 
 int64_t uptimeMs() {
-    // Read from the file: a profile may replace it by that of a device that has been up for longer.
+    // Not from the clock: a profile may replace the file to simulate a longer time since boot.
     return static_cast<int64_t>(strtod(readDeviceFile("/proc/uptime").text.c_str(), nullptr) * 1000);
 }
 

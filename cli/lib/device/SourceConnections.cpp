@@ -16,7 +16,7 @@ using android::String16;
 
 template <typename Interface>
 std::shared_ptr<Interface> findNdk(const std::string& name) {
-    // Checked with the C++ library first: the NDK's look-up logs an error for an absent service.
+    // With the C++ library first, because the NDK's look-up logs an error for an absent service.
     if (findService(name.c_str()) == nullptr) return nullptr;
     return Interface::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(name.c_str())));
 }

@@ -14,8 +14,8 @@
 namespace zstats::cli {
 
 /**
- * The services that the daemon reads, and the calls that it makes of them. Services are looked up
- * without waiting; one that is not there is null. Any thread.
+ * The services that the daemon reads, and its calls. Services are looked up without waiting; an
+ * absent one is null. Any thread.
  */
 
 using ICharger = aidl::vendor::norda::hardware::charger::ICharger;
@@ -30,16 +30,16 @@ android::sp<android::IBinder> findService(const char* name);
 std::shared_ptr<ICharger> findCharger();
 std::shared_ptr<IHandleFactory> findHandleFactory();
 
-/** The charger's methods that answer with a number, by name, in declaration order. */
+/** The charger's methods that return a number, by name, in declaration order. */
 const std::vector<std::pair<std::string, ChargerGetter>>& chargerGetters();
 
 /** The getter of this name; null when the interface has none. */
 ChargerGetter chargerGetter(const std::string& method);
 
-/** The call of the maker's thermal service; its transport status. */
+/** Calls the maker's thermal service; returns the transport status. */
 android::status_t transactCalda(android::IBinder& calda, uint32_t code, android::Parcel* reply);
 
-/** The audio service's monitor request; its transport status. */
+/** Makes the audio service's monitor request; returns the transport status. */
 android::status_t transactAudio(android::IBinder& audio, android::Parcel* reply);
 
 }  // namespace zstats::cli
