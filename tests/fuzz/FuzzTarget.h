@@ -10,7 +10,7 @@
 
 namespace zstats::fuzz {
 
-/** What is done with one input of any bytes; it ends the process at what must not happen. */
+/** Processes one input; ends the process at a finding. */
 using Target = void (*)(std::string_view input);
 
 inline std::map<std::string, Target>& targets() {
@@ -18,18 +18,18 @@ inline std::map<std::string, Target>& targets() {
     return all;
 }
 
-/** Begins a target: FUZZ_TARGET(name) { ... input ... }. An exception that leaves it is a finding. */
+/** Defines a target: FUZZ_TARGET(name) { ... input ... }. An uncaught exception is a finding. */
 #define FUZZ_TARGET(name)                                                                       \
     static void name(std::string_view input);                                                   \
     [[maybe_unused]] static const auto name##In = zstats::fuzz::targets().emplace(#name, name); \
     static void name(std::string_view input)
 
-/** Ends the run as a crash does unless `condition` holds. */
+/** Crashes unless `condition` is true. */
 inline void require(bool condition) {
     if (!condition) __builtin_trap();
 }
 
-/** Runs `action`, which may throw the exceptions named and no other; true when it threw. */
+/** Runs `action`, which may throw only the given exceptions; true when it threw. */
 template <typename Action>
 bool throws(Action action) {
     action();
@@ -44,10 +44,10 @@ bool throws(Action action) {
     }
 }
 
-/** What statsd makes of the list's events, each of which it must be able to read. */
+/** The list's events as statsd decodes them. An event that it cannot decode is a finding. */
 std::vector<ReadEvent> eventsOf(const AStatsEventList& list);
 
-/** The parts of `input` between NUL bytes: `count` of them, the last with the rest. */
+/** `count` parts of `input`, separated by NUL bytes; the last part has the rest. */
 std::vector<std::string> partsOf(std::string_view input, size_t count);
 
 }  // namespace zstats::fuzz

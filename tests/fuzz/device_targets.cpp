@@ -1,4 +1,4 @@
-// The virtual device's readers of bytes that others wrote.
+// Parsers of the virtual device: profiles, scenarios, subscriptions, streams, events.
 
 #include <android-base/unique_fd.h>
 #include <fcntl.h>
@@ -44,14 +44,14 @@ FUZZ_TARGET(scenarios) {
 }
 
 FUZZ_TARGET(shell_subscriptions) {
-    // As statsd gets it: a frame, and what follows it.
+    // As statsd receives it: a frame, and bytes after it.
     static PullerManager pullers;
     const android::base::unique_fd in(memfd_create("in", MFD_CLOEXEC));
     const android::base::unique_fd out(open("/dev/null", O_WRONLY | O_CLOEXEC));
     require(write(in.get(), input.data(), input.size()) == static_cast<ssize_t>(input.size()));
     lseek(in.get(), 0, SEEK_SET);
     ShellSubscriber(&pullers).start(in.get(), out.get(), std::chrono::seconds(0));
-    // As the daemon makes it.
+    // As the daemon builds it.
     std::vector<int32_t> ids(input.size() / sizeof(int32_t) + 1);
     input.copy(reinterpret_cast<char*>(ids.data()), input.size());
     const auto request = parseSubscription(serializeSubscription(ids));

@@ -1,5 +1,5 @@
-// The one program of all fuzz targets: zstats_fuzz --target=NAME, then libFuzzer's own options and
-// inputs. Without a target it prints the names.
+// Program of all fuzz targets: zstats_fuzz --target=NAME, then libFuzzer's options and inputs.
+// Without a target it prints the names.
 
 #include <android/log.h>
 
@@ -48,8 +48,8 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
         if (chosen.empty()) puts(name.c_str());
     }
     if (gRun == nullptr) exit(chosen.empty() ? 0 : 2);
-    signal(SIGPIPE, SIG_IGN);  // as from the daemon's start: an input may hand over a closed pipe
-    // Lines are formatted, so that a sanitizer sees their arguments, and not shown.
+    signal(SIGPIPE, SIG_IGN);  // as in the daemon: an input may pass a closed pipe
+    // Log lines are formatted, so that a sanitizer sees their arguments, but not printed.
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     __android_log_set_logger([](const __android_log_message* line) {
         if (line->priority >= ANDROID_LOG_FATAL) fprintf(stderr, "%s\n", line->message);

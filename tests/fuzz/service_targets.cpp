@@ -1,5 +1,5 @@
-// The daemon's binder side: what callers send to its services, what the services that it calls
-// answer, what a command's callback is asked to open, and the kernel's records.
+// The daemon's binder side: requests of callers, replies of services, files that a command's
+// callback opens, and the kernel's records.
 
 #include <android-base/file.h>
 #include <binder/IPCThreadState.h>
@@ -43,10 +43,10 @@ FuzzedDataProvider providerOf(std::string_view input) {
     return {reinterpret_cast<const uint8_t*>(input.data()), input.size()};
 }
 
-/** What SELinux answers in this program: bits for enabled, labelled, readable and writable. */
+/** SELinux's answers in this program: bits for enabled, labelled, readable and writable. */
 unsigned gPolicy;
 
-/** Answers every transaction of every service with what comes next in the input. */
+/** Answers every transaction of every service with the next bytes of the input. */
 struct RandomService : android::BBinder {
     explicit RandomService(const char* descriptor) : mDescriptor(descriptor) {}
     const String16& getInterfaceDescriptor() const override { return mDescriptor; }
@@ -54,7 +54,7 @@ struct RandomService : android::BBinder {
     android::status_t onTransact(uint32_t code, const Parcel&, Parcel* reply, uint32_t) override {
         if (code > LAST_CALL_TRANSACTION || reply == nullptr) return android::UNKNOWN_TRANSACTION;
         if (sInput->ConsumeIntegralInRange(0, 15) == 0) return sInput->ConsumeIntegral<int32_t>();
-        // Numbers and texts first, as in a sound reply; then anything, objects and descriptors too.
+        // Numbers and texts first, as in a valid reply; then anything, also objects and descriptors.
         android::RandomParcelOptions options;
         options.writeHeader = [](Parcel* parcel, FuzzedDataProvider& words) {
             while (words.ConsumeBool()) {
@@ -77,7 +77,7 @@ void add(const char* name, const sp<IBinder>& service) {
     android::defaultServiceManager()->addService(String16(name), service);
 }
 
-/** Publishes each service that the daemon calls; the audio service has no interface of its own. */
+/** Publishes each service that the daemon calls. The audio service has no interface. */
 bool addRandomServices() {
     for (const std::string descriptor :
          {"vendor.norda.hardware.handlefactory.IHandleFactory",
@@ -90,12 +90,12 @@ bool addRandomServices() {
     return __system_property_set("ro.hardware", "qcom") == 0;
 }
 
-/** Pulls an atom, and lets through what its handler may throw. */
+/** Pulls an atom; the exceptions that its handler may throw are no findings. */
 void pull(ZStatsPullAtomCallback& callback, int32_t tag) {
     AStatsEventList list;
     const auto run = [&] { require(onPullAtom(tag, &list, &callback) == 0); };
-    // DDR low-power modes and UFS times: a key without a value; DDR residency: a line without a
-    // number; scheduling words and CPU ranges: a number that is too large.
+    // Expected exceptions: DDR low-power modes and UFS times, a key without a value; DDR residency,
+    // a line without a number; scheduling words and CPU ranges, a number that is too large.
     const std::set<int32_t> throwing = {150013, 150028, 150027, 150141};
     if (tag == 150121) {
         throws<std::out_of_range, std::invalid_argument>(run);  // or none
@@ -172,7 +172,7 @@ FUZZ_TARGET(shell_callback) {
     std::u16string units(bytes.size() / 2 + 1, u'\0');
     bytes.copy(reinterpret_cast<char*>(units.data()), bytes.size());
     const std::string path = android::String8(units.data(), units.size()).c_str();
-    // Nothing outside of the folder is opened.
+    // Keeps the paths inside the folder.
     if (path[0] == '/' || path.find("..") != std::string::npos) return;
     const android::base::unique_fd fd(callback->openFile(String16(path.c_str()), context, mode));
     require(fd.ok() || fd == -1 || fd == -EINVAL);
@@ -188,7 +188,7 @@ FUZZ_TARGET(bpf_record) {
     FuzzedDataProvider provider = providerOf(input);
     const int flag = provider.ConsumeIntegralInRange(-1, 2);
     const auto type = provider.ConsumeIntegral<int16_t>();
-    // The library ends every record's text with a NUL; a copy of the exact size has no byte more.
+    // The library NUL-terminates the text. A copy of the exact size shows reads beyond it.
     std::vector<char> record = provider.ConsumeRemainingBytes<char>();
     record.resize(std::max<size_t>(record.size(), 16));
     record.push_back('\0');

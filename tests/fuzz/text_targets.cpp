@@ -1,4 +1,4 @@
-// The daemon's parsers of texts that the kernel and the vendor's services hand over.
+// The daemon's parsers of texts of the kernel and the vendor's services.
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,7 +23,7 @@ using namespace zstats::fuzz;
 
 namespace {
 
-/** Shows a text as the frequency table, and two more as the first reading and those after it. */
+/** Serves one text as the frequency table, two more as the first and the later readings. */
 template <auto ParseFreqs, auto ParseTimes>
 struct TextGpu : GpuStats {
     explicit TextGpu(std::string_view input) : texts(partsOf(input, 3)) {}
@@ -120,7 +120,7 @@ FUZZ_TARGET(usage_records) {
     const auto events = eventsOf(list);
     require(events.size() <= records.size() && events.empty() == records.empty());
     for (const auto& event : events) {
-        // An unbuilt event ends the pull, and nothing else does.
+        // Only an unbuilt event ends the pull.
         require(event.built || &event == &events.back());
         require(!event.built || event.fields.size() == 17 || event.errors != 0);
     }

@@ -23,7 +23,7 @@ inline std::string textOf(const FieldValue& field) {
     return std::visit(print, field) + kSuffixes[field.index()];
 }
 
-/** What statsd would make of each event of a pull. */
+/** Each event of a pull as statsd decodes it. */
 inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
     Transcript texts;
     for (const std::vector<uint8_t>& bytes : encodedEvents(list)) {
@@ -38,7 +38,7 @@ inline Transcript textsOf(const AStatsEventList& list, int32_t tag) {
     return texts;
 }
 
-/** The line of a node whose text is empty, and those of one that the service refuses. */
+/** The log lines for an empty node, and for one that the service refuses. */
 inline std::string emptyNode(const std::string& key) {
     return "E PullAtomCallback getContentByHandleKey read nodeKey: " + key + ", len=0";
 }
@@ -47,12 +47,12 @@ constexpr char kRefused[] = "W handleFactory read failed.";
 /** One pull of an atom that reads nodes. */
 struct NodeRow {
     int32_t tag;
-    Nodes nodes;  // in the order in which they are read
+    Nodes nodes;  // in the order of the reads
     Transcript expected;
     const char* hardware = "qcom";
 };
 
-/** A handle factory that is connected, and the answers of atoms with all their lines. */
+/** A connected handle factory, and the answers of atoms with all their log lines. */
 class AtomTest : public HandlerTest {
   protected:
     AtomTest() {
@@ -67,12 +67,12 @@ class AtomTest : public HandlerTest {
 
     void useQcom() { __system_property_set("ro.hardware", "qcom"); }
 
-    /** A result code means nothing beside a node's text, so that it is never 0. */
+    /** The result code must be ignored, so it is never 0. */
     void set(const Nodes& nodes) {
         for (const auto& [key, text] : nodes) factory.set(key, text, -7);
     }
 
-    /** The lines since the last call, without those that the layers below write at level 2. */
+    /** The lines since the last call, without the level-2 lines of lower layers. */
     Transcript lines() {
         Transcript lines = takeLines();
         const auto below = [](const std::string& line) {
@@ -84,7 +84,7 @@ class AtomTest : public HandlerTest {
         return lines;
     }
 
-    /** What `append` writes and appends. */
+    /** The log lines and events of `append`. */
     template <typename Append>
     Transcript transcriptOf(int32_t tag, Append append) {
         log.clear();
@@ -100,7 +100,7 @@ class AtomTest : public HandlerTest {
     }
     Transcript pull(int32_t tag) { return pull(tag, callback); }
 
-    /** Expects of `action`, which returns what it wrote and did, these texts at each level. */
+    /** Expects `action`, which returns its lines and events, to return these texts at each level. */
     template <typename Action>
     void expectAtLevels(const Transcript& expected, Action action) {
         for (const int32_t level : {0, 2, 1}) {
@@ -110,13 +110,13 @@ class AtomTest : public HandlerTest {
         }
     }
 
-    /** Expects this answer at each level. For an atom that keeps nothing of a pull. */
+    /** Expects this answer at each level. For atoms without state between pulls. */
     void expectPulls(int32_t tag, const Transcript& expected) {
         SCOPED_TRACE(tag);
         expectAtLevels(expected, [&] { return pull(tag); });
     }
 
-    /** Expects each row's answer, from nodes that no other row has set and that are read once. */
+    /** Expects each row's answer. Only the row's nodes are set, and each is read once. */
     void expectRows(std::initializer_list<NodeRow> rows) {
         for (const NodeRow& row : rows) {
             SCOPED_TRACE(testing::PrintToString(row.nodes));

@@ -23,7 +23,7 @@ struct ChargerRow {
     }
 };
 
-/** What a charger of a version before its first method answers: it knows the interface's name alone. */
+/** A charger of a version without methods: it only knows the interface's descriptor. */
 struct OlderCharger : android::BBinder {
     const android::String16& getInterfaceDescriptor() const override { return descriptor; }
     const android::String16 descriptor{"vendor.norda.hardware.charger.ICharger"};
@@ -43,7 +43,7 @@ class ChargerRowsTest : public AtomTest {
         for (const ChargerRow& row : rows) expectPulls(row.tag, {row.callFailed()});
         remote->die();
         FakeCharger charger;
-        charger.publishLocal();  // the object itself, so that values arrive beside error statuses
+        charger.publishLocal();  // without a proxy, so that out values arrive with error statuses
         for (const ChargerRow& row : rows) expectCalls(row, charger);
         EXPECT_EQ(charger.calls(), mCalls);
     }
@@ -52,7 +52,7 @@ class ChargerRowsTest : public AtomTest {
     void expectCalls(const ChargerRow& row, FakeCharger& charger) {
         const auto expect = [&](const std::string& answer) {
             expectPulls(row.tag, {answer});
-            // All are made in their order, also behind one that fails, in each of three pulls.
+            // All calls are made in order, also after a failure, in each of three pulls.
             for (int i = 0; i < 3; ++i) {
                 mCalls.insert(mCalls.end(), row.methods.begin(), row.methods.end());
             }

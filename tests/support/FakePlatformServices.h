@@ -14,7 +14,7 @@
 
 namespace zstats {
 
-/** The maker's thermal service: raw transactions behind an interface token, replies of int32. */
+/** The maker's thermal service: raw transactions with an interface token, replies of int32. */
 class FakeCalda : public PublishedFake {
     using Parcel = android::Parcel;
     using Words = std::vector<int32_t>;
@@ -45,14 +45,14 @@ class FakeCalda : public PublishedFake {
     explicit FakeCalda(Service* service)
           : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
-    /** From now on `code` is answered with these words. A code that was never set is unknown. */
+    /** Sets the words of the reply to `code`. Other codes are unknown transactions. */
     void set(uint32_t code, const Words& words) { (*mService->words.lock())[code] = words; }
 
   private:
     Service* const mService;  // owned by the base
 };
 
-/** The platform's thermal service, by the numbers of its wire: the query by type. */
+/** The platform's thermal service: the query by type, with the wire's numbers written out. */
 class FakeThermalService : public PublishedFake {
     using Parcel = android::Parcel;
 
@@ -94,18 +94,18 @@ class FakeThermalService : public PublishedFake {
     explicit FakeThermalService(Service* service)
           : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
-    /** Temperatures in degrees Celsius; every type is answered with these. */
+    /** Sets the temperatures in degrees Celsius, for every type. */
     void set(std::vector<float> temperatures) { mService->temperatures.set(temperatures); }
-    /** From now on queries fail with this exception code; 0 ends that. */
+    /** Makes queries fail with this exception code; 0 for success. */
     void setException(int32_t code) { mService->exception.set(code); }
-    /** The types that were asked for, oldest first. */
+    /** The requested types, oldest first. */
     std::vector<int32_t> types() const { return mService->types.get(); }
 
   private:
     Service* const mService;  // owned by the base
 };
 
-/** The audio service, down to its monitor of the amplifier's power. */
+/** The audio service: only the monitor of the amplifier's power. */
 class FakeAudio : public PublishedFake {
     using Parcel = android::Parcel;
 
@@ -115,7 +115,7 @@ class FakeAudio : public PublishedFake {
             if (code != kMonitor) return BBinder::onTransact(code, data, reply, flags);
             request.set({reinterpret_cast<const char*>(data.data()), data.dataSize()});
             const auto answer = text.get();
-            // A C string with its end, padded as all that is written.
+            // A C string with its NUL, padded to a multiple of four.
             return answer ? reply->write(answer->c_str(), answer->size() + 1) : android::OK;
         }
 
@@ -131,7 +131,7 @@ class FakeAudio : public PublishedFake {
     explicit FakeAudio(Service* service)
           : PublishedFake(kName, android::sp<android::IBinder>(service)), mService(service) {}
 
-    /** The reply's text; without one the reply holds no text at all. */
+    /** Sets the reply's text; no value for a reply without text. */
     void set(std::optional<std::string> text) { mService->text.set(text); }
     /** The bytes of the last request. */
     std::string request() const { return mService->request.get(); }

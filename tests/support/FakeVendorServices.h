@@ -27,7 +27,7 @@ inline ndk::ScopedAStatus errorUnless(bool ok) {
               : ndk::ScopedAStatus(AStatus_fromServiceSpecificError(kServiceError));
 }
 
-/** The handle factory. A key that was never set is answered with an error status. */
+/** The handle factory. A key that was not set gives an error status. */
 class FakeHandleFactory : public PublishedFake {
     struct Node {
         std::vector<std::string> texts;
@@ -62,17 +62,17 @@ class FakeHandleFactory : public PublishedFake {
     /** Dies, so that the process-wide client drops its connection before the next test. */
     ~FakeHandleFactory() { remote().die(); }
 
-    /** From now on `key` is answered with this text and result code. */
+    /** Sets the text and result code of `key`. */
     void set(const std::string& key, const std::string& text, int32_t code = 0) {
         (*mService->nodes.lock())[key] = {{text}, code};
     }
-    /** Successive reads of `key` get these texts; the last one stays. */
+    /** Sets the texts of successive reads of `key`; the last one stays. */
     void setSeries(const std::string& key, const std::vector<std::string>& texts) {
         (*mService->nodes.lock())[key] = {texts, 0};
     }
-    /** From now on `key` is answered with an error status. */
+    /** Makes reads of `key` fail with an error status. */
     void fail(const std::string& key) { mService->nodes.lock()->erase(key); }
-    /** The (key, flag) pairs that were asked for, oldest first. */
+    /** The requested (key, flag) pairs, oldest first. */
     Reads reads() const { return mService->reads.get(); }
 
   private:
@@ -80,9 +80,8 @@ class FakeHandleFactory : public PublishedFake {
 };
 
 /**
- * The charger. A method that was never set is answered with an error status. Its client belongs to
- * one callback object and is told of the death through that object's address: do not let it die
- * after a callback object that used it is gone.
+ * The charger. A method that was not set gives an error status. The client's death notice uses the
+ * address of its callback object, so the charger must not die after such an object was destroyed.
  */
 class FakeCharger : public PublishedFake {
     struct Answer {
@@ -92,7 +91,7 @@ class FakeCharger : public PublishedFake {
     using Calls = std::vector<std::string>;
 
     struct Service : aidl::vendor::norda::hardware::charger::BnCharger {
-// One of the getters, all of which look alike.
+// One getter; all have the same signature.
 #define ANSWER(method)                                 \
     ndk::ScopedAStatus method(int32_t* out) override { \
         return answer(#method, out);                   \
@@ -117,15 +116,15 @@ class FakeCharger : public PublishedFake {
     explicit FakeCharger(std::shared_ptr<Service> service = ndk::SharedRefBase::make<Service>())
           : PublishedFake(kName, service->asBinder()), mService(std::move(service)) {}
 
-    /** From now on `method` succeeds with this value, or, without one, leaves the caller's alone. */
+    /** Makes `method` succeed with this value; without one, the out value stays unchanged. */
     void set(const std::string& method, std::optional<int32_t> value) {
         (*mService->answers.lock())[method] = {value, true};
     }
-    /** From now on `method` is answered with an error status, beside the value that was set. */
+    /** Makes `method` return an error status together with its value. */
     void fail(const std::string& method) {
         (*mService->answers.lock())[method].ok = false;
     }
-    /** The methods that were called, oldest first. */
+    /** The called methods, oldest first. */
     Calls calls() const {
         return mService->calls.get();
     }
@@ -134,7 +133,7 @@ class FakeCharger : public PublishedFake {
     const std::shared_ptr<Service> mService;
 };
 
-/** The touch service, by the numbers of its wire. Answers with an empty text until one is set. */
+/** The touch service, with the wire's numbers written out. Its text is empty until set. */
 class FakeTouch : public PublishedFake {
     using Parcel = android::Parcel;
     using Status = android::binder::Status;
@@ -172,9 +171,9 @@ class FakeTouch : public PublishedFake {
     void setText(const std::string& text) {
         mService->text.set(android::String16(text.data(), text.size()));
     }
-    /** From now on the calls are answered with an error status. */
+    /** Makes calls fail with an error status. */
     void fail() { mService->failing.set(true); }
-    /** The (deviceId, nodeFlag) pairs that were asked for, oldest first. */
+    /** The requested (deviceId, nodeFlag) pairs, oldest first. */
     Reads reads() const { return mService->reads.get(); }
 
   private:

@@ -5,10 +5,10 @@
 
 namespace zstats {
 
-/** A value for any thread: copied, replaced, or worked on under its lock. */
+/** A value with a lock: copied, replaced, or modified under it. Any thread. */
 template <typename T>
 class Guarded {
-    /** Holds the lock for as long as it lives. */
+    /** Holds the lock until its destruction. */
     struct Access {
         T* operator->() { return &value; }
         T& operator*() { return value; }

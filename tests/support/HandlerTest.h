@@ -22,7 +22,7 @@ inline void pullInto(AStatsEventList* list, ZStatsPullAtomCallback& callback, in
     EXPECT_EQ(onPullAtom(tag, list, &callback), AStatsManager_PULL_SUCCESS);
 }
 
-/** A callback object of its own, without any service or property, and the daemon's log. */
+/** A callback object without services and properties, and the daemon's log. */
 class HandlerTest : public ::testing::Test {
   protected:
     HandlerTest() { log.clear(); }
@@ -32,7 +32,7 @@ class HandlerTest : public ::testing::Test {
         properties::clearProperties();
     }
 
-    /** The daemon's lines since the last call, as "W text"; without those of the dispatch. */
+    /** The daemon's log lines since the last call, as "W text", without those of the dispatch. */
     std::vector<std::string> takeLines() {
         std::vector<std::string> lines = log.take();
         const auto ofDispatch = [](const std::string& line) {

@@ -21,7 +21,7 @@ LogCapture::LogCapture() {
         std::lock_guard<std::mutex> lock(gCapturesLock);
         captures().push_back(this);
     }
-    // Not under the lock: the log waits here for lines that are on their way to onLine.
+    // Without the lock: the log waits here until running calls of onLine have returned.
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     __android_log_set_logger(&LogCapture::onLine);
 }

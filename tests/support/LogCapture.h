@@ -20,7 +20,7 @@ inline Lines operator+(Lines lines, const Lines& more) {
     return lines;
 }
 
-/** One log line as the program handed it to the log; `text` without what a device adds to it. */
+/** A log line as the program wrote it; `text` without a device's additions. */
 struct LogLine {
     int priority;
     std::string tag;
@@ -28,8 +28,8 @@ struct LogLine {
 };
 
 /**
- * Collects the log lines of all threads, of every priority, for the lifetime of the object. Lines
- * that no capture collects are not shown. Any thread.
+ * Collects the log lines of all threads and priorities while the object exists. Other lines are
+ * discarded. Any thread.
  */
 class LogCapture {
   public:
@@ -38,10 +38,10 @@ class LogCapture {
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /** The lines of this tag since the last take, as "W text", in order; all lines are forgotten. */
+    /** The lines of this tag since the last take, as "W text", in order. Discards all lines. */
     Lines take(const std::string& tag = "zstats_pullerd");
 
-    /** Returns once `count` lines of this text have been logged since the last take. */
+    /** Waits until `count` lines of this text have been logged since the last take. */
     void waitFor(const std::string& text, size_t count = 1) const;
 
     /** Runs `action` on the logging thread, right after the next line of this text. */
@@ -55,7 +55,7 @@ class LogCapture {
     void add(LogLine line);
     std::function<void()> actionFor(const std::string& text);
 
-    mutable std::mutex mLock;  // guards all below
+    mutable std::mutex mLock;  // guards the members below
     mutable std::condition_variable mAdded;
     std::vector<LogLine> mLines;
     std::string mAwaited;
@@ -63,12 +63,12 @@ class LogCapture {
 };
 
 /**
- * What of `lines` is written at `level`, where the letter of a line may be followed by its gate:
- * "W0 text" stands for "W text" at level 0 and above.
+ * Those of `lines` that are written at `level`. A gate may follow the letter of a line: "W0 text"
+ * is "W text" at level 0 and above.
  */
 Lines atLevel(int32_t level, const Lines& lines);
 
-/** Expects these lines, gated so, of `run` at each of the levels 0, 2 and 1. */
+/** Expects `run` to write these lines, with these gates, at the levels 0, 2 and 1. */
 template <typename Run>
 void expectLines(LogCapture& log, const Lines& lines, const Run& run) {
     for (const int32_t level : {0, 2, 1}) {

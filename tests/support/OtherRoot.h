@@ -12,8 +12,8 @@
 namespace zstats {
 
 /**
- * Runs `action` on a thread that finds the tree's "sys" and "proc" folders in place of the
- * kernel's. False when this process may not mount.
+ * Runs `action` on a thread that sees the tree's folders "sys" and "proc" instead of the kernel's.
+ * False when this process may not mount.
  */
 template <typename Action>
 bool withTreeAsKernel(const TempTree& tree, Action action) {

@@ -15,7 +15,7 @@ inline std::set<int> ownEntries(const std::string& directory) {
         entries.insert(std::stoi(entry.path().filename()));
     }
     if (directory == "task") return entries;
-    // The iterator's own descriptor was among them.
+    // Without the iterator's descriptor.
     for (const int fd : std::set<int>(entries)) {
         if (fcntl(fd, F_GETFD) < 0) entries.erase(fd);
     }

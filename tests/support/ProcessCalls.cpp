@@ -29,7 +29,7 @@ void whileJoined(std::function<void()> action) {
 
 }  // namespace zstats
 
-// The linker sends the calls of the members of these names here.
+// The linker redirects calls of these members here (--wrap).
 extern "C" {
 android::status_t __wrap__ZN7android12ProcessState27setThreadPoolMaxThreadCountEm(
         android::ProcessState* /*self*/, size_t count) {

@@ -7,13 +7,13 @@
 namespace zstats {
 
 /**
- * The calls that this process made of ProcessState and IPCThreadState to set up its binder threads,
- * since the last take, in order: "setThreadPoolMaxThreadCount 4", "startThreadPool",
- * "giveThreadPoolName", "joinThreadPool 1". They are recorded and do nothing else. Any thread.
+ * The calls of ProcessState and IPCThreadState that set up this process's binder threads, since the
+ * last take, in order: "setThreadPoolMaxThreadCount 4", "startThreadPool", "giveThreadPoolName",
+ * "joinThreadPool 1". The calls are only recorded. Any thread.
  */
 std::vector<std::string> takeProcessCalls();
 
-/** Runs inside the next joinThreadPool, on the thread that joins. */
+/** Runs in the next joinThreadPool, on the calling thread. */
 void whileJoined(std::function<void()> action);
 
 }  // namespace zstats

@@ -14,21 +14,21 @@
 namespace zstats {
 
 /**
- * What the fakes of services have in common. Each is published under its real name when it is
- * constructed and is reached through a genuine proxy; remote() makes it die, hang or refuse. What
- * it answers may be set at any time, also while calls run.
+ * Base of the fakes of services. A fake is published under its real name at construction and is
+ * called through the platform's proxy; remote() makes it die, hang or refuse. Its answers may be
+ * set at any time, also during calls.
  */
 class PublishedFake {
   public:
     PublishedFake(const PublishedFake&) = delete;
     PublishedFake& operator=(const PublishedFake&) = delete;
 
-    /** Publishes again after remote().die(); what was set is kept. */
+    /** Publishes again after remote().die(); keeps the answers. */
     void publish() {
         mRemote = mNdkBinder.get() != nullptr ? inprocess::publish(mName, mNdkBinder)
                                               : inprocess::publish(mName, mBinder);
     }
-    /** Publishes the object itself, without a proxy: out values then arrive beside error statuses. */
+    /** Publishes the object without a proxy, so that out values arrive with error statuses. */
     void publishLocal() {
         inprocess::withdraw(mName);
         if (mNdkBinder.get() != nullptr) {

@@ -8,15 +8,15 @@
 namespace zstats {
 
 /**
- * A profile of the test's own for the substitutes of the closed libraries, for the life of the
- * object. Being a folder of its own it also keeps apart the channels of tests that run at once.
+ * A profile for the substitutes of the closed libraries, while the object exists. Its folder is
+ * unique, so that tests that run at the same time have separate channels.
  */
 class SubstituteProfile {
   public:
     SubstituteProfile() { substitute::useProfile(mTree.path("")); }
     ~SubstituteProfile() { substitute::useProfile("/profile"); }
 
-    /** Writes a file of the profile, "features" say; the path of it. */
+    /** Writes a file of the profile, such as "features"; returns its path. */
     std::string write(const std::string& name, const std::string& text) const {
         mTree.write(name, text);
         return mTree.path(name);

@@ -8,14 +8,14 @@
 
 namespace zstats {
 
-/** A folder of its own with files in it, removed at the end. */
+/** A temporary folder with files, removed by the destructor. */
 class TempTree {
   public:
-    TempTree() {}  // not defaulted: clang++ 14 would let no folder be const
-    /** Path of `name` in the folder; with an empty name the folder's, with a final slash. */
+    TempTree() {}  // not defaulted: clang++ 14 refuses a const object then
+    /** Path of `name` in the folder; for an empty name the folder's path, with a slash at the end. */
     std::string path(const std::string& name) const { return mFolder.path + ("/" + name); }
 
-    /** Writes a file, and the folders above it. */
+    /** Writes a file and creates its parent folders. */
     void write(const std::string& name, const std::string& content) const {
         const std::filesystem::path file = path(name);
         std::filesystem::create_directories(file.parent_path());

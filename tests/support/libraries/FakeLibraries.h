@@ -10,8 +10,8 @@
 namespace zstats {
 
 /**
- * The closed libraries and the pull library as a test program links them in place of the real ones:
- * they record each call and answer as the test says. For calls on the test's own thread.
+ * Fakes of the closed libraries and the pull library: they record each call and answer as the test
+ * says. For calls on the test's thread.
  */
 struct Libraries {
     struct Registration {
@@ -19,12 +19,12 @@ struct Libraries {
         void* cookie;
     };
 
-    // What is answered; as it stands, by a device that supports everything.
+    // The answers. The defaults are those of a device that supports everything.
     bool featureEnabled = true;
     int bpfEnabled = 1;
     int bpfTypes = 1;
     int bpfRegion = 1;
-    int bpfConnection = 40;        // of the first connection; the next one gets the number after it
+    int bpfConnection = 40;        // of the first connection; each further one adds 1
     std::function<void()> atExit;  // runs in each zbpf_connect_exit
 
     /**

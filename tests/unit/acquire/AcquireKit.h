@@ -18,7 +18,7 @@
 
 namespace zstats {
 
-/** A text stream that keeps what was printed. Any thread. */
+/** A text stream that records its text. Any thread. */
 class TextCapture : public android::TextOutput {
   public:
     android::status_t print(const char* text, size_t length) override {
@@ -41,7 +41,7 @@ class TextCapture : public android::TextOutput {
     std::string mText;  // guarded by mLock
 };
 
-/** A shell command as a service gets it. The descriptors are the request's. */
+/** A shell command as a service receives it. The request owns the descriptors. */
 struct ShellCall {
     int in;
     int out;
@@ -51,7 +51,7 @@ struct ShellCall {
     android::sp<android::IResultReceiver> receiver;
 };
 
-/** A service that answers shell commands, and nothing else, as a test tells it to. */
+/** A service that answers only shell commands, as a test specifies. */
 class FakeCommand : public android::BBinder {
   public:
     /** Its return value is the transaction's status. */
@@ -85,7 +85,7 @@ class FakeCommand : public android::BBinder {
     const Behaviour mBehaviour;
 };
 
-/** Publishes a service of that behaviour. */
+/** Publishes a service with this behaviour. */
 inline std::shared_ptr<inprocess::RemoteService> publishCommand(const std::string& name,
                                                                 FakeCommand::Behaviour behaviour) {
     return inprocess::publish(name,

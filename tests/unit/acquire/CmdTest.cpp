@@ -31,7 +31,7 @@ class CmdTest : public testing::Test {
         return result;
     }
 
-    /** Expects this result and these texts in both modes, and the warning in the standalone one. */
+    /** Expects this result and these texts in both modes, and the warning only in kStandalone. */
     void expectRuns(const Arguments& argv, int32_t result, const std::string& output,
                     const std::string& error, const Lines& warnings) {
         for (const RunMode mode : {RunMode::kStandalone, RunMode::kLibrary}) {
@@ -52,7 +52,7 @@ TEST_F(CmdTest, LooksTheServiceUpAndHandsItArgumentsAndDescriptors) {
         Arguments argv;
         std::string service;
         Lines arguments;
-        status_t status = android::OK;  // of the call; what is not negative is no failure
+        status_t status = android::OK;  // of the call; only a negative status is a failure
         std::string lookUp = "check ";
     } rows[] = {
             {{"stats"}, "stats", {}},
@@ -100,7 +100,7 @@ TEST_F(CmdTest, SaysWhatItMisses) {
 
 TEST_F(CmdTest, ListsTheServicesThatAreThereByUnitOfTheirNames) {
     expectRuns({"-l"}, 0, "Currently running services:\n", "", {});
-    // The character beyond the surrogates comes before the last one below them, unlike in UTF-8.
+    // In UTF-16 units a character with surrogates precedes the last one without, unlike in UTF-8.
     for (const char* name : {"\xef\xbc\x80", "\xf0\x90\x80\x80", "audio2", "audio", "Zygote"}) {
         publishCommand(name, FakeCommand::answer);
     }

@@ -21,7 +21,7 @@ using android::String16;
 using android::binder::Status;
 using android::os::ParcelFileDescriptor;
 
-// The platform's functions, which have no tag enabled on this machine, note sections here instead.
+// Replace the platform's functions, whose tags are disabled on a PC, and record the sections.
 namespace {
 thread_local std::string gTrace;
 }
@@ -45,7 +45,7 @@ constexpr uint32_t kInfo = 1;
 constexpr uint32_t kRegister = 2;
 constexpr status_t kShort = android::NOT_ENOUGH_DATA;
 constexpr status_t kUnknown = android::UNKNOWN_TRANSACTION;
-constexpr int32_t kFd = 0xfd;  // among the words of a request: a descriptor comes here
+constexpr int32_t kFd = 0xfd;  // stands for a descriptor in the words of a request
 
 using Words = std::vector<int32_t>;
 using Bytes = std::string;
@@ -57,7 +57,7 @@ Bytes bytesOf(const Parcel& parcel) {
     return Bytes(reinterpret_cast<const char*>(parcel.data()), parcel.dataSize());
 }
 
-/** Text as a parcel holds it: its length, its 16-bit units and a 0 unit, filled up to a word. */
+/** Text in a parcel: its length, its 16-bit units and a 0 unit, padded to a word. */
 Bytes textBytes(const std::string& text) {
     Bytes units;
     for (char c : text + '\0') units += {c, '\0'};
@@ -81,7 +81,7 @@ Lines refusalLines(const std::string& uid) {
 
 class IAtomsAcquireTest : public testing::Test {
   protected:
-    IAtomsAcquireTest() { gLogLevel = 0; }  // which no line here waits for
+    IAtomsAcquireTest() { gLogLevel = 0; }  // all lines are ungated
     ~IAtomsAcquireTest() override { inprocess::reset(); }
 
     const sp<AtomsAcquireService> mService{new AtomsAcquireService};
@@ -91,7 +91,7 @@ class IAtomsAcquireTest : public testing::Test {
     LogCapture mLog;
 };
 
-/** The caller is one of those who may ask for the empty information, and for nothing else. */
+/** The caller may only ask for the empty information. */
 TEST_F(IAtomsAcquireTest, AnswersToTheByteAndTracesItsCalls) {
     const Bytes noInfo = bytesOf({0, 0});
     const Bytes refusal = bytesOf({-8, 0, 0, 0, -1});
@@ -159,7 +159,7 @@ TEST_F(IAtomsAcquireTest, SubscribesForRootAndSystemAlone) {
         const Lines refusal = refusalLines(std::to_string(static_cast<int>(uid)));
         int32_t ret = 77;
         mRemote->setCallerUid(uid);
-        const std::vector<int32_t> ids(uid == 0 ? 0 : 1, 10);  // a list without any is one, too
+        const std::vector<int32_t> ids(uid == 0 ? 0 : 1, 10);  // an empty list is valid
         const Status status = client->registerFdForPushedAtoms(ids, mFd, &ret);
         EXPECT_EQ(status.serviceSpecificErrorCode(), allowed ? 0 : -1);
         EXPECT_EQ(ret, allowed ? 1 : 77);
@@ -179,7 +179,7 @@ TEST_F(IAtomsAcquireTest, IsItsOwnLocalInterfaceOfTheSystem) {
     EXPECT_NE(IAtomsAcquire::asInterface(mRemote->proxy()).get(), mService.get());
 }
 
-/** A service whose replies are these words. */
+/** A service that replies with these words. */
 struct Answering : android::BBinder {
     const String16& getInterfaceDescriptor() const override { return descriptor; }
     status_t onTransact(uint32_t, const Parcel& data, Parcel* reply, uint32_t) override {

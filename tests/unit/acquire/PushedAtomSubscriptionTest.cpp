@@ -19,7 +19,7 @@
 
 namespace {
 
-/** What the C library's functions below do on this thread: an error, or what they are for. */
+/** Faults of the C library's functions below on this thread; without one they work. */
 struct Faults {
     int pipe = 0;
     int pipeSize = 0;
@@ -35,7 +35,7 @@ Function* genuine(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-/** Whether this program calls, and not a sanitizer's library, which looks at memory through a pipe. */
+/** False for calls of a sanitizer's library, which probes memory through a pipe. */
 bool isThisProgram(const void* caller) {
     Dl_info other;
     Dl_info own;
@@ -87,7 +87,7 @@ using android::os::ParcelFileDescriptor;
 constexpr char kStarted[] = "I AtomsAcquire cmdMain in!!!\n";
 constexpr char kEnded[] = "I AtomsAcquire cmdMain done!!!\n";
 
-/** The message as protobuf's own compiler reads it, words one blank apart. */
+/** The message as protobuf's compiler decodes it, with single blanks. */
 std::string decode(const std::string& message) {
     const TemporaryFile file;
     EXPECT_TRUE(android::base::WriteStringToFd(message, file.fd));
@@ -115,7 +115,7 @@ TEST(SubscriptionMessageTest, HoldsTheIdsOfEachKindInTheirOrder) {
             {{INT32_MAX, INT32_MAX}, pulled("2147483647") + pulled("2147483647")},
     };
     for (const auto& [ids, text] : rows) EXPECT_EQ(decode(serializeSubscription(ids)), text);
-    // As many of the usual ids as a pipe is said to hold.
+    // The documented number of ordinary ids for a pipe.
     EXPECT_EQ(frameMessage(serializeSubscription(std::vector(23301, 150000))).size(),
               8 + 45 * 23301u);
 }
@@ -128,7 +128,7 @@ TEST(SubscriptionMessageTest, FollowsItsLengthInLeastSignificantByteFirst) {
     }
 }
 
-/** Everything that a descriptor holds until it would block or its end. */
+/** Reads a descriptor until it would block or ends. */
 std::string drain(int fd) {
     fcntl(fd, F_SETFL, O_NONBLOCK);
     std::string text(1 << 20, '\0');
@@ -141,7 +141,7 @@ std::string drain(int fd) {
 class PushedAtomSubscriptionTest : public testing::Test {
   protected:
     PushedAtomSubscriptionTest() {
-        gLogLevel = 0;  // which no line here waits for
+        gLogLevel = 0;  // all lines are ungated
         inprocess::reset();
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
@@ -272,7 +272,7 @@ TEST_F(PushedAtomSubscriptionTest, FitsThePipeToTheFrame) {
         close(*kept.begin());
     }
 
-    // One that cannot be fitted takes what it holds anyway, and not a byte more.
+    // A pipe that cannot be resized still takes what fits, to the byte.
     gFaults = {};
     gFaults.pipeSize = EPERM;
     std::vector<int32_t> ids(static_cast<size_t>(fcntl(mReader.get(), F_GETPIPE_SZ) - 8) / 4, 3);
@@ -309,7 +309,7 @@ TEST_F(PushedAtomSubscriptionTest, GivesUpWithoutAPipeThatTakesAnythingOrAThread
                      lines[1]}));
     EXPECT_EQ(newDescriptors(), std::set<int>{});
 
-    // This one is not caught, neither here nor in the daemon.
+    // Uncaught, as in the daemon.
     gFaults = {};
     gFaults.thread = EAGAIN;
     EXPECT_THROW(subscribe(), std::system_error);

@@ -17,10 +17,10 @@
 
 namespace {
 
-/** What SELinux answers in this program. Off unless a test says otherwise. */
+/** SELinux's answers in this program. Disabled unless a test enables it. */
 struct Policy {
     bool enabled = false;
-    const char* granted = "";  // the permissions that a caller has
+    const char* granted = "";  // the permissions of the caller
     bool labelled = true;
     zstats::Lines calls = {};
 };
@@ -28,7 +28,7 @@ Policy gPolicy;
 
 }  // namespace
 
-// These take the place of the library's functions in this program.
+// Replace the library's functions in this program.
 int is_selinux_enabled() {
     return gPolicy.enabled ? 1 : 0;
 }
@@ -58,7 +58,7 @@ namespace {
 using android::sp;
 using android::String16;
 
-/** An error output that notes which descriptors are open when a line arrives. */
+/** An error output that records the open descriptors at each line. */
 class DescriptorWatch : public TextCapture {
   public:
     android::status_t print(const char* text, size_t length) override {
@@ -69,7 +69,7 @@ class DescriptorWatch : public TextCapture {
     std::set<int> atPrint;
 };
 
-/** A scratch directory that is the current one while a test runs, with "old" in the file "there". */
+/** A temporary current directory, with "old" in the file "there". */
 class ShellCallbackTest : public testing::Test {
   protected:
     ShellCallbackTest() {
@@ -82,7 +82,7 @@ class ShellCallbackTest : public testing::Test {
         gPolicy = {};
     }
 
-    /** The result of openFile where it is negative, else 0, with the descriptor closed. */
+    /** The result of openFile if negative, else 0 after closing the descriptor. */
     int open(const std::string& path, const std::string& mode, const std::string& context = "") {
         const int fd = mCallback->openFile(String16(path.c_str()), String16(context.c_str()),
                                            String16(mode.c_str()));
@@ -107,7 +107,7 @@ TEST_F(ShellCallbackTest, OpensAsItsModeTells) {
     const struct {
         const char* mode;
         int access;
-        const char* left;  // of a file with "old" in it
+        const char* left;  // of a file that held "old"
         bool creates;
     } rows[] = {{"r", O_RDONLY, "old", false},
                 {"r+", O_RDWR, "old", false},
@@ -196,7 +196,7 @@ TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
         EXPECT_EQ(mError.atPrint, before) << "the file was open while the line was written";
         EXPECT_EQ(ownEntries("fd"), before);
     }
-    // Nobody is asked without SELinux, without a context, and about a file that is not opened.
+    // No question without SELinux, without a context, or for a file that cannot be opened.
     const std::tuple<bool, const char*, std::string, int, size_t> unasked[] = {
             {false, "there", caller, 0, 0},
             {true, "there", "", 0, 0},
@@ -209,7 +209,7 @@ TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
     }
 }
 
-/** The life of a run as the command sees it: during its call, then until its result, then after. */
+/** A run from the command's side: during its call, until its result, and after it. */
 TEST_F(ShellCallbackTest, ServesACommandOnlyDuringItsCall) {
     sp<android::IShellCallback> kept;
     const auto openKept = [&](const char* path, const char* mode) {
@@ -222,7 +222,7 @@ TEST_F(ShellCallbackTest, ServesACommandOnlyDuringItsCall) {
         EXPECT_GE(fd, 0);
         close(fd);
         EXPECT_EQ(openKept("there", "a"), -EINVAL);
-        // Gives its result when it is refused, as it is once its call has returned.
+        // Sends its result when it is refused, which happens after its call.
         command = std::thread([&, receiver = call.receiver] {
             for (int fd; (fd = openKept("there", "r")) >= 0;) close(fd);
             receiver->send(0);
@@ -240,7 +240,7 @@ TEST_F(ShellCallbackTest, ServesACommandOnlyDuringItsCall) {
     EXPECT_EQ(mError.take(),
               "Invalid mode requested: a\n" + there + there + refused + "/etc/passwd\n");
 
-    // A call that fails ends the run without that.
+    // A failed call ends the run without a result.
     publishCommand("failing", [&](const ShellCall& call) {
         kept = call.callback;
         return android::UNKNOWN_ERROR;

@@ -63,7 +63,7 @@ class WakeUpSourceTest : public AtomTest {
         expectAtLevels(expected, [&] { return events(); });
     }
 
-    /** The files of this source that are opened, in order. */
+    /** The opened files of this source, in order. */
     Lines opened(const std::string& source) {
         const android::base::unique_fd watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
         inotify_add_watch(watch.get(), tree.path(source).c_str(), IN_OPEN);
@@ -79,7 +79,7 @@ class WakeUpSourceTest : public AtomTest {
         return names;
     }
 
-    /** How often memory is taken for sources of which so many are active. */
+    /** The number of allocations with this many active sources. */
     size_t allocations(size_t active) {
         std::vector<WakeLockInfo> records(1);
         records.reserve(1 + active);
@@ -95,7 +95,7 @@ class WakeUpSourceTest : public AtomTest {
 };
 
 TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
-    // The kernel's entries are links; of those with a dot only two are none.
+    // The kernel's entries are links. Of the names with a dot, only "." and ".." are no sources.
     const TempTree devices;
     devices.write("..wakeup0/x", "");
     std::filesystem::create_directory_symlink(devices.path("..wakeup0"), tree.path("..wakeup0"));
@@ -108,7 +108,7 @@ TEST_F(WakeUpSourceTest, anActiveSourceIsReportedWhole) {
     expectEvents({event("", 1, 0)});
     remove(tree.path("..wakeup0/max_time_ms").c_str());
     expectEvents({event("", 1, 0)});
-    // What a source lacks is not another's.
+    // A missing file does not get the value of another source.
     add("wakeup1");
     remove(tree.path("wakeup1/wakeup_count").c_str());
     std::string other = event("abc");

@@ -8,7 +8,7 @@ int gResult = 0;
 int gFetches = 0;
 }  // namespace
 
-// In place of the substitute.
+// Replaces the substitute.
 int Uah_fetch_dataset(std::vector<UahRecord>* records) {
     ++gFetches;
     records->insert(records->end(), gDataset.begin(), gDataset.end());
@@ -74,7 +74,7 @@ TEST_F(UsageAtomTest, fetchesAtEachPull) {
     const std::string record = ",1,1,g,1,1,1,1,1,1,1,1,1,1,g,1,1";
     const std::string event = "\", 1, 1, \"g\", 1, 1L, 1L, 1L, 1L, 1, 1, 1L, 1, 1L, \"g\", 1L, 1]";
     gDataset = {{1, "one" + record}, {2, "two" + record}};
-    for (const int result : {0, 1}) {  // any that is not negative is a success
+    for (const int result : {0, 1}) {  // any result that is not negative is a success
         gResult = result;
         expectPulls(kUahTag, {"[\"one" + event, "[\"two" + event});
     }

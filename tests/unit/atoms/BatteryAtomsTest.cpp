@@ -72,7 +72,7 @@ TEST_F(BatteryAtomsTest, temperatureIsRoundedLopsidedly) {
         charger.set("getPsyBatteryTemp", tenths);
         EXPECT_THAT(pull(150030), ElementsAre(event)) << tenths;
     }
-    // Sums and products wrap.
+    // Results wrap at 32 bits.
     charger.set("getPsyBatteryTemp", INT32_MAX);
     EXPECT_THAT(pull(150030), ElementsAre("[-214748364, -100]"));
     charger.set("getPsyBatteryTemp", INT32_MIN);
@@ -94,7 +94,7 @@ TEST_F(BatteryAtomsTest, capacityLossIsATruncatedPercentage) {
             {4500,
              "",
              {emptyNode(kTypical), warning + "1390, String batteryTypicalCapacity is empty"}},
-            // A hundredfold capacity wraps, here to the least int, which has no negative.
+            // 100 times the capacity wraps, here to INT_MIN, whose negation overflows.
             {INT32_MAX, "1", {"[1, 2147483647, 200]"}},
             {-1610612736, "-1", {"[-1, -1610612736, -2147483548]"}},
     };

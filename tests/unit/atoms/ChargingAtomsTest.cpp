@@ -35,7 +35,7 @@ TEST_F(ChargingAtomsTest, carryWhatTheirCallsAnswer) {
 
 TEST_F(ChargingAtomsTest, inputCurrentIsTheChargersOwnUnlessItIsZero) {
     FakeCharger charger;
-    charger.publishLocal();  // whose out values start as the caller's
+    charger.publishLocal();  // out values keep the caller's initial value
     const std::tuple<std::optional<int32_t>, int32_t, const char*> rows[] = {
             {900, 1500, "[900]"}, {0, 1500, "[1500]"}, {-1, 1500, "[-1]"},
             {1, 2, "[1]"},        {0, 0, "[0]"},       {std::nullopt, 3, "[3]"}};

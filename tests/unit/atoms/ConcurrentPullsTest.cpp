@@ -9,7 +9,7 @@ namespace {
 
 class ConcurrentPullsTest : public AtomTest {
   protected:
-    /** The answers of 100 pulls by 4 threads at once, without their lines. */
+    /** The answers of 100 pulls by 4 threads at once, without log lines. */
     std::vector<Transcript> pullAtOnce(int32_t tag) {
         ZStatsPullAtomCallback fresh;
         std::vector<AStatsEventList> lists(100);
@@ -27,8 +27,8 @@ class ConcurrentPullsTest : public AtomTest {
     }
 };
 
-// Each pull tells the one millisecond since the reading before: none is lost, none is told twice,
-// and none is negative because an older reading came in late.
+// Each pull reports the millisecond since the previous reading: none is lost or reported twice, and
+// none is negative because of a late older reading.
 TEST_F(ConcurrentPullsTest, ofOneTagLoseNoTime) {
     useQcom();
     set({{"gpu_freq_table_qual", "680"}});
@@ -70,7 +70,7 @@ TEST_F(ConcurrentPullsTest, goOnWhileServicesComeAndGo) {
         });
     }
     for (int i = 0; i < 20; ++i) {
-        // Connected and linked, so that both clients hear of the deaths.
+        // Connected and linked, so that both clients get the death notices.
         EXPECT_NE(callback.getIChargeService(), nullptr);
         EXPECT_NE(callback.getValueByHandleKey("battery_dod"), -1);
         for (PublishedFake* fake :

@@ -32,7 +32,7 @@ TEST_F(CpuIdleTest, timesAreSummedOverTheStates) {
     tree.write("cpu1/cpuidle/state1/time", "-1999\n");
     tree.write("cpu3/cpuidle/state0/time", "9223372036854775807");
     tree.write("cpu3/cpuidle/state1/time", std::string(256, ' ') + "1");
-    // Each read gets what one write left.
+    // Each read returns the content of one write.
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_DIRECT), 0);
     EXPECT_EQ(write(ends[1], "12", 2) + write(ends[1], "345", 3), 5);
@@ -69,7 +69,7 @@ TEST_F(CpuIdleTest, rangesOfCpus) {
          {"", "7", "7\n", "0:3", "0,3", "4-3", "5-2147483647", "0--1", "0--5"}) {
         EXPECT_THAT(idle(1, nothing), IsEmpty()) << nothing;
     }
-    // Neither is caught.
+    // Both exceptions are uncaught.
     for (const char* malformed : {"-", "-3", "0-", "a-3", "0-b"}) {
         EXPECT_THROW(idle(1, malformed), std::invalid_argument) << malformed;
     }

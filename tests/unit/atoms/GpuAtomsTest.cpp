@@ -19,12 +19,12 @@ std::string mismatchInHandler(int freqs, int times) {
 
 class GpuAtomTest : public AtomTest {
   protected:
-    /** What a callback object gives whose construction finds the first texts, and pulls the others. */
+    /** The answers of a callback object that reads the first texts at construction, then the others. */
     void expectSeries(const std::vector<std::string>& tables, const std::vector<std::string>& times,
                       const std::vector<Transcript>& expected) {
         SCOPED_TRACE(testing::PrintToString(tables) + " with " + testing::PrintToString(times));
         useQcom();
-        gLogLevel = 0;  // which no line here waits for
+        gLogLevel = 0;  // all lines are ungated
         factory.setSeries(kTable, tables);
         factory.setSeries(kTime, times);
         ZStatsPullAtomCallback fresh;
@@ -44,19 +44,19 @@ TEST_F(GpuAtomTest, reportsTheTimeSinceTheLastPull) {
     expectSeries({"0"}, {"12,3\r4", "9223372036854775807", "-9223372036854775808"},
                  {{"[0, 9223372036854775795L]"}, {"[0, 1L]"}});
     expectSeries({"100 200 300"}, {"1 2"}, {{mismatchInHandler(3, 2)}});
-    // The baseline stays while readings have another length.
+    // Readings of another length leave the baseline.
     expectSeries({"1 2"}, {"1 2", "1 2 3", "5 5", "", "6 8"},
                  {{mismatch(2, 3), "[1000, 0L]", "[2000, 0L]"},
                   {"[1000, 4L]", "[2000, 3L]"},
                   {empty(kTime), mismatch(2, 0), "[1000, 0L]", "[2000, 0L]"},
                   {"[1000, 1L]", "[2000, 3L]"}});
-    // Without a first reading there is never a baseline.
+    // Without a first reading, there is never a baseline.
     const Transcript never = {mismatch(0, 2), mismatchInHandler(2, 0)};
     expectSeries({"1 2"}, {"", "1 2", "3 4"}, {never, never});
     expectSeries({"1"}, {""}, {{empty(kTime), mismatchInHandler(1, 0)}});
     expectSeries({" "}, {" "}, {{}});
     expectSeries({""}, {""}, {{empty(kTable), empty(kTime)}});
-    // The table is read until it holds something, and never again.
+    // The table is read until it is not empty.
     expectSeries({"", "", "3", "4"}, {"1"},
                  {{empty(kTable), mismatchInHandler(0, 1)}, {"[3000, 0L]"}, {"[3000, 0L]"}});
 }
@@ -71,7 +71,7 @@ TEST_F(GpuAtomTest, thePlatformDecidesAtConstruction) {
         ZStatsPullAtomCallback fresh;
         __system_property_set("ro.hardware", "other");
         EXPECT_EQ(pull(kTag, fresh), expected);
-        EXPECT_THAT(pull(kTag), IsEmpty());  // made on a device that was not known
+        EXPECT_THAT(pull(kTag), IsEmpty());  // constructed on an unknown platform
     };
     if (!withTreeAsKernel(tree, [&] { check({"[26, 1L]"}); })) GTEST_SKIP();
     useQcom();

@@ -21,9 +21,9 @@ TEST_F(MemoryAtomsTest, ddrLinesAreReadByTheirMarks) {
             {"header\n\nFreq:1 MHz Time(msec):2\nFreq:1 Mhz Time:2\n1 Mhz Time(msec):2", {}},
             {"Time(msec):5 Freq: 9 Mhz", {}},  // the marks have an order
             {"Mhz Freq: 9 Time(msec):5", {}},
-            {"Mhz Time(msec):1 Freq: 9 Mhz Time(msec):5", {"[0, 5L]"}},  // each behind the last
+            {"Mhz Time(msec):1 Freq: 9 Mhz Time(msec):5", {"[0, 5L]"}},  // each after the last
             {"Freq: Time(msec):4 Mhz Time(msec):5", {"[0, 5L]"}},
-            {"12345678 Freq Mhz Time(msec):5", {"[678, 5L]"}},  // index 5, whatever stands there
+            {"12345678 Freq Mhz Time(msec):5", {"[678, 5L]"}},  // index 5, whatever precedes it
             {"Freq: x Mhz Time(msec):y", {"[0, 0L]"}},
             {"Freq:-2 Mhz Time(msec):-3", {"[-2, -3L]"}},
             {"Freq:0x10 Mhz Time(msec):0x10", {"[0, 0L]"}},
@@ -41,7 +41,7 @@ TEST_F(MemoryAtomsTest, ddrLinesAreReadByTheirMarks) {
 TEST_F(MemoryAtomsTest, aBlankNumberInADdrLineLeavesTheHandler) {
     useQcom();
     const std::string first = "Freq:8 Mhz Time(msec):10\n";
-    // In the last but one the text of the time is the one blank.
+    // In the last but one row, the time is a single blank.
     for (const char* line :
          {"Freq:  Mhz Time(msec):1", "Freq:Mhz Time(msec):1", "FreqMhz Time(msec):1",
           "Freq:1 Mhz Time(msec):", "Freq:1 Mhz Time(msec): 5", "Freq:1 Mhz Time(msec):\t\r"}) {
@@ -102,7 +102,7 @@ TEST_F(MemoryAtomsTest, carryTheirNodes) {
             {150028, {{kTime, ""}}, {emptyNode(kTime), "E Ufs get Node file is fail"}},
             {150113, {{kStall, "017\n"}}, {"[17L]"}},
             {150113, {{kStall, "-1"}}, {"[-1L]"}},
-            {150113, {{kStall, "4294967297"}}, {"[1L]"}},  // an int is read, whatever the field
+            {150113, {{kStall, "4294967297"}}, {"[1L]"}},  // read as an int, not as the field's type
             {150113, {{kStall, ""}}, {emptyNode(kStall), "[0L]"}},
             {150135, {{kReads, "01024\n"}, {kWrites, "x"}}, {"[1024, 0]"}},
             {150135, {{kReads, "x"}, {kWrites, "02"}}, {"[0, 2]"}},

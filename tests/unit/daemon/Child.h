@@ -23,8 +23,8 @@ inline void setProperties(std::initializer_list<std::pair<const char*, const cha
 }
 
 /**
- * Runs `body` in a process of its own and returns the lines that it reports: for what is fixed once
- * per process, and for properties that can be set only once.
+ * Runs `body` in a child process and returns the lines that it reports. For values that are
+ * computed once for each process, and properties that can be set only once.
  */
 inline Lines inChild(const std::function<void(Lines&)>& body) {
     FILE* const report = tmpfile();

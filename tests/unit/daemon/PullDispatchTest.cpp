@@ -16,7 +16,7 @@ class PullDispatchTest : public testing::Test {
   protected:
     ~PullDispatchTest() override { gLogLevel = 1; }
 
-    /** Whether another thread could search the table now. */
+    /** True when another thread could search the table now. */
     bool lockIsFree() {
         return std::async(std::launch::async,
                           [this] {
@@ -41,7 +41,7 @@ TEST_F(PullDispatchTest, TableHasAHandlerForEveryAtomAndNoOther) {
     EXPECT_EQ(mLog.take(), Lines{});
 }
 
-/** Without the lock, so that pulls do not wait for one another. */
+/** Without the lock, so that pulls do not wait for each other. */
 TEST_F(PullDispatchTest, RunsOneHandlerOnceOnTheSameObjectsWithoutTheLock) {
     int calls = 0;
     const AtomHandler wrong = [](ZStatsPullAtomCallback&, int32_t, AStatsEventList*) { abort(); };

@@ -24,15 +24,15 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
         std::vector<std::pair<std::string, std::string>> properties;
     } cases[] = {
             {true, {}},
-            // A trial image opens it whatever else the build says.
+            // A trial image opens it, whatever the other properties say.
             {true, {{kImage, "preversion"}, {kRelease, "true"}}},
             {false, {{kImage, "preversion2"}, {kRelease, "true"}}},
             {true, {{kImage, "preversion2"}}},
-            // So does the engineering flag, which is the word "true" alone.
+            // So does the engineering flag, if it is exactly "true".
             {true, {{kPre, "true"}, {kRelease, "true"}, {kImage, "release"}}},
             {false, {{kPre, "1"}, {kRelease, "true"}}},
             {false, {{kPre, "true1"}, {kRelease, "true"}}},
-            // And an unlocked build, known by the first characters of three properties.
+            // So does an unlocked build, by the first characters of three properties.
             {true, {{kSecure, "0x1"}, {kAdbSecure, "01"}, {kDebuggable, "1z"}, {kRelease, "true"}}},
             {true, {{kSecure, "0"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kImage, "release"}}},
             {false, {{kSecure, "1"}, {kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
@@ -41,7 +41,7 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
             {false, {{kAdbSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {false, {{kSecure, "0"}, {kDebuggable, "1"}, {kRelease, "true"}}},
             {false, {{kSecure, "0"}, {kAdbSecure, "0"}, {kRelease, "true"}}},
-            // What then makes a release.
+            // Otherwise, a release does not.
             {false, {{kRelease, "true"}}},
             {true, {{kRelease, "True"}}},
             {true, {{kRelease, "true1"}}},

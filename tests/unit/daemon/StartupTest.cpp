@@ -27,12 +27,12 @@ const Lines kServes = {"I zstats_pullerd daemon start", "I addService atomacq se
                        "E pullerd:  Get statsd service fail",
                        "I addService zstats_pullerd success.", "I zstats_pullerd daemon end"};
 
-/** What `run` says, asks of init and gives back. */
+/** The log lines, requests to init and result of `run`. */
 template <typename Run>
 Lines outcome(bool featureEnabled, const Run& run) {
     gLibraries = {};
     gLibraries.featureEnabled = featureEnabled;
-    gLogLevel = 0;  // which none of these lines waits for
+    gLogLevel = 0;  // all lines are ungated
     LogCapture log;
     Lines lines;
     properties::setControlHandler([&](const std::string& name, const std::string& value) {
@@ -44,7 +44,7 @@ Lines outcome(bool featureEnabled, const Run& run) {
     return gLibraries.calls[0] == asked ? lines : Lines{"another question first"};
 }
 
-/** Each in a process of its own, as the build is asked for once. */
+/** Each in a child process, because the build is read once for each process. */
 TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
     const std::string type = "I isReleaseType: releaseType: ";
     const std::string commercial = "It is Commercial Version, less than 4GB, ";
@@ -83,7 +83,7 @@ TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
     }
 }
 
-/** What the whole daemon says, in lines, and whether it ignores SIGPIPE: status 77 if it does not. */
+/** The log lines of the whole daemon; exit status 77 if it does not ignore SIGPIPE. */
 std::string daemonRun(bool featureEnabled) {
     const Lines lines = outcome(featureEnabled, [] {
         inprocess::reset();
@@ -95,7 +95,7 @@ std::string daemonRun(bool featureEnabled) {
     return android::base::Join(lines, '\n');
 }
 
-// In a process that is started anew: binder does not work in the child of one that has used it.
+// In a newly executed process: binder does not work in the child of a process that has used it.
 TEST(StartupDeathTest, IgnoresBrokenPipesDecidesByTheRealMemoryAndServes) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     std::string meminfo;
@@ -121,7 +121,7 @@ TEST(StartupDeathTest, IgnoresBrokenPipesDecidesByTheRealMemoryAndServes) {
     }
 }
 
-/** Publishing, with no statsd about: the main service then registers nothing. */
+/** Publishing without statsd: the main service then registers no atoms. */
 class ServeTest : public testing::Test {
   protected:
     ServeTest() {
@@ -176,7 +176,7 @@ TEST_F(ServeTest, EndsWhenANameIsRefusedByAnyStatus) {
         const char* name;
         android::status_t status;
         Lines lines;
-        Lines calls;  // of a main service that was made
+        Lines calls;  // of the main service, if it was constructed
     } rows[] = {{"atomacq", android::PERMISSION_DENIED, noAtomacq, {}},
                 {"atomacq", 1, noAtomacq, {}},
                 {nullptr, 0, noAtomacq, {}},

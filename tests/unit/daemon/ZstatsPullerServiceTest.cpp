@@ -23,7 +23,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/libraries/FakeLibraries.h"
 
-// In place of the C library's: another id than the real one.
+// Replaces the C library's function, with another id.
 extern "C" uid_t geteuid() noexcept {
     return 4711;
 }
@@ -39,7 +39,7 @@ constexpr int32_t kTags[] = {
 #include "tests/registered_atoms"
 };
 
-/** A binder that claims an interface, which is all that the service asks of statsd. */
+/** A binder that reports an interface descriptor: the service needs no more of statsd. */
 class Claiming : public android::BBinder {
   public:
     explicit Claiming(const char* descriptor) : mDescriptor(descriptor) {}
@@ -49,13 +49,13 @@ class Claiming : public android::BBinder {
     const String16 mDescriptor;
 };
 
-/** A statsd that dies while its death is being linked. */
+/** A statsd that dies during the call that links its death. */
 struct DyingStatsd : Claiming {
     DyingStatsd() : Claiming("android.os.IStatsd") {}
     android::status_t linkToDeath(const sp<DeathRecipient>& to, void*, uint32_t) override {
         if (++links > 1) return android::OK;
         notice = std::thread([this, to] { to->binderDied(this); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // it ends behind the link
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // dies after linking
         return android::OK;
     }
     int links = 0;
@@ -105,7 +105,7 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
                 {1, 40, "true", asks + starts, {"D2 kworker mConnectFd = 40"}, "40"},
                 {1, 0, "true", asks + starts, {"D2 kworker mConnectFd = 0"}, "0"},
                 {1, -5, "true", asks + starts, failed("-5"), "-5"},
-                // The second is tried whatever became of the first.
+                // The second connection is tried also after a failure of the first.
                 {1, -1, "false", asks + starts + asks + second, failed("-1") + failed("-1"), "-1"},
                 {2, 40, "false", asks + asks, unsupported + unsupported, "-1"}};
     const Lines ofCallback = {
@@ -115,7 +115,7 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
                               " registerPullAtomCallback success"};
     for (const auto& row : rows) {
         property_set("ro.build.release_type", row.releaseType);
-        // The last line is of the connection that is tried below.
+        // The last line belongs to the connection below.
         expectLines(mLog, ofCallback + registered + row.lines + unsupported, [&] {
             inprocess::reset();
             publishStats("android.os.IStatsd");
@@ -131,10 +131,10 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
                 EXPECT_EQ(registration.callback, &onPullAtom);
                 EXPECT_EQ(registration.cookie, cookie);
             }
-            // None waits; the second is of the callback object.
+            // No look-up waits; the second is that of the callback object.
             EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda"}));
 
-            gLibraries.bpfEnabled = 0;  // where nothing is supported the descriptor stays
+            gLibraries.bpfEnabled = 0;  // without support the descriptor stays unchanged
             char path[] = "/bpf/later";
             service->connectZbpfForKorkerInner(path);
             gLibraries.calls.clear();
@@ -163,7 +163,7 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     FakeCalda calda;
     sp<ZstatsPullerService>(new ZstatsPullerService).clear();
     mLog.clear();
-    calda.remote().die();  // nothing of the service is told of this and of what follows
+    calda.remote().die();  // the service gets no notice of this and of what follows
     EXPECT_EQ(mLog.take(), Lines{});
     const sp<ZstatsPullerService> service(new ZstatsPullerService);
     const ndk::SpAIBinder statsd = mStatsd->ndkProxy();
@@ -177,7 +177,7 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     EXPECT_EQ(gLibraries.calls, Lines{});
     EXPECT_EQ(inprocess::lookUps(), lookUps);
 
-    // It is told from the first step of its construction on, and goes on with the others.
+    // The notice comes during construction, which continues.
     gLogLevel = 0;
     mStatsd = publishStats("android.os.IStatsd");
     const std::string ofCallback = "getGpuStats With a unknown vendor platform!";
@@ -196,12 +196,12 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
     EXPECT_EQ(dying->links, 1);
 }
 
-/** The service as dumpsys reaches it. */
+/** The service as dumpsys calls it. */
 class DumpTest : public ZstatsPullerServiceTest {
   protected:
     DumpTest() { mRemote->setCallerUid(0); }
 
-    /** Dumps with these arguments; what arrives in the first write, with a mark for any other. */
+    /** Dumps with these arguments; returns the first write, with a mark if there is a second. */
     std::string dump(const Lines& args, android::status_t expected = android::OK) {
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
@@ -231,7 +231,7 @@ class DumpTest : public ZstatsPullerServiceTest {
 TEST_F(DumpTest, IsForRootAndSystemAlone) {
     for (const uid_t uid : {0u, 1000u, 1u, 999u, 1001u, 1066u, 2000u, 101000u, 4294967295u}) {
         SCOPED_TRACE(uid);
-        EXPECT_FALSE(rgbLog());  // as it starts
+        EXPECT_FALSE(rgbLog());  // initially
         const bool allowed = uid == 0 || uid == 1000;
         gLogLevel = 1;
         mRemote->setCallerUid(uid);
@@ -251,7 +251,7 @@ TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
     struct Row {
         Lines args;
         std::string reply;
-        int32_t level = 5;  // afterwards, 5 before
+        int32_t level = 5;  // afterwards; 5 before
         bool rgbLog = true;
     };
     std::vector<Row> rows = {
@@ -277,7 +277,7 @@ TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
     for (const auto& [text, level] : levels) {
         rows.push_back({{"--loglevel", text}, levelIs + std::to_string(level) + "\n", level});
     }
-    mStatsd->die();  // which changes nothing here
+    mStatsd->die();  // must not change the dump
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.args));
         gLogLevel = 5;

@@ -12,7 +12,7 @@
 
 #include "host/inprocess/InProcessBinder.h"
 
-// The bytes that the generated classes put on the wire, and what they make of those of others.
+// The bytes that the generated classes write, and how they decode those of others.
 
 namespace zstats {
 namespace {
@@ -28,7 +28,7 @@ using android::sp;
 using android::status_t;
 using android::String16;
 
-/** Words of four bytes as they lie in memory, "01000000 0c000000". */
+/** Words of four bytes in memory order: "01000000 0c000000". */
 std::string hex(const uint8_t* bytes, size_t size) {
     std::string text;
     for (size_t i = 0; i < size; ++i) {
@@ -46,7 +46,7 @@ void writeHex(Parcel* parcel, const std::string& text) {
     }
 }
 
-/** Keeps a request's code and what is behind its token, and answers with the given words. */
+/** Records a request's code and the data after its token, and answers with the given words. */
 class Recorder : public android::BBinder {
   public:
     Recorder(const char* descriptor, std::string reply)
@@ -70,7 +70,7 @@ class Recorder : public android::BBinder {
     const std::string mReply;
 };
 
-/** What `call` sends through a proxy of Interface, and gets back. */
+/** The request and the result of `call` through a proxy of Interface. */
 template <typename Interface, typename Call>
 std::string requestOf(const std::string& reply, const Call& call) {
     const sp<Recorder> recorder(new Recorder(Interface::descriptor, reply));
@@ -82,7 +82,7 @@ std::string requestOf(const std::string& reply, const Call& call) {
 }
 
 TEST(AidlWireTest, writesEachRequestToTheByte) {
-    // A binder that is null: its kind, flags, the object, a cookie, and its stability.
+    // A null binder: its kind, flags, the object, a cookie, and its stability.
     const std::string nobody = "852a6273 13000000 00000000 00000000 00000000 00000000 00000000";
     EXPECT_EQ(requestOf<IStatsd>(
                       "",
@@ -97,7 +97,7 @@ TEST(AidlWireTest, writesEachRequestToTheByte) {
     EXPECT_EQ(requestOf<IPullAtomCallback>(
                       "", [](IPullAtomCallback& callback) { callback.onPullAtom(9, nullptr); }),
               "1: 09000000 " + nobody);
-    // An element of an array is said to be not null once.
+    // An element of an array has a single not-null word.
     StatsEventParcel three;
     three.buffer = {7, 2, 1};
     StatsEventParcel one;

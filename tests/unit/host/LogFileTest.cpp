@@ -22,7 +22,7 @@ class LogFileTest : public testing::Test {
         return lines;
     }
 
-    /** What stands behind the tag in each line. */
+    /** The text after the tag in each line. */
     std::vector<std::string> texts() const {
         std::vector<std::string> texts = lines();
         for (std::string& text : texts)

@@ -99,7 +99,7 @@ TEST_F(PropertyTest, handsControlWritesOnInsteadOfStoringThem) {
               Lines{"E cannot set \"ctl.stop\" to \"service\": Function not implemented"});
     std::string taken;
     setControlHandler([&](const std::string& name, const std::string& value) {
-        // A handler may well use properties itself.
+        // A handler may use properties.
         EXPECT_TRUE(SetProperty("ctlx", "plain"));
         taken += name + "=" + value + ";";
     });
@@ -119,7 +119,7 @@ TEST_F(PropertyTest, neverShowsAMixtureOfTwoValues) {
         } while (!done);
     });
     for (int i = 0; i < 20000; ++i) SetProperty("x", values[i % 3]);
-    // New entries appear beside the reader too.
+    // New entries are visible to the reader.
     for (int i = 0; i < 100; ++i) SetProperty("new." + std::to_string(i), "v");
     done = true;
     reader.join();
@@ -193,7 +193,7 @@ TEST_F(PropertyFileTest, isASocketThatTakesTheDevicesWireFormAndAnswers) {
             EXPECT_TRUE(android::base::ReadFully(client.get(), wire.data(), wire.size()));
             EXPECT_EQ(write(client.get(), &answer, sizeof(answer)), 4);
         }
-        // One that hangs up without an answer, as when init dies.
+        // Closes without an answer, as when init dies.
         close(accept(listener.get(), nullptr, nullptr));
     });
     EXPECT_EQ(requestProperty(mPath, {"ctl.stop", "abc"}), 0);

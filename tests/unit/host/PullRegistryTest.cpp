@@ -20,7 +20,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/** Takes answers to pulls whose events have no more than so many bytes together. */
+/** Accepts answers whose events have at most this many bytes in total. */
 class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
   public:
     explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
@@ -47,7 +47,7 @@ class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
     const size_t mMaxBytes;
 };
 
-/** statsd as the library sees it; keeps each request as text, "+TAG" or "-TAG", and its terms. */
+/** A fake statsd that records each request as "+TAG" or "-TAG", and its terms. */
 class FakeStatsd : public vdevice::StatsdBase {
   public:
     Status registerNativePullAtomCallback(
@@ -70,7 +70,7 @@ class FakeStatsd : public vdevice::StatsdBase {
         return Status::ok();
     }
 
-    /** Waits for `count` requests and returns all there are by then. */
+    /** Waits for `count` requests and returns all of them so far. */
     Strings waitForRequests(size_t count) {
         std::unique_lock lock(mLock);
         mArrived.wait_for(lock, std::chrono::seconds(20), [&] { return mRequests.size() >= count; });
@@ -82,7 +82,7 @@ class FakeStatsd : public vdevice::StatsdBase {
         return mTerms;
     }
 
-    /** The answer to a pull of a registered tag: the verdict, and the field of each event. */
+    /** The answer to a pull of a registered tag: the result, and the field of each event. */
     std::string pull(int32_t tag, size_t maxBytes) {
         const auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
         const std::lock_guard lock(mLock);
@@ -91,7 +91,7 @@ class FakeStatsd : public vdevice::StatsdBase {
     }
 
   private:
-    std::mutex mLock;  // guards all below
+    std::mutex mLock;  // guards the members below
     std::condition_variable mArrived;
     Strings mRequests;
     Strings mTerms;
@@ -122,14 +122,14 @@ class PullRegistryTest : public testing::Test {
         mRemote = inprocess::publish("stats", mStatsd->asBinder());
     }
 
-    /** A death with statsd back before anyone looks. */
+    /** A death, with statsd back before the library looks for it. */
     void restartStatsd() {
         const std::shared_ptr<inprocess::RemoteService> old = mRemote;
         startStatsd();
         old->die();
     }
 
-    /** Waits until statsd has served all that was asked of the library. */
+    /** Waits until statsd has served all requests to the library. */
     void settle() {
         PullRegistry::instance().join();
         mRemote->drainOneway();
@@ -168,7 +168,7 @@ TEST_F(PullRegistryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
     EXPECT_EQ(mStatsd->terms(), (Strings{"1000 1500", "-7 1099511627776 3 5", "1000 1500"}));
 }
 
-/** Answers with one built event and one that nobody built; the cookie holds the verdict. */
+/** Answers with a built and an unbuilt event; the cookie is the result. */
 AStatsManager_PullAtomCallbackReturn answerTwo(int32_t tag, AStatsEventList* data, void* cookie) {
     for (int32_t value : {1, 2}) {
         AStatsEvent* event = AStatsEventList_addStatsEvent(data);
@@ -196,7 +196,7 @@ TEST_F(PullRegistryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
     int32_t verdict = AStatsManager_PULL_SUCCESS;
     for (int32_t tag : {30, 10, 20, 15}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(15);
-    // The last registration of a tag wins, now and later.
+    // The last registration of a tag wins, also after a death.
     AStatsManager_setPullAtomCallback(20, nullptr, answerTwo, &verdict);
     EXPECT_EQ(mStatsd->waitForRequests(6).size(), 6u);
     for (int round = 0; round < 2; ++round) {
@@ -213,7 +213,7 @@ TEST_F(PullRegistryTest, keepsRegistrationsThatFoundNoStatsd) {
     registerTag(10);
     PullRegistry::instance().join();
     startStatsd();
-    // Nothing tells the library that statsd is back; the next registration finds it.
+    // The library is not notified that statsd is back; the next registration finds it.
     registerTag(20);
     settle();
     EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+20"});
@@ -221,7 +221,7 @@ TEST_F(PullRegistryTest, keepsRegistrationsThatFoundNoStatsd) {
     EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
 }
 
-/** A statsd that dies while it is asked for its descriptor; another is there at once. */
+/** A statsd that dies while it is asked for its descriptor; another replaces it at once. */
 class DyingStatsd : public android::BBinder {
   public:
     explicit DyingStatsd(std::function<void()> die) : mDie(std::move(die)) {}

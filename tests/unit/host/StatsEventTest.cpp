@@ -18,7 +18,7 @@ using Writer = void (*)(AStatsEvent* event);
 
 constexpr size_t kFaultyBytes = 21;
 
-/** An unbuilt event with a fixed time stamp and, unless it is 0, an atom id. */
+/** An unbuilt event with a fixed time stamp, and an atom id unless it is 0. */
 EventPtr newEvent(uint32_t atomId = 150005) {
     EventPtr event(AStatsEvent_obtain(), &AStatsEvent_release);
     AStatsEvent_overwriteTimestamp(event.get(), 0x1122334455667788);
@@ -57,7 +57,7 @@ TEST(StatsEventTest, encodesEachKindOfFieldAndAnnotationToTheByte) {
     const std::string id = "00f5490200";
     const struct {
         Writer write;
-        std::string hex;   // of what follows the time stamp
+        std::string hex;   // of the bytes after the time stamp
         FieldValue field;  // as it is read back
     } cases[] = {
             {[](auto* e) { AStatsEvent_writeInt32(e, 7); }, id + "0007000000", 7},
@@ -111,7 +111,7 @@ TEST(StatsEventTest, encodesEachKindOfFieldAndAnnotationToTheByte) {
     }
 }
 
-/** Builds an event of these writes, whose errors must be these and alone in it. */
+/** Builds an event with these writes. It must report exactly these errors. */
 template <typename Write>
 void expectErrors(uint32_t errors, uint32_t atomId, Write write) {
     const EventPtr event = newEvent(atomId);
@@ -153,7 +153,7 @@ TEST(StatsEventTest, takesAllUpToItsLimits) {
     const struct {
         void (*write)(AStatsEvent* event, size_t argument);
         size_t largest;
-        uint32_t error;  // of one more
+        uint32_t error;  // after one more
     } cases[] = {
             {annotate, 127, kErrorAnnotationIdTooLarge},
             {annotateOften, 15, kErrorTooManyAnnotations},
@@ -178,7 +178,7 @@ TEST(StatsEventTest, replacesTheFieldsOfAFaultyEventByItsErrors) {
             {kErrorNoAtomId, 0, [](auto*) {}},
             {kErrorNoAtomId | kErrorAnnotationWithoutField, 0, [](auto* e) { annotate(e, 1); }},
             {kErrorTooManyFields, 1, [](auto* e) { writeInts(e, 300); }},
-            // An id comes first, and once; a second one is passed over.
+            // The id must come first; a second one is ignored.
             {0, 1, [](auto* e) { AStatsEvent_setAtomId(e, 2); }},
             {kErrorNoAtomId | kErrorAtomIdMisplaced, 0,
              [](auto* e) {

@@ -16,7 +16,7 @@
 namespace zstats {
 namespace {
 
-/** statsd's end of the socket, in a folder of the test's own. */
+/** statsd's end of the socket, in a temporary folder. */
 class StatsSocket {
   public:
     explicit StatsSocket(const std::string& path) : mPath(path) {
@@ -121,7 +121,7 @@ TEST(PushedEventTest, isBuiltWithTheLimitOfALogEntry) {
         AStatsEvent* event = AStatsEvent_obtain();
         AStatsEvent_setAtomId(event, 1);
         AStatsEvent_writeString(event, std::string(4064 - 16 - 5 + excess, 'x').c_str());
-        // There is no stats socket on a PC.
+        // A PC has no stats socket.
         EXPECT_EQ(AStatsEvent_write(event), -ENODEV);
         EXPECT_EQ(AStatsEvent_getErrors(event), excess == 0 ? 0u : 4u);
         AStatsEvent_release(event);

@@ -13,7 +13,7 @@
 #include "vendor/include/stats_write.h"
 #include "vendor/include/uah_client.h"
 
-// The names under which the closed libraries export what the daemon calls.
+// The exported names of the closed libraries' functions.
 extern "C" {
 extern char featureSwitch __asm__("isOsFeatureEnabled");
 extern char statsWrite __asm__("_ZN14NordaFramework11stats_writeEiiiiiPKc");
@@ -95,7 +95,7 @@ TEST_F(BpfEventChannelTest, WritesAnAtomForARecordAndTellsWhatItDrops) {
         short type;
         std::array<int32_t, 4> head;
         std::string info;
-        std::string numbers;  // as the line has them
+        std::string numbers;  // as in the log line
     } rows[] = {
             {-4, {7, 1, 2, 3}, "x", "type:7 pe:1 lnr:2 bnr:3"},
             {0,
@@ -106,7 +106,7 @@ TEST_F(BpfEventChannelTest, WritesAnAtomForARecordAndTellsWhatItDrops) {
             {1, {1, 2, 3, 4}, std::string(900, 'i'), "type:1 pe:2 lnr:3 bnr:4"},
     };
     for (const auto& row : rows) {
-        // One byte off, since nobody promises where a record lies.
+        // Unaligned, because a record may have any address.
         std::string record =
                 "?" + std::string(reinterpret_cast<const char*>(row.head.data()), 16) + row.info;
         std::string call = "stats_write 100207 ";

@@ -5,7 +5,7 @@
 #include "readers/GpuReader.h"
 #include "tests/support/AtomTest.h"
 
-// In place of the C library's: by the clock that counts suspend, each look is a second later.
+// Replaces the C library's function: each reading of the boot clock is a second later.
 namespace {
 time_t gBootSeconds = 0;
 }
@@ -33,7 +33,7 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
             {"opp 585000000 5000000000\nopp 130000999 010",
              {"{ 585000, 130000 } { 5000000000, 10 }"}},
             {"585000000 1\n", {noFreq("585000000 1"), noTime("585000000 1"), "{} {}"}},
-            {"0585000000 12\n", {"{ 585000 } { 12 }"}},  // a zero is part of the lead-in
+            {"0585000000 12\n", {"{ 585000 } { 12 }"}},  // a leading zero is part of the word
             {"\n[00]: 40000 7\n", {noFreq(""), noTime(""), "{ 40 } { 7 }"}},
             {"f 9000 -5\nf 2999 x\nf 3000\nf 4000,5",
              {noTime("f 2999 x"), noTime("f 3000"), noTime("f 4000,5"), "{ 9, 2, 3, 4 } { -5 }"}},
@@ -58,9 +58,9 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
 
 TEST_F(GpuReaderTest, readTimesAdvanceAtEachReading) {
     useQcom();
-    factory.setSeries("gpu_freq_time_qual", {"1", "1", "1 2"});  // whatever the lengths are
+    factory.setSeries("gpu_freq_time_qual", {"1", "1", "1 2"});  // of any length
     gBootSeconds = 0;
-    GpuReader reader;  // which looks before its first reading, too
+    GpuReader reader;  // also reads the clock before its first reading
     gLogLevel = 2;
     lines();
     for (int reading = 0; reading < 3; ++reading) reader.getGpuFreqsTimeDelta();

@@ -8,7 +8,7 @@
 #include "tests/support/AtomTest.h"
 #include "tests/support/FakePlatformServices.h"
 
-// The linker sends the writing of interface tokens here.
+// The linker redirects writeInterfaceToken here (--wrap).
 namespace {
 thread_local android::status_t gTokenStatus = android::OK;
 }
@@ -25,7 +25,7 @@ using android::IBinder;
 using android::sp;
 using Ints = std::vector<int>;
 
-constexpr int kStatus = -1;  // beside the types of temperatures
+constexpr int kStatus = -1;  // besides the temperature types
 
 constexpr char kConnected[] = "D2 ThermalReader Calda Binder already exists";
 constexpr char kLinked[] = "D2 ThermalReader Calda Binder linked";
@@ -34,7 +34,7 @@ const Lines kDied = {"D2 ThermalReader enter binderDied", "I1 ThermalReader cald
 
 class ThermalReaderTest : public AtomTest {
   protected:
-    /** Expects a query to write these lines and to end with "RESULT { VALUE, ... }". */
+    /** Expects a query to log these lines and to return "RESULT { VALUE, ... }". */
     void expectAnswer(ThermalReader& reader, int type, const Transcript& expected) {
         SCOPED_TRACE(type);
         expectAtLevels(expected, [&] {
@@ -56,7 +56,7 @@ TEST_F(ThermalReaderTest, repliesAreReadByType) {
     const std::tuple<int, Ints, Transcript> rows[] = {
             {1, {4, 4, 41000, 38000, 37500, 36900}, {"0 { 41000 }"}},
             {2, {4, 9, 41000, 1, -2, 3, 4}, {"0 { 1, -2, 3 }"}},
-            {2, {4, 4, 41000, 1}, {"0 { 1, 0, 0 }"}},  // words behind the end read as 0
+            {2, {4, 4, 41000, 1}, {"0 { 1, 0, 0 }"}},  // words after the end read as 0
             {1, {3, 4, 41000}, {kSizes, "-1 {}"}},
             {1, {4, 3, 41000}, {kSizes, "-1 {}"}},
             {1, {-1, 4, 41000}, {kSizes, "-1 {}"}},
@@ -83,7 +83,7 @@ TEST_F(ThermalReaderTest, repliesAreReadByType) {
     expectAnswer(reader, 1,
                  {"E ThermalReader writeInterfaceToken calda failed! status: -12", "-1 { 99 }"});
     gTokenStatus = android::OK;
-    // A failed transaction ends the status alone; the temperatures read an empty reply.
+    // A failed transaction fails only the status; the temperatures read an empty reply.
     for (const int error : {-110, 1}) {
         calda.remote().failCalls(error);
         const auto failed = [&](const std::string& code) {
@@ -125,7 +125,7 @@ TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueries) {
         EXPECT_EQ(reader.getThermalStatus(status), 0);
         return lines();
     });
-    // A query takes no lock: it is served while a notice holds the reader's.
+    // A query takes no lock: it works while a notice holds the reader's lock.
     gLogLevel = 2;
     log.whenLogged("ThermalReader enter binderDied", [&] {
         std::thread([&] { EXPECT_EQ(reader.getThermalStatus(status), -1); }).join();
@@ -134,7 +134,7 @@ TEST_F(ThermalReaderTest, connectsAtConstructionAndAtQueries) {
     expectAnswer(reader, kStatus, {kAbsent, kFailed, "-1 { 99 }"});
 }
 
-/** A calda whose death link is under the test's control. */
+/** A calda whose death notices the test controls. */
 struct LinkedCalda : android::BBinder {
     android::status_t linkToDeath(const sp<DeathRecipient>& to, void* cookie,
                                   uint32_t flags) override {
@@ -153,7 +153,7 @@ struct LinkedCalda : android::BBinder {
     android::status_t onTransact(uint32_t, const android::Parcel&, android::Parcel*,
                                  uint32_t flags) override {
         EXPECT_EQ(flags, 0u);
-        // A notice on another thread is served while a query is under way.
+        // A notice on another thread is handled during a query.
         std::thread([this] { recipient->binderDied(nullptr); }).join();
         return android::OK;
     }
@@ -168,7 +168,7 @@ TEST_F(ThermalReaderTest, noticesAboutOtherBindersAreIgnored) {
     const Lines linked = {"W0 ThermalReader registBinder calda link to death failed! status -38",
                           kLinked};
     for (const bool diesAtOnce : {true, false}) {
-        calda->diesAtOnce = diesAtOnce;  // the notice then finds what it is about
+        calda->diesAtOnce = diesAtOnce;  // the notice must find the stored binder
         expectAtLevels((diesAtOnce ? kDied : Lines{}) + linked, [&] {
             const ThermalReader fresh;
             return lines();

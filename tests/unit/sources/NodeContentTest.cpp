@@ -33,7 +33,7 @@ TEST_F(NodeContentTest, ItsThreeReadersTellEachOutcome) {
     const struct {
         bool isPresent;
         std::optional<std::string> text;  // none: the service answers with an error
-        Lines client;                     // what its client writes before each reader does
+        Lines client;                     // the client's lines before those of each reader
         std::string failure;
     } rows[] = {{false, {}, {"W get handlefactory aidl service failed"}, "Proxy Aidl not exist."},
                 {true, {}, {"W handleFactory read failed."}, "len=0"},

@@ -17,10 +17,10 @@ namespace {
 
 using android::os::IThermalService;
 
-/** A client of a service, and the lines that it writes. */
+/** A client of a service, and its log lines. */
 struct Client {
     std::string service;
-    std::function<bool()> finds;  // whether it gets hold of the service
+    std::function<bool()> finds;  // true when it reaches the service
     Lines absent;
     Lines connected = {};
     Lines died = {};
@@ -113,7 +113,7 @@ TEST_F(ServiceClientsTest, OfAVendorHoldNoLockDuringACall) {
     EXPECT_EQ(text, "before");
 }
 
-// Such a service is looked up at each call, and its death is not noticed: nothing was linked.
+// Such a service is looked up at each call, and its death is not linked.
 TEST_F(ServiceClientsTest, OfAVendorTakeNoServiceOfAnotherInterface) {
     FakeHandleFactory handles;
     FakeCharger charger;
@@ -128,12 +128,12 @@ TEST_F(ServiceClientsTest, OfAVendorTakeNoServiceOfAnotherInterface) {
     }
 }
 
-/** A handle factory that dies while its death is being linked. */
+/** A handle factory that dies during the call that links its death. */
 struct DyingHandles : android::BBinder {
     const android::String16& getInterfaceDescriptor() const override { return descriptor; }
     android::status_t linkToDeath(const android::sp<DeathRecipient>& to, void*, uint32_t) override {
         notice = std::thread([this, to] { to->binderDied(this); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // it ends behind the link
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // dies after linking
         return android::OK;
     }
     std::thread notice;
@@ -191,11 +191,11 @@ TEST_F(ServiceClientsTest, OfHandlesTakesTextAndResultCodeOfACallThatSucceeds) {
         expectLines(log, lines, [&] { EXPECT_EQ(factory.read("unknown", out), -1); });
         EXPECT_EQ(out, "-1");
     };
-    for (const android::status_t status : {0, 1, -1, -32}) {  // 0: the service's own error
+    for (const android::status_t status : {0, 1, -1, -32}) {  // 0: an error of the service
         handles.remote().failCalls(status);
         expectFailure({"W handleFactory read failed."});
     }
-    // One each; after the last status the proxy is dead and makes none.
+    // One call each; after the last status the proxy is dead and makes none.
     EXPECT_EQ(handles.remote().calls(4), static_cast<int>(std::size(rows)) + 3 * 3 + 1);
     handles.remote().die();
     log.clear();
@@ -231,7 +231,7 @@ TEST_F(ServiceClientsTest, OfAudioSaysWhyItsCallFails) {
             {android::PERMISSION_DENIED, "Operation not permitted"},
             {1, strerror(-1)},  // a positive status is a failure as well
             {android::UNKNOWN_ERROR, strerror(std::numeric_limits<int>::min())},
-            {android::DEAD_OBJECT, "Broken pipe"},  // last: a proxy that saw it stays dead
+            {android::DEAD_OBJECT, "Broken pipe"},  // last, because the proxy stays dead
     };
     log.clear();
     for (const auto& [status, text] : rows) {

@@ -10,14 +10,14 @@
 
 namespace {
 
-/** The number that the next descriptor would get. */
+/** The number of the next descriptor. */
 int nextDescriptor() {
     const int fd = dup(STDERR_FILENO);
     close(fd);
     return fd;
 }
 
-// What a product gets that has none of the closed libraries.
+// The answers on a product without the closed libraries.
 TEST(UnsupportedTest, saysSoAtOnceAndOpensNothing) {
     const int before = nextDescriptor();
     EXPECT_TRUE(isOsFeatureEnabled("os.tool.quill.zstats_pullerd.enable"));

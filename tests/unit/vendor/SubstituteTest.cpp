@@ -15,7 +15,7 @@ namespace {
 
 using substitute::Injection;
 
-/** What the callbacks below saw; they run on the library's threads. */
+/** The calls of the callbacks below, which run on the library's threads. */
 std::mutex gLock;
 std::vector<std::string> gArrivals;  // guarded by gLock
 std::thread::id gThread;             // guarded by gLock
@@ -53,7 +53,7 @@ int connect(const std::string& path, zbpf_data_callback callback = onData) {
     return zbpf_connect_start(&request);
 }
 
-/** A connection for the life of the object. */
+/** A connection that lasts as long as the object. */
 struct Connected {
     ~Connected() { EXPECT_EQ(zbpf_connect_exit(fd, "test"), 0); }
 

@@ -17,12 +17,12 @@ using Lines = std::vector<std::string>;
 constexpr int64_t kSecond = 1'000'000'000;
 constexpr ClockReadings kClocks = {7000, 2000, 3000};
 
-// Fields that hold messages, by the published numbers: the clocks, the battery, the system and its
+// Published numbers of fields that are messages: the clocks, the battery, the system and its
 // kernel, the track and its counter, the event and its arguments.
 const std::set<std::string> kMessages = {"6",  "6.1",  "38", "45",  "45.1",
                                          "60", "60.8", "11", "11.4"};
 
-// The uuids of tracks, which recordings that exist have: they do not change.
+// The uuids of tracks. They must not change, because existing recordings have them.
 const std::map<std::string, std::string> kUuids = {
         {"259432962198", "root"},         {"708000199073", "voltage-now"},
         {"13913767096", "voltage"},       {"708000763050", "ddr-freq"},
@@ -142,7 +142,7 @@ TEST_F(TraceWriterTest, givesEachKeyATrackThatNamesIt) {
                      "5=cpu-temperature 8{6=°C 7=150031 temperature} 12=3 14=index 3}",
                      "8=1000000000 10=1 11{9=4 11=temperature-3 30=47}",
                      "8=2000000000 10=1 11{9=4 11=temperature-3 30=48}"}));
-    // A key that comes later has its first event too.
+    // A key that appears later also gets an event.
     EXPECT_EQ(add({{150031, 3 * kSecond, 0, {4, 50}}}),
               Lines{"8=3000000000 10=1 11{4{4=4 10=index} 4{4=50 10=temperature} 9=3 11=root "
                     "23=cpu_temperature}"});
@@ -177,12 +177,12 @@ TEST_F(TraceWriterTest, letsASourceThatIsNotActiveAnyMoreFallToZero) {
     EXPECT_EQ(silent(4), Lines());
     EXPECT_EQ(add({{150020, 5 * kSecond, 0, source}}),
               Lines{"8=5000000000 10=1 11{9=4 11=active-time-usb 30=60}"});
-    // Its atom comes, and has another source.
+    // Its atom comes without it.
     std::vector<AtomValue> other = source;
     other[0] = std::string("rtc");
     EXPECT_EQ(add({{150020, 6 * kSecond, 0, other}}).front(),
               "8=6000000000 10=1 11{9=4 11=active-time-usb 30=0}");
-    // Nothing comes any more.
+    // No atom comes any more.
     add({{150020, 7 * kSecond, 0, source}});
     mBytes.clear();
     mWriter.advance(18 * kSecond);

@@ -19,10 +19,10 @@
 
 namespace {
 
-// What the C library's functions below answer instead, on this thread.
+// Answers of the C library's functions below, on this thread.
 thread_local std::optional<timespec> gBootTime;
 thread_local bool gOutOfMemory = false;
-thread_local int gReadsLeft = -1;  // before reads fail; -1: they do not
+thread_local int gReadsLeft = -1;  // until reads fail; -1: never
 
 }  // namespace
 
@@ -58,7 +58,7 @@ class SystemHelpersTest : public testing::Test {
 };
 
 TEST(LogDeathTest, StartsAtLevelOne) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process without any test before
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process without earlier tests
     EXPECT_EXIT(_exit(100 + gLogLevel), testing::ExitedWithCode(101), "");
 }
 
@@ -72,7 +72,7 @@ TEST_F(SystemHelpersTest, ReadFileAppendsPiecesOfUpTo1024BytesAndClosesTheFile) 
         EXPECT_EQ(readFile(mFiles.path("node"), &out), static_cast<int>(size));
         EXPECT_EQ(out, "kept " + content) << size;
     }
-    // What is written at once to this pipe and not read at once is lost.
+    // A read of this pipe discards the rest of a write.
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_DIRECT), 0);
     EXPECT_EQ(write(ends[1], "few", 3), 3);
@@ -149,7 +149,7 @@ TEST_F(SystemHelpersTest, SplitStringReadsDecimalIntsAndPrefixedLongNumbers) {
         gOutOfMemory = false;
         EXPECT_EQ(splitString(row.text, row.delimiters, &ints), 0);
         EXPECT_EQ(splitString(row.text, row.delimiters, &numbers), 0);
-        auto expectedInts = row.ints;  // behind what was there
+        auto expectedInts = row.ints;  // appended
         auto expectedNumbers = row.numbers;
         expectedInts.insert(expectedInts.begin(), 7);
         expectedNumbers.insert(expectedNumbers.begin(), 7);
@@ -211,8 +211,8 @@ TEST_F(SystemHelpersTest, TheBuildIsWhatItsPropertiesSay) {
 }
 
 /**
- * The first answers stay, a trial build is not asked for its pre-version, and type and hardware are
- * told anew.
+ * The first answers are kept, a trial build does not read the pre-version property, and type and
+ * hardware are read again.
  */
 TEST_F(SystemHelpersTest, TheBuildIsAskedForOnceAndTheHardwareEachTime) {
     const Lines report = inChild([](Lines& lines) {

@@ -25,7 +25,7 @@ TEST(AtomJsonTest, writesValuesThatReadBackEqual) {
                   {std::numeric_limits<int64_t>::min(), "-9223372036854775808", "int64"},
                   {std::string("a\"b"), R"("a\"b")", "string"}};
     for (const auto& [value, text, type] : kCases) {
-        // What the catalogue lacks goes by its place.
+        // Fields that the catalogue lacks are named by their position.
         EXPECT_EQ(jsonEvent(7, {true, value}),
                   std::string(R"({"atom":7,"name":"unknown","fields":[true,)") + text +
                           R"(],"names":["field_1","field_2"],"types":["bool",")" + type + "\"]}");

@@ -43,14 +43,14 @@ TEST(AtomTextTest, writesWhatAPullBroughtOrThatThereIsNothing) {
               "          cpu  idle_time",
               "            0    2500 ms  ######..................   25.0 % of the uptime",
               "            1   20000 ms  ########################  200.0 % of the uptime"}},
-            // Events that the catalogue does not expect.
+            // Events that differ from the catalogue.
             {{150121, "", {event({}), event({1, int64_t{5}, 7})}},
              {"150121  cpu_idle                        2 events, one for each CPU", "        - ",
               "        - cpu 1, idle_time 5 ms, field_3 7"}},
             {{150029, "", {event({text, text})}},
              {gpu + "1 event" + perFrequency, "          frequency  time",
               "          text kHz   text  ........................    0.0 % of the time"}},
-            // Wide ones are written out, in lines that fit.
+            // Events with many fields are printed as pairs, in lines that fit.
             {{150136, "", {event(record), {false, {std::string("half")}}}},
              {"150136  uah_dataset                     2 events, one for each usage record",
               "        - column_1 com.norda.camera, column_2 12345678, column_3 12345678, "

@@ -39,7 +39,7 @@ TEST(ShellStreamTest, bringsEveryTypeBack) {
     fields[12] = std::numeric_limits<int64_t>::min();
     const std::vector<StreamedAtom> sent = {{150020, 11, -1, fields},
                                             {150112, 12, -1, {1.25f}},
-                                            // Types that the catalogue does not tell are a guess.
+                                            // Types of unknown fields are guessed.
                                             {10001, 13, -1, {int64_t{9}, 0.5f, std::string("t")}},
                                             {150006, 14, -1, {1, int64_t{2}}}};
     const auto received = parseShellData(shellFrame(sent, false).substr(8)).value_or(sent);
@@ -71,7 +71,7 @@ TEST(ShellStreamTest, isCutHoweverTheBytesArrive) {
         }
         EXPECT_EQ(messages, (std::vector<std::string>{message.substr(8), "", message.substr(8)}));
         EXPECT_FALSE(cutter.broken());
-        // A length that cannot be ends it.
+        // An impossible length ends the stream.
         cutter.append("\0\0\0\0\1\0\0\0abcdefgh", 16);
         EXPECT_FALSE(cutter.next().has_value());
         EXPECT_TRUE(cutter.broken());

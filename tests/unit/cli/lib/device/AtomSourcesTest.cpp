@@ -22,7 +22,7 @@ namespace {
 
 constexpr char kChipId[] = "/proc/device-tree/chosen/atag,chipid";
 
-/** What this program's handlers ask of the kernel's file systems. */
+/** The paths that the handlers in this program open. */
 struct FileWatch {
     std::mutex lock;
     std::vector<std::string> paths;
@@ -48,7 +48,7 @@ Function* next(const char* name) {
 
 }  // namespace
 
-// These take the place of the C library's functions in this program.
+// Replace the C library's functions in this program.
 extern "C" int open(const char* path, int flags, ...) {
     fileWatch().note(path);
     va_list arguments;
@@ -94,9 +94,9 @@ class AtomSourcesTest : public HandlerTest {
         fileWatch().folder = "/sys/";
     }
 
-    /** What a pull of `tag` on this device reads, by kind and each name once. */
+    /** The sources that a pull of `tag` reads on this device, by kind, each once. */
     Reads readsOf(int32_t tag, const std::string& hardware) {
-        constexpr int32_t kGpuTag = 150029;  // is read as the object is made, too
+        constexpr int32_t kGpuTag = 150029;  // also read at construction
         properties::clearProperties();
         __system_property_set("ro.hardware", hardware.c_str());
         fileWatch().chipIdExists = hardware != "qcom";
@@ -125,7 +125,7 @@ class AtomSourcesTest : public HandlerTest {
         reads[SourceKind::kCharger] = charger.calls();
         if (!touch.reads().empty()) reads[SourceKind::kTouch] = {"refresh rate"};
         if (!thermal.types().empty()) reads[SourceKind::kThermal] = {"CPU temperatures"};
-        // The bytes of a C string, filled up to a multiple of four.
+        // A C string, padded to a multiple of four bytes.
         const std::string question = audio.request().substr(0, audio.request().find('\0'));
         if (!question.empty()) reads[SourceKind::kAudio] = {question};
         if (tag == 150136 && !list.events.empty()) reads[SourceKind::kUsage] = {"records"};

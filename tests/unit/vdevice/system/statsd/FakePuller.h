@@ -9,7 +9,7 @@
 
 namespace zstats::vdevice {
 
-/** Answers the n-th pull with one event of the field n. */
+/** Answers the n-th pull with one event, whose field is n. */
 class FakePuller : public aidl::android::os::BnPullAtomCallback {
   public:
     using Receiver = std::shared_ptr<aidl::android::os::IPullAtomResultReceiver>;

@@ -27,7 +27,7 @@ class PullerManagerTest : public testing::Test {
         return text(mManager.pull(uids, kTag, mTime++));
     }
 
-    /** "OK n" for the answer to the n-th pull, or why there is none; "=" before a cached one. */
+    /** "OK n" for the answer to the n-th pull, or the failure; "=" precedes a cached one. */
     static std::string text(const PullResult& result) {
         std::string text = result.fromCache ? "=" : "";
         if (!result.success) return text + result.failure;

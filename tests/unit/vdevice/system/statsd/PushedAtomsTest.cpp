@@ -13,14 +13,14 @@ namespace {
 constexpr std::chrono::seconds kPatience(20);
 constexpr size_t kAtoms = 1000;
 
-/** A datagram as a writer sends it: the log's header, the tag, and bytes that begin as an event's. */
+/** A writer's datagram: the log's header, the tag, and the beginning of an event. */
 std::string packet(const std::string& event) {
     const uint32_t tag = 1937006964;
     return '\x05' + std::string(10, '\0') +
            std::string(reinterpret_cast<const char*>(&tag), sizeof(tag)) + event;
 }
 
-/** Keeps each event; the first one is handed on only when the test lets it. */
+/** Records each event; blocks at the first one until the test releases it. */
 struct StallingListener {
     void operator()(const PushedEvent& event) {
         if (events.empty()) {
@@ -31,7 +31,7 @@ struct StallingListener {
         if (events.size() == kAtoms) all.set_value();
     }
 
-    std::vector<std::string> events;  // of the one thread that hands on
+    std::vector<std::string> events;  // written by one thread only
     std::promise<void> first;
     std::promise<void> go;
     std::promise<void> all;
@@ -40,7 +40,7 @@ struct StallingListener {
 TEST(PushedAtomsTest, takesAtomsWhileWhatIsBehindStalls) {
     int ends[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends));
-    // The threads stay, and so does what they use.
+    // Static, because the threads never end.
     static auto* listener = new StallingListener;
     static auto* pushed = new PushedAtoms([](const PushedEvent& event) { (*listener)(event); });
     pushed->start(ends[0]);

@@ -14,7 +14,7 @@ using namespace cli;
 constexpr int32_t kTag = 100207;
 constexpr int kPipeBytes = 4096;
 
-/** A pipe; the end that is written to is closed with it, unless that was done before. */
+/** A pipe whose write end is closed by the destructor, if it is open. */
 struct Pipe {
     Pipe() {
         int ends[2] = {-1, -1};
@@ -66,7 +66,7 @@ TEST(ShellSubscriberTest, endsAStreamThatHasNoRoomAndMayNotWait) {
     subscriber.push(event);
     EXPECT_EQ(1U, subscriber.running());
     subscriber.push(event);
-    // What there was room for, and then the end.
+    // The frames that fit, then the end of the stream.
     std::string stream;
     char bytes[kPipeBytes];
     for (ssize_t count; (count = read(full.read, bytes, sizeof(bytes))) > 0;) {

@@ -24,7 +24,7 @@ class SubscriptionTest : public testing::Test {
     }
     void TearDown() override { close(mEnds[0]); }
 
-    /** A subscription that starts at this time. */
+    /** Starts a subscription at this time. */
     Subscription subscribe(int64_t startMs, int64_t lifeSeconds = 0) {
         setNow(startMs);
         SubscriptionRequest request;
@@ -36,14 +36,14 @@ class SubscriptionTest : public testing::Test {
 
     static void setNow(int64_t ms) { gNow = ms * kNanosPerMilli; }
 
-    /** What a round of work at this time asks for in ms of sleep, and the atoms that it writes. */
+    /** The ms of sleep that a round at this time returns, and the atoms that it writes. */
     std::string work(Subscription* subscription, int64_t nowMs) {
         setNow(nowMs);
         const std::string sleep = std::to_string(subscription->work(gNow));
         return sleep + written();
     }
 
-    /** Ids of the atoms written since the last call, each behind a blank; "-" for a heartbeat. */
+    /** Ids of the atoms written since the last call, each after a blank; "-" for a heartbeat. */
     std::string written() {
         char bytes[4096];
         for (ssize_t count; (count = read(mEnds[0], bytes, sizeof(bytes))) > 0;) {
@@ -74,7 +74,7 @@ TEST_F(SubscriptionTest, pullsAnIntervalAfterTheWholeSecondOfItsStart) {
 TEST_F(SubscriptionTest, asksForAWholeIntervalOfRestAfterASlowPull) {
     Subscription one = subscribe(10000);
     mPuller->meanwhile = [] { setNow(11600); };
-    // The caller rests from the end of the pull, so the next comes at 12600 and no sooner.
+    // The caller sleeps after the end of the pull, so the next pull is at 12600.
     EXPECT_EQ("1000 150005", work(&one, 11000));
     mPuller->meanwhile = nullptr;
     EXPECT_EQ("1000 150005", work(&one, 12600));
