@@ -1,11 +1,9 @@
-# Compiles AIDL files, named by their type. What the compiler's output needs beyond that is in
-# aidl-output.sed.
+# Compiles AIDL files, named by their type. aidl-output.sed adapts the compiler's output.
 find_program(AIDL aidl REQUIRED)
 set(AIDL_OUTPUT_RULES ${CMAKE_CURRENT_LIST_DIR}/aidl-output.sed)
 
-# aidl_sources(LIST ndk|cpp OUT dir ROOT dir TYPES android.os.IStatsd ...): LIST becomes the
-# generated sources; the headers come to lie below OUT/include. Both are made anew when a file that
-# the type imports has changed.
+# aidl_sources(LIST ndk|cpp OUT dir ROOT dir TYPES android.os.IStatsd ...): sets LIST to the generated
+# sources. The headers are below OUT/include. Both depend on the files that a type imports.
 function(aidl_sources list backend)
     cmake_parse_arguments(ARG "" "OUT;ROOT" "TYPES" ${ARGN})
     if(backend STREQUAL "ndk")
@@ -39,7 +37,7 @@ endfunction()
 
 set(AIDL_OPTIONS ${ZSTATS_FOREIGN} -DDO_NOT_CHECK_MANUAL_BINDER_INTERFACES)
 
-# aidl_precompiled(TARGET): what the sources of aidl_library include.
+# aidl_precompiled(TARGET): precompiled headers for the sources of aidl_library.
 function(aidl_precompiled target)
     precompiled_headers(${target} OPTIONS ${AIDL_OPTIONS} LIBRARIES aosp_headers HEADERS
         ${CMAKE_SOURCE_DIR}/host/aosp/include/platform_prelude.h <array> <map> <sstream> <variant>

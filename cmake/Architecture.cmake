@@ -1,5 +1,4 @@
-# What tools/architectures says of the architecture that is built for, ZSTATS_ARCH; without it, this
-# machine's own.
+# Values of tools/architectures for the target architecture ZSTATS_ARCH; default: this machine's.
 set(ZSTATS_ARCHITECTURES ${CMAKE_CURRENT_LIST_DIR}/../tools/architectures)
 if(NOT ZSTATS_ARCH)
     file(STRINGS ${ZSTATS_ARCHITECTURES} row

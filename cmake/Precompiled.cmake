@@ -1,19 +1,18 @@
-# Precompiled headers, with g++ alone. With clang++ each source is compiled with what it includes
-# itself, so that CI sees an include that is missing, and clang-tidy the flags that it knows.
+# Precompiled headers, only with g++. With clang++ each source is compiled without them, so that CI finds
+# missing includes and clang-tidy gets flags that it knows.
 #
-# A precompiled header has to be the first that the compiler includes: it begins with the prelude
-# that aosp_headers otherwise gives each source. Where g++ finds that flags or macros differ, it
-# reads the headers themselves.
+# A precompiled header has to be included first, so it begins with the prelude that aosp_headers otherwise
+# adds to each source. g++ ignores it and reads the headers if flags or macros differ.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set(ZSTATS_PRECOMPILE ON)
-    # ccache works with them then.
+    # Needed by ccache.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)
-    # A program's sources can then share them with a library's.
+    # Lets programs and libraries share them.
     set(CMAKE_CXX_COMPILE_OPTIONS_PIE ${CMAKE_CXX_COMPILE_OPTIONS_PIC})
 endif()
 
-# precompiled_headers(TARGET [OPTIONS OPTION...] [LIBRARIES LIBRARY...] HEADERS HEADER...): TARGET is
-# for precompile(), below. The options are those that define macros, or alter what a macro is.
+# precompiled_headers(TARGET [OPTIONS OPTION...] [LIBRARIES LIBRARY...] HEADERS HEADER...): defines TARGET
+# for precompile(). OPTIONS are those that define or change macros.
 function(precompiled_headers target)
     if(NOT ZSTATS_PRECOMPILE)
         return()
@@ -26,14 +25,14 @@ function(precompiled_headers target)
     target_precompile_headers(${target} PRIVATE ${ARG_HEADERS})
 endfunction()
 
-# What our own sources include most, of the platform's headers and the standard library's.
+# The headers of the platform and the standard library that the project's sources include most.
 set(ZSTATS_USUAL_HEADERS ${CMAKE_SOURCE_DIR}/host/aosp/include/platform_prelude.h
     <atomic> <cstdio> <cstdlib> <filesystem> <map> <set> <sstream> <string_view> <variant>
     <android-base/file.h> <android-base/properties.h> <android/binder_auto_utils.h>
     <android/binder_manager.h> <binder/IServiceManager.h> <binder/Parcel.h>
     <aidl/android/os/IStatsd.h>)
 
-# precompile(TARGET HEADERS): the sources of TARGET use the headers that the target HEADERS holds.
+# precompile(TARGET HEADERS): compiles TARGET with the precompiled headers of the target HEADERS.
 function(precompile target headers)
     if(ZSTATS_PRECOMPILE)
         target_precompile_headers(${target} REUSE_FROM ${headers})

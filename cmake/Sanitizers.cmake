@@ -1,5 +1,5 @@
-# One sanitizer for everything that is compiled, the platform libraries included. Those that a
-# device builds the daemon with (Android.bp) are for its own sources alone.
+# One sanitizer for all compiled code, including the platform's libraries. The sanitizers of a device's build
+# (Android.bp) apply only to the daemon's sources.
 if(ZSTATS_SANITIZE STREQUAL "address")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
@@ -8,7 +8,7 @@ if(ZSTATS_SANITIZE STREQUAL "address")
         add_compile_options(-fsanitize=fuzzer-no-link)
     endif()
 elseif(ZSTATS_SANITIZE STREQUAL "thread")
-    # A fence is not modelled by the sanitizer; the platform's one use of them is compiled without.
+    # The sanitizer does not model fences. RefBase.cpp, which uses them, is compiled without.
     add_compile_options(-fsanitize=thread -Wno-tsan -fno-omit-frame-pointer)
     add_link_options(-fsanitize=thread)
 elseif(ZSTATS_SANITIZE STREQUAL "trap")

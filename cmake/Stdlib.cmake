@@ -1,6 +1,6 @@
-# The C++ library. With ZSTATS_STDLIB=libc++ everything is built on the device's own one, with
-# clang++. What Debian ships as C++ libraries is built on the compiler's, whose strings are laid out
-# otherwise, so protobuf and GoogleTest are then compiled from their sources as well.
+# The C++ library. With ZSTATS_STDLIB=libc++ everything is built with clang++ and libc++, as on a device.
+# Debian's C++ libraries are built with libstdc++, whose strings have another layout, so protobuf and
+# GoogleTest are then compiled from source.
 if(ZSTATS_STDLIB STREQUAL "libc++")
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-stdlib=libc++>)
     add_link_options(-stdlib=libc++)
@@ -14,7 +14,7 @@ if(ZSTATS_STDLIB STREQUAL "libc++")
     endforeach()
     add_subdirectory(${PROTOBUF} ${CMAKE_BINARY_DIR}/protobuf EXCLUDE_FROM_ALL SYSTEM)
     add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-    # Warnings of these are not ours.
+    # Ignore the warnings of foreign code.
     foreach(library libprotobuf libprotobuf-lite gtest gtest_main gmock gmock_main)
         target_compile_options(${library} PRIVATE ${ZSTATS_FOREIGN})
     endforeach()

@@ -1,22 +1,22 @@
 # shellcheck shell=bash
-# Completion for bash of ./run, ./vdev, ./test, ./fuzz, ./bench, and of statsctl where it is installed:
+# Bash completion for ./run, ./vdev, ./test, ./fuzz, ./bench, and for statsctl where it is installed:
 #
 #   . tools/completion.bash
 #
-# The programs' own help and the project's tables say what there is.
+# The words come from the programs' help and the project's tables.
 
 _zstats_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# _zstats_offer WORDS: those that begin as the word at the cursor does.
+# _zstats_offer WORDS: offers those that begin with the word at the cursor.
 _zstats_offer() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current"); }
 _zstats_files() { mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen "$1" -- "$current"); }
 
-# _zstats_options COMMAND...: the options that its help names.
+# _zstats_options COMMAND...: prints the options in its help.
 _zstats_options() { "$@" --help 2>/dev/null </dev/null | grep -oE -- '--[a-z][a-z-]*' | sort -u; }
 
 _zstats_atoms() { grep -oE '= 1[0-9]{5};' "$_zstats_root/proto/zstats_atoms.proto" | tr -dc '0-9\n'; }
 
-# _zstats_value OPTION: offers what may follow the option; fails if nothing need follow it.
+# _zstats_value OPTION: offers values of the option; fails if it takes none.
 _zstats_value() {
     case $1 in
     --profile) _zstats_offer "$(ls "$_zstats_root/vdevice/profiles")" && _zstats_files -d ;;
@@ -32,7 +32,7 @@ _zstats_value() {
     esac
 }
 
-# _zstats_kinds PROGRAM: kinds, and behind a kind of the tests that has them, its cases.
+# _zstats_kinds PROGRAM: offers kinds and, after a kind of tests with cases, its cases.
 _zstats_kinds() {
     local word
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do

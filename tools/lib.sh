@@ -1,8 +1,7 @@
 # shellcheck shell=bash
-# Shared by the project's shell scripts: reading options, progress with the elapsed time, failing with
-# one line, waiting for each other, and what differs between architectures. The time counts from
-# ZSTATS_START (seconds), so that scripts which call each other agree. It is sourced before a script
-# changes its folder.
+# Shared by the project's shell scripts: options, progress with the elapsed time, one-line errors, locks, and
+# the table of architectures. The time counts from ZSTATS_START (seconds), which scripts pass to scripts that
+# they call. Source it before changing the folder.
 
 PROJECT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SCRIPT=$(cd "$(dirname "$0")" && pwd)/${0##*/}
@@ -20,25 +19,25 @@ die() {
     exit 1
 }
 
-# wrong_call TEXT: ends the script as one that was called wrongly.
+# wrong_call TEXT: ends the script with status 2, for a wrong call.
 wrong_call() {
     printf '%s: %s\n' "${0##*/}" "$*" >&2
     exit 2
 }
 
-# print_help: the comment at the head of the script, which says how it is called.
+# print_help: prints the comment at the head of the script.
 print_help() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$SCRIPT"; }
 
-# help_alone WORD...: prints the help and ends the script if the call asks for it; reads nothing else.
+# help_alone WORD...: prints the help and ends the script if a word is --help or -h.
 help_alone() {
     case " $* " in
     *" --help "* | *" -h "*) print_help && exit ;;
     esac
 }
 
-# take_options LONG_OPTIONS WORD...: leaves in the array `words` the options of a call, then "--" and
-# its other words. LONG_OPTIONS is getopt's list; "+" before it ends the options at the first other
-# word. With --help or -h the script prints its help and ends, and with a wrong option it ends, too.
+# take_options LONG_OPTIONS WORD...: sets the array `words` to the options of a call, "--", and the other
+# words. LONG_OPTIONS is getopt's list; "+" before it ends the options at the first other word. Ends the
+# script after printing the help (--help, -h), or an error for a wrong option.
 take_options() {
     local order="" options=${1#+} word parsed
     [ "$options" = "$1" ] || order=+
@@ -56,16 +55,16 @@ take_options() {
     done
 }
 
-# within SECONDS COMMAND...: the command's status, or 124 if it took longer. It has ten more seconds to
-# end when it is told to.
+# within SECONDS COMMAND...: the command's status, or 124 after the time limit. The command is killed ten
+# seconds after the request to end.
 within() {
     local seconds=$1
     shift
     timeout --foreground --kill-after=10 "$seconds" "$@"
 }
 
-# take_lock FILE WHAT: waits until no other script holds FILE. The lock lasts until this script and
-# all programs that it started have ended, so that one which outlives the script still holds it.
+# take_lock FILE WHAT: waits until no other script holds FILE. The lock lasts until this script and all
+# programs that it started have ended.
 take_lock() {
     local lock
     mkdir -p "$(dirname "$1")"
@@ -77,10 +76,10 @@ take_lock() {
 
 readonly ARCHITECTURES=$PROJECT/tools/architectures
 
-# value_of ARCHITECTURE KEY: from tools/architectures; empty where there is none.
+# value_of ARCHITECTURE KEY: the value in tools/architectures; empty if missing.
 value_of() { sed -nE "s/^$1 +$2( +(.*))?$/\2/p" "$ARCHITECTURES"; }
 
-# own_architecture: this machine's.
+# own_architecture: this machine's architecture.
 own_architecture() {
     local machine own
     machine=$(uname -m)
@@ -88,7 +87,7 @@ own_architecture() {
     echo "${own:-$machine}"
 }
 
-# check_architecture NAME: ends the script unless the table has it.
+# check_architecture NAME: ends the script if the table lacks it.
 check_architecture() {
     [ -n "$(value_of "$1" machine)" ] || wrong_call "unknown architecture '$1' (see tools/architectures)"
 }

@@ -1,4 +1,4 @@
-"""How the project's Python programs read their options."""
+"""Options of the project's Python programs."""
 
 import argparse
 import sys
@@ -7,7 +7,7 @@ STATUS_USAGE = 2
 
 
 class Parser(argparse.ArgumentParser):
-    """Says in one line what is wrong with a call."""
+    """Reports a wrong call in one line."""
 
     def error(self, message):
         sys.stderr.write("%s: %s\n" % (self.prog, message))
@@ -15,5 +15,5 @@ class Parser(argparse.ArgumentParser):
 
 
 def parser_of(doc, **more):
-    """A parser that describes the program by its documentation's first paragraph."""
+    """A parser whose description is the first paragraph of the program's documentation."""
     return Parser(description=doc.split("\n\n")[0], allow_abbrev=False, **more)
