@@ -2,7 +2,7 @@ package android.os;
 
 import android.util.StatsEventParcel;
 
-/** Where the events of one pull go. */
+/** Receives the events of one pull. */
 interface IPullAtomResultReceiver {
     oneway void pullFinished(int atomTag, boolean success, in StatsEventParcel[] output);
 }

@@ -1,7 +1,7 @@
 package android.os;
 
-/** What statsd asks of the system server, as far as the virtual device has it. Service "statscompanion". */
+/** The system server's service "statscompanion": only the call that the virtual device's statsd makes. */
 interface IStatsCompanionService {
-    /** Whether a process holds a permission. */
+    /** True when a process has a permission. */
     boolean checkPermission(String permission, int pid, int uid) = 7;
 }

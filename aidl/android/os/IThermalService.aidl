@@ -4,7 +4,7 @@ import android.os.IThermalEventListener;
 import android.os.IThermalStatusListener;
 import android.os.Temperature;
 
-/** The platform's thermal service, down to the calls that this project has a use for. */
+/** The platform's thermal service, shortened to the calls that this project needs. */
 interface IThermalService {
     boolean registerThermalEventListener(in IThermalEventListener listener);
     boolean registerThermalEventListenerWithType(in IThermalEventListener listener, in int type);
