@@ -7,8 +7,8 @@
 
 #include "host/selinux/Contexts.h"
 
-// Asks SELinux who may find and add which service, by service_contexts. The platform's own class
-// needs additions to the library that Debian's lacks.
+// Replaces the platform's class of this name: checks with SELinux, by service_contexts, which domain
+// may find and add which service. The platform's class needs functions that Debian's libselinux lacks.
 
 namespace android {
 namespace {
@@ -25,7 +25,7 @@ const zstats::selinux::Contexts& serviceContexts() {
     return contexts;
 }
 
-/** Who calls, where the call came without a label: from this process itself. */
+/** The label of a caller in this process, whose calls have no label. */
 std::string labelOf(pid_t pid) {
     char* label = nullptr;
     if (getpidcon(pid, &label) != 0) return "";

@@ -18,12 +18,12 @@ __BEGIN_DECLS
 struct AStatsEvent;
 typedef struct AStatsEvent AStatsEvent;
 
-/** A new event, stamped with the time since boot. Give it back with AStatsEvent_release. */
+/** A new event with the time since boot. Release it with AStatsEvent_release. */
 AStatsEvent* AStatsEvent_obtain(void);
 
 /**
- * Completes the event: stores the number of elements, or, after any error, replaces the fields by
- * one error field. Only the first call counts.
+ * Completes the event: stores the number of elements or, after an error, replaces the fields by one
+ * error field. Further calls are ignored.
  */
 void AStatsEvent_build(AStatsEvent* event);
 
@@ -35,7 +35,7 @@ int AStatsEvent_write(AStatsEvent* event);
 
 void AStatsEvent_release(AStatsEvent* event);
 
-/** Has to come before every field. Only the first call counts. */
+/** Must precede all fields. Further calls are ignored. */
 void AStatsEvent_setAtomId(AStatsEvent* event, uint32_t atomId);
 
 void AStatsEvent_writeInt32(AStatsEvent* event, int32_t value);
@@ -46,7 +46,7 @@ void AStatsEvent_writeByteArray(AStatsEvent* event, const uint8_t* buf, size_t n
 /** A null `value` is written as the empty string. */
 void AStatsEvent_writeString(AStatsEvent* event, const char* value);
 
-/** Uids with their tags, `numNodes` (127 at most) of each. */
+/** `numNodes` uids and tags, at most 127. */
 void AStatsEvent_writeAttributionChain(AStatsEvent* event, const uint32_t* uids,
                                        const char* const* tags, uint8_t numNodes);
 
@@ -62,7 +62,7 @@ void AStatsEvent_writeStringArray(AStatsEvent* event, const char* const* element
 void AStatsEvent_addBoolAnnotation(AStatsEvent* event, uint8_t annotationId, bool value);
 void AStatsEvent_addInt32Annotation(AStatsEvent* event, uint8_t annotationId, int32_t value);
 
-/** The encoded bytes, built or not; they live until the event is written to or released. */
+/** The encoded bytes, built or not; valid until the event is changed or released. */
 uint8_t* AStatsEvent_getBuffer(AStatsEvent* event, size_t* size);
 
 /** Error bits collected so far; 0 if none. */

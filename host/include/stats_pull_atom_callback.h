@@ -14,7 +14,7 @@ __BEGIN_DECLS
 struct AStatsManager_PullAtomMetadata;
 typedef struct AStatsManager_PullAtomMetadata AStatsManager_PullAtomMetadata;
 
-/** Fresh metadata: cool-down 1000 ms, time-out 1500 ms, no additive field. */
+/** New metadata: cool-down 1000 ms, time-out 1500 ms, no additive fields. */
 AStatsManager_PullAtomMetadata* AStatsManager_PullAtomMetadata_obtain(void);
 void AStatsManager_PullAtomMetadata_release(AStatsManager_PullAtomMetadata* metadata);
 
@@ -52,9 +52,9 @@ typedef AStatsManager_PullAtomCallbackReturn (*AStatsManager_PullAtomCallback)(i
                                                                                void* cookie);
 
 /**
- * Registers `callback` for an atom, in place of an earlier one. Returns at once: the registration
- * itself is made on a thread of the library, and made again whenever statsd comes back.
- * `metadata` is copied and may be null for the defaults; `cookie` stays the caller's.
+ * Registers `callback` for an atom and replaces an earlier one. Returns at once: a thread of the
+ * library makes the registration, and repeats it when statsd returns. `metadata` is copied and may
+ * be null for the defaults; `cookie` is not owned.
  */
 void AStatsManager_setPullAtomCallback(int32_t atom_tag, AStatsManager_PullAtomMetadata* metadata,
                                        AStatsManager_PullAtomCallback callback, void* cookie);

@@ -14,21 +14,21 @@
 namespace zstats {
 
 /**
- * A log file that several processes append to, in the form that logcat prints:
- * "MM-DD HH:MM:SS.mmm uid pid tid P tag: text". Any thread; uses no memory but the stack.
+ * A log file that several processes append to, in logcat's format: "MM-DD HH:MM:SS.mmm uid pid tid
+ * P tag: text". Any thread; does not allocate memory.
  *
- * Header-only, so that programs can use it without linking the rest of host/.
+ * Header-only, so that programs need not link the rest of host/.
  */
 class LogFile {
   public:
-    /** The file has to exist when the first line comes; it is never created. */
+    /** The file has to exist before the first line; it is never created. */
     explicit constexpr LogFile(const char* path) : mPath(path) {}
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
     /**
-     * Appends each line of `text` as a line of its own, 4000 bytes of it at most; a line end that
-     * closes the text makes no empty line. False, and nothing done, while there is no file.
+     * Appends each line of `text`, cut after 4000 bytes. A line end at the end of the text adds no
+     * empty line. False, without effect, while the file does not exist.
      */
     bool write(int priority, const char* tag, const char* text) {
         const int fd = descriptor();
@@ -40,7 +40,7 @@ class LogFile {
             const size_t length = std::min(static_cast<size_t>(end - text), kMaxTextBytes);
             memcpy(line + head, text, length);
             line[head + length] = '\n';
-            // One write a line: appended lines of several processes never mix.
+            // One write for each line, so that lines of several processes do not mix.
             (void)!TEMP_FAILURE_RETRY(::write(fd, line, head + length + 1));
             text = *end == '\0' ? end : end + 1;
         } while (*text != '\0');
@@ -51,7 +51,7 @@ class LogFile {
     static constexpr size_t kMaxHeadBytes = 256;
     static constexpr size_t kMaxTextBytes = 4000;
 
-    /** Opened at the first line that finds the file, then kept for the life of the process. */
+    /** Opened at the first line after the file exists, then kept open. */
     int descriptor() {
         int fd = mFd.load(std::memory_order_acquire);
         if (fd >= 0) return fd;

@@ -24,7 +24,7 @@ constexpr uint32_t kVersion = 2;
 struct PropertyArea::Layout {
     uint32_t magic;
     uint32_t version;
-    std::atomic<uint32_t> serial;  // one more with each change
+    std::atomic<uint32_t> serial;  // incremented with each change
     std::atomic<uint32_t> count;
     prop_info entries[kCapacity];
 };
@@ -34,7 +34,7 @@ static_assert(PROP_VALUE_MAX % sizeof(uint32_t) == 0, "a value is stored in whol
 
 namespace {
 
-/** The words are stored with release order, so that whoever sees one sees the odd serial too. */
+/** Release order for the words: a reader that sees a new word also sees the odd serial. */
 void storeValue(prop_info& entry, const std::string& value) {
     uint32_t words[prop_info::kValueWords] = {};
     memcpy(words, value.data(), value.size());
@@ -46,7 +46,7 @@ void storeValue(prop_info& entry, const std::string& value) {
     entry.serial.store(serial + 2, std::memory_order_release);
 }
 
-/** A waiter may have mapped the memory elsewhere, so these are not private to the process. */
+/** Not FUTEX_PRIVATE: waiters are in other processes. */
 long futex(const std::atomic<uint32_t>& word, int operation, uint32_t value,
            const timespec* timeout) {
     return syscall(SYS_futex, &word, operation, value, timeout, nullptr, 0);
@@ -71,7 +71,7 @@ std::unique_ptr<PropertyArea> PropertyArea::createInMemory() {
 }
 
 std::unique_ptr<PropertyArea> PropertyArea::create(const std::string& path) {
-    // Created under another name and renamed, so that a process that can open `path` finds it complete.
+    // Renamed into place, so that other processes only find a complete file.
     const std::string draft = path + ".new";
     android::base::unique_fd fd(
             open(draft.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0444));
@@ -128,6 +128,7 @@ int PropertyArea::set(const std::string& name, const std::string& value) {
     prop_info& entry = mLayout->entries[count];
     memcpy(entry.name, name.c_str(), name.size() + 1);
     storeValue(entry, value);
+    // Last, because it makes the entry visible to readers.
     mLayout->count.store(count + 1, std::memory_order_release);
     announce(&entry);
     return 0;
@@ -178,7 +179,7 @@ uint32_t PropertyArea::read(const prop_info& entry, char (&value)[PROP_VALUE_MAX
             value[PROP_VALUE_MAX - 1] = '\0';
             return serial;
         }
-        sched_yield();
+        sched_yield();  // the writer is in the middle of a change
     }
 }
 

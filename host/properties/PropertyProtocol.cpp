@@ -22,7 +22,7 @@ void appendText(std::string* out, const std::string& text) {
     out->append(text);
 }
 
-/** Sends without raising SIGPIPE in a process whose peer has gone. */
+/** Sends without SIGPIPE if the peer has closed the socket. */
 bool sendAll(int fd, const void* data, size_t size) {
     const auto* next = static_cast<const char*>(data);
     while (size > 0) {

@@ -25,14 +25,13 @@ struct prop_info {
 
 namespace zstats::properties {
 
-/** Where init serves the properties of the virtual device, and where it takes requests. */
+/** Init's property area in the virtual device, and its socket for requests. */
 inline constexpr char kAreaPath[] = "/dev/__properties__/area";
 inline constexpr char kServicePath[] = "/dev/socket/property_service";
 
 /**
- * Properties in memory of a fixed layout that several processes can share. One process writes;
- * any number read at the same time, without a lock, also while a value changes. Properties are
- * never removed.
+ * Properties in memory with a fixed layout, which several processes can share. One process writes;
+ * others read concurrently without a lock, also while a value changes. Properties are never removed.
  */
 class PropertyArea {
   public:
@@ -40,20 +39,20 @@ class PropertyArea {
 
     /** A new, empty area in the file `path`, replaced if it exists; null with errno on failure. */
     static std::unique_ptr<PropertyArea> create(const std::string& path);
-    /** A new area of this process alone; null with errno when memory is short. */
+    /** A new area that only this process uses; null with errno when memory is short. */
     static std::unique_ptr<PropertyArea> createInMemory();
-    /** The area in the file `path`, for reading alone; null with errno, EINVAL if it is none. */
+    /** The area in the file `path`, read-only; null with errno, EINVAL if it is not an area. */
     static std::unique_ptr<PropertyArea> map(const std::string& path);
 
     ~PropertyArea();
     PropertyArea(const PropertyArea&) = delete;
     PropertyArea& operator=(const PropertyArea&) = delete;
 
-    /** Null if there is no such property. The entry lives as long as the area. */
+    /** The entry of a property, null if it does not exist. Valid as long as the area. */
     const prop_info* find(const char* name) const;
 
     /**
-     * Adds or changes a property. Returns 0, -EINVAL for a name or a value that does not fit,
+     * Adds or changes a property. Returns 0, -EINVAL for a name or value that does not fit,
      * -ENOSPC when the area is full, -EROFS on an area that was mapped. Any thread.
      */
     int set(const std::string& name, const std::string& value);
@@ -65,12 +64,12 @@ class PropertyArea {
     /** Changes with every change of a property. */
     uint32_t serial() const;
     /**
-     * Waits until the serial of the entry, or of the area if that is null, differs from `old`, and
-     * stores it. False after `timeout`; null waits for ever.
+     * Waits until the serial of the entry, or of the area if `entry` is null, differs from `old`,
+     * and stores it. False after `timeout`; null means no time limit.
      */
     bool wait(const prop_info* entry, uint32_t old, uint32_t* serial, const timespec* timeout) const;
 
-    /** Copies a consistent value with its NUL to `value`; returns the serial that it had. */
+    /** Copies a consistent value with its NUL to `value`; returns the value's serial. */
     static uint32_t read(const prop_info& entry, char (&value)[PROP_VALUE_MAX]);
 
   private:
@@ -78,7 +77,7 @@ class PropertyArea {
 
     PropertyArea(Layout* layout, bool writable) : mLayout(layout), mWritable(writable) {}
 
-    /** Wakes those that wait for a change of the area or of this entry. */
+    /** Wakes waiters for a change of the area or of this entry. */
     void announce(const prop_info* changed);
 
     Layout* const mLayout;
@@ -86,29 +85,29 @@ class PropertyArea {
     Mutex mWriteLock;  // one writer at a time
 };
 
-/** A write that a process asks init for. */
+/** A request to init to write a property. */
 struct PropertyRequest {
     std::string name;
     std::string value;
 };
 
 /**
- * Sends a request to the socket at `path` and waits for the answer. Returns the
- * answer, or a negative errno when none arrived.
+ * Sends a request to the socket at `path` and waits for the answer. Returns the answer, or a
+ * negative errno without one.
  */
 int requestProperty(const std::string& path, const PropertyRequest& request);
 
 using ControlHandler = std::function<void(const std::string& name, const std::string& value)>;
 
 /**
- * Takes the "ctl." writes of a process that has no init; null takes them no more, and then such
- * writes fail. Called on the writing thread. Any thread may set it.
+ * Sets the handler of "ctl." writes in a process without init, called on the writing thread.
+ * Without a handler (null), such writes fail. Any thread.
  */
 void setControlHandler(ControlHandler handler);
 
 /**
- * Starts the store of a process that has no init anew, empty. Entries found before stay readable.
- * Does nothing on the virtual device.
+ * Empties the store of a process without init. Entries that were found before stay readable. Does
+ * nothing in the virtual device.
  */
 void clearProperties();
 

@@ -10,10 +10,10 @@
 namespace zstats::properties {
 namespace {
 
-/** The process's view of the properties: init's area where there is one, else an own one. */
+/** The process's properties: init's area if there is one, else a local area. */
 class Store {
   public:
-    /** Never destroyed: properties are read until the process ends. */
+    /** Never destroyed, because properties are read until the process ends. */
     static Store& instance() {
         static auto* store = new Store;
         return *store;
@@ -33,7 +33,7 @@ class Store {
         mHandler = std::move(handler);
     }
 
-    /** In init: makes the area that all processes share. Before there is a second thread. */
+    /** Creates the shared area. Only in init, before it starts a second thread. */
     bool share() {
         std::unique_ptr<PropertyArea> shared = PropertyArea::create(kAreaPath);
         mShared = shared != nullptr;
@@ -41,7 +41,7 @@ class Store {
         return mShared;
     }
 
-    /** In init alone does the area take it. */
+    /** Fails except in init, because other processes map the area read-only. */
     int change(const std::string& name, const std::string& value) {
         return mArea.load(std::memory_order_acquire)->set(name, value);
     }
@@ -87,7 +87,7 @@ class Store {
     bool mShared;
     std::atomic<PropertyArea*> mArea{nullptr};
     Mutex mLock;
-    // Older areas stay, because readers may hold entries of them.
+    // Old areas are kept, because readers may hold their entries.
     std::vector<std::unique_ptr<PropertyArea>> mOwnAreas GUARDED_BY(mLock);
     ControlHandler mHandler GUARDED_BY(mLock);
 };

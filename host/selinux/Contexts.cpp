@@ -11,7 +11,7 @@
 namespace zstats::selinux {
 namespace {
 
-/** The library's lines go to the log, not to standard error; its trailing line end does not. */
+/** Sends the library's lines to the log, without their line ends, instead of standard error. */
 int logLine(int type, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -23,7 +23,7 @@ int logLine(int type, const char* format, ...) {
     return __android_log_write(priority, "selinux", text);
 }
 
-/** What the library puts into the line of a refusal. */
+/** Adds the subject to the library's line for a denial. */
 int describe(void* subject, security_class_t /*objectClass*/, char* text, size_t size) {
     snprintf(text, size, "%s", static_cast<const std::string*>(subject)->c_str());
     return 0;

@@ -7,15 +7,15 @@
 namespace zstats::selinux {
 
 /**
- * The labels of names, as service_contexts has them: a name and its label on a line, "*" for all
- * other names. Immutable, any thread.
+ * The labels of names in the format of service_contexts: a name and its label in each line, "*" for
+ * all other names. Immutable; any thread.
  */
 class Contexts {
   public:
-    /** Reads the file; nothing, with errno, when that fails. */
+    /** Reads the file; no value, with errno, when that fails. */
     static std::optional<Contexts> read(const std::string& path);
 
-    /** The label of exactly this name; empty when there is none, not even for all others. */
+    /** The label of the name, or that of "*"; empty without either. */
     std::string ofService(const std::string& name) const;
 
   private:
@@ -29,8 +29,8 @@ class Contexts {
 };
 
 /**
- * Whether the domain `from` may do `permission` of `objectClass` to what is labelled `to`. A refusal
- * is logged, with `subject` (what it was about) in the line. A `to` that is empty is refused.
+ * True when the domain `from` has `permission` of `objectClass` for objects labelled `to`. A denial
+ * is logged with `subject`. An empty `to` is denied.
  */
 bool isAllowed(const std::string& from, const std::string& to, const char* objectClass,
                const char* permission, const std::string& subject);

@@ -6,9 +6,9 @@
 #include <vector>
 
 /**
- * The list that a pull fills; it owns its events. Used by one thread at a time. Callers of the pull
- * interface see it as an opaque type; this definition is for the library and for tests, which put
- * a list on the stack and hand its address to a callback.
+ * The list that a pull fills; it owns its events. Not thread-safe. The pull interface has it as an
+ * opaque type; this definition is for the library, and for tests, which pass a list of theirs to a
+ * callback.
  */
 struct AStatsEventList {
     AStatsEventList() = default;
@@ -24,7 +24,7 @@ struct AStatsEventList {
 
 namespace zstats {
 
-/** Copies of the bytes of all events in the list, built or not, in their order. */
+/** Copies of the encoded events in the list, built or not, in their order. */
 std::vector<std::vector<uint8_t>> encodedEvents(const AStatsEventList& list);
 
 }  // namespace zstats

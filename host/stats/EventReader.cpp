@@ -8,7 +8,7 @@
 namespace zstats {
 namespace {
 
-/** Takes values off the front of a byte range; each take fails when too few bytes are left. */
+/** Reads values from the front of a byte range. Each read fails when too few bytes are left. */
 class Cursor {
   public:
     Cursor(const uint8_t* bytes, size_t size) : mNext(bytes), mLeft(size) {}
@@ -115,7 +115,7 @@ bool takePair(Cursor& in, uint8_t, std::string* text) {
     return true;
 }
 
-/** A counted run of parts, as one text between `brackets`. */
+/** A counted sequence of parts, as one text in `brackets`. */
 bool takeGroup(Cursor& in, uint8_t type, FieldValue* value, const char* brackets,
                bool (*takePart)(Cursor&, uint8_t, std::string*)) {
     uint8_t count = 0;
@@ -158,7 +158,7 @@ bool skipAnnotations(Cursor& in, unsigned count) {
     return true;
 }
 
-/** One element with its annotations; an error field adds its bits to `errors` instead. */
+/** One element with its annotations; an error field is added to `errors` instead. */
 bool takeElement(Cursor& in, ReadEvent* event) {
     uint8_t typeByte = 0;
     if (!in.take(&typeByte)) return false;

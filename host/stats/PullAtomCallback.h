@@ -10,10 +10,10 @@
 
 namespace zstats {
 
-/** The binder object behind one registration: statsd calls it for each pull, on any thread. */
+/** The binder object of a registration, which statsd calls for each pull. Any thread. */
 class PullAtomCallback : public aidl::android::os::BnPullAtomCallback {
   public:
-    /** `cookie` is handed to `callback` as it is and never owned. */
+    /** `cookie` is passed to `callback` and not owned. */
     PullAtomCallback(AStatsManager_PullAtomCallback callback, void* cookie,
                      AStatsManager_PullAtomMetadata metadata)
           : mCallback(callback), mCookie(cookie), mMetadata(std::move(metadata)) {}
@@ -21,8 +21,8 @@ class PullAtomCallback : public aidl::android::os::BnPullAtomCallback {
     const AStatsManager_PullAtomMetadata& metadata() const { return mMetadata; }
 
     /**
-     * Runs the callback and gives `receiver` every event it made, built or not. An answer that does
-     * not go through (too large, say) is followed by a failure without events.
+     * Runs the callback and sends `receiver` its events, built or not. If that call fails, for
+     * instance because the answer is too large, a failure without events is sent.
      */
     ndk::ScopedAStatus onPullAtom(
             int32_t atomTag,

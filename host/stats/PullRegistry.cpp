@@ -14,12 +14,12 @@ constexpr char kStatsdService[] = "stats";
 void registerWith(aidl::android::os::IStatsd& statsd, int32_t atomTag,
                   const std::shared_ptr<PullAtomCallback>& callback) {
     const AStatsManager_PullAtomMetadata& metadata = callback->metadata();
-    // The status is not checked: if statsd has died, its death notice has all atoms registered again.
+    // The status is not checked: after statsd's death, all atoms are registered again anyway.
     statsd.registerNativePullAtomCallback(atomTag, metadata.coolDownMillis, metadata.timeoutMillis,
                                           metadata.additiveFields, callback);
 }
 
-/** Joins the worker before static objects that it uses are destroyed. */
+/** Joins the worker before the static objects that it uses are destroyed. */
 struct JoinAtExit {
     ~JoinAtExit() { PullRegistry::instance().join(); }
 };
@@ -27,7 +27,7 @@ struct JoinAtExit {
 }  // namespace
 
 PullRegistry& PullRegistry::instance() {
-    // Never deleted: binder threads may still call its callbacks while the process exits.
+    // Never deleted, because binder threads may call its callbacks while the process exits.
     static auto* registry = new PullRegistry;
     return *registry;
 }
@@ -57,7 +57,7 @@ void PullRegistry::enqueue(Command command) {
     const ScopedLock lock(mQueueLock);
     mQueue.push_back(std::move(command));
     if (mWorkerRunning) return;
-    // A worker that has cleared mWorkerRunning ends without taking the lock again.
+    // Joining under the lock is safe: a worker that cleared mWorkerRunning does not take it again.
     if (mWorker.joinable()) mWorker.join();
     mWorkerRunning = true;
     mWorker = std::thread(&PullRegistry::runCommands, this);
@@ -101,7 +101,7 @@ void PullRegistry::dropCommands() {
     mQueue.clear();
 }
 
-/** Looks for up to 5 s, as the platform's pull library does: the call is deprecated for that. */
+/** Waits up to 5 s, as the platform's pull library does. The call is deprecated because it waits. */
 static ndk::SpAIBinder findStatsd() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -114,8 +114,8 @@ std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
     if (mStatsd == nullptr) {
         const ndk::SpAIBinder binder = findStatsd();
         mStatsd = IStatsd::fromBinder(binder);
-        // The status is not checked, as in the platform's library: a statsd that died before the
-        // link stays cached without a death notice, and the process's atoms stay unregistered.
+        // The status is not checked, as in the platform's library: a statsd that dies before the
+        // link stays cached without a death notice, and the atoms stay unregistered.
         if (mStatsd != nullptr) {
             AIBinder_linkToDeath(binder.get(), mDeathRecipient.get(), this);
         }

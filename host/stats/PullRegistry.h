@@ -14,7 +14,7 @@
 
 #include "daemon/base/Mutex.h"
 
-/** Values of a registration; times in ms. The members' initial values are the defaults. */
+/** Metadata of a registration; times in ms. The initial values are the defaults. */
 struct AStatsManager_PullAtomMetadata {
     int64_t coolDownMillis = 1000;
     int64_t timeoutMillis = 1500;
@@ -26,12 +26,11 @@ namespace zstats {
 class PullAtomCallback;
 
 /**
- * The process's registrations with statsd. Any thread; nothing here makes a binder call on the
- * caller's thread.
+ * The process's registrations with statsd. Any thread; makes no binder call on the caller's thread.
  *
- * Commands run first in, first out on one worker thread, which exists only while there are any. The
- * registrations are kept, so that all of them can be made again, in ascending order of their tags,
- * when statsd has died and come back.
+ * A worker thread, which exists only while there are commands, runs them in order. The
+ * registrations are kept, so that all can be repeated, in ascending order of their tags, when
+ * statsd returns after its death.
  */
 class PullRegistry {
   public:
@@ -45,14 +44,14 @@ class PullRegistry {
              AStatsManager_PullAtomCallback callback, void* cookie);
     void clear(int32_t atomTag);
 
-    /** Waits until every command given so far has run or was dropped. Not from the worker. */
+    /** Waits until all commands have run or were dropped. Not from the worker. */
     void join();
 
   private:
     using IStatsd = aidl::android::os::IStatsd;
     using CallbackPtr = std::shared_ptr<PullAtomCallback>;
 
-    /** A registration, or, with an empty callback, the end of one. */
+    /** A registration or, with an empty callback, an unregistration. */
     struct Command {
         int32_t atomTag;
         CallbackPtr callback;
@@ -79,7 +78,7 @@ class PullRegistry {
     std::thread mWorker GUARDED_BY(mQueueLock);
     bool mWorkerRunning GUARDED_BY(mQueueLock) = false;
 
-    // Held during look-ups too, so that only one of them links the death recipient.
+    // Also held during look-ups, so that only one of them links the death recipient.
     Mutex mStatsdLock;
     std::shared_ptr<IStatsd> mStatsd GUARDED_BY(mStatsdLock);
     ndk::ScopedAIBinder_DeathRecipient mDeathRecipient;

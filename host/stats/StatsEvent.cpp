@@ -11,8 +11,8 @@ using namespace zstats;
 
 struct AStatsEvent {
     std::vector<uint8_t> bytes;
-    size_t lastFieldPos = 0;  // of the type byte that annotations count in; 0 before any
-    size_t elements = 1;      // the time stamp is always there
+    size_t lastFieldPos = 0;  // of the type byte that counts annotations; 0 before the first
+    size_t elements = 1;      // the time stamp
     uint32_t atomId = 0;
     bool atomIdSet = false;
     bool built = false;
@@ -21,12 +21,12 @@ struct AStatsEvent {
 
 namespace {
 
-/** Initial capacity in bytes: enough for most atoms. */
+/** Initial capacity in bytes, enough for most atoms. */
 constexpr size_t kUsualBytes = 256;
 
 void appendBytes(AStatsEvent* event, const void* data, size_t size) {
     std::vector<uint8_t>& bytes = event->bytes;
-    // Written so that a huge size does not overflow the sum.
+    // A difference, because a sum could overflow.
     if (size > kMaxPulledBytes || bytes.size() > kMaxPulledBytes - size) {
         event->errors |= kErrorOverflow;
         return;
@@ -79,7 +79,7 @@ void writeNumbers(AStatsEvent* event, EventType type, const T* elements, size_t 
     for (size_t i = 0; i < count; ++i) append(event, elements[i]);
 }
 
-/** Counts one more annotation in the last type byte; false when it cannot take one. */
+/** Increments the annotation count of the last type byte; false at its maximum. */
 bool beginAnnotation(AStatsEvent* event, uint8_t id, EventType type) {
     if (event->lastFieldPos == 0) {
         event->errors |= kErrorAnnotationWithoutField;
@@ -89,7 +89,7 @@ bool beginAnnotation(AStatsEvent* event, uint8_t id, EventType type) {
         event->errors |= kErrorAnnotationIdTooLarge;
         return false;
     }
-    // After an overflow there may be no type byte; the error is recorded already.
+    // After an overflow there may be no type byte. The error was recorded then.
     if (event->lastFieldPos >= event->bytes.size()) return false;
     uint8_t& typeByte = event->bytes[event->lastFieldPos];
     if (typeByte >> 4 >= static_cast<int>(kMaxAnnotations)) {
@@ -108,11 +108,11 @@ uint64_t storedTimestamp(const AStatsEvent* event) {
     return timestampNs;
 }
 
-/** Leaves time stamp, atom id (0 if there is none) and one field with the error bits. */
+/** Keeps the time stamp and the atom id (0 without one), and adds a field with the error bits. */
 void replaceFieldsByErrors(AStatsEvent* event) {
     event->bytes.resize(event->atomIdSet ? kFieldsOffset : kAtomIdTypeOffset);
     event->bytes.resize(kFieldsOffset, 0);
-    // Annotations of the atom id went with the fields.
+    // Annotations of the atom id were removed with the fields.
     event->bytes[kAtomIdTypeOffset] = kTypeInt32;
     event->elements = 2;
     writeNumber(event, kTypeError, event->errors);

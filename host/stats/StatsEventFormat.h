@@ -5,7 +5,7 @@
 
 namespace zstats {
 
-/** Type ids of an encoded event: low half of a type byte; the high half counts annotations. */
+/** Type ids of an encoded event: the low half of a type byte. The high half counts annotations. */
 enum EventType : uint8_t {
     kTypeInt32 = 0x00,
     kTypeInt64 = 0x01,
@@ -40,12 +40,12 @@ inline constexpr size_t kTimestampOffset = 3;
 inline constexpr size_t kAtomIdTypeOffset = 11;
 inline constexpr size_t kFieldsOffset = 16;
 
-/** Largest count that fits a count byte: elements, list elements, nodes, annotation ids. */
+/** Maximum of a count byte: elements, list elements, nodes, annotation ids. */
 inline constexpr size_t kMaxCount = 127;
 inline constexpr size_t kMaxAnnotations = 15;
-/** Bytes of an event that answers a pull. */
+/** Maximum size of a pulled event. */
 inline constexpr size_t kMaxPulledBytes = size_t{50} * 1024;
-/** Bytes of an event that is pushed: what a log entry of 4068 bytes leaves beside its tag. */
+/** Maximum size of a pushed event: a log entry of 4068 bytes without its tag. */
 inline constexpr size_t kMaxPushedBytes = 4064;
 
 }  // namespace zstats

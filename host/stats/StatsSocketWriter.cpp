@@ -16,7 +16,7 @@ namespace {
 constexpr uint8_t kLogIdStats = 5;
 constexpr uint32_t kStatsEventTag = 1937006964;
 constexpr uint8_t kLogTypeLong = 1;
-/** Pushed atoms come in bursts; the default send buffer loses some of them. */
+/** Larger than the default, which loses atoms of a burst. */
 constexpr int kSendBufferBytes = 2 * 1024 * 1024;
 
 struct __attribute__((packed)) LogHeader {
@@ -41,7 +41,7 @@ LogHeader makeHeader() {
             static_cast<uint32_t>(now.tv_sec), static_cast<uint32_t>(now.tv_nsec)};
 }
 
-/** True for errors of a socket whose peer has gone: connecting again may help. */
+/** True for errors after the peer's death: connecting again may help. */
 bool isStale(int error) {
     return error == -ENOTCONN || error == -ECONNREFUSED || error == -ENOENT || error == -ECONNRESET;
 }
@@ -49,7 +49,7 @@ bool isStale(int error) {
 }  // namespace
 
 StatsSocketWriter& StatsSocketWriter::instance() {
-    // Never destroyed: threads may still push while the process exits.
+    // Never destroyed, because threads may push while the process exits.
     static auto* writer = new StatsSocketWriter("/dev/socket/statsdw");
     return *writer;
 }

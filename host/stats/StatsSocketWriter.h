@@ -13,8 +13,8 @@ namespace zstats {
 /**
  * Sender of pushed events over statsd's datagram socket. Any thread; never blocks on statsd.
  *
- * A datagram is the packed log header (11 bytes), a 4-byte tag and the event. Events that could not
- * be sent are counted, and the next datagram that gets through is preceded by a report of them.
+ * A datagram is the packed log header (11 bytes), a 4-byte tag and the event. Lost events are
+ * counted and reported before the next event that can be sent.
  */
 class StatsSocketWriter {
   public:
@@ -26,9 +26,8 @@ class StatsSocketWriter {
     static StatsSocketWriter& instance();
 
     /**
-     * Sends one event. Returns `size` + 4, or a negative errno: -ENODEV when there is no socket
-     * to connect to, -EAGAIN when statsd does not keep up. A statsd that was restarted is
-     * connected to again within the call.
+     * Sends one event. Returns `size` + 4, or a negative errno: -ENODEV without a socket, -EAGAIN
+     * when the socket's buffer is full. Connects again if statsd was restarted.
      */
     int write(const uint8_t* event, size_t size, uint32_t atomId);
 

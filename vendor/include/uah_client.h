@@ -10,20 +10,20 @@
 /** Contract of the closed client of the usage data set. */
 
 /**
- * The value of a record: alternative 0 is a number, alternative 1 a comma-separated text. There are
- * exactly these two. The library makes the values and the daemon destroys them, by the alternative
- * that each says it holds: one that this list lacks would be destroyed as something else.
+ * The value of a record: alternative 0 is a number, alternative 1 a comma-separated text. The
+ * library creates the values and the daemon destroys them, so the list of alternatives must be
+ * exactly the library's.
  */
 using UahValue = std::variant<int64_t, std::string>;
 
 /**
- * A record as it lies in the vector that library and daemon share. Both are built against the same
- * C++ library; a library with other alternatives or fields needs this header changed.
+ * A record in the vector that library and daemon share. Both are built against the same C++
+ * library. If the library has other alternatives or fields, change this header.
  *
  *     offset  size
- *          0  8                    a word of the library's own
+ *          0  8                    internal to the library
  *          8  sizeof(std::string)  the number or the text
- *       then  8                    the number of the alternative held, and padding
+ *       then  8                    the index of the alternative, and padding
  */
 struct UahRecord {
     int64_t id;

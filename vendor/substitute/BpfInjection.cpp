@@ -39,7 +39,7 @@ std::string headBytes(const InjectionHead& head) {
 }  // namespace
 
 BpfSocketAddress bpfSocketAddress(const std::string& path) {
-    // A hash, because a path may be ten times as long as a socket's name.
+    // A hash, because a path may be longer than a socket's name.
     BpfSocketAddress result = {};
     result.address.sun_family = AF_UNIX;
     const uint64_t hash = fnv1a(profileFolder() + '\0' + path);

@@ -8,7 +8,7 @@
 
 namespace zstats::substitute {
 
-/** What precedes the record's bytes in a packet to a connection. */
+/** The head of a packet to a connection; the record's bytes follow. */
 struct InjectionHead {
     int32_t isDisconnect;
     int32_t dispatchFlag;
@@ -16,10 +16,10 @@ struct InjectionHead {
     int32_t hasRecord;
 };
 
-/** The answer to a packet whose callback has returned: this one byte. */
+/** The answer to a packet after its callback has returned. */
 inline constexpr char kDelivered = 'd';
 
-/** A socket address with the length that the kernel wants beside it. */
+/** A socket address and its length. */
 struct BpfSocketAddress {
     sockaddr_un address;
     socklen_t length;
@@ -27,7 +27,7 @@ struct BpfSocketAddress {
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&address); }
 };
 
-/** Where the connection for the BPF program at `path` listens: an abstract name per profile. */
+/** The address of the connection for the BPF program at `path`: an abstract name for each profile. */
 BpfSocketAddress bpfSocketAddress(const std::string& path);
 
 }  // namespace zstats::substitute

@@ -13,7 +13,7 @@ namespace {
 
 Mutex gFolderLock;
 
-/** A test may change the folder while a library thread reads it. */
+/** Guarded, because a test may change the folder while a thread of a library reads it. */
 std::string& folderLocked() REQUIRES(gFolderLock) {
     static std::string folder = "/profile";
     return folder;

@@ -12,7 +12,7 @@ std::string profileFolder();
 /** The lines of a file of the profile, without trailing blanks; none when it does not exist. */
 std::vector<std::string> readProfileLines(const std::string& name);
 
-/** N of the line `KEY=N` of the file "features", empty when there is none or N is no number. */
+/** N of the line `KEY=N` of the file "features"; no value without such a line or number. */
 std::optional<int> readFeatureNumber(const std::string& key);
 
 /** True when the file "features" holds exactly this line. */

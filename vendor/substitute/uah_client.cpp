@@ -15,5 +15,5 @@ int Uah_fetch_dataset(std::vector<UahRecord>* records) {
             records->push_back({id, line});
         }
     }
-    return static_cast<int>(records->size());  // any result that is not negative is a success
+    return static_cast<int>(records->size());  // any non-negative result is a success
 }

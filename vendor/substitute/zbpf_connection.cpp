@@ -25,7 +25,7 @@ using zstats::substitute::kDelivered;
 using zstats::substitute::kMaxRecordBytes;
 using zstats::substitute::readFeatureNumber;
 
-/** One client's connection: a socket that records are injected at, and the thread serving it. */
+/** A client's connection: a socket for injected records, and the thread that serves it. */
 class Connection {
   public:
     Connection(const zbpf_connect_request& request, unique_fd listener)
@@ -42,7 +42,7 @@ class Connection {
     int fd() const { return mListener.get(); }
 
   private:
-    /** A packet as it arrives, with room for the NUL that ends a record sent without one. */
+    /** A packet, with room for a NUL after the record. */
     struct Packet {
         InjectionHead head;
         char record[kMaxRecordBytes + 1];
@@ -55,7 +55,7 @@ class Connection {
         }
     }
 
-    /** False once the connection is to end. */
+    /** False when the connection has to end. */
     bool waitForInput(int fd) const {
         pollfd waiting[] = {{fd, POLLIN, 0}, {mStop.get(), POLLIN, 0}};
         while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
@@ -83,7 +83,7 @@ class Connection {
     std::thread mThread;
 };
 
-/** The process's connections. Those that are still open end with the process. */
+/** The process's connections. Open ones end with the process. */
 class Library {
   public:
     static Library& get() {
@@ -98,7 +98,7 @@ class Library {
         return fd;
     }
 
-    /** The connection is ended outside the lock: its callback may be in a call of the library. */
+    /** Ends the connection without the lock, because its callback may call the library. */
     std::unique_ptr<Connection> remove(int fd) {
         const zstats::ScopedLock lock(mLock);
         auto node = mConnections.extract(fd);

@@ -1,5 +1,5 @@
-// The closed libraries for products that lack them: everything is answered at once, nothing is
-// opened, read or kept. The daemon then runs without its kernel channel and its usage records.
+// The closed libraries for products that lack them: they answer "unsupported" and have no effect.
+// The daemon then runs without the kernel channel and usage records.
 #include <cerrno>
 
 #include "vendor/include/feature_switch.h"
@@ -7,7 +7,7 @@
 #include "vendor/include/uah_client.h"
 #include "vendor/include/zbpf_connection.h"
 
-/** A product without feature switches has every feature. */
+/** A product without feature switches has every feature enabled. */
 bool isOsFeatureEnabled(const char* /*feature*/) {
     return true;
 }

@@ -1,17 +1,16 @@
 #pragma once
 
 /**
- * Included before libbinder's own sources: where the kernel's headers of a PC differ from those of
- * a device.
+ * Included before libbinder's sources: differences of a PC's kernel headers to those of a device.
  */
 
 #define __packed __attribute__((__packed__))
 
-// binder_module.h tells by this name, which Debian's header does not carry, that it is included.
+// binder_module.h recognises the kernel header by this name, which Debian's header lacks.
 #define _UAPI_LINUX_BINDER_H
 #include <linux/android/binder.h>
 
-// Newer headers have these as enumerators; binder_module.h asks the preprocessor for them.
+// Newer headers have these as enumerators, but binder_module.h tests for macros.
 #ifndef BINDER_FREEZE
 #define BINDER_FREEZE BINDER_FREEZE
 #endif
@@ -19,6 +18,6 @@
 #define BINDER_GET_FROZEN_INFO BINDER_GET_FROZEN_INFO
 #endif
 
-// Android's kernels alone have these flags of a binder object: its node's scheduling.
+// Flags of a binder object for its node's scheduling, which only Android's kernels have.
 #define FLAT_BINDER_FLAG_SCHED_POLICY_SHIFT 9
 #define FLAT_BINDER_FLAG_INHERIT_RT 0x800

@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * Included before everything that uses the platform's headers on a PC: those headers lean on
- * includes that the device's C and C++ libraries give them.
+ * Included before all sources that use the platform's headers on a PC: those headers rely on
+ * includes of a device's C and C++ libraries.
  */
 
 #include <linux/types.h>

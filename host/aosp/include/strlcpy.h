@@ -2,5 +2,5 @@
 
 #include <string.h>
 
-/** In the C library of a device, and of a PC from glibc 2.38 on. */
+/** Part of a device's C library, and of glibc since 2.38. */
 extern "C" size_t strlcpy(char* to, const char* from, size_t size) noexcept;

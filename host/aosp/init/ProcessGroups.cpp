@@ -3,8 +3,8 @@
 
 #include <cerrno>
 
-// A service with what it starts. On a phone it is a control group of the kernel's, which no process
-// leaves; here it is the process group that init makes as well.
+// A service and its child processes. On a phone they are a control group, which no process can
+// leave; here they are the process group that init also creates.
 
 bool CgroupsAvailable() {
     return false;
@@ -18,7 +18,7 @@ int killProcessGroupOnce(uid_t /*uid*/, int initialPid, int signal, int* max_pro
 
 int killProcessGroup(uid_t uid, int initialPid, int signal, int* max_processes) {
     killProcessGroupOnce(uid, initialPid, signal, max_processes);
-    return 0;  // not one process outlives SIGKILL, the only signal that init sends this way
+    return 0;  // no process survives SIGKILL, the only signal that init sends this way
 }
 
 void removeAllEmptyProcessGroups() {}

@@ -2,8 +2,8 @@
 #include <selinux/restorecon.h>
 #include <selinux/selinux.h>
 
-// Labels of files. A phone's libselinux knows where its file_contexts lie, and those of apps;
-// Debian's is told, and there are no apps.
+// Labels of files. A phone's libselinux knows the path of file_contexts and the labels of apps;
+// Debian's needs the path, and there are no apps.
 
 namespace {
 

@@ -12,15 +12,15 @@
 #include "snapuserd_transition.h"
 #include "unexpected.h"
 
-// Functions that init is linked with and that the device has no use for. Those that are called at
-// each boot answer as on a phone that lacks the thing; the others end init with their name.
+// Functions that init links and the virtual device does not need. Those that are called at each
+// boot answer as on a phone without the feature; the others end init with their name.
 
 void unexpected(const char* name) {
     LOG(FATAL) << name << " is not there in the virtual device";
     abort();
 }
 
-// libfs_mgr: the partitions of a phone, by the table of its maker. Here all is one RAM disk.
+// libfs_mgr: the partitions of a phone. Here, a single RAM disk has all files.
 using android::fs_mgr::Fstab;
 using android::fs_mgr::FstabEntry;
 
@@ -72,7 +72,7 @@ FstabEntry* GetEntryForMountPoint(Fstab* /*fstab*/, const std::string& /*path*/)
 
 }  // namespace android::fs_mgr
 
-// libdm: block devices that the kernel maps onto others, and files as block devices.
+// libdm: device-mapper and loop devices.
 namespace android::dm {
 
 DeviceMapper& DeviceMapper::Instance() {
@@ -160,7 +160,7 @@ bool setProcessGroupLimit(uid_t /*uid*/, int /*pid*/, int64_t /*limit*/) {
 
 namespace android::init {
 
-// APEXes: packages of system components, mounted one by one, which may bring rc files.
+// APEXes: mounted packages of system components, which may have rc files.
 std::set<std::string> GetApexListFrom(const std::string& /*folder*/) {
     unexpected(__func__);
 }
@@ -173,7 +173,7 @@ Result<void> ParseRcScriptsFromAllApexes(bool /*bootstrap*/) {
     unexpected(__func__);
 }
 
-// snapuserd: serves the partitions of an update that is not merged yet.
+// snapuserd: serves partitions of an update before it is merged.
 std::optional<pid_t> GetSnapuserdFirstStagePid() {
     return std::nullopt;
 }

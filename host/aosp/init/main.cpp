@@ -5,12 +5,11 @@
 
 #include "init.h"
 
-// The first process from the second stage on. A phone's program holds more: the first stage, which
-// is vdevice/system/firststage here, SELinux' set-up, which is a part of that, ueventd and
-// subcontexts, for which there is no use.
+// Init's second stage. A phone's program also contains the first stage and the SELinux set-up,
+// which are vdevice/system/firststage here, and ueventd and subcontexts, which are not needed.
 
 int main(int argc, char** argv) {
-    setpriority(PRIO_PROCESS, 0, -20);  // restored when all rc files are read
+    setpriority(PRIO_PROCESS, 0, -20);  // restored after all rc files are read
     if (argc == 2 && strcmp(argv[1], "second_stage") == 0) {
         return android::init::SecondStageMain(argc, argv);
     }

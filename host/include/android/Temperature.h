@@ -9,13 +9,13 @@
 namespace android::os {
 
 /**
- * A temperature as the platform's thermal service reports it. On a device libpowermanager has this
- * class; Debian packages no counterpart, so the host build brings its own with the same wire form.
+ * A temperature of the platform's thermal service, with the wire format of libpowermanager's class,
+ * which Debian does not package.
  */
 class Temperature : public Parcelable {
   public:
     Temperature() = default;
-    /** `value` in degrees Celsius, `type` and `status` by the service's own enumerations. */
+    /** `value` in degrees Celsius; `type` and `status` are enumerators of the service. */
     Temperature(float value, int32_t type, const String16& name, int32_t status)
           : mValue(value), mType(type), mName(name), mStatus(status) {}
 

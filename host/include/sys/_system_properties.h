@@ -1,7 +1,7 @@
 #pragma once
 
 /*
- * What the platform's own libraries ask of system properties besides <sys/system_properties.h>,
+ * Functions of system properties for the platform's libraries, besides <sys/system_properties.h>,
  * with the names and signatures of the platform's C library. Any thread.
  */
 
@@ -24,17 +24,17 @@
 
 __BEGIN_DECLS
 
-/** Makes the properties that all processes read. Once, in init; 0, or -1 with errno. */
+/** Creates the properties of all processes. Once, in init. Returns 0, or -1 with errno. */
 int __system_property_area_init(void);
 
-/** Adds a property, in init alone. Returns 0, or -1 when it does not fit. */
+/** Adds a property; only in init. Returns 0, or -1 when it does not fit. */
 int __system_property_add(const char* name, unsigned int namelen, const char* value,
                           unsigned int valuelen);
 
-/** Changes a property, in init alone. Returns 0, or -1 when the value does not fit. */
+/** Changes a property; only in init. Returns 0, or -1 when the value does not fit. */
 int __system_property_update(prop_info* pi, const char* value, unsigned int len);
 
-/** The serial that goes with the property's present value; another value has another. */
+/** The serial of the property's present value; it differs after a change. */
 uint32_t __system_property_serial(const prop_info* pi);
 
 /** A number that differs after a change of any property. */

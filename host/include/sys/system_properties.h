@@ -3,8 +3,8 @@
 /*
  * System properties, with the names and signatures of the platform's C library.
  *
- * On the virtual device they are read from init's shared memory and written through its socket; in
- * a process on a PC they live in that process. Any thread; reading takes no lock.
+ * In the virtual device they are read from init's shared memory and written through its socket. In
+ * other processes on a PC they are local to the process. Any thread; reading takes no lock.
  */
 
 #include <stdbool.h>
@@ -16,12 +16,12 @@ __BEGIN_DECLS
 
 typedef struct prop_info prop_info;
 
-/** Room for a value and its NUL. */
+/** Size of a value with its NUL. */
 #define PROP_VALUE_MAX 92
-/** Kept for old callers; names may be longer. */
+/** For old callers; names may be longer. */
 #define PROP_NAME_MAX 32
 
-/** The property's entry, null if it does not exist. Entries live as long as the process. */
+/** The property's entry, null if it does not exist. Entries are valid as long as the process. */
 const prop_info* __system_property_find(const char* name);
 
 /** Calls `callback` once with the name and a consistent copy of the value. */
@@ -34,9 +34,8 @@ void __system_property_read_callback(const prop_info* pi,
 int __system_property_foreach(void (*callback)(const prop_info* pi, void* cookie), void* cookie);
 
 /**
- * Waits until the serial of the property, or of all of them together if `pi` is null, is no longer
- * `old_serial`, and stores the new one. False when `relative_timeout` has passed before; null waits
- * for ever.
+ * Waits until the serial of the property, or the global serial if `pi` is null, differs from
+ * `old_serial`, and stores it. False after `relative_timeout`; null means no time limit.
  */
 bool __system_property_wait(const prop_info* pi, uint32_t old_serial, uint32_t* new_serial_ptr,
                             const struct timespec* relative_timeout);

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-// What the platform's generator makes of InitProperties.sysprop: typed access to two properties.
+// Output of the platform's generator for InitProperties.sysprop: typed access to two properties.
 
 namespace android::sysprop::InitProperties {
 

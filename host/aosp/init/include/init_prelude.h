@@ -1,6 +1,6 @@
 #pragma once
 
-/** Included before each file of Android's init: what the C library of a device gives it. */
+/** Included before each source of Android's init: declarations of a device's C library. */
 
 #include <android/api-level.h>
 #include <limits.h>

@@ -4,7 +4,7 @@
 
 #include "unexpected.h"
 
-// The low-memory killer of a phone, to which init names each service with an oom_score_adjust line.
+// The low-memory killer of a phone. Init registers each service with an oom_score_adjust line.
 
 enum proc_type { PROC_TYPE_SERVICE };
 

@@ -1,4 +1,4 @@
 #pragma once
 
-/** Ends the process with a line that names what was reached: nothing here leads there. */
+/** Ends the process with the name of the called function, which must be unreachable. */
 [[noreturn]] void unexpected(const char* name);

@@ -1,6 +1,6 @@
 #pragma once
 
-/** Versions of the platform, by the names of a device's C library. */
+/** Versions of the platform, with the names of a device's C library. */
 #define __ANDROID_API_FUTURE__ 10000
 #define __ANDROID_API_P__ 28
 #define __ANDROID_API_Q__ 29

@@ -5,7 +5,7 @@
 
 #include "unexpected.h"
 
-// A phone leaves its boot loader a message in a partition, for instance to start the recovery system.
+// Messages to a phone's boot loader, for instance to start the recovery system.
 
 struct bootloader_message {
     char command[32];

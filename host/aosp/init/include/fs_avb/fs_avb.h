@@ -2,7 +2,7 @@
 
 #include "unexpected.h"
 
-// A phone verifies what it boots; init asks only where the boot loader wants a debuggable system.
+// Verified boot. Init asks only if the boot loader requests a debuggable system.
 
 namespace android::fs_mgr {
 

@@ -4,7 +4,7 @@
 
 #include "unexpected.h"
 
-// Names of HIDL's interfaces, the language before AIDL. No service here has one.
+// Names of HIDL interfaces, which no service here has.
 
 namespace android {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// All HIDL interfaces of the platform, for the verifier of rc files: none.
+// The HIDL interfaces of the platform, for host_init_verifier: none.
 
 struct HidlInterfaceMetadata {
     std::string name;

@@ -1,2 +1,2 @@
 #pragma once
-// Of verified boot init uses nothing itself.
+// Verified boot, which init does not use directly.

@@ -4,7 +4,7 @@
 
 #include "unexpected.h"
 
-// A phone can boot a system image that it has downloaded ("dynamic system update"); this has none.
+// Dynamic system updates, which boot a downloaded system image. There are none here.
 
 namespace android::gsi {
 

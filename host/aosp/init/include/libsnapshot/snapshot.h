@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-// A phone's updates are snapshots of its partitions, merged after the boot; this has no partitions.
+// A phone's updates are snapshots of partitions, merged after the boot. There are none here.
 
 namespace android::snapshot {
 

@@ -2,7 +2,7 @@
 
 #include <selinux/label.h>
 
-// What a phone's libselinux has beyond Debian's: labels of files by the file_contexts of the device.
+// Functions of a phone's libselinux that Debian's lacks: labels of files by the device's file_contexts.
 
 #define SELINUX_ANDROID_RESTORECON_RECURSE 4
 #define SELINUX_ANDROID_RESTORECON_SKIPCE 16

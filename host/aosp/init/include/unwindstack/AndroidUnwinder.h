@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// A phone's init logs its stack when it dies; here the reason alone is logged.
+// A phone's init logs its stack when it aborts; here only the reason is logged.
 
 namespace unwindstack {
 
