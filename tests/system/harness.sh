@@ -1,4 +1,4 @@
-# Runs the cases of a boot, inside the device, in the folder where tests/system/boot_script laid them.
+# Runs the cases of a boot, inside the device, in the folder that tests/system/boot_script created.
 
 # The processes that a signal ended in this boot, as crashes.awk lists them.
 crashes() { { dmesg; logcat -d; } | awk -f crashes.awk | sort -u; }
@@ -6,15 +6,15 @@ crashes() { { dmesg; logcat -d; } | awk -f crashes.awk | sort -u; }
 # without FILE LINES: the lines of the second file that are not in the first.
 without() { awk 'FILENAME == ARGV[1] { known[$0]; next } !($0 in known)' "$1" "$2"; }
 
-# Those that the check before has not listed, as "PROGRAM SIGNAL".
+# Those since the previous check, as "PROGRAM SIGNAL".
 new_crashes() {
     crashes >crashes.now
     touch crashes.seen
     without crashes.seen crashes.now | cut -d ' ' -f 1,2 | sort -u
 }
 
-# check_crashes NAME EXPECTED: says which crashes since the last check are unexpected (+) or did not
-# happen (-). Those expected may take a moment to be logged.
+# check_crashes NAME EXPECTED: reports crashes since the last check that are unexpected (+) or missing (-). Waits
+# until expected ones are logged.
 check_crashes() {
     left=20
     new_crashes >crashes.found
@@ -27,7 +27,7 @@ check_crashes() {
     diff -U 0 "$2" crashes.found | sed -n "s|^\([-+][^-+]\)|not ok $1/crashes: \1|p"
 }
 
-# fault_of NAME LIMIT: why the case that has just ended did not pass; empty if it did.
+# fault_of NAME LIMIT: why the last case failed; empty if it passed.
 fault_of() {
     ended=$(cat "$1.status")
     good=$(grep -c '^ok ' "$1.out")
@@ -45,7 +45,7 @@ fault_of() {
     fi
 }
 
-# run_case NAME LIMIT: in a session of its own, of which nothing stays.
+# run_case NAME LIMIT: in a separate session, which is killed at the end.
 run_case() {
     began=$(date +%s)
     {
@@ -62,7 +62,7 @@ run_case() {
     echo "$1 took $took s" >&2
 }
 
-# What SELinux refused is what the cases of this boot say they provoke, and nothing else.
+# The denials of SELinux are exactly those that the cases of this boot list.
 check_denials() {
     { dmesg; logcat -d; } |
         sed -n 's/ [pug]id=[0-9]*//g;s/ ino=[0-9]*//;s/ permissive=0//;s/[^a-z_0-9}]$//;s/.*avc: *denied *//p' |

@@ -1,5 +1,5 @@
-# Read before every case of the system tests, inside the device. A case prints one line a check:
-# "ok NAME" or "not ok NAME: reason". $ATOM_ORDER, set before this, is the tags of tests/registered_atoms.
+# Sourced before every case of the system tests, inside the device. A case prints a line for each check: "ok NAME"
+# or "not ok NAME: reason". $ATOM_ORDER has the tags of tests/registered_atoms.
 
 ATOMS=$(echo "$ATOM_ORDER" | wc -w)
 
@@ -27,8 +27,8 @@ has_not() {
     esac
 }
 
-# wait_for SECONDS COMMAND...: waits until the command succeeds; fails when it never does. On a busy
-# machine it may take $PATIENCE times as long, where that is set.
+# wait_for SECONDS COMMAND...: waits until the command succeeds; fails after the time. $PATIENCE, if set, is a factor
+# for busy machines.
 wait_for() {
     deadline=$(($(seconds) + $1 * ${PATIENCE:-1}))
     shift
@@ -39,29 +39,29 @@ wait_for() {
 }
 seconds() { date +%s; }
 
-# Services as servicemanager knows them; the log of the daemon, or of another tag.
+# Registered services; the log of the daemon, or of another tag.
 service_is_there() { dumpsys -l | grep -qx "  $1"; }
 daemon_log() { logcat -d | grep " ${1:-zstats_pullerd}: "; }
-# What init says, as the kernel has it at once and the device's log a moment later.
+# The messages of init, from the kernel's log, which has them before the device's log.
 init_log() { dmesg | sed -n 's/^.*\] init: //p'; }
-# How many lines of the whole log hold the fixed string.
+# The number of lines of the log with the fixed string.
 log_count() { logcat -d | grep -cF -- "$1"; }
 log_has_more() { [ "$(log_count "$1")" -gt "$2" ]; }
 
 # The last line of a tag as "PRIORITY TEXT".
 last_line() { logcat -d | sed -n "s/^[-0-9]* [.:0-9]* *[0-9]* *[0-9]* *[0-9]* \([VDIWEF]\) $1: /\1 /p" | tail -n 1; }
 
-# Pulls as JSON that ask the daemon, once the cool-down of the pull before is over.
+# Pulls as JSON, after the cool-down of the previous pull.
 pull() { statsctl pull --json --fresh "$@"; }
 
-# The events of a recording, as a pull prints them.
+# The events of a recording, in the format of a pull.
 without_times() { sed 's/,"elapsed_ns":[0-9]*,"time":"[^"]*","boot_id":"[^"]*"//'; }
 
-# Registrations of processes that live.
+# Registrations of living processes.
 registered() { statsctl registrations 2>/dev/null | tail -n +2 | grep -vc 'has died'; }
 all_registered() { [ "$(registered)" -eq "$ATOMS" ]; }
-# registers CHECK: the daemon registers all its atoms. Another number, once it stands still, ends the
-# case; the cases after it in the same boot do not wait as long.
+# registers CHECK: the daemon registers all atoms. A constant other number ends the case; later cases of the boot do
+# not wait as long.
 registers() {
     standstill=$(cat /tmp/standstill 2>/dev/null || echo 30)
     atoms_now=$(registered)
@@ -80,8 +80,8 @@ registers() {
     [ "$1" = "" ] || ok "$1"
 }
 
-# threads_in CALL PID: how many threads of a process are in that system call, whose number is the
-# processor's.
+# threads_in CALL PID: the number of threads of a process in that system call, whose number depends on the
+# processor.
 threads_in() {
     case $1-$(uname -m) in
     read-x86_64) number=0 ;;
@@ -96,9 +96,9 @@ threads_in() {
 
 state_of() { getprop "init.svc.$1"; }
 state_is() { [ "$(state_of "$1")" = "$2" ]; }
-# has_gone PID: the process has ended, and init knows.
+# has_gone PID: the process has ended, and init has noticed.
 has_gone() { [ ! -d "/proc/$1" ]; }
-# crash NAME: a service dies and is back at once, not after init's 5 s.
+# crash NAME: kills a service and starts it at once, without init's 5 s.
 crash() {
     crashed=$(pidof "$1")
     kill -9 "$crashed"
@@ -106,13 +106,13 @@ crash() {
     start "$1"
 }
 daemon_pid() { pidof zstats_pullerd; }
-# statsd finds out that a puller is dead when it asks it. Once asked, none of the last daemon's are left
-# to be taken for those of the next.
+# statsd notices a dead puller when it asks it. A pull of each atom removes the old daemon's registrations before
+# the next daemon registers.
 none_registered() {
     statsctl load --count 1 >/dev/null
     [ "$(registered)" -eq 0 ]
 }
-# From the daemon's end to the registration of its last atom.
+# Restarts the daemon and waits for the registration of its last atom.
 restart_daemon() {
     stop zstats_pullerd
     wait_for 20 none_registered

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds recorded traces against the scenario that was played: "ok NAME" or "not ok NAME: reason".
+"""Compares recorded traces with the scenario that was played: "ok NAME" or "not ok NAME: reason".
 
     trace_check.py TRACE LOG SHORT PROFILE PROGRAM ATOMS
 
@@ -25,14 +25,14 @@ ROOT = "zstats_pullerd"
 QUERIES = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "trace-queries", "*.sql")
 PLAYED = re.compile(r" scenario: second (\d+), written from ([\d.]+) s to ([\d.]+) s$")
 LATE = re.compile(r" statsd: late answer to a pull of (\d+) ")
-# A trace with fewer values in each of its tracks says too little.
+# Fewer values in each track are not enough to check.
 LEAST_VALUES = 5
 STATUS_TOO_SHORT = 3
 
-# The scenario's first step after its beginning, in s.
+# Time of the scenario's first step after its beginning, in s.
 FIRST_STEP = 10
 
-# A track, where the scenario has its value, and how the value becomes the track's.
+# A track, the place of its value in the scenario, and the conversion.
 TRACKS = (
     ("battery_level real_level", "nodes/battery_level", int),
     ("battery_temperature milli_degrees", "charger getPsyBatteryTemp", lambda t: int(t) * 100),

@@ -1,4 +1,4 @@
-"""A machine whose programs are stand-ins, for the tests of the scripts."""
+"""A fake machine for tests of scripts: its programs are stand-ins."""
 
 import os
 import subprocess
@@ -11,7 +11,7 @@ _REAL = ("basename", "bash", "cat", "comm", "cut", "date", "dirname", "flock", "
 
 
 class Machine:
-    """A folder with the only programs that a script can call, and a home for its caches."""
+    """A folder with the only programs that a script finds, and a home folder for its caches."""
 
     def __init__(self, folder, **programs):
         self.folder = folder

@@ -1,4 +1,4 @@
-"""The table of processors, as each of its readers sees it."""
+"""Tests of the readers of tools/architectures."""
 
 import os
 import subprocess

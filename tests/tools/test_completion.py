@@ -1,4 +1,4 @@
-"""tools/completion.bash, asked as bash asks it."""
+"""Tests of tools/completion.bash."""
 
 import os
 import subprocess
@@ -18,7 +18,7 @@ for call in "$@"; do
     echo "${COMPREPLY[*]}"
 done
 """
-# What is typed, and the offer.
+# The command line, and the offered words.
 _TABLE = (
     ("./run --pro", "--profile"),
     ("./run --profile q", "qcom"),

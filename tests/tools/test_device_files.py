@@ -1,4 +1,4 @@
-"""The texts that describe a virtual device, as its own programs read them on this machine."""
+"""Tests of the programs that read profiles and scenarios."""
 
 import os
 import subprocess
@@ -11,7 +11,7 @@ _RC = "service stats /bin/stats\n  interface aidl manager\n"
 
 
 def _write(folder, files):
-    """A content of None stands for a file that is not there."""
+    """A content of None means that the file is missing."""
     for name, content in files.items():
         if content is None:
             continue
@@ -22,14 +22,14 @@ def _write(folder, files):
 
 
 def _run(*command):
-    """Exit status and output, standard error included."""
+    """Exit status and output, including standard error."""
     ended = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60,
                            check=False)
     return ended.returncode, ended.stdout.decode()
 
 
 class ProfileCheckTest(unittest.TestCase):
-    """profile_check, which refuses a folder with the first mistake in it."""
+    """profile_check reports the first mistake in a profile."""
 
     def _check(self, expected, files):
         with tempfile.TemporaryDirectory() as folder:
@@ -103,7 +103,7 @@ class ProfileCheckTest(unittest.TestCase):
 
 
 class ScenarioTest(unittest.TestCase):
-    """scenario, which plays a file of steps and tells what holds at a second of them."""
+    """scenario reports the values at a second."""
 
     def _values(self, text, second):
         with tempfile.TemporaryDirectory() as folder:

@@ -1,5 +1,4 @@
-"""What is done with recordings and reports off the device: statsctl's commands that need none, and
-the programs of fleet/."""
+"""Tests of statsctl's commands that need no device, and of the programs of fleet/."""
 
 import json
 import os
@@ -132,7 +131,7 @@ class Diffs(unittest.TestCase):
 
 class Database(unittest.TestCase):
     def _recording(self, folder, build, busy, degrees):
-        """Five pulls a second apart of two CPUs that are busy for that share, in percent."""
+        """Five pulls, a second apart, of two CPUs with this load in percent."""
         lines = [json.dumps({"recording": "subscribe", "fingerprint": build, "elapsed_ns": 0})]
         for second in range(5):
             for cpu in range(2):

@@ -1,4 +1,4 @@
-"""The line that ./fuzz prints for a target, made from the fuzzer's own log."""
+"""Tests of the line that ./fuzz prints for a target, from the fuzzer's log."""
 
 import os
 import subprocess
@@ -17,7 +17,7 @@ _NOT_COUNTED = ("build/fuzz/aidl/A.cpp", "build/fuzz/../../tests/fuzz/a.cpp", "t
 class Report(unittest.TestCase):
 
     def report(self, text, status=0):
-        """Exit status and what is printed."""
+        """Exit status and output."""
         with tempfile.TemporaryDirectory() as folder:
             with open(os.path.join(folder, "log"), "w", encoding="utf-8") as file:
                 file.write(text + "stat::number_of_executed_units: 7\n")

@@ -1,4 +1,4 @@
-"""tools/check-hardening, over programs that lack one thing each."""
+"""Tests of tools/check-hardening with programs that lack one feature each."""
 
 import os
 import subprocess
@@ -13,7 +13,7 @@ _HARD = ["-O2", "-fPIE", "-pie", "-U_FORTIFY_SOURCE", "-D_FORTIFY_SOURCE=2",
 
 class Hardening(unittest.TestCase):
     def _check(self, *flags):
-        """What is missing of a program that is built with these flags after the right ones."""
+        """The missing features of a program that is built with these flags after the correct ones."""
         with tempfile.TemporaryDirectory() as folder:
             program = os.path.join(folder, "program")
             subprocess.run(["g++", "-w", "-x", "c++", "-o", program, "-", *_HARD, *flags],

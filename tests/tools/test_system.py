@@ -1,4 +1,4 @@
-"""The system tests' own way to a verdict: cases and devices that go wrong, and what is said of them."""
+"""Tests of the system tests' verdicts: failing cases and devices, and the reports about them."""
 
 import importlib.machinery
 import importlib.util
@@ -10,7 +10,7 @@ import unittest
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
-# What a device has and a PC may not use. The files stand for its logs; no time passes.
+# Substitutes for a device's programs. The files are its logs; no time passes.
 _DEVICE = """
 dmesg() { cat "$TMPDIR/kernel"; }
 logcat() { cat "$TMPDIR/log"; }
@@ -20,7 +20,7 @@ _INIT = "11-22 02:52:25.087     0     1     1 I init: "
 
 
 def _said(text):
-    """A command of a case that appends the text to the log."""
+    """A case's command that appends the text to the log."""
     return 'echo "%s" >>"$TMPDIR/log"\n' % text
 
 
@@ -28,7 +28,7 @@ def _signal(program, pid, number):
     return _said(_INIT + "Service '%s' (pid %d) received signal %d" % (program, pid, number))
 
 
-# Name, text, what is printed.
+# Name, text, output.
 _CASES = (
     ("passes", "# checks: 2\nok first\nok second\n",
      ["ok passes/first", "ok passes/second", "ok passes/ended"]),
@@ -88,7 +88,7 @@ def _without_remarks(text):
 
 
 class _Boot(unittest.TestCase):
-    """A folder for the cases, and one for what stands for the device."""
+    """A folder for the cases, and one for the device's substitutes."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -206,7 +206,7 @@ class Faults(unittest.TestCase):
             self.assertEqual(run.boot_faults(status, output, ["statsd 9"]), expected)
 
 
-# What a test program prints and does, the test's kind, and what is said of it after its output.
+# Output and end of a test program, the test's kind, and the report after its output.
 _PROGRAMS = (
     ("gtest", "echo '[ RUN      ] A.B'; echo '[       OK ] A.B (0 ms)'", ["1 0"]),
     ("gtest", "echo '[ RUN      ] A.B'; exec sleep 1000", ["program took longer than 8 s, in A.B", "0 1"]),
@@ -225,7 +225,7 @@ _PROGRAMS = (
 
 
 class Programs(_Boot):
-    """tests/verdicts.sh with a program of each kind; those that hang have a short limit."""
+    """tests/verdicts.sh with a program of each kind; hanging ones have a short limit."""
 
     def test_what_is_said_of_each(self):
         for kind, text, expected in _PROGRAMS:

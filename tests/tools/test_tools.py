@@ -1,4 +1,4 @@
-"""The scripts that set up and build, each on a machine whose programs are stand-ins."""
+"""Tests of the scripts that set up and build, on fake machines."""
 
 import os
 import signal
@@ -10,7 +10,7 @@ from machine import Machine
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
-# dpkg-query knows what has been "installed"; gcc and its like are named by tools/packages.
+# dpkg-query lists what has been "installed"; gcc and others are names of tools/packages.
 _QUERY = 'for p in "${@:3}"; do [ "$p" = debootstrap ] || echo "installed $p"; done; exit 1'
 _ALL = 'for p in "${@:3}"; do echo "installed $p"; done'
 _SUDO = 'exec "$@"'
@@ -63,7 +63,7 @@ class SetUpTest(unittest.TestCase):
 
 
 class BuildTest(unittest.TestCase):
-    """tools/build with a CMake that takes its time, and a source that is there."""
+    """tools/build with a slow CMake."""
 
     def setUp(self):
         self._folder = tempfile.TemporaryDirectory()
@@ -107,7 +107,7 @@ class BuildTest(unittest.TestCase):
 
 
 class FetchTest(unittest.TestCase):
-    """host/aosp/apt-private with an archive that hands out the source's folder in two pieces."""
+    """host/aosp/apt-private with an archive that serves the source's folder in two pieces."""
 
     _APT_GET = """
         case "$*" in
@@ -157,7 +157,7 @@ class FetchTest(unittest.TestCase):
         self.assertRegex(lines[0], r"^apt-private: .* cannot be fetched: E: no route there$")
 
 
-# Programs that the commands would install, build or boot with; calls of them are noted.
+# Programs with which the commands install, build or boot. Their calls are recorded.
 _WORKERS = ("apt-get", "cmake", "debootstrap", "dpkg-query", "git", "ninja", "sudo",
             "unshare")
 _COMMANDS = ("./run", "./vdev", "./test", "./fuzz", "./bench", ".ci/run", "tools/build",
@@ -210,7 +210,7 @@ def _name_of(command):
 
 
 class CallsTest(unittest.TestCase):
-    """How the commands answer calls that ask for help, and wrong ones."""
+    """The commands print help and refuse wrong calls."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()

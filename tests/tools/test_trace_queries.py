@@ -1,5 +1,4 @@
-"""docs/trace-queries: what each query answers of tracks that are known. SQLite runs them, with its
-own statements in place of what PerfettoSQL adds to the language."""
+"""Tests of docs/trace-queries with known tracks, in SQLite, with substitutes for PerfettoSQL's additions."""
 
 import pathlib
 import re
@@ -22,7 +21,7 @@ CREATE TABLE leading(id INTEGER, ts INTEGER, dur INTEGER, track_id INTEGER, valu
 CREATE TABLE slice(name TEXT, arg_set_id INTEGER);
 """
 
-# Group, track, rank, and the value from each second on.
+# Group, track, rank, and the value from each second.
 _TRACKS = (
     ("150011 battery_current_now", "battery_current_now current", None, {0: 200, 20: 1000, 70: 500}),
     ("150010 battery_voltage_now", "battery_voltage_now voltage", None, {0: 4000, 60: 3500}),

@@ -1,5 +1,5 @@
 # profile: tests/system/profiles/absent
-# Services that the profile names as absent, or has no file for, wait for "start".
+# Services that the profile lists as absent, or has no file for, wait for "start".
 
 running() { getprop | sed -n 's/^\[init\.svc\.\(.*\)\]: \[running\]$/\1/p' | grep -x "$1"; }
 is ready registered "$(getprop vdev.ready)"
@@ -14,12 +14,12 @@ svcwait vendor.norda.hardware.charger.ICharger/default vendor.norda.hardware.tou
 out=$(pull 150010 150131)
 is started '[4000] [2]' "$(echo "$out" | sed 's/.*"fields":\([^]]*]\).*/\1/' | xargs)"
 
-# Files of the profile's own at places that the kernel's tree does not have for them.
+# Files of the profile at paths that the kernel lacks.
 is overlay/file_for_folder "$(cat /profile/root/sys/kernel/slab)" "$(cat /sys/kernel/slab)"
 is overlay/link ../bus "$(readlink /sys/kernel/elsewhere)"
 is overlay/beside "$(ls /.kernel/sys/kernel/mm)" "$(ls /sys/kernel/mm)"
 rm -f /sys/kernel/elsewhere
 is overlay/names "$(ls /.kernel/sys/kernel)" "$(ls /sys/kernel)"
 
-# A file that a maker keeps among a phone's data.
+# A file below /data.
 is maker_data "kept by the maker" "$(cat /data/vendor/maker)"

@@ -1,10 +1,10 @@
 # profile: qcom
-# Every battery atom against what the profile's files say, as shipped and at the borders.
+# Every battery atom against the profile's files, as shipped and with limits.
 
 node() { cat /profile/nodes/$1; }
 charger() { sed -n "s/^$1=//p" /profile/charger; }
 set_charger() { sed -i "s/^$1=.*/$1=$2/" /profile/charger; }
-# fields TAG: the values of the one event; "none" if there is none.
+# fields TAG: the values of the single event; "none" without one.
 fields() {
     line=$(pull $1)
     case $line in

@@ -1,5 +1,5 @@
 # profile: qcom
-# How the device's programs answer calls that ask for help, and wrong ones.
+# The device's programs print help and refuse wrong calls.
 
 # program COMMAND...: its help is on standard output, and begins with its usage.
 program() {

@@ -1,6 +1,6 @@
 # profile: qcom
-# A service may write where a shell's command has its output and its errors: into pipes, as this case's
-# own are, and into a pseudo-terminal.
+# A service may write into the output and errors of a shell's command: pipes, like this case's, and a
+# pseudo-terminal.
 
 in_a_terminal() { inpty "$@" | tr -d '\r'; }
 

@@ -1,7 +1,7 @@
 # profile: qcom
 # crash: calda 6
 # crash: sh 11
-# Processes that a signal ends, of init's and of a shell's: the lines above hold only if both are seen.
+# Processes of init and of a shell that a signal ends. The lines above fail unless both are noticed.
 
 pid=$(pidof calda)
 kill -ABRT "$pid"

@@ -1,5 +1,5 @@
 # profile: qcom
-# The dump switches levels for root and system alone.
+# The dump changes levels only for root and system.
 
 has root/help 'dumpsys zstats_pullerd --rgbLog INPUT_1_OR_0' "$(dumpsys zstats_pullerd 2>&1)"
 has system/level 'Zstats_pullerd set gLogLevel: 2' \
@@ -18,7 +18,7 @@ is root/unknown-option 1 "$(dumpsys zstats_pullerd --RGBLOG 1 2>/dev/null | grep
 has root/restored 'gLogLevel: 1' "$(dumpsys zstats_pullerd --loglevel 1 2>&1)"
 has transaction-logged 'BnZstatsPullerService onTransact code 1598311760' "$(daemon_log)"
 
-# A daemon that was stopped writes its dump to a client that has gone, and goes on.
+# A stopped daemon later writes its dump to a closed pipe, and continues.
 pid=$(daemon_pid)
 dumps() { log_count 'BnZstatsPullerService onTransact code 1598311760'; }
 before=$(dumps)

@@ -1,5 +1,5 @@
 # profile: qcom
-# Why an atom is empty, told from outside the daemon.
+# `statsctl explain`: why an atom is empty.
 
 text=$(statsctl explain 150005)
 has full/registered 'registered: yes, by uid 0, cool-down 1000 ms, time-out 2000 ms' "$text"
@@ -32,7 +32,7 @@ has never/nothing-read 'reads: nothing' "$text"
 has files/pattern '/cpuidle/state0/time: "' "$(statsctl explain 150121)"
 has property 'ro.hardware: "qcom"' "$(statsctl explain 150027)"
 
-# Without the daemon: statsd forgets a registration at the first pull that it cannot make.
+# Without the daemon: statsd drops a registration at the first pull that fails.
 stop zstats_pullerd
 wait_for 10 state_is zstats_pullerd stopped
 statsctl explain 150014 >/dev/null

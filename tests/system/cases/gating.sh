@@ -1,15 +1,15 @@
 # profile: qcom
-# A daemon that may not run says so, ends with 255, and stays stopped.
+# A daemon that may not run logs the reason, ends with 255, and stays stopped.
 
 daemon=/system_ext/bin/zstats_pullerd
 features=/profile/features
 cp $features /tmp/features.saved 2>/dev/null || : >/tmp/features.saved
-# Starts the service, which init then has to stop for good because the daemon asks it to.
+# Starts the service. The daemon asks init to stop it, so it must stay stopped.
 start_refused() {
     refusals=$(log_count 'ctl.stop')
     start zstats_pullerd
     wait_for 10 log_has_more 'ctl.stop' "$refusals" || not_ok "$1/request" "init saw no ctl.stop"
-    # Neither running nor about to be started again.
+    # Not running, and no restart pending.
     if wait_for 10 state_is zstats_pullerd stopped; then ok "$1/stopped"; else not_ok "$1/stopped" "$(state_of zstats_pullerd)"; fi
 }
 

@@ -2,8 +2,8 @@
 # crash: charger 9
 # crash: openfileprobe 9
 # crash: zstats_pullerd 9
-# init as a phone's: properties with their types, services that die, stop and are started; the tools;
-# the files that the profile lays.
+# init as on a phone: types of properties, services that die, stop and start; the tools; the profile's
+# files.
 
 is build_prop qcom "$(getprop ro.hardware)"
 setprop test.init.a "a value"
@@ -12,7 +12,7 @@ is list "[test.init.a]: [a value]" "$(getprop | grep test.init.a)"
 is default_of_getprop none "$(getprop test.init.absent none)"
 is ready registered "$(getprop vdev.ready)"
 
-# What init refuses, by its reason, which is the kernel's to tell; what setprop refuses, it tells itself.
+# What init refuses, with the reason in the kernel's log; what setprop refuses, with its own message.
 while read -r name value reason; do
     before=$(getprop "$name")
     said=$(setprop "$name" "$value" 2>&1)
@@ -36,7 +36,7 @@ is unknown_service_status 1 $?
 is unknown_service_logged "Control message: Could not find 'nosuch' for ctl.start from pid: (start nosuch)" \
     "$(init_log | grep nosuch | sed 's/pid: [0-9]*/pid:/')"
 
-# One that dies is back 5 s after its start at the earliest.
+# A service that dies is restarted, 5 s after its last start at the earliest.
 before=$(pidof charger)
 kill -9 "$before"
 charger_is_back() { pid=$(pidof charger) && [ "$pid" != "$before" ]; }
@@ -54,7 +54,7 @@ wait_for 10 pidof charger && ok start_by_interface || not_ok start_by_interface 
 is request_logged "Control message: Processed ctl.stop for 'charger' from pid: (stop charger)" \
     "$(init_log | grep 'Processed ctl.stop' | tail -n 1 | sed 's/pid: [0-9]*/pid:/')"
 
-# One that waits for its restart goes on waiting when it is to be restarted, and is started by "start".
+# A service that waits for its restart ignores a restart request, and "start" starts it.
 kill -9 "$(pidof openfileprobe)"
 wait_for 10 state_is openfileprobe restarting && ok back_off || not_ok back_off "$(state_of openfileprobe)"
 setprop ctl.restart openfileprobe
@@ -68,8 +68,8 @@ is stop_in_back_off stopped "$(state_of openfileprobe)"
 start openfileprobe
 wait_for 10 service_is_there openfileprobe || not_ok back "openfileprobe is not there"
 
-# The daemon as its rc file has it started: when, with which descriptors and capabilities, and out of reach
-# of the low-memory killer. Killed, it is back; the time of its first start stays.
+# The daemon's start by its rc file: its time, descriptors, capabilities and OOM score. It is restarted after a
+# kill, and the time of its first start stays.
 is standard_descriptors "/dev/null /dev/null /dev/null" \
     "$(for fd in 0 1 2; do readlink "/proc/$(daemon_pid)/fd/$fd"; done | xargs)"
 is no_capabilities 0000000000000000 \

@@ -1,5 +1,5 @@
 # profile: mtk
-# A profile that lays files where /proc lacks the folder: processes are seen there as ever.
+# A profile with files in a folder that /proc lacks: processes are still visible in /proc.
 
 has device_tree "$(cat '/profile/root/proc/device-tree/chosen/atag,chipid')" \
     "$(cat '/proc/device-tree/chosen/atag,chipid')"

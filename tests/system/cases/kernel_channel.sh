@@ -1,5 +1,5 @@
 # profile: qcom
-# A release build opens the scheduler's channel alone, and turns its records into pushed atoms.
+# A release build opens only the scheduler's channel, and turns its records into pushed atoms.
 
 pushed() { statsctl pushed 2>/dev/null | grep -c 100207; }
 count=$(pushed)
@@ -24,7 +24,7 @@ kestrel --path /system_ext/bin/zcvt/norda_sched_corectl --type 1 2>/tmp/kestrel.
 is second-channel/closed 1 $?
 is second-channel/one-line 1 "$(grep -c . /tmp/kestrel.err)"
 
-# What the kernel may answer instead.
+# Other answers of the kernel.
 cp /profile/features /tmp/features.saved 2>/dev/null || : >/tmp/features.saved
 echo 'bpf=unsupported' >/profile/features
 restart_daemon

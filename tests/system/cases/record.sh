@@ -1,6 +1,6 @@
 # profile: qcom
-# A recording of the device is the profile again: its files say the same, and so does the daemon
-# when the device is served from them.
+# A recording of the device equals the profile: its files are the same, and the daemon gives the same answers
+# from them.
 
 zstats_record /tmp/recording --samples 4 2>/tmp/record.err
 is status '0 ' "$? $(cat /tmp/record.err)"
@@ -27,7 +27,7 @@ for name in ro.hardware ro.build.release_type; do
     is "property/$name" "$name=$(getprop $name)" "$(grep "^$name=" /tmp/recording/build.prop)"
 done
 
-# The same answers from the recording, by a daemon that starts anew.
+# The same answers from the recording, by a restarted daemon.
 restart_daemon
 statsctl pull --json --settle >/tmp/from-profile
 find /tmp/recording -exec chcon u:object_r:profile_file:s0 {} +

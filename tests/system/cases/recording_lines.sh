@@ -1,5 +1,5 @@
 # profile: qcom
-# A recording says where and when it was made; two recordings show what changed between them.
+# A recording has its device and time; `diff` shows what changed between two.
 
 # All atoms for some seconds, into a file.
 record() {
@@ -7,7 +7,7 @@ record() {
         xargs statsctl subscribe --for 4 --json >"$1"
 }
 
-# Once each node's series of contents is over, what counts from the pull before stands still.
+# After each node's series of contents, differences to the previous pull are constant.
 for tag in 150027 150029 150027 150029 150027 150029; do pull $tag >/dev/null; done
 record before
 is header "$(printf '{"recording":"subscribe","device":"%s","fingerprint":"%s","boot_id":"%s"}' \

@@ -1,5 +1,5 @@
 # profile: bare
-# An unlocked debug build opens the core control's channel too.
+# An unlocked debug build also opens the core control's channel.
 
 count=$(statsctl pushed 2>/dev/null | grep -c 100207)
 kestrel --path /system_ext/bin/zcvt/norda_sched_corectl --type 4 --pe 5 --lnr 6 --bnr 7 --info second
@@ -9,7 +9,7 @@ has inject/pushed second "$(statsctl pushed | grep 100207 | tail -n 1)"
 kestrel --type 4 --info first
 is first-channel/status 0 $?
 
-# An unlocked debug build stays one, whatever its release type says.
+# An unlocked debug build does so with any release type.
 setprop ro.norda.image.my_engineering.type release
 restart_daemon
 kestrel --path /system_ext/bin/zcvt/norda_sched_corectl --type 1 --info third

@@ -1,5 +1,5 @@
 # profile: qcom
-# Who runs in which domain, and what SELinux has the service manager and init answer to whom.
+# The domains of processes, and the answers of the service manager and init to them.
 # denial: { set } for property=ctl.stop$statsd scontext=u:r:zstats_pullerd:s0 tcontext=u:object_r:ctl_stop_prop:s0 tclass=property_service
 # denial: { set } for property=ctl.start$zstats_pullerd scontext=u:r:zstats_pullerd:s0 tcontext=u:object_r:ctl_start_prop:s0 tclass=property_service
 # denial: { set } for property=persist.sys.zstats_pullerd.start scontext=u:r:zstats_pullerd:s0 tcontext=u:object_r:system_prop:s0 tclass=property_service
@@ -23,7 +23,7 @@ touch hal_norda_touch_default
 zstats_pullerd zstats_pullerd
 END
 
-# as DOMAIN UID COMMAND...: through pipes, the only files of this shell that a domain may use.
+# as DOMAIN UID COMMAND...: with pipes, the only files of this shell that the domains may use.
 as() {
     as_domain=$1
     as_uid=$2
@@ -31,7 +31,7 @@ as() {
     asuid "$as_uid" runcon "u:r:$as_domain:s0" "$@" </dev/null 2>&1 | cat
 }
 
-# A platform process finds "atomacq", calls it, and statsd writes into its pipe.
+# A platform process finds and calls "atomacq", and statsd writes into its pipe.
 for domain in system_server system_app; do
     has "atomacq_serves_$domain" '{"atom":150005,' \
         "$(as $domain 1000 statsctl subscribe 150005 --for 3 --json)"
@@ -39,14 +39,14 @@ done
 has main_service_is_not_for_it "Can't find service: zstats_pullerd" \
     "$(as system_server 1000 dumpsys zstats_pullerd)"
 
-# A bug report asks each service for its dump: the daemon's are refused, and no denial is logged.
+# A bug report asks each service for its dump: the daemon's are refused without a logged denial.
 for service in zstats_pullerd atomacq; do
     is "dumpstate_gets_nothing/$service" \
         "Error with service '$service' while dumping: FAILED_TRANSACTION" \
         "$(as dumpstate 2000 dumpsys $service)"
 done
 
-# The daemon may have itself stopped, and asks for no more. (Before it does: it is needed here.)
+# The daemon may only have itself stopped. (Last, because the other checks need it.)
 statsd=$(pidof statsd)
 as zstats_pullerd 0 setprop ctl.stop statsd >/dev/null
 is statsd_is_not_its_to_stop "$statsd" "$(pidof statsd)"
@@ -61,7 +61,7 @@ wait_for 5 sh -c '[ -z "$(pidof zstats_pullerd)" ]' && ok stops_itself ||
 start zstats_pullerd
 wait_for 10 service_is_there zstats_pullerd || not_ok starts_again 'it is not there'
 
-# init starts nothing that has no domain of its own.
+# init starts no program without a domain.
 stop calda
 wait_for 5 sh -c '[ -z "$(pidof calda)" ]'
 chcon u:object_r:system_file:s0 /system/bin/calda

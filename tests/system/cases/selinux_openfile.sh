@@ -8,7 +8,7 @@ enforced=$(cat /sys/fs/selinux/enforce)
 echo 1 >/sys/fs/selinux/enforce
 is enforcing 1 "$(cat /sys/fs/selinux/enforce)"
 
-# A file system of its own, mounted under the loaded policy, so that labels are kept.
+# A file system that is mounted after the policy was loaded, so that it stores labels.
 mkdir -p $dir && mount -t tmpfs tmpfs $dir
 for kind in open read write sealed; do
     echo "$old" >$dir/$kind
@@ -16,14 +16,14 @@ for kind in open read write sealed; do
         not_ok "label_$kind" "setfilecon failed"
 done
 
-# probe ARGUMENT...: its outcome as "STATUS OUTPUT / ERRORS" in one line, without what the SELinux
-# library itself writes about each refusal, as a line or, newer ones, at the beginning of one.
+# probe ARGUMENT...: the outcome as "STATUS OUTPUT / ERRORS" in one line, without the SELinux library's messages
+# about denials, which are lines or, in newer versions, beginnings of lines.
 probe() {
     cmd openfileprobe "$@" >$dir/.out 2>$dir/.err
     echo "$? $(tr '\n' ' ' <$dir/.out)/$(sed 's/^avc: .* tclass=[a-z]*\( permissive=[01]\)*//; /^$/d' $dir/.err | tr '\n' ' ')"
 }
 
-# refusal KIND ACCESS: what probe prints for it.
+# refusal KIND ACCESS: the output of probe for a refusal.
 refusal() {
     echo "1 not opened /System server has no access to $2 file context" \
         "u:object_r:probe_$1_file:s0 (from path $dir/$1, context $caller) "
@@ -59,7 +59,7 @@ sealed w no_write
 sealed w+ no_write
 END
 
-# What was asked for last before it was refused is what the file holds: the open comes first.
+# The file has the state after the last refused open, because the open precedes the check.
 echo "$old" >$dir/sealed
 probe $dir/sealed $caller r+ >/dev/null
 is sealed_is_not_written "$old" "$(cat $dir/sealed)"

@@ -1,5 +1,5 @@
 # profile: qcom
-# Services that die, return, answer nonsense or refuse.
+# Services that die, return, answer wrongly or refuse.
 
 restart_daemon
 thermal_tags='150126 150127 150128 150129'
@@ -9,7 +9,7 @@ has calda/ambient '"fields":[24000]' "$before"
 has calda/board '"fields":[41000]' "$before"
 has calda/shell '"fields":[38000,37500,36900]' "$before"
 
-# It dies and stays away; the notice arrives, the atoms have no event.
+# The service dies and stays away; the death notice arrives, and the atoms have no event.
 died=$(log_count 'ThermalReader calda binderDied!')
 stop calda
 wait_for 10 log_has_more 'ThermalReader calda binderDied!' "$died" &&
@@ -36,7 +36,7 @@ sed 's/^vector=4 4/vector=3 4/' /tmp/calda >/profile/calda
 is calda/short-vector 2 "$(pull $thermal_tags | grep -c '"events":0')"
 cp /tmp/calda /profile/calda
 
-# The touch service's death goes unnoticed: its proxy is kept, and every call fails.
+# The touch service has no death notice: its proxy is kept, and every call fails.
 touch_level() { pull 150131; }
 has touch/there '"fields":[3]' "$(touch_level)"
 printf -- '-1\n' >/profile/touch
@@ -53,7 +53,7 @@ has touch/never-noticed '"events":0' "$(touch_level)"
 restart_daemon
 has touch/new-daemon '"fields":[3]' "$(touch_level)"
 
-# An "audio" that refuses, that has nothing to say, and that is not there.
+# An "audio" that refuses, replies without text, and is absent.
 cp /profile/audio /tmp/audio
 audio() { pull 150112; }
 has audio/there '"fields":[0.375],"names":["power"],"types":["float"]' "$(audio)"
@@ -73,7 +73,7 @@ start audio
 wait_for 10 service_is_there audio
 has audio/back '"fields":[0.375]' "$(audio)"
 
-# Usage records: the first broken one ends the pull and stays unbuilt.
+# Usage records: the first malformed one ends the pull and stays unbuilt.
 cp /profile/uah /tmp/uah
 for broken in 'com.norda.short,1,2' '!nontext'; do
     { head -n 1 /tmp/uah; echo "$broken"; tail -n 1 /tmp/uah; } >/profile/uah

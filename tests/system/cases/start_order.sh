@@ -1,7 +1,7 @@
 # profile: qcom
-# The daemon starts when the boot is complete, and once more whenever that is said again.
+# The daemon starts when the boot is complete, and whenever the property is set again.
 
-# position TEXT: the line of the log where it first stands.
+# position TEXT: the number of the first log line with the text.
 position() { logcat -d | grep -nF -m 1 -- "$1" | cut -d : -f 1; }
 
 is boot_completed 1 "$(getprop sys.boot_completed)"
@@ -16,7 +16,7 @@ setprop sys.boot_completed 1
 setprop sys.boot_completed 0
 is a_running_daemon_stays "$pid" "$(daemon_pid)"
 
-# The gate runs anew, with the answer of the day.
+# The gate is checked again, with its present answer.
 disabled='os.tool.quill.zstats_pullerd.enable disabled.'
 cp /profile/features /tmp/features.saved 2>/dev/null || : >/tmp/features.saved
 echo 'feature=os.tool.quill.zstats_pullerd.enable off' >>/profile/features
@@ -34,7 +34,7 @@ is another_value_starts_nothing stopped "$(state_of zstats_pullerd)"
 setprop sys.boot_completed 1
 registers opens
 
-# statsd asks the system server who may register; a user without the permission may not.
+# statsd asks the system server for the permission; a user without it may not register.
 refusal="uid 9999 may not register atom ${ATOM_ORDER##* }"
 asuid 9999 /system_ext/bin/zstats_pullerd >/dev/null 2>&1 &
 stranger=$!

@@ -1,7 +1,7 @@
 # profile: qcom
 # crash: statsd 9
-# Without statsd at its start the daemon serves, but answers no pull; a statsd that dies later gets
-# the registrations again.
+# Without statsd at its start, the daemon serves but gets no pulls. A statsd that dies later gets the
+# registrations again.
 
 answered() { statsctl pull --json 150005 2>/dev/null | grep -q '"fields"'; }
 
@@ -27,7 +27,7 @@ registers back/registered
 
 before=$(log_count 'statsd service died, will try to reconnect.')
 pid=$(daemon_pid)
-# Back while the library still looks for it; its restart may take 5 s.
+# statsd returns while the library looks for it, although its restart may take 5 s.
 crash statsd
 wait_for 10 log_has_more 'statsd service died, will try to reconnect.' "$before" &&
     ok death/logged || not_ok death/logged 'no line'
@@ -35,7 +35,7 @@ registers death/registered-again
 is death/same-daemon "$pid" "$(daemon_pid)"
 if wait_for 10 answered; then ok death/answered; else not_ok death/answered 'no event'; fi
 
-# One that comes back when the library has given up gets no registrations.
+# A statsd that returns after the library has given up gets no registrations.
 gave_up="Service stats didn't start. Returning NULL"
 before=$(log_count "$gave_up")
 stop statsd

@@ -1,10 +1,10 @@
 # profile: qcom
-# Streams of atoms through "atomacq", who gets them, and the command client that carries them.
+# Streams of atoms through "atomacq", their permitted callers, and the command client.
 lines() { grep -c "\"atom\":$1," "$2"; }
 has_line() { [ "$(lines "$1" "$2")" -ge "${3:-1}" ]; }
 
-# Pulled atoms come about once a second, each from a run of the handler of its own; a pushed one the
-# moment it is written.
+# Pulled atoms come about once a second, each from a separate run of the handler; a pushed one when it is
+# written.
 runs() { log_count 'find matching handler for atomTag = 150030'; }
 dumpsys zstats_pullerd --loglevel 2 >/dev/null
 before=$(runs)
@@ -20,7 +20,7 @@ wait $stream 2>/dev/null
 is stream_errors "" "$(cat stream.err)"
 dumpsys zstats_pullerd --loglevel 1 >/dev/null
 count=$(lines 150030 stream)
-# The atoms of the last runs may not have been read any more.
+# The atoms of the last runs may be unread.
 [ $(($(runs) - before)) -ge "$count" ] && ok each_atom_is_fresh || not_ok each_atom_is_fresh "$count atoms of $(($(runs) - before)) runs"
 is one_push 1 "$(lines 100207 stream)"
 for tag in 150005 150030; do
@@ -28,13 +28,13 @@ for tag in 150005 150030; do
 done
 is only_what_was_asked 0 "$(grep -vcE '"atom":(150005|150030|100207),|^\{"recording"' stream)"
 
-# Ids that belong to no range are left out without a word; so is everything of an empty list.
+# Ids outside of all ranges are ignored; an empty list is accepted.
 for ids in '2 750 20000 99999' ''; do
     statsctl subscribe --any $ids --for 1 --json >out 2>err
     is "ids_without_source/$ids" "0 " "$? $(cat out err)"
 done
 
-# Root and system are served, nobody else; statsd itself is nobody else.
+# Only root and system are served; statsd is refused.
 for uid in 0 1000; do
     statsctl subscribe 150005 --uid $uid --count 1 --json >out 2>err
     is accepts_$uid "0 1 " "$? $(lines 150005 out) $(cat err)"
@@ -58,7 +58,7 @@ has print_stats "$ATOMS pullers" "$(cmd stats print-stats)"
 has waits_for_service "$ATOMS pullers" "$(cmd -w stats print-stats)"
 has pull_source "Pull from 150005: Received 1 elements" "$(cmd stats pull-source 150005 AID_ROOT)"
 
-# The client's messages, each on its own output and, but for a missing name, in the log.
+# The client's messages, each on its output and, except for a missing name, in the log.
 cmd nobody x >out 2>err
 is no_such_service "20 / cmd: Can't find service: nobody" "$? $(cat out)/ $(cat err)"
 is no_such_service/logged "W Can't find service nobody" "$(last_line cmd)"

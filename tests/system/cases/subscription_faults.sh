@@ -1,5 +1,5 @@
 # profile: qcom
-# Configurations that statsd cannot take end their own subscription, and no other.
+# Invalid configurations end only their own subscription.
 
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }
 running_is() { [ "$(running)" = "$1" ]; }
@@ -9,7 +9,7 @@ stream=$!
 atoms() { grep -c '"atom":150005,' stream; }
 wait_for 10 running_is 1
 
-# refused NAME LOG_LINE: the bytes on the input are no configuration; the command ends all the same.
+# refused NAME LOG_LINE: the input is not a valid configuration; the command ends.
 refused() {
     before=$(log_count "$2")
     cmd stats data-subscribe >out 2>err
@@ -21,7 +21,7 @@ printf '\005\0\0\0\0\0\0\0\377\377\377\377\377' | refused malformed 'subscriptio
 printf '\005\0\0\0\0\0\0\0ab' | refused short 'subscription: configuration is cut short'
 printf '\005\0\0' | refused no_length 'subscription: no length'
 
-# More than 50 KiB, that is 45 bytes for each id. The caller sees a stream that ends.
+# More than 50 KiB, at 45 bytes for each id. The stream ends.
 statsctl subscribe --any $(seq 150000 151299) --for 5 --json >out 2>err
 is oversized "1 statsctl: the stream has ended" "$? $(cat out err)"
 has oversized/logged 'configuration of 58500 bytes is too large' "$(daemon_log statsd)"

@@ -1,8 +1,8 @@
 # profile: qcom
-# However many pipes the daemon keeps, a list of any length is answered: each pipe is as large as its
-# frame. At 64 KiB for each, those of a user without capabilities shrink to 8 KiB from the 1,025th on.
+# Calls with long lists succeed with any number of open pipes, because each pipe is as large as its frame. With
+# pipes of 64 KiB, those of a user without capabilities would shrink to 8 KiB from the 1,025th on.
 
-# Without statsd the threads of the calls end at once.
+# Without statsd, the threads of the subscriptions end at once.
 stop statsd
 pid=$(daemon_pid)
 is many_lists "1 ids, 1100 times: 1" "$(timeout 120 pullbench register 1100 1)"
@@ -14,7 +14,7 @@ writers() { for task in /proc/$pid/task/*; do cat "$task/wchan"; echo; done | gr
 is no_thread_waits 0 "$(writers)"
 is daemon_lives "$pid" "$(daemon_pid)"
 
-# The next case finds a daemon without those pipes.
+# A daemon without those pipes for the next case.
 start statsd
 wait_for 20 service_is_there stats
 restart_daemon

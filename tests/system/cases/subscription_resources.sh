@@ -1,15 +1,15 @@
 # profile: qcom
-# What subscriptions leave behind in the daemon: a descriptor for each accepted call, and no thread.
+# What subscriptions leave in the daemon: a descriptor for each accepted call, and no thread.
 pid=$(daemon_pid)
 fds() { ls /proc/$pid/fd | wc -l; }
-# Threads that are not in the call in which the pool, the main thread among it, waits for work. The
-# pool itself grows to its limit when calls come at once.
+# Threads that are not in the system call in which the pool and the main thread wait for work. The pool grows to
+# its limit when calls are concurrent.
 others() {
     pool=$(cut -d ' ' -f 1 /proc/$pid/syscall)
     cat /proc/$pid/task/*/syscall | grep -vc "^$pool "
 }
-# Ends of pipes by what may be done with them.
-# Which end it is shows in the mode that only ls prints.
+# Pipe ends by their mode.
+# Only ls prints the mode.
 # shellcheck disable=SC2010
 pipes() { ls -l /proc/$pid/fd | grep "^$1.* -> pipe:" | wc -l; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
@@ -17,12 +17,12 @@ runs_done() { [ "$(runs "done")" -ge "$1" ]; }
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }
 running_is() { [ "$(running)" = "$1" ]; }
 
-# subscribe NUMBER SECONDS: callers take turns between root and system.
+# subscribe NUMBER SECONDS: callers alternate between root and system.
 subscribe() {
     statsctl subscribe 150005 100207 --uid $(($1 % 2 * 1000)) --for $2 --json >out.$1 2>err.$1 &
 }
 
-# Once at ease, so that what is opened or started once for all calls is there.
+# A first round, so that one-time descriptors and threads exist.
 base=$(runs "done")
 for i in 1 2 3 4 5 6 7 8 9 10; do subscribe $i 1; done
 wait
@@ -57,7 +57,7 @@ is descriptors_of_all_calls $((fds_before + 25)) "$(fds)"
 is no_thread_more "$others_before" "$(others)"
 is no_run_goes_on "$(runs in)" "$(runs "done")"
 
-# Half of the readers vanish; statsd notices, the daemon has nothing to notice.
+# Half of the readers are killed; statsd notices, and the daemon is not affected.
 # shellcheck disable=SC2046
 kill -9 $(echo $clients | cut -d ' ' -f 1-10)
 wait_for 20 running_is 10 && ok vanished_readers_end || not_ok vanished_readers_end "$(running) run"

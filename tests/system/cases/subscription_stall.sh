@@ -1,6 +1,6 @@
 # profile: qcom
-# A reader who stops reading stops every subscription and all pushed atoms until it goes away, and with
-# ten later subscribers every call of statsd. One that may not be waited for stops its own stream alone.
+# A reader that stops reading stops every subscription and all pushed atoms until it ends, and with ten later
+# subscribers every call to statsd. With O_NONBLOCK it only stops its own stream.
 
 statsd_writes() { [ "$(threads_in write "$(pidof statsd)")" -gt 0 ]; }
 runs() { log_count "AtomsAcquire cmdMain $1!!!"; }
@@ -13,7 +13,7 @@ wait_for 20 running_is 0
 statsctl subscribe 150005 100207 --json >stream 2>stream.err &
 stream=$!
 wait_for 20 grep -q 150005 stream && ok before || not_ok before "nothing came"
-# All atoms, many times over, into a pipe of 4 KiB that nobody reads.
+# All atoms, many times, into a pipe of 4 KiB that is not read.
 tags=$(statsctl registrations | awk 'NR > 1 { print $2 }')
 statsctl subscribe $tags $tags $tags $tags $tags --stall &
 stalled=$!
@@ -27,7 +27,7 @@ is late/stays_in_the_daemon $(($(runs "done") + 1)) "$(runs in)"
 is other/stops "$count" "$(lines)"
 has pull/answered '"fields"' "$(statsctl pull --json --fresh 150006)"
 
-# Pushed atoms are taken from their writers, and go no further than the stream that is stuck.
+# Pushed atoms are accepted, but wait behind the blocked stream.
 pushes() { statsctl pushed --json | grep -c '"fields":\[77,'; }
 pushes_are() { [ "$(pushes)" -eq "$1" ]; }
 for i in $(seq 20); do kestrel --type 77 --pe "$i" --lnr 2 --bnr 3 --info x; done
@@ -35,7 +35,7 @@ wait_for 20 pushes_are 1
 sleep 1
 is pushed/one_on_its_way 1 "$(pushes)"
 
-# The pool has ten threads. Each later subscriber holds one; the tools do without.
+# The pool has ten threads. Each later subscriber blocks one; the tools need none.
 idle_are() { [ "$(threads_in ioctl "$(pidof statsd)")" -eq "$1" ]; }
 later() { statsctl subscribe 150005 --for 100 >/dev/null 2>&1 & callers="$callers $!"; }
 callers=
@@ -61,7 +61,7 @@ wait_for 20 runs_catch_up && ok late/started || not_ok late/started "$(runs in) 
 more() { [ "$(lines)" -gt "$count" ]; }
 wait_for 20 more && ok other/goes_on || not_ok other/goes_on "$(lines) lines"
 
-# So does a caller who does not finish the configuration.
+# A caller that does not complete the configuration has the same effect.
 statsd_reads() { [ "$(threads_in read "$(pidof statsd)")" -gt 0 ]; }
 mkfifo rest
 { printf '\005\0\0'; cat rest; } | cmd stats data-subscribe &
@@ -76,7 +76,7 @@ wait_for 20 more && ok unfinished/goes_on || not_ok unfinished/goes_on "$(lines)
 is pushed/arrive_in_order "$(seq 20 | xargs)" \
     "$(sed -n 's/.*"atom":100207,.*"fields":\[77,\([0-9]*\),.*/\1/p' stream | xargs)"
 
-# A tool's pipe has O_NONBLOCK: statsd does not wait for one that was stopped.
+# A tool's pipe has O_NONBLOCK, so statsd does not wait for a stopped tool.
 # shellcheck disable=SC2046,SC2086  # lists of words
 statsctl subscribe $(for _ in $(seq 25); do echo $tags; done) --json >/dev/null 2>paused.err &
 paused=$!

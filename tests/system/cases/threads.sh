@@ -1,8 +1,8 @@
 # profile: qcom
-# Handlers that hang take one thread each; the pool has four, the one that starts it and the main one.
+# Each hanging handler blocks a thread. There are six: four of the pool, its first, and the main thread.
 
 pid=$(daemon_pid)
-# Those of the binder pool wait in an ioctl for calls, and for what they call.
+# Threads of the binder pool wait in an ioctl, for calls and for replies.
 pool() { threads_in ioctl "$pid"; }
 hang='"failed":"no answer within 2000 ms"'
 cycles=$(pull 150009)

@@ -1,7 +1,7 @@
 # profile: qcom
 # crash: charger 9
 # crash: handlefactory 9
-# Vendor services that are killed: pulls without them, and with them again once they are back.
+# Killed vendor services: pulls without them, and after their return.
 
 answer() { pull "$@" 2>/dev/null; }
 has_event() { statsctl pull --json "$1" 2>/dev/null | grep -q '"fields"'; }
@@ -31,7 +31,7 @@ start charger
 wait_for 10 service_is_there vendor.norda.hardware.charger.ICharger/default
 is charger/back "$cycles" "$(answer 150009)"
 
-# SIGKILL, and init brings both back by itself.
+# After SIGKILL, init restarts both.
 for name in handlefactory charger; do
     tag=150005
     [ $name = handlefactory ] || tag=150009

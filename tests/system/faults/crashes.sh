@@ -1,7 +1,7 @@
 # The last table of docs/faults.md, inside the device, after row.sh.
 
-# provoke FILE CONTENT PULL: the profile's file says so while the atom is pulled; or, for pids.max, a
-# subscription comes while the daemon may start no further thread.
+# provoke FILE CONTENT PULL: pulls the atom with this content of the profile's file; for pids.max, subscribes while
+# the daemon may not start threads.
 provoke() {
     if [ "$1" = pids.max ]; then
         statsctl load --count 1 >/dev/null
@@ -18,11 +18,11 @@ relieve() {
     if [ "$1" = pids.max ]; then echo max >$group/pids.max; else cp /tmp/saved "/profile/$1"; fi
 }
 
-# crash FILE CONTENT PULL: what ends the daemon, and what init makes of it, as "EXCEPTION; OUTCOME".
+# crash FILE CONTENT PULL: the exception that ends the daemon, and the outcome, as "EXCEPTION; OUTCOME".
 crash() {
     stop zstats_pullerd
     wait_for 20 none_registered
-    # By hand: what the daemon says on its errors is lost when init starts it.
+    # Not by init, which discards the standard error.
     /system_ext/bin/zstats_pullerd 2>/tmp/errors &
     by_hand=$!
     wait_for 20 all_registered

@@ -1,15 +1,14 @@
-# One row of docs/faults.md, inside the device. Comes after lib.sh and before rows.sh, which says what
-# the rows are and what differs in some.
+# One row of docs/faults.md, inside the device. Sourced after lib.sh and before rows.sh, which has the rows and
+# their exceptions.
 #
 # Prints "cell COLUMN" for each column, and for each answer of an atom a line
 #     STAGE TAG COUNT SLOWEST_MS ANSWER
-# where STAGE is "during" or "after", for the row's own atoms, or "meanwhile", for what eight threads
-# were answered from before the fault until after it. "cost PID THREADS DESCRIPTORS HEAP_KB" stands for
-# the daemon before the column and after it.
+# where STAGE is "during" or "after", for the row's atoms, or "meanwhile", for the answers to eight threads during
+# the whole column. "cost PID THREADS DESCRIPTORS HEAP_KB" describes the daemon before and after the column.
 # shellcheck disable=SC2046,SC2086  # lists of tags are several words
 # shellcheck disable=SC2154  # set by the rows
 
-# The atoms that are not the row's own.
+# The atoms of other rows.
 other_tags() {
     for tag in $all_tags; do
         case " $own_tags " in *" $tag "*) ;; *) echo "$tag" ;; esac
@@ -17,10 +16,10 @@ other_tags() {
 }
 
 descriptors() { ls "/proc/$(daemon_pid)/fd" | wc -l; }
-# A connection of the kernel channel's may be about to be closed.
+# A connection of the kernel channel may be closing.
 at_rest() { [ "$(descriptors)" -le "$descriptors_before" ]; }
 
-# What the daemon holds.
+# The daemon's threads, descriptors and heap.
 cost() {
     pid=$(daemon_pid)
     echo "cost $pid $(sed -n 's/^Threads:[^0-9]*//p' "/proc/$pid/status")" \
@@ -38,10 +37,10 @@ end_load() {
     sed 's/^/meanwhile /' meanwhile
 }
 
-# sample STAGE: each of the row's own atoms once.
+# sample STAGE: pulls each of the row's atoms once.
 sample() { statsctl load --threads 4 --count 1 $own_tags | sed "s/^/$1 /"; }
 answers_again() { ! statsctl load --threads 4 --count 1 $own_tags | grep -q failed; }
-# All atoms' answers, and what else the row looks at.
+# The answers of all atoms, and the row's other checks.
 everything() {
     statsctl load --count 1
     sample now
@@ -73,7 +72,7 @@ absent_at_start() {
     end_load
 }
 
-# Without the service, with it again, and the end of the load.
+# Samples without the service and after its return, and ends the load.
 dies_and_returns() {
     stop_service
     sample during
@@ -88,7 +87,7 @@ killed_before_calls() {
     dies_and_returns
 }
 
-# Frozen first, so that calls are under way when it dies.
+# Stopped first, so that calls are pending when it dies.
 killed_during_calls() {
     begin_load $all_tags
     freeze
@@ -102,7 +101,7 @@ killed_between_calls() {
     dies_and_returns
 }
 
-# As many of its atoms as leave the daemon's pool a thread to spare.
+# As many of its atoms as leave one thread of the daemon's pool free.
 stopped_and_continued() {
     begin_load $(other_tags)
     freeze
@@ -152,15 +151,14 @@ wrong_interface() {
     end_load
 }
 
-# What brings a row's atoms back that do not come back by themselves.
+# Restores the row's atoms if they do not return by themselves.
 bring_back() { restart_daemon; }
 
 answers_only() { cut -d ' ' -f 1,2,5- | sort; }
 run_row() {
     wait_for 20 all_registered
     all_tags=$(statsctl registrations | awk 'NR > 1 { print $2 }')
-    # The counters stand still, and at 0: an atom that counts from the pull before then gives the same
-    # whenever that was.
+    # Constant counters of 0, so that differences do not depend on the previous pull.
     rm -f /profile/nodes/*.[0-9]
     sed -i 's/Time(msec):[0-9]*/Time(msec):0/' /profile/nodes/power_ddr_residency
     sed -i 's/[0-9][0-9]*/0/g' /profile/nodes/gpu_freq_time_qual

@@ -1,5 +1,4 @@
-# The rows of docs/faults.md: which program and service, and the columns that a row has its own way of.
-# Comes after row.sh.
+# The rows of docs/faults.md: program, service, and the columns that differ. Sourced after row.sh.
 # shellcheck disable=SC2034,SC2086,SC2154  # used there, lists of words, and set there
 
 handle_factory() {
@@ -41,7 +40,7 @@ usage_data() {
     garbage() { records_become echo ZZZZZZZZ; }
 }
 
-# Its atoms are all of them: it asks for them. While it is away nobody pulls.
+# Its atoms are all atoms. There are no pulls while it is away.
 statsd() {
     program=statsd
     service=stats
@@ -60,7 +59,7 @@ statsd() {
         wait_for 20 service_is_there stats
         sample after
     }
-    # It is back while the library in the daemon still looks for it.
+    # It returns while the daemon's pull library looks for it.
     kill_statsd() {
         crash statsd
         wait_for 20 service_is_there stats
@@ -113,8 +112,7 @@ statsd() {
     }
 }
 
-# Nothing can be looked up while it is away, nor after its return, when it knows nobody: the tools look
-# statsd up first.
+# No service can be looked up while it is away, and after its return it has none: the tools look statsd up first.
 servicemanager() {
     program=servicemanager
     prepare() {
@@ -164,7 +162,7 @@ servicemanager() {
         sample after
         end_load
     }
-    # Nobody registers a second time by itself.
+    # No service registers again by itself.
     bring_back() {
         for name in handlefactory charger touch calda thermalservice audio systemserver statsd; do
             stop $name
@@ -176,12 +174,12 @@ servicemanager() {
     }
 }
 
-# Its atom is pushed when a record comes.
+# Its atom is pushed when a record arrives.
 kernel_channel() {
     last_pushed() { statsctl pushed --json | grep 100207 | tail -n 1 | sed 's/.*"fields":\([^]]*]\).*/\1/'; }
     pushes() { statsctl pushed --json | grep -c 100207; }
     push_came() { [ "$(pushes)" -gt "$pushed_before" ]; }
-    # inject STAGE ARGUMENT...: the atom that the record becomes.
+    # inject STAGE ARGUMENT...: injects a record and prints its atom.
     inject() {
         stage=$1
         shift
