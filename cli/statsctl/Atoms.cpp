@@ -70,7 +70,7 @@ void printJson(const AtomInfo& info) {
 
 }  // namespace
 
-int atomsCommand(const Words& words) {
+int atomsCommand(Statsd&, const Words& words) {
     if (words.schema) {
         puts(recordingSchema().c_str());
         return kExitOk;

@@ -26,7 +26,7 @@ std::optional<std::vector<RecordingLine>> read(const std::string& path) {
 
 }  // namespace
 
-int diffCommand(const Words& words) {
+int diffCommand(Statsd&, const Words& words) {
     const auto before = read(words.files[0]);
     if (!before) return kExitUsage;
     const auto after = read(words.files[1]);

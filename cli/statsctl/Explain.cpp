@@ -1,5 +1,6 @@
 #include <glob.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -145,19 +146,6 @@ void printSources(int32_t tag) {
     }
 }
 
-void printRegistration(int32_t tag) {
-    const control::Reply reply = askForRegistrations().value_or(control::Reply());
-    for (const control::Registration& entry : reply.registrations()) {
-        if (entry.atom_tag() != tag) continue;
-        printf("registered: yes, by uid %d, cool-down %lld ms, time-out %lld ms%s\n", entry.uid(),
-               static_cast<long long>(entry.cool_down_millis()),
-               static_cast<long long>(entry.timeout_millis()),
-               entry.alive() ? "" : "; BUT ITS PROCESS HAS DIED");
-        return;
-    }
-    printf("registered: NO\n");
-}
-
 /** The daemon's lines of the device's log so far. */
 std::vector<std::string> daemonLog() {
     std::vector<std::string> lines;
@@ -169,23 +157,31 @@ std::vector<std::string> daemonLog() {
     return lines;
 }
 
+/** What is behind the lines of an earlier time; all of it if the log has dropped those since. */
+std::vector<std::string> since(const std::vector<std::string>& before,
+                               const std::vector<std::string>& now) {
+    if (before.empty()) return now;
+    const auto last = std::find(now.rbegin(), now.rend(), before.back());
+    return {last.base() == now.begin() ? now.begin() : last.base(), now.end()};
+}
+
 }  // namespace
 
-int explainCommand(const Words& words) {
+int explainCommand(Statsd& statsd, const Words& words) {
     const int32_t tag = words.ids.front();
-    requireStatsd();
+    if (!canAsk(statsd)) return kExitFailed;
     printf("%d %s\n", tag, atomInfo(tag).name.c_str());
     if (atomInfo(tag).neverFilled) printf("never has an event: its handler writes none\n");
-    printRegistration(tag);
+    printf("registered: %s\n", statsd.registrationText(tag).c_str());
     printSources(tag);
 
-    const size_t before = daemonLog().size();
-    const PulledAtom atom = pullFresh(tag);
+    const std::vector<std::string> before = daemonLog();
+    const PulledAtom atom = statsd.pullFresh({tag}).at(tag);
     printf("a pull brings\n%s", atomText(atom, uptimeMs()).c_str());
 
-    const std::vector<std::string> log = daemonLog();
-    printf("the daemon logged%s\n", log.size() == before ? " nothing" : "");
-    for (size_t i = before; i < log.size(); ++i) printf("  %s", log[i].c_str());
+    const std::vector<std::string> log = since(before, daemonLog());
+    printf("the daemon logged%s\n", log.empty() ? " nothing" : "");
+    for (const std::string& line : log) printf("  %s", line.c_str());
     return atom.answered() ? kExitOk : kExitFailed;
 }
 

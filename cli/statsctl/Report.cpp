@@ -56,7 +56,7 @@ void printJson(const StatsReport& report, bool units) {
 
 }  // namespace
 
-int reportCommand(const Words& words) {
+int reportCommand(Statsd&, const Words& words) {
     std::string bytes;
     const bool isInput = words.files[0] == "-";
     if (isInput ? !android::base::ReadFdToString(0, &bytes)

@@ -5,13 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/lib/atoms/PulledAtom.h"
-#include "vdevice/lib/StatsdControl.h"
+#include "cli/statsctl/Statsd.h"
 
 namespace zstats::cli {
-
-using vdevice::askStatsd;
-using vdevice::statsdListens;
 
 /** Exit statuses of the tool. */
 inline constexpr int kExitOk = 0;
@@ -38,33 +34,39 @@ struct Words {
     std::vector<int32_t> ids;
 };
 
-/** The failure of a pull for which there is no statsd. */
-inline constexpr char kNoStatsd[] = "statsd does not answer";
+/** Which atom ids a command takes. */
+enum class Ids { kNone, kOnePulled, kPulled, kSome, kAny };
 
-/** Ends the process with a message if statsd is not there. */
-void requireStatsd();
-/** statsd's registrations in the order of their arrival; nothing if it does not answer. */
-std::optional<control::Reply> askForRegistrations();
+/** A command. It takes the options that its usage names. */
+struct Command {
+    const char* name;
+    int (*run)(Statsd& statsd, const Words& words);  // returns the exit status
+    Ids ids;
+    const char* usage;
+    size_t files = 0;  // how many of its first words are names of files
+};
 
-/** Pulls once. `fromCache`, if given, tells whether statsd answered from its cache. */
-PulledAtom pullAtom(int32_t tag, bool* fromCache = nullptr);
-/** Pulls once, beside other pulls and without regard to the cool-down. */
-PulledAtom pullAtomNow(int32_t tag);
-/** Pulls again until the answer does not come from statsd's cache. */
-PulledAtom pullFresh(int32_t tag);
+/** The commands of every device. */
+const std::vector<Command>& commandTable();
 
-// The commands. Each returns the exit status.
-int pullCommand(const Words& words);
-int loadCommand(const Words& words);
-int registrationsCommand();
-int pushedCommand(const Words& words);
-int explainCommand(const Words& words);
-int subscribeCommand(const Words& words);
-int traceCommand(const Words& words);
-int watchCommand(const Words& words);
-int reportCommand(const Words& words);
+/** Runs the command that the arguments name, asking `statsd`. Returns the exit status. */
+int runStatsctl(int argc, char** argv, const std::vector<Command>& commands, Statsd& statsd);
+
+/** False, with a message, if statsd cannot be asked. */
+bool canAsk(Statsd& statsd);
+
+/** Prints what a pull brought, as text or as JSON. */
+void printPulled(const PulledAtom& atom, bool json);
+
+int pullCommand(Statsd& statsd, const Words& words);
+int registrationsCommand(Statsd& statsd, const Words& words);
+int explainCommand(Statsd& statsd, const Words& words);
+int subscribeCommand(Statsd& statsd, const Words& words);
+int traceCommand(Statsd& statsd, const Words& words);
+int watchCommand(Statsd& statsd, const Words& words);
+int reportCommand(Statsd& statsd, const Words& words);
 /** Status 0 if the recordings are alike, 1 if not, kExitUsage if one cannot be read. */
-int diffCommand(const Words& words);
-int atomsCommand(const Words& words);
+int diffCommand(Statsd& statsd, const Words& words);
+int atomsCommand(Statsd& statsd, const Words& words);
 
 }  // namespace zstats::cli

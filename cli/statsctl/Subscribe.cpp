@@ -39,7 +39,7 @@ void printText(const StreamedAtom& atom) {
 
 }  // namespace
 
-int subscribeCommand(const Words& words) {
+int subscribeCommand(Statsd&, const Words& words) {
     int printed = 0;
     JsonPrinter json(words.units);
     StreamUser user;

@@ -39,7 +39,7 @@ TraceDevice thisDevice() {
 
 }  // namespace
 
-int traceCommand(const Words& words) {
+int traceCommand(Statsd&, const Words& words) {
     const unique_fd file = openTrace(words.files[0]);
     if (file < 0) {
         fprintf(stderr, "statsctl: %s: %s\n", words.files[0].c_str(), strerror(errno));

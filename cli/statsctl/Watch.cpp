@@ -104,7 +104,7 @@ int watchAsLines(const Words& words) {
 
 }  // namespace
 
-int watchCommand(const Words& words) {
+int watchCommand(Statsd&, const Words& words) {
     Words subscription = words;
     if (subscription.ids.empty()) subscription.ids = allAtomIds();
     endFollowingOnSignal();

@@ -60,15 +60,21 @@ PullResult Puller::ask() {
     const ndk::ScopedAStatus status = mCallback->onPullAtom(mTag, answer);
     if (status.getStatus() == STATUS_DEAD_OBJECT) {
         PullResult result = failed("the puller's process has died");
-        result.dead = true;
+        result.dead = result.callFailed = true;
         return result;
     }
     if (!status.isOk()) {
-        return failed("the call failed with status " + std::to_string(status.getStatus()));
+        PullResult result =
+                failed("the call failed with status " + std::to_string(status.getStatus()));
+        result.callFailed = true;
+        return result;
     }
     auto received = answer->wait(std::chrono::milliseconds(mTerms.timeoutMillis));
     if (!received) {
-        return failed("no answer within " + std::to_string(mTerms.timeoutMillis) + " ms");
+        PullResult result =
+                failed("no answer within " + std::to_string(mTerms.timeoutMillis) + " ms");
+        result.timedOut = true;
+        return result;
     }
     if (!received->success) return failed("the puller reported failure");
     PullResult result;

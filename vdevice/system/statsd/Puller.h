@@ -25,6 +25,8 @@ struct PullResult {
     bool success = false;
     std::string failure;  // the reason; empty on success
     bool fromCache = false;
+    bool timedOut = false;
+    bool callFailed = false;
     bool dead = false;  // the puller's process has died
     EncodedEvents events;
     EncodedEvents rejected;  // dropped on arrival: unbuilt or malformed

@@ -8,23 +8,38 @@
 namespace zstats::vdevice {
 namespace {
 
-PullResult notRegistered() {
+/** Counts a pull. One that is answered from the cache counts as nothing else. */
+void count(const PullResult& result, PullCounts* counts) {
+    ++counts->pulls;
+    if (result.fromCache) {
+        ++counts->fromCache;
+        return;
+    }
+    counts->failed += result.success ? 0 : 1;
+    counts->timedOut += result.timedOut ? 1 : 0;
+    counts->callFailed += result.callFailed ? 1 : 0;
+    counts->empty += result.success && result.events.empty() ? 1 : 0;
+}
+
+}  // namespace
+
+PullResult PullerManager::noPuller(int32_t tag) {
+    ++mCounts[tag].noPuller;
     PullResult result;
     result.failure = "no puller registered";
     return result;
 }
 
-}  // namespace
-
 void PullerManager::add(int32_t uid, int32_t tag, PullTerms terms, const Callback& callback) {
     const ScopedLock lock(mLock);
     auto puller = std::make_shared<Puller>(tag, std::move(terms), callback);
     mPullers[{uid, tag}] = {mArrivals++, std::move(puller)};
+    ++mCounts[tag].registered;
 }
 
 void PullerManager::remove(int32_t uid, int32_t tag) {
     const ScopedLock lock(mLock);
-    mPullers.erase({uid, tag});
+    if (mPullers.erase({uid, tag}) != 0) ++mCounts[tag].unregistered;
 }
 
 PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, int64_t eventTimeNs) {
@@ -34,19 +49,19 @@ PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, in
         if (mPullers.count(key) != 0) return pullLocked(key, eventTimeNs);
     }
     STATSD_LOG(WARN, "StatsPullerManager: Unknown tagId %d", tag);
-    return notRegistered();
+    return noPuller(tag);
 }
 
 PullResult PullerManager::pullFromAnyone(int32_t tag) {
     const ScopedLock lock(mLock);
     const auto key = firstRegistered(tag);
-    return key ? pullLocked(*key, elapsedNanos()) : notRegistered();
+    return key ? pullLocked(*key, elapsedNanos()) : noPuller(tag);
 }
 
 PullResult PullerManager::pullNow(int32_t tag) {
     const ScopedLock lock(mLock);
     const auto key = firstRegistered(tag);
-    if (!key) return notRegistered();
+    if (!key) return noPuller(tag);
     return pullReleased(*key, elapsedNanos(),
                         [](Puller& puller, int64_t time) { return puller.pullNow(time); });
 }
@@ -80,12 +95,21 @@ PullResult PullerManager::pullReleased(const Key& key, int64_t eventTimeNs, Ask 
 
 PullResult PullerManager::noted(const Key& key, const std::shared_ptr<Puller>& puller,
                                 PullResult result) {
+    count(result, &mCounts[key.second]);
     if (!result.dead) return result;
     const auto found = mPullers.find(key);
     // With parallel pulls, the process may have restarted and registered again.
-    if (found != mPullers.end() && found->second.puller == puller) mPullers.erase(found);
+    if (found != mPullers.end() && found->second.puller == puller) {
+        mPullers.erase(found);
+        ++mCounts[key.second].unregistered;
+    }
     STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", key.second, key.first);
     return result;
+}
+
+std::map<int32_t, PullCounts> PullerManager::counts() const {
+    const ScopedLock lock(mLock);
+    return mCounts;
 }
 
 std::vector<RegisteredPuller> PullerManager::list() const {

@@ -21,6 +21,19 @@ struct RegisteredPuller {
     bool alive = false;
 };
 
+/** What became of one atom's pulls and registrations. */
+struct PullCounts {
+    int64_t pulls = 0;
+    int64_t fromCache = 0;
+    int64_t failed = 0;
+    int64_t empty = 0;
+    int64_t timedOut = 0;
+    int64_t noPuller = 0;
+    int64_t callFailed = 0;
+    int64_t registered = 0;
+    int64_t unregistered = 0;
+};
+
 /**
  * The registered pullers by uid and atom tag; a later registration replaces an earlier one.
  * Any thread.
@@ -52,6 +65,9 @@ class PullerManager {
     /** In the order of arrival. */
     std::vector<RegisteredPuller> list() const;
 
+    /** Of each atom that was ever registered or asked for. */
+    std::map<int32_t, PullCounts> counts() const;
+
   private:
     using Key = std::pair<int32_t, int32_t>;  // uid and tag
 
@@ -68,11 +84,13 @@ class PullerManager {
     PullResult pullReleased(const Key& key, int64_t eventTimeNs, Ask ask) REQUIRES(mLock);
     PullResult noted(const Key& key, const std::shared_ptr<Puller>& puller, PullResult result)
             REQUIRES(mLock);
+    PullResult noPuller(int32_t tag) REQUIRES(mLock);
 
     std::atomic<bool> mParallel{false};
     mutable Mutex mLock;
     uint64_t mArrivals GUARDED_BY(mLock) = 0;
     Registrations mPullers GUARDED_BY(mLock);
+    std::map<int32_t, PullCounts> mCounts GUARDED_BY(mLock);
 };
 
 }  // namespace zstats::vdevice

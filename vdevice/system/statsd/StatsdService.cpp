@@ -63,6 +63,26 @@ std::string eventText(const cli::StreamedAtom& atom) {
     return text + " }";
 }
 
+/** What statsd counts of an atom, as it prints it; what this one does not measure is 0. */
+std::string countsText(int32_t tag, const PullCounts& counts) {
+    return StringPrintf(
+            "Atom %d->(total pull)%" PRId64 ", (pull from cache)%" PRId64 ", (pull failed)%" PRId64
+            ", (min pull interval)0 \n"
+            "  (average pull time nanos)0, (max pull time nanos)0, "
+            "(average pull delay nanos)0,   (max pull delay nanos)0, "
+            "(data error)%" PRId64
+            "\n"
+            "  (pull timeout)%" PRId64
+            ", (pull exceed max delay)0"
+            "  (no uid provider count)0, (no puller found count)%" PRId64
+            "\n"
+            "  (registered count) %" PRId64 ", (unregistered count) %" PRId64
+            "  (atom error count) 0, (subscription pull count) 0, "
+            "(binder call failed) %" PRId64 "\n",
+            tag, counts.pulls, counts.fromCache, counts.failed, counts.empty, counts.timedOut,
+            counts.noPuller, counts.registered, counts.unregistered, counts.callFailed);
+}
+
 }  // namespace
 
 ndk::ScopedAStatus StatsdService::registerPullAtomCallback(
@@ -145,11 +165,10 @@ binder_status_t StatsdService::pullSource(int out, const std::vector<std::string
 void StatsdService::printStats(int out) {
     const auto pullers = mPullers->list();
     dprintf(out, "%zu pullers, %zu subscriptions\n", pullers.size(), mSubscriber->running());
-    for (const RegisteredPuller& puller : pullers) {
-        dprintf(out, "  atom %d uid %d cool-down %lld ms time-out %lld ms%s\n", puller.tag,
-                puller.uid, static_cast<long long>(puller.terms.coolDownMillis),
-                static_cast<long long>(puller.terms.timeoutMillis),
-                puller.alive ? "" : " (process has died)");
+    dprintf(out, "********Pulled Atom stats***********\n");
+    for (const auto& [tag, counts] : mPullers->counts()) {
+        const std::string text = countsText(tag, counts);
+        dprintf(out, "%s", text.c_str());
     }
 }
 

@@ -11,11 +11,15 @@
 #include <utility>
 
 #include "cli/lib/atoms/AtomJson.h"
-#include "cli/statsctl/Statsctl.h"
 #include "daemon/base/Mutex.h"
+#include "vdevice/lib/StatsdControl.h"
+#include "vdevice/tools/statsctl/Commands.h"
+#include "vdevice/tools/statsctl/ControlledStatsd.h"
 
-namespace zstats::cli {
+namespace zstats::vdevice {
 namespace {
+
+using namespace cli;
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
@@ -74,7 +78,7 @@ void pullInTurn(const std::vector<int32_t>& tags, size_t pulls, milliseconds pau
         if (gEnd && turn >= tags.size()) return;
         const int32_t tag = tags[turn % tags.size()];
         const auto start = steady_clock::now();
-        const PulledAtom atom = pullAtomNow(tag);
+        const PulledAtom atom = ControlledStatsd().pullNow(tag);
         answers->add(tag, answerText(atom),
                      std::chrono::duration_cast<milliseconds>(steady_clock::now() - start));
         if (pause.count() > 0 && !gEnd) std::this_thread::sleep_for(pause);
@@ -86,8 +90,8 @@ void pullInTurn(const std::vector<int32_t>& tags, size_t pulls, milliseconds pau
 
 }  // namespace
 
-int loadCommand(const Words& words) {
-    requireStatsd();
+int loadCommand(Statsd& statsd, const Words& words) {
+    if (!canAsk(statsd)) return kExitFailed;
     if (words.wait) {
         fputs("statsctl: waiting for a line of input\n", stderr);
         getchar();
@@ -109,4 +113,4 @@ int loadCommand(const Words& words) {
     return kExitOk;
 }
 
-}  // namespace zstats::cli
+}  // namespace zstats::vdevice

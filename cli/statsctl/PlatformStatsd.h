@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string_view>
+
+#include "cli/statsctl/Statsd.h"
+#include "cli/statsctl/StatsdText.h"
+#include "daemon/base/Mutex.h"
+
+namespace zstats::cli {
+
+/**
+ * statsd as every device has it, asked by its shell commands, which serve the uids of root and of
+ * the shell: pulls by "pull-source", registrations from what "print-stats" counts. Starts binder
+ * threads.
+ */
+class PlatformStatsd : public Statsd {
+  public:
+    std::string unavailable() override;
+    PulledAtom pull(int32_t tag) override;
+    /** Waits for the cool-down once. */
+    std::map<int32_t, PulledAtom> pullFresh(const std::vector<int32_t>& tags) override;
+    /** Nothing: this statsd decides. */
+    void setParallel(bool) override {}
+    std::optional<std::set<int32_t>> registered() override;
+    std::string registrationText(int32_t tag) override;
+    std::vector<std::string> registrationTable() override;
+
+  private:
+    using Counts = std::map<int32_t, PullCounts>;
+
+    static std::optional<Counts> askForCounts();
+    std::string failureOf(int32_t tag, int32_t status);
+    void keepCounts();
+
+    Mutex mLock;
+    std::optional<Counts> mCounts GUARDED_BY(mLock);  // before the pulls
+};
+
+}  // namespace zstats::cli
