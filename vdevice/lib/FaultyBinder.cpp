@@ -42,6 +42,7 @@ useconds_t nextDelay() {
 
 FaultyBinder::FaultyBinder(std::string name, const android::sp<IBinder>& service)
       : mName(std::move(name)), mService(service) {
+    // The wrapper has the stability of the service that it replaces.
     if (android::internal::Stability::requiresVintfDeclaration(service)) {
         android::internal::Stability::markVintf(this);
     }
@@ -63,6 +64,7 @@ status_t FaultyBinder::answer(const std::string& fault, uint32_t code, const Par
     if (fault == "interface" && code == INTERFACE_TRANSACTION) {
         return reply->writeString16(String16("com.norda.Other"));
     }
+    // Pings, dumps and descriptors work as usual, so that tools can look at a faulty service.
     if (code < FIRST_CALL_TRANSACTION || code > LAST_CALL_TRANSACTION) {
         return mService->transact(code, data, reply, flags);
     }
@@ -75,6 +77,7 @@ status_t FaultyBinder::answer(const std::string& fault, uint32_t code, const Par
     if (fault == "disorder") usleep(nextDelay());
     const status_t status = mService->transact(code, data, reply, flags);
     if (status != android::OK || fault != "megabytes") return status;
+    // After the correct answer: a client that reads only its fields must not notice.
     reply->setDataPosition(reply->dataSize());
     return writeBytes(reply, kMegabytes);
 }

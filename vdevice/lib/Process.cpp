@@ -19,6 +19,7 @@ android::base::unique_fd childDeaths() {
 }
 
 void becomeChild() {
+    // Signal masks and ignored signals would survive the exec.
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -27,8 +28,8 @@ void becomeChild() {
 
 void execProgram(const char* path, const char* const* command, const std::array<int, 3>& standard) {
     for (int fd = 0; fd < 3; ++fd) {
-        // One that stays may be the kernel's own, which init must not use. On arm64 even a copy
-        // onto itself asks the kernel for its flags.
+        // Not onto itself: the descriptor may be the kernel's, and on arm64 even that call reads
+        // its flags, which SELinux denies to init.
         if (standard[fd] != fd) dup2(standard[fd], fd);
     }
     execv(path, const_cast<char* const*>(command));

@@ -29,6 +29,7 @@ void publishOrDie(const std::string& name, AIBinder* binder) {
 }
 
 void publishOrDie(const std::string& name, const android::sp<android::IBinder>& binder) {
+    // Every stand-in can be made faulty by the profile, without code of its own.
     const android::sp<android::IBinder> published(new FaultyBinder(name, binder));
     const auto status = android::defaultServiceManager()->addService(
             android::String16(name.c_str()), published);

@@ -64,6 +64,7 @@ std::optional<control::Reply> askStatsd(const control::Request& request) {
 bool sendControl(int connection, const google::protobuf::MessageLite& message) {
     std::ostringstream stream;
     google::protobuf::util::SerializeDelimitedToOstream(message, &stream);
+    // MSG_NOSIGNAL: a closed connection is an error, not a signal.
     const std::string bytes = stream.str();
     for (size_t sent = 0; sent < bytes.size();) {
         const ssize_t count = TEMP_FAILURE_RETRY(

@@ -8,6 +8,7 @@ namespace zstats::vdevice {
 namespace {
 
 std::optional<uid_t> userIdOf(const std::string& name) {
+    // The numbers are the platform's. Only the users of this device's services and tests are listed.
     static const std::map<std::string, uid_t> kIds = {
             {"root", 0},        {"system", 1000},      {"radio", 1001}, {"graphics", 1003},
             {"input", 1004},    {"audio", 1005},       {"log", 1007},   {"wifi", 1010},

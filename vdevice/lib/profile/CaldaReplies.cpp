@@ -44,6 +44,7 @@ std::optional<CaldaReply> ambientReply(const Values& values) {
 }  // namespace
 
 std::optional<CaldaReply> caldaReply(std::string_view text, uint32_t code) {
+    // A transport error precedes everything else, because it concerns the call and not its reply.
     const Values values = keyValueLines(text);
     if (const auto error = intOf(values, "transport_error"); error.value_or(0) != 0) {
         return CaldaReply{*error, {}};

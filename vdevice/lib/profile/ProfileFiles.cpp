@@ -56,6 +56,7 @@ std::optional<std::string> NodeSequence::next(pid_t reader, const std::string& k
     {
         const ScopedLock lock(mLock);
         size_t& stored = mSteps[{reader, key}];
+        // Back to the last existing step: scripts and scenarios may remove files.
         while (stored > 0 && access(path(key, stored).c_str(), F_OK) != 0) --stored;
         step = stored++;
     }

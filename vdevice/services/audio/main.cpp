@@ -41,6 +41,7 @@ class Audio : public android::BBinder {
         }
         // An empty file is a reply without text.
         if (text.empty()) return android::OK;
+        // Editors end a file with a newline, which is not part of the reply.
         if (text.back() == '\n') text.pop_back();
         return reply->writeCString(text.c_str());
     }

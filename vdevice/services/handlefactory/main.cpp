@@ -15,6 +15,7 @@ using aidl::vendor::norda::hardware::handlefactory::HandleResult;
 class HandleFactory : public BnHandleFactory {
   public:
     ndk::ScopedAStatus readHandle(const std::string& key, int32_t, HandleResult* result) override {
+        // Counted for each process: a look with statsctl must not change what the daemon reads.
         auto content = mNodes.next(AIBinder_getCallingPid(), key);
         if (!content) {
             return ndk::ScopedAStatus(AStatus_fromExceptionCode(EX_ILLEGAL_ARGUMENT));

@@ -40,6 +40,7 @@ bool isStarted(const std::string& service, const std::string& file) {
 int main() {
     const auto companion = ndk::SharedRefBase::make<StatsCompanion>();
     publishOrDie("statscompanion", companion->asBinder().get());
+    // Before waiting, because statsd may ask for permissions meanwhile.
     startBinderThreads();
     // On a phone, statsd starts long before the system server.
     waitForService("stats");

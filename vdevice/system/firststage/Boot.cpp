@@ -83,7 +83,7 @@ bool apply(const OverlayStep& step) {
 }  // namespace
 
 void mountFileSystems() {
-    umask(0);
+    umask(0);  // the modes below are exact
     for (const FileSystem& fileSystem : kFileSystems) mountOne(fileSystem);
     // The kernel must log every denial, because tests rely on their absence.
     android::base::WriteStringToFile("0", "/proc/sys/kernel/printk_ratelimit");
@@ -103,6 +103,7 @@ void raiseDescriptorLimit() {
 std::string loadBinder() {
     const unique_fd module(open(kModule, O_RDONLY | O_CLOEXEC));
     if (syscall(SYS_finit_module, module.get(), "", 0) != 0) return failed(kModule);
+    // On a phone, ueventd sets this mode.
     if (chmod("/dev/binder", 0666) != 0) return failed("/dev/binder");
     return "";
 }

@@ -11,6 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 using Kind = OverlayStep::Kind;
 
+// A class has exactly the profile's devices, without those of the emulator.
 constexpr char kWholeFolders[] = "/sys/class";
 
 std::set<std::string> namesIn(const std::string& folder) {

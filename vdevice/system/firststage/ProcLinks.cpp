@@ -20,6 +20,7 @@ namespace {
 
 using android::base::unique_fd;
 
+// A burst of forks must not overflow the socket: lost notices leave threads visible.
 constexpr int kReceiveBytes = 1 << 20;
 
 std::string linkOf(pid_t id) {

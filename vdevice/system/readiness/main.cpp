@@ -79,6 +79,7 @@ std::string daemonState() {
     while (true) {
         const std::string state = stateOf(kDaemon);
         if (state == "stopped") return state;
+        // init restarts a daemon that has ended by itself.
         if (state == "restarting") return "exited";
         if (registered.areComplete()) return "registered";
         std::this_thread::sleep_for(kStep);

@@ -85,6 +85,7 @@ bool writeChanged(const Values& before, const Values& now) {
             lines[path][target.key] = text;
             continue;
         }
+        // Only at the first write: later ones cannot find a sequence.
         if (old == before.end()) dropSequence(path);
         ok = replaceFile(path, text + "\n") && ok;
     }
@@ -94,6 +95,7 @@ bool writeChanged(const Values& before, const Values& now) {
 
 void sleepUntil(int64_t second) {
     const timespec time = {static_cast<time_t>(second), 0};
+    // Absolute, so that the time of the writes does not accumulate.
     while (clock_nanosleep(CLOCK_BOOTTIME, TIMER_ABSTIME, &time, nullptr) == EINTR) {
     }
 }
@@ -125,6 +127,7 @@ int play(const Scenario& scenario, int64_t begin, int64_t second, Values before 
 }
 
 int playFromNow(const Scenario& scenario) {
+    // The next whole second, so that the values of second 0 are in place when it begins.
     const int64_t begin = static_cast<int64_t>(uptime()) + 1;
     Values first;
     if (!writeSecond(scenario, 0, &first)) return 1;

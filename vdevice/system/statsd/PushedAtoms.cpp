@@ -16,12 +16,14 @@ namespace {
 // Packed: log id, thread id, seconds, nanoseconds. The tag follows.
 constexpr size_t kHeaderSize = 1 + 2 + 4 + 4;
 constexpr char kStatsLogId = 5;
-constexpr uint32_t kEventTag = 1937006964;
+constexpr uint32_t kEventTag = 1937006964;  // "stat"
+// Larger than any event, so that no packet is truncated.
 constexpr size_t kMaxPacket = 8192;
-constexpr size_t kMaxQueued = 50'000;
+constexpr size_t kMaxQueued = 50'000;  // as statsd's queue
 constexpr size_t kKeep = 100;
 constexpr char kObject = 0x07;
 
+/** From the credentials that the kernel adds, because a writer could forge any other uid. */
 int32_t senderUid(msghdr* message) {
     for (cmsghdr* part = CMSG_FIRSTHDR(message); part != nullptr;
          part = CMSG_NXTHDR(message, part)) {

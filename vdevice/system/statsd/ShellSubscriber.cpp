@@ -15,6 +15,7 @@
 namespace zstats::vdevice {
 namespace {
 
+// statsd's limits.
 constexpr uint64_t kMaxConfig = uint64_t{50} * 1024;
 constexpr size_t kMaxSubscriptions = 20;
 
@@ -102,6 +103,7 @@ void ShellSubscriber::serve() {
 }
 
 int64_t ShellSubscriber::serveAll() {
+    // Heartbeats are due every second, so no sleep is longer.
     constexpr int64_t kLongestSleepMs = 1000;
     int64_t sleepMs = kLongestSleepMs;
     const int64_t now = elapsedNanos();

@@ -88,6 +88,7 @@ int64_t Subscription::pullDue(int64_t nowNs) {
             const PullResult result = mPullers->pull(pull.uids, pull.tag, nowNs);
             std::vector<cli::StreamedAtom> atoms;
             for (const std::string& event : result.events) {
+                // A puller may answer with other atoms, which do not match the subscription.
                 const auto atom = streamedAtom(kNoUid, event);
                 if (atom && atom->id == pull.tag) atoms.push_back(*atom);
             }
