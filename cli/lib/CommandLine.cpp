@@ -67,7 +67,8 @@ std::optional<int> CommandLine::read(int argc, char** argv, std::vector<std::str
         known.push_back({one.name, one.hasValue ? required_argument : no_argument, nullptr, result});
     }
     known.push_back({});
-    const std::string letters = mOrder + ":h";
+    std::string letters = mOrder + ":h";
+    for (const auto& [name, target] : mLetters) letters += name;
     optind = 1;
     opterr = 0;
     int found = 0;
@@ -75,6 +76,11 @@ std::optional<int> CommandLine::read(int argc, char** argv, std::vector<std::str
         if (found == kHelp) {
             fputs(mHelp.c_str(), stdout);
             return 0;
+        }
+        if (const auto letter = mLetters.find(static_cast<char>(found));
+            found < kFirstOption && letter != mLetters.end()) {
+            *letter->second = true;
+            continue;
         }
         const std::string fault = takeOption(found, argv);
         if (!fault.empty()) return complain(fault);

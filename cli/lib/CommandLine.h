@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ class CommandLine {
 
     /** An option without a value. The names have no dashes; the targets have to outlive read(). */
     void flag(const char* name, bool* target);
+    /** An option of one letter, after one dash, without a value. */
+    void letter(char name, bool* target) { mLetters[name] = target; }
     /** An option with any text as its value. */
     void text(const char* name, std::string* target);
     /** An option with an integer of the target's size as its value, in decimal or after 0x. */
@@ -61,6 +64,7 @@ class CommandLine {
     std::string mProgram;
     std::string mHelp;
     std::string mOrder;
+    std::map<char, bool*> mLetters;
     std::vector<Option> mOptions;
 };
 

@@ -15,12 +15,15 @@ wrong() {
     is "wrong/$*" "2 $line" "$? $(cat out err)"
 }
 
+shell_tools="asuid chcon inpty logcat runcon"
 for command in pull load registrations pushed explain subscribe trace watch; do
     program statsctl $command
     wrong "statsctl $command: unknown option '--nonsense'" statsctl $command --nonsense
 done
-for name in statsctl kestrel zstats_record pullbench svcwait scenario "cmd openfileprobe"; do program $name; done
-for name in statsctl kestrel zstats_record pullbench svcwait scenario windowsize; do
+for name in statsctl kestrel zstats_record pullbench svcwait scenario "cmd openfileprobe" $shell_tools; do
+    program $name
+done
+for name in statsctl kestrel zstats_record pullbench svcwait scenario $shell_tools; do
     wrong "$name: unknown option '--nonsense'" $name --nonsense
 done
 
@@ -57,3 +60,10 @@ wrong "pullbench soak: wants PULLS" pullbench soak
 wrong "pullbench latency: '0' is no number from 1" pullbench latency 5 0
 wrong "pullbench registrations: takes no word" pullbench registrations 3
 wrong "openfileprobe: wants [--late] PATH CONTEXT MODE, or --label PATH CONTEXT" cmd openfileprobe
+wrong "asuid: wants UID COMMAND..." asuid 2000
+wrong "asuid: no such user: 'x'" asuid x id
+wrong "chcon: wants LABEL FILE..." chcon u:object_r:system_file:s0
+wrong "inpty: wants COMMAND..." inpty
+wrong "logcat: takes no word ('x')" logcat -d x
+wrong "runcon: wants LABEL COMMAND..." runcon u:r:shell:s0
+is options_of_a_command "--help" "$(asuid 2000 sh -c 'echo "$1"' sh --help)"

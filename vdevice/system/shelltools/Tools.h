@@ -7,15 +7,17 @@ namespace zstats::vdevice {
 
 using Arguments = std::vector<std::string>;
 
-/** The tools. Each takes its arguments without the tool's name and returns the exit status. */
-int logcatMain(const Arguments& arguments);
+/**
+ * The tools. Each takes the words of its call that are no options, as many as it wants at least,
+ * and returns the exit status.
+ */
 int asuidMain(const Arguments& arguments);
 int chconMain(const Arguments& arguments);
 int inptyMain(const Arguments& arguments);
 int runconMain(const Arguments& arguments);
 
-/** Says on standard error how `tool` is used; returns the exit status for that. */
-int usage(const char* text);
+/** Prints the log; `dump` ends at its present end. */
+int logcatMain(bool dump);
 
 /** Becomes the command; returns the exit status of a shell for one that cannot be run. */
 int runCommand(const char* tool, const Arguments& command);

@@ -11,7 +11,6 @@
 namespace zstats::vdevice {
 
 int inptyMain(const Arguments& arguments) {
-    if (arguments.empty()) return usage("inpty COMMAND...");
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child < 0) {

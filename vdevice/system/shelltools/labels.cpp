@@ -10,7 +10,6 @@
 namespace zstats::vdevice {
 
 int chconMain(const Arguments& arguments) {
-    if (arguments.size() < 2) return usage("chcon LABEL FILE...");
     for (size_t i = 1; i < arguments.size(); ++i) {
         if (setfilecon(arguments[i].c_str(), arguments[0].c_str()) == 0) continue;
         fprintf(stderr, "chcon: %s: %s\n", arguments[i].c_str(), strerror(errno));
@@ -20,7 +19,6 @@ int chconMain(const Arguments& arguments) {
 }
 
 int runconMain(const Arguments& arguments) {
-    if (arguments.size() < 2) return usage("runcon LABEL COMMAND...");
     if (setexeccon(arguments[0].c_str()) != 0) {
         fprintf(stderr, "runcon: %s: %s\n", arguments[0].c_str(), strerror(errno));
         return 1;

@@ -37,9 +37,7 @@ void follow(int log) {
 
 }  // namespace
 
-int logcatMain(const Arguments& arguments) {
-    const bool dump = !arguments.empty() && arguments[0] == "-d";
-    if (arguments.size() > (dump ? 1 : 0)) return usage("logcat [-d]");
+int logcatMain(bool dump) {
     const unique_fd log(open(kLogPath, O_RDONLY | O_CLOEXEC));
     if (!log.ok()) {
         perror(kLogPath);

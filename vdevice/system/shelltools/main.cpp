@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "cli/lib/CommandLine.h"
 #include "vdevice/system/shelltools/Tools.h"
 
 // The small tools of the virtual device in one program, which goes by the name it is called by.
@@ -14,21 +15,43 @@ namespace {
 
 struct Tool {
     const char* name;
+    const char* wants;
+    size_t leastWords;
     int (*run)(const Arguments&);
+    const char* description;
 };
 
-constexpr Tool kTools[] = {{"asuid", asuidMain},
-                           {"chcon", chconMain},
-                           {"inpty", inptyMain},
-                           {"logcat", logcatMain},
-                           {"runcon", runconMain}};
+constexpr Tool kTools[] = {
+        {"asuid", "UID COMMAND...", 2, asuidMain,
+         "Runs the command as user and group UID, a number or a name, without other groups.\n"},
+        {"chcon", "LABEL FILE...", 2, chconMain, "Gives the files the SELinux label.\n"},
+        {"inpty", "COMMAND...", 1, inptyMain, "Runs the command in a pseudo-terminal.\n"},
+        {"runcon", "LABEL COMMAND...", 2, runconMain, "Runs the command with the SELinux label.\n"}};
+
+constexpr char kLogcatHelp[] =
+        "usage: logcat [-d]\n"
+        "Prints the device's log, and goes on with what is logged.\n"
+        "  -d    ends at the log's present end\n";
+
+int runTool(const Tool& tool, int argc, char** argv) {
+    Arguments words;
+    cli::CommandLine line(tool.name, std::string("usage: ") + tool.name + " " + tool.wants + "\n" +
+                                        tool.description);
+    line.endOptionsAtWord();
+    if (const auto ended = line.read(argc, argv, &words)) return *ended;
+    if (words.size() < tool.leastWords) return line.complain(std::string("wants ") + tool.wants);
+    return tool.run(words);
+}
+
+int runLogcat(int argc, char** argv) {
+    bool dump = false;
+    cli::CommandLine line("logcat", kLogcatHelp);
+    line.letter('d', &dump);
+    if (const auto ended = line.read(argc, argv)) return *ended;
+    return logcatMain(dump);
+}
 
 }  // namespace
-
-int usage(const char* text) {
-    fprintf(stderr, "usage: %s\n", text);
-    return 2;
-}
 
 int runCommand(const char* tool, const Arguments& command) {
     std::vector<char*> words;
@@ -45,9 +68,10 @@ int main(int argc, char** argv) {
     using namespace zstats::vdevice;
     const std::string path = argv[0];
     const std::string name = path.substr(path.rfind('/') + 1);
+    if (name == "logcat") return runLogcat(argc, argv);
     for (const Tool& tool : kTools) {
-        if (name == tool.name) return tool.run(Arguments(argv + 1, argv + argc));
+        if (name == tool.name) return runTool(tool, argc, argv);
     }
     fprintf(stderr, "shelltools: there is no tool '%s'\n", name.c_str());
-    return 2;
+    return zstats::cli::kExitUsage;
 }
