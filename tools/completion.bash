@@ -16,6 +16,9 @@ _zstats_options() { "$@" --help 2>/dev/null </dev/null | grep -oE -- '--[a-z][a-
 
 _zstats_atoms() { grep -oE '= 1[0-9]{5};' "$_zstats_root/proto/zstats_atoms.proto" | tr -dc '0-9\n'; }
 
+# _zstats_devices: those that stay.
+_zstats_devices() { "$_zstats_root/vdev" status 2>/dev/null </dev/null | cut -d ' ' -f 1; }
+
 # _zstats_value OPTION: offers values of the option; fails if it takes none.
 _zstats_value() {
     case $1 in
@@ -27,6 +30,8 @@ _zstats_value() {
         ;;
     --add | --log | -o) _zstats_files -f ;;
     --build-dir) _zstats_files -d ;;
+    --name) _zstats_offer "$(_zstats_devices)" ;;
+    --attach) [[ $current != -* ]] && _zstats_offer "$(_zstats_devices)" ;;
     --for | --timeout) COMPREPLY=() ;;
     *) return 1 ;;
     esac
@@ -58,6 +63,10 @@ _zstats_complete() {
         _zstats_offer "$(_zstats_options "${words[@]}")"
     elif [[ ${1##*/}/$first == run/* || ${1##*/}/$first == vdev/trace ]]; then
         _zstats_offer "$(_zstats_atoms)"
+    elif [[ ${1##*/}/$first == vdev/@(status|stop) ]]; then
+        _zstats_offer "$(_zstats_devices)"
+    elif [[ ${1##*/}/$first == vdev/@(push|pull) ]]; then
+        _zstats_files -f
     elif [ "${1##*/}" != vdev ]; then
         _zstats_kinds "$program"
     fi

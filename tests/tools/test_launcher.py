@@ -20,7 +20,7 @@ import re, socket, struct, sys, time
 port = socket.socket(socket.AF_UNIX)
 port.connect(re.search("id=port,path=([^, ]*)", " ".join(sys.argv)).group(1))
 def frame(kind, data=b""):
-    port.sendall(struct.pack("<cI", kind, len(data)) + data)
+    port.sendall(struct.pack("<cHI", kind, 1, len(data)) + data)
 %s
 """
 _UP = 'frame(b"S", b"registered")\n'

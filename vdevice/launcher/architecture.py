@@ -43,6 +43,5 @@ class Architecture:
     def kernel_options(self):
         """What its kernel is told. Names in capitals are none of the kernel's: it hands them to
         init, as variables of the environment."""
-        return "console=%s VDEV_CONSOLE=/dev/%s VDEV_PORT=/dev/%s %s" % (
-            self._values["console"], self._values["console"], self._values["port_device"],
-            self._values["kernel_options"])
+        return "console=%s VDEV_PORT=/dev/%s %s" % (
+            self._values["console"], self._values["port_device"], self._values["kernel_options"])

@@ -1,6 +1,7 @@
 """Has everything made that a boot needs, by the tools for it."""
 
 import os
+import shutil
 import subprocess
 import sys
 
@@ -100,6 +101,7 @@ def write_ramdisk(path, image, profile, script, scenario=None, programs=(), from
         _run(["cat", *filter(None, archives)], stdout=file)
         _run("find . -mindepth 1 -printf '%P\\0' | cpio --quiet -0 -o -H newc -R 0:0", shell=True,
              cwd=folder, stdout=file)
+    shutil.rmtree(folder)
 
 
 def hardware_of(profile):

@@ -1,20 +1,16 @@
-"""Boots the virtual device in the emulator and takes in what arrives on its second serial port.
-
-That port carries frames, each a type byte, a length (32 bits, little endian) and as many bytes. The
-one kind that the launcher sends is the size of the terminal (vdevice/system/windowsize).
-vdevice/lib/Channel.h has their list.
-"""
+"""Boots the virtual device in the emulator, and carries frames to and from its second serial port."""
 
 import ctypes
 import os
 import selectors
+import shutil
 import signal
 import socket
-import struct
 import subprocess
 import sys
 import time
 
+from . import frames
 from .progress import Failure, say
 
 STATUS_TIMED_OUT = 124
@@ -24,54 +20,56 @@ _BOOT_SECONDS = 600  # on a machine that is busy with other things; 3 s on an id
 _SILENCE_SECONDS = 300
 _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
+_LOG_BYTES_KEPT = 1 << 20
 _CONSOLE_LINES_SHOWN = 20
+_CONSOLE_BYTES_KEPT = 1 << 20
 # The kernel keeps all that it says, and says which process a signal ended (tests/system/crashes.awk).
 _KERNEL_OPTIONS = ("quiet panic=-1 mitigations=off cryptomgr.notests nowatchdog "
                    "security=selinux selinux=1 enforcing=1 log_buf_len=1M print-fatal-signals=1 "
                    "printk.devkmsg=on ")
-_HEAD = struct.Struct("<cI")
-_SIZE = struct.Struct("<HH")  # lines and columns
+_READ, _WRITE = selectors.EVENT_READ, selectors.EVENT_WRITE
 
 
-def _die_with_parent():
+def die_with_parent(number=signal.SIGKILL):
+    """Lets this process get a signal when its parent ends; 0 for none."""
     pr_set_pdeathsig = 1
-    ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
+    ctypes.CDLL(None).prctl(pr_set_pdeathsig, number)
 
 
 class Device:
-    """One boot. The script's standard error goes to standard error."""
+    """One boot. Its owner has these methods: `on_up()` is called when sessions may begin,
+    `on_frame(kind, session, payload)` with each frame of a session, `on_log(data)` with what is
+    logged, and `on_turn()` twice a second."""
 
-    def __init__(self, architecture, folder, kernel, ramdisk, hardware, interactive, output):
-        """`folder` is for this boot's files alone, `hardware` what a boot loader says it is, `output`
-        takes what the script prints."""
+    def __init__(self, architecture, folder, kernel, ramdisk, hardware):
+        """`folder` is for this boot's files alone, and is removed when it is up. `hardware` is what
+        a boot loader says it is."""
         self._architecture = architecture
         self._folder = folder
         self._kernel = kernel
         self._ramdisk = ramdisk
         self._hardware = hardware
-        self._interactive = interactive
-        self._output = output
-        self._pending = bytearray()
         self._console = bytearray()
-        self._log = bytearray()
+        self._log_end = bytearray()
+        self._log_lines = 0
         self._status = None
+        self._powers_off = False
         self._refusal = None
+        self._ended = False
         self._ready = False
         self._process = None
         self._port = None
-        self._handlers = {b"O": self._on_output, b"E": self._on_errors, b"L": self._log.extend,
-                          b"H": lambda data: None, b"S": self._on_state, b"X": self._on_exit,
-                          b"F": self._on_refusal}
+        self._frames = frames.Reader()
+        self._outgoing = bytearray()
+        self._owner = None
+        self.selector = selectors.DefaultSelector()
 
-    def log(self):
-        """What the device logged, as far as it arrived."""
-        return bytes(self._log)
-
-    def run(self, timeout):
-        """Boots, waits for the end, returns the script's status. `timeout` (seconds) counts from
+    def run(self, owner, timeout=None):
+        """Boots, and returns the status that the owner ends it with. `timeout` (seconds) counts from
         when the device is up. Raises Failure on a panic or a hang."""
-        started = time.time()
-        with socket.socket(socket.AF_UNIX) as listener:
+        self._owner = owner
+        started = time.monotonic()
+        with socket.socket(socket.AF_UNIX) as listener, self.selector:
             listener.bind(os.path.join(self._folder, "port"))
             listener.listen(1)
             self._start()
@@ -80,6 +78,17 @@ class Device:
             finally:
                 self._stop()
         return self._result()
+
+    def end(self, status, powers_off):
+        """Ends the device, or lets it power itself off. run() returns the status."""
+        self._status = status
+        self._powers_off = powers_off
+        self._ended = True
+
+    def send(self, kind, payload, session):
+        """Sends a frame as soon as the device takes it."""
+        self._outgoing.extend(frames.pack(kind, payload, session))
+        self._write()
 
     def _start(self):
         port = os.path.join(self._folder, "port")
@@ -91,9 +100,8 @@ class Device:
                    "-kernel", self._kernel, "-initrd", self._ramdisk,
                    "-append", _KERNEL_OPTIONS + "androidboot.hardware=%s " % self._hardware +
                    self._architecture.kernel_options()]
-        streams = {} if self._interactive else {
-            "stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
-        self._process = subprocess.Popen(command, preexec_fn=_die_with_parent, **streams)
+        self._process = subprocess.Popen(command, preexec_fn=die_with_parent, stdin=subprocess.DEVNULL,
+                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def _accept(self, listener):
         """The emulator's connection; it connects before it starts the machine."""
@@ -107,79 +115,77 @@ class Device:
                                   STATUS_DIED) from None
 
     def _console_rest(self):
-        if self._process.stdout is None:
-            return ""
         self._console.extend(self._process.stdout.read() or b"")
         return self._console.decode("utf-8", "replace")
 
     def _take_in(self, port, started, timeout):
-        limits = _Limits(started, None if self._interactive else timeout,
-                         self._architecture.slowness)
+        limits = _Limits(started, timeout, self._architecture.slowness)
+        port.setblocking(False)
         self._port = port
-        with port, selectors.DefaultSelector() as selector:
-            selector.register(port, selectors.EVENT_READ, self._on_port)
-            if self._process.stdout is not None:
-                selector.register(self._process.stdout, selectors.EVENT_READ, None)
-            while self._status is None and self._refusal is None:
+        with port:
+            self.selector.register(port, _READ, lambda events: self._on_port(events, limits))
+            self.selector.register(self._process.stdout, _READ, self._on_console)
+            while not self._ended:
                 limits.check(self)
-                for key, _ in selector.select(0.5):
-                    data = os.read(key.fd, 65536)
-                    if key.data is None:
-                        self._console.extend(data)
-                    elif data:
-                        self._on_port(data)
-                        limits.heard(self._ready)
-                    else:
-                        return
-                    if not data:
-                        selector.unregister(key.fileobj)
+                for key, events in self.selector.select(0.5):
+                    key.data(events)
+                self._owner.on_turn()
 
-    def _on_port(self, data):
-        self._pending.extend(data)
-        while len(self._pending) >= _HEAD.size:
-            kind, length = _HEAD.unpack_from(self._pending)
-            if len(self._pending) < _HEAD.size + length:
-                return
-            payload = bytes(self._pending[_HEAD.size:_HEAD.size + length])
-            del self._pending[:_HEAD.size + length]
-            if kind not in self._handlers:
-                raise Failure("the device sent an unknown frame %r" % kind, STATUS_DIED)
-            self._handlers[kind](payload)
+    def _on_console(self, _):
+        data = os.read(self._process.stdout.fileno(), 65536)
+        self._console.extend(data)
+        del self._console[:-_CONSOLE_BYTES_KEPT]
+        if not data:
+            self.selector.unregister(self._process.stdout)
 
-    def _on_output(self, data):
-        self._output.write(data)
-        self._output.flush()
-
-    def _on_errors(self, data):
-        sys.stderr.buffer.write(data)
-        sys.stderr.buffer.flush()
-
-    def _on_state(self, data):
-        self._ready = True
-        say("the device is up: zstats_pullerd %s" % data.decode("utf-8", "replace"))
-
-        if self._interactive:
-            signal.signal(signal.SIGWINCH, lambda *_: self._send_size())
-            self._send_size()
-
-    def _send_size(self):
-        """Tells the console's shell how large the terminal is."""
+    def _on_port(self, events, limits):
+        if events & _WRITE:
+            self._write()
+        if not events & _READ:
+            return
         try:
-            size = os.get_terminal_size(sys.stdout.fileno())
-            self._port.sendall(_HEAD.pack(b"W", _SIZE.size) + _SIZE.pack(size.lines, size.columns))
-        except OSError:
-            pass  # the terminal or the device has gone, which others notice
+            data = self._port.recv(65536)
+        except ConnectionResetError:
+            data = b""
+        self._ended = self._ended or not data
+        for frame in self._frames.take(data):
+            self._on_frame(*frame)
+        limits.heard(self._ready)
 
-    def _on_exit(self, data):
-        self._status = struct.unpack("<i", data)[0]
+    def _write(self):
+        try:
+            del self._outgoing[:self._port.send(self._outgoing)]
+        except BlockingIOError:
+            pass
+        except OSError:  # the device has gone, which the next read tells
+            self._outgoing.clear()
+        events = _READ | _WRITE if self._outgoing else _READ
+        key = self.selector.get_key(self._port)
+        if key.events != events:
+            self.selector.modify(self._port, events, key.data)
 
-    def _on_refusal(self, data):
-        self._refusal = data.decode("utf-8", "replace")
+    def _on_frame(self, kind, session, payload):
+        if kind == b"L":
+            self._log_lines += payload.count(b"\n")
+            self._log_end.extend(payload)
+            del self._log_end[:-_LOG_BYTES_KEPT]
+            self._owner.on_log(payload)
+        elif kind == b"S":
+            self._ready = True
+            shutil.rmtree(self._folder, ignore_errors=True)  # nothing of it is read again
+            say("the device is up: zstats_pullerd %s" % payload.decode("utf-8", "replace"))
+            self._owner.on_up()
+        elif kind == b"F":
+            self._refusal = payload.decode("utf-8", "replace")
+            self._ended = True
+        elif kind in (b"O", b"E", b"X", b"A"):
+            self._owner.on_frame(kind, session, payload)
+        elif kind != b"H":
+            raise Failure("the device sent an unknown frame %r" % kind, STATUS_DIED)
 
     def _stop(self):
-        """Lets the device power itself off once it has said its status; ends it otherwise."""
         try:
-            if self._status is not None:
+            if self._powers_off:
                 self._process.wait(_POWER_OFF_SECONDS * self._architecture.slowness)
         except subprocess.TimeoutExpired:
             pass
@@ -201,9 +207,9 @@ class Device:
 
     def show_log(self):
         """Prints the log's end, for a reader who has to find out what went wrong."""
-        lines = self._log.decode("utf-8", "replace").splitlines()
+        lines = self._log_end.decode("utf-8", "replace").splitlines()
         say("the device's log (the last %d of %d lines):" %
-            (min(len(lines), _LOG_LINES_SHOWN), len(lines)))
+            (min(len(lines), _LOG_LINES_SHOWN), self._log_lines))
         for line in lines[-_LOG_LINES_SHOWN:]:
             sys.stderr.write("  %s\n" % line)
 
@@ -219,12 +225,12 @@ class _Limits:
         self._silence = _SILENCE_SECONDS * slowness
 
     def heard(self, ready):
-        self._heard = time.time()
+        self._heard = time.monotonic()
         if ready and self._up is None:
             self._up = self._heard
 
     def check(self, device):
-        now, reason = time.time(), None
+        now, reason = time.monotonic(), None
         if self._up is None and now - self._started > self._boot:
             reason = "the device was not up after %d s" % self._boot
         elif now - self._heard > self._silence:

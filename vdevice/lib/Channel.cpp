@@ -1,9 +1,9 @@
 #include "vdevice/lib/Channel.h"
 
 #include <android-base/file.h>
-#include <endian.h>
 #include <fcntl.h>
 #include <termios.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,16 +12,14 @@
 namespace zstats::vdevice {
 namespace {
 
-constexpr size_t kMaxFrameBytes = 16384;
-
-}  // namespace
-
-const char* serialPort(const char* variable) {
-    const char* path = getenv(variable);
+const char* port() {
+    const char* const path = getenv("VDEV_PORT");
     return path == nullptr ? "" : path;
 }
 
-Channel::Channel() : mPort(open(serialPort("VDEV_PORT"), O_WRONLY | O_NOCTTY | O_CLOEXEC)) {
+}  // namespace
+
+Channel::Channel() : mPort(open(port(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
     termios settings = {};
     tcgetattr(mPort.get(), &settings);
     cfmakeraw(&settings);
@@ -29,20 +27,24 @@ Channel::Channel() : mPort(open(serialPort("VDEV_PORT"), O_WRONLY | O_NOCTTY | O
     tcsetattr(mPort.get(), TCSANOW, &settings);
 }
 
-void Channel::send(FrameType type, std::string_view bytes) {
+void Channel::send(FrameType type, std::string_view bytes, uint16_t session) {
     do {
         const std::string_view part = bytes.substr(0, kMaxFrameBytes);
         bytes.remove_prefix(part.size());
-        const uint32_t length = htole32(static_cast<uint32_t>(part.size()));
-        std::string frame(1, static_cast<char>(type));
-        frame.append(reinterpret_cast<const char*>(&length), sizeof(length));
-        frame.append(part);
+        const std::string frame = encodeFrame(type, session, part);
         android::base::WriteFully(mPort.get(), frame.data(), frame.size());
     } while (!bytes.empty());
 }
 
 void Channel::drain() {
     tcdrain(mPort.get());
+}
+
+bool Channel::receive() {
+    char buffer[4096];
+    const ssize_t count = read(mPort.get(), buffer, sizeof(buffer));
+    if (count > 0) mReader.append({buffer, static_cast<size_t>(count)});
+    return count >= 0 && !mReader.isLost();
 }
 
 }  // namespace zstats::vdevice

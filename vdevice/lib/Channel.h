@@ -2,42 +2,37 @@
 
 #include <android-base/unique_fd.h>
 
+#include <optional>
 #include <string_view>
+
+#include "vdevice/lib/Frames.h"
 
 namespace zstats::vdevice {
 
-/** What a frame on the channel carries. The type is the frame's first byte. */
-enum class FrameType : char {
-    kOutput = 'O',     // of the script, as written
-    kErrors = 'E',     // of the script, as written
-    kLog = 'L',        // text of the device's log, in whole or in part lines
-    kHeartbeat = 'H',  // no bytes; the device is alive
-    kState = 'S',      // why the script starts: the daemon "registered", "stopped" or "exited"
-    kRefusal = 'F',    // why the device does not start
-    kExit = 'X',       // the script's status, 32 bits
-};
-
 /**
- * The path of a serial port, by the variable in which the launcher names it for this processor:
- * "VDEV_PORT" or "VDEV_CONSOLE". Empty without it.
- */
-const char* serialPort(const char* variable);
-
-/**
- * Sends frames to the launcher over the device's second serial port. A frame is its type, a length
- * (32 bits, little endian) and that many bytes. Not thread-safe.
+ * Frames to and from the launcher over the device's second serial port, whose path is in the
+ * variable VDEV_PORT. Not thread-safe.
  */
 class Channel {
   public:
     /** Opens the port and takes it out of terminal mode. */
     Channel();
 
-    void send(FrameType type, std::string_view bytes);
+    /** Sends as many frames as the bytes need, one if there are none. Waits for a slow launcher. */
+    void send(FrameType type, std::string_view bytes, uint16_t session = 0);
     /** Returns once everything has been sent. */
     void drain();
 
+    /** Readable when the launcher has sent something. */
+    int fd() const { return mPort.get(); }
+    /** Takes in what has arrived; false if it is not understood. */
+    bool receive();
+    /** The next frame that has arrived as a whole. */
+    std::optional<Frame> take() { return mReader.take(); }
+
   private:
     android::base::unique_fd mPort;
+    FrameReader mReader;
 };
 
 }  // namespace zstats::vdevice

@@ -1,49 +1,43 @@
 #pragma once
 
 #include <android-base/unique_fd.h>
-#include <sys/types.h>
+
+#include <map>
 
 #include "vdevice/lib/Channel.h"
 #include "vdevice/system/scripthost/KernelLog.h"
+#include "vdevice/system/scripthost/Session.h"
 
 namespace zstats::vdevice {
 
-/** Where the script of a boot lies; without one, a console is opened. */
-inline constexpr char kScriptPath[] = "/script/main";
-
 /**
- * Sends the device's log, the script's output and its status to the launcher. A script gets pipes
- * and a console a pseudo-terminal, both of this process's domain, as on a phone those of its debug
- * bridge.
+ * Sends the device's log to the launcher, and runs sessions: the script of the boot, or if there is
+ * none those that the launcher begins, side by side.
  */
 class ScriptHost {
   public:
     ScriptHost();
 
-    /** Runs the script or the console once "vdev.ready" is set, and returns when it has ended. */
+    /** Begins once "vdev.ready" is set; returns when the script of the boot has ended. */
     void run();
 
   private:
+    void wait();
     void passLog();
-    bool passOnce(android::base::unique_fd* from, FrameType type);
-    void passConsole(int from, int to);
-    void collectChildren();
-    void finish(int32_t status);
     void begin();
-    void startScript();
-    void startConsole();
+    void takeFrames();
+    void onFrame(const Frame& frame);
+    void collectChildren();
+    void finish(pid_t pid, int32_t status);
 
     Channel mChannel;
     KernelLog mKernelLog;
     const android::base::unique_fd mLog;
     const android::base::unique_fd mLogChanges;
     const android::base::unique_fd mDeaths;
-    const android::base::unique_fd mReady;
-    android::base::unique_fd mOutput;
-    android::base::unique_fd mErrors;
-    android::base::unique_fd mConsole;
-    android::base::unique_fd mTerminal;
-    pid_t mScript = -1;
+    android::base::unique_fd mReady;
+    std::map<uint16_t, Session> mSessions;
+    bool mStays = false;
     bool mEnded = false;
 };
 

@@ -6,8 +6,8 @@
 
 #include "vdevice/system/scripthost/ScriptHost.h"
 
-// The way out of the virtual device: the log as it grows, the script of the boot or a console, and
-// the power-off at its end. It is a service of init's.
+// The way out of the virtual device: the log as it grows, scripts and shells, and the power-off at the
+// end. It is a service of init's.
 
 int main() {
     signal(SIGPIPE, SIG_IGN);

@@ -1,0 +1,242 @@
+"""Keeps a device running, and passes the frames of its sessions between it and calls of vdev."""
+
+import contextlib
+import json
+import os
+import select
+import selectors
+import signal
+import time
+
+from . import frames
+from .device import STATUS_DIED
+from .progress import Failure
+
+_MOST_SESSIONS = 16
+_HANG_UP_SECONDS = 2
+_TELL_SECONDS = 1
+_NUMBERS = 1 << 16
+_OF_A_SESSION = (b"T", b"B", b"I", b"W", b"A")
+_READ, _WRITE = selectors.EVENT_READ, selectors.EVENT_WRITE
+
+
+def refusal(failure):
+    return frames.pack(b"F", bytes([failure.status]) + str(failure).encode("utf-8", "replace"))
+
+
+class Watch:
+    """Tells when the terminal or the session that this process was started in has ended. For a process
+    that leads its session that is the terminal's end alone. Nothing is told without either, nor to a
+    process that ignores a hang-up."""
+
+    def __init__(self):
+        self._poll = select.poll()
+        self._held = []
+        if signal.getsignal(signal.SIGHUP) is signal.SIG_IGN:
+            return
+        leader = os.getsid(0)
+        if leader != os.getpid():
+            self._hold(lambda: os.pidfd_open(leader), select.POLLIN)
+        self._hold(lambda: os.open("/dev/tty", os.O_RDONLY | os.O_NOCTTY), 0)
+
+    def _hold(self, opener, events):
+        try:
+            self._held.append(opener())
+        except OSError:
+            return
+        self._poll.register(self._held[-1], events)
+
+    @property
+    def descriptors(self):
+        return list(self._held)
+
+    def has_ended(self):
+        return bool(self._poll.poll(0))
+
+
+class _Client:
+    """A call of vdev: a session, once it has begun one."""
+
+    def __init__(self, connection):
+        self.connection = connection
+        self.session = None
+        self.on_its_way = 0  # of text and input
+        self._reader = frames.Reader()
+        self._outgoing = bytearray()
+
+    def take(self):
+        """The frames that it has sent; None once it has gone."""
+        try:
+            data = self.connection.recv(65536)
+        except BlockingIOError:
+            return []
+        except OSError:
+            return None
+        try:
+            return list(self._reader.take(data)) if data else None
+        except Failure:
+            return None
+
+    def send(self, frame):
+        self._outgoing.extend(frame)
+        self.write()
+
+    def write(self):
+        """Sends what it takes; true if some is left."""
+        try:
+            del self._outgoing[:self.connection.send(self._outgoing)]
+        except BlockingIOError:
+            pass
+        except OSError:  # it has gone, which the next read tells
+            self._outgoing.clear()
+        return bool(self._outgoing)
+
+
+class Keeper:
+    """The owner of a device that stays. It ends the device when it is asked to, when the watch says
+    so, and when `only`, the connection of the one call that it is for, is closed."""
+
+    def __init__(self, device, about, on_up, watch=None, place=None, only=None, log=None):
+        """`about` is what a call learns that asks; `on_up` is called when the device is up."""
+        self._device = device
+        self._about = about
+        self._call_when_up = on_up
+        self._watch = watch
+        self._place = place
+        self._only = only
+        self._log = log
+        self._log_failure = None
+        self._since = time.monotonic()
+        self._clients = {}  # by session
+        self._hung_up = {}  # by session, when its processes are killed
+        self._number = 0
+
+    def on_up(self):
+        self._since = time.monotonic()
+        if self._only is not None:
+            self._add(self._only)
+        if self._place is not None:
+            listener = self._place.listen()
+            self._device.selector.register(listener, _READ, lambda _: self._accept(listener))
+        self._call_when_up()
+
+    def on_log(self, data):
+        if self._log is None:
+            return
+        try:
+            self._log.write(data)
+        except OSError as error:
+            self._log, self._log_failure = None, Failure("the log is not whole: %s" % error)
+
+    def on_turn(self):
+        if self._watch is not None and self._watch.has_ended():
+            self._device.end(0, powers_off=False)
+        for session, until in list(self._hung_up.items()):
+            if until is not None and time.monotonic() > until:
+                self._signal(session, signal.SIGKILL)
+                self._hung_up[session] = None
+
+    def on_frame(self, kind, session, payload):
+        client = self._clients.get(session)
+        if kind == b"X":
+            self._clients.pop(session, None)
+            self._hung_up.pop(session, None)
+        if client is None:
+            return
+        if kind == b"X":
+            client.session = None
+        elif kind == b"A":
+            client.on_its_way -= frames.NUMBER.unpack(payload)[0]
+        self._send(client, frames.pack(kind, payload))
+
+    def tell(self, failure):
+        """Tells all sessions why the device has ended."""
+        for client in self._clients.values():
+            client.connection.settimeout(_TELL_SECONDS)
+            client.send(refusal(failure))
+
+    def _accept(self, listener):
+        with contextlib.suppress(OSError):  # the call has gone, or there are too many
+            self._add(listener.accept()[0])
+
+    def _add(self, connection):
+        connection.setblocking(False)
+        client = _Client(connection)
+        self._device.selector.register(connection, _READ,
+                                       lambda events: self._on_client(client, events))
+
+    def _send(self, client, frame):
+        client.send(frame)
+        self._wait_for(client)
+
+    def _wait_for(self, client):
+        events = _READ | _WRITE if client.write() else _READ
+        key = self._device.selector.get_key(client.connection)
+        if key.events != events:
+            self._device.selector.modify(client.connection, events, key.data)
+
+    def _on_client(self, client, events):
+        if events & _WRITE:
+            self._wait_for(client)
+        if not events & _READ:
+            return
+        sent = client.take()
+        for kind, _, payload in sent or []:
+            if not self._on_request(client, kind, payload):
+                sent = None
+        if sent is None:
+            self._remove(client)
+
+    def _on_request(self, client, kind, payload):
+        """False for one that is none."""
+        if kind == b"Q":
+            about = dict(self._about, sessions=len(self._clients),
+                         seconds=time.monotonic() - self._since)
+            self._send(client, frames.pack(b"S", json.dumps(about).encode()))
+        elif kind == b"P":
+            if self._log_failure is not None:
+                self._send(client, refusal(self._log_failure))
+            self._device.end(0, powers_off=False)
+        elif kind in _OF_A_SESSION:
+            return self._pass_on(client, kind, payload)
+        else:
+            return False
+        return True
+
+    def _pass_on(self, client, kind, payload):
+        if client.session is None:
+            if kind not in (b"T", b"B"):
+                return True  # the session has ended meanwhile
+            if len(self._clients) + len(self._hung_up) == _MOST_SESSIONS:
+                self._send(client, refusal(Failure("the device has %d sessions already" %
+                                                   _MOST_SESSIONS)))
+                return True
+            self._begin(client)
+        if kind in (b"T", b"I"):
+            client.on_its_way += len(payload)
+        if client.on_its_way > frames.INPUT_WINDOW:
+            return False
+        self._device.send(kind, payload, client.session)
+        return True
+
+    def _begin(self, client):
+        taken = {0, self._number, *self._clients, *self._hung_up}
+        self._number = next(number for number in range(self._number, self._number + _NUMBERS)
+                            if number % _NUMBERS not in taken) % _NUMBERS
+        client.session = self._number
+        self._clients[client.session] = client
+        client.on_its_way = 0
+
+    def _remove(self, client):
+        """Hangs up on the processes of a session that has lost its call."""
+        self._device.selector.unregister(client.connection)
+        client.connection.close()
+        if client.session is not None:
+            del self._clients[client.session]
+            self._signal(client.session, signal.SIGHUP)
+            self._hung_up[client.session] = time.monotonic() + _HANG_UP_SECONDS
+        if client.connection is self._only:
+            self._device.end(0, powers_off=False)
+
+    def _signal(self, session, number):
+        self._device.send(b"K", frames.NUMBER.pack(number), session)

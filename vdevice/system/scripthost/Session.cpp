@@ -1,0 +1,220 @@
+#include "vdevice/system/scripthost/Session.h"
+
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <limits>
+
+#include "vdevice/lib/Process.h"
+
+namespace zstats::vdevice {
+namespace {
+
+using android::base::unique_fd;
+
+constexpr char kShell[] = "/bin/sh";
+constexpr int32_t kStatusNotBegun = 126;
+constexpr size_t kPipeBytes = 65536;
+constexpr size_t kMaxTextBytes = 131072;  // the kernel takes no longer argument
+
+struct Pipe {
+    unique_fd reads;
+    unique_fd writes;
+};
+
+bool makePipe(Pipe* made) {
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0) return false;
+    made->reads.reset(fds[0]);
+    made->writes.reset(fds[1]);
+    return true;
+}
+
+void setNonBlocking(const unique_fd& fd) {
+    fcntl(fd.get(), F_SETFL, fcntl(fd.get(), F_GETFL) | O_NONBLOCK);
+}
+
+winsize sizeIn(std::string_view bytes) {
+    winsize size = {};
+    size.ws_row = static_cast<uint16_t>(decodeNumber(bytes, sizeof(size.ws_row)));
+    bytes.remove_prefix(std::min(bytes.size(), sizeof(size.ws_row)));
+    size.ws_col = static_cast<uint16_t>(decodeNumber(bytes, sizeof(size.ws_col)));
+    return size;
+}
+
+}  // namespace
+
+void Session::beginBoot() {
+    mWindow = std::numeric_limits<size_t>::max();
+    startOnPipes(false, {"sh", kScriptPath, nullptr});
+}
+
+void Session::onFrame(const Frame& frame) {
+    switch (frame.type) {
+        case FrameType::kText:
+            return addText(frame);
+        case FrameType::kBegin:
+            return begin(frame);
+        case FrameType::kSize:
+            return resize(frame.bytes);
+        case FrameType::kSignal:
+            return signal(static_cast<int>(decodeNumber(frame.bytes)));
+        case FrameType::kTaken:
+            mWindow += decodeNumber(frame.bytes);
+            return;
+        case FrameType::kInput:
+            mInputPending += frame.bytes;
+            mInputEnds = frame.bytes.empty();
+            return feed();
+        default:
+            return;
+    }
+}
+
+void Session::addText(const Frame& frame) {
+    if (mText.size() < kMaxTextBytes) mText += frame.bytes;
+    sayTaken(frame.bytes.size());
+}
+
+void Session::begin(const Frame& frame) {
+    if (frame.bytes.empty() || mPid > 0) return;
+    const auto kind = static_cast<SessionKind>(frame.bytes[0]);
+    if (kind == SessionKind::kTerminal) return startInTerminal(frame);
+    startOnPipes(kind == SessionKind::kFilter, {"sh", "-c", mText.c_str(), kScriptPath, nullptr});
+}
+
+void Session::startOnPipes(bool hasInput, const std::vector<const char*>& command) {
+    Pipe input;
+    Pipe output;
+    Pipe errors;
+    if (!makePipe(&input) || !makePipe(&output) || !makePipe(&errors)) return fail("pipe2");
+    if (!hasInput) {
+        input.reads.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        input.writes.reset();
+    }
+    mPid = fork();
+    if (mPid < 0) return fail("fork");
+    if (mPid == 0) {
+        becomeChild();
+        setsid();
+        execProgram(kShell, command.data(),
+                    {input.reads.get(), output.writes.get(), errors.writes.get()});
+    }
+    mInput = std::move(input.writes);
+    mOutput = std::move(output.reads);
+    mErrors = std::move(errors.reads);
+    for (const unique_fd* fd : {&mInput, &mOutput, &mErrors}) setNonBlocking(*fd);
+}
+
+void Session::startInTerminal(const Frame& frame) {
+    const winsize size = sizeIn(std::string_view(frame.bytes).substr(1));
+    int terminal = -1;
+    mPid = forkpty(&terminal, nullptr, nullptr, &size);
+    if (mPid < 0) return fail("forkpty");
+    if (mPid == 0) {
+        becomeChild();
+        const char* const command[] = {"-sh", nullptr};
+        execProgram(kShell, command, {0, 1, 2});
+    }
+    mOutput.reset(terminal);
+    mInput.reset(fcntl(terminal, F_DUPFD_CLOEXEC, 0));
+    fcntl(terminal, F_SETFD, FD_CLOEXEC);
+    setNonBlocking(mOutput);
+}
+
+void Session::fail(const char* call) {
+    const std::string line = std::string("scripthost: ") + call + ": " + strerror(errno) + "\n";
+    mChannel->send(FrameType::kErrors, line, mNumber);
+    exit(kStatusNotBegun);
+    mFailed = true;
+}
+
+void Session::resize(std::string_view size) {
+    const winsize wanted = sizeIn(size);
+    ioctl(mOutput.get(), TIOCSWINSZ, &wanted);
+}
+
+void Session::signal(int number) {
+    if (mPid > 0) {
+        kill(-mPid, number);
+        return;
+    }
+    exit(kStatusNotBegun);
+    mFailed = true;
+}
+
+void Session::addTo(std::vector<pollfd>* waiting) const {
+    // One that is not asked for anything would still tell of its other end's closing.
+    const bool reads = mWindow > 0;
+    waiting->push_back({reads ? mOutput.get() : -1, POLLIN, 0});
+    waiting->push_back({reads ? mErrors.get() : -1, POLLIN, 0});
+    waiting->push_back({mInputPending.empty() ? -1 : mInput.get(), POLLOUT, 0});
+}
+
+void Session::pass() {
+    for (const auto& [from, type] :
+         {std::pair{&mOutput, FrameType::kOutput}, std::pair{&mErrors, FrameType::kErrors}}) {
+        mWindow -= passOnce(from, type, mWindow);
+    }
+    feed();
+}
+
+/** Passes on what can be read, `most` bytes at most, and returns how many. Closes `from` at its end. */
+size_t Session::passOnce(unique_fd* from, FrameType type, size_t most) {
+    std::array<char, kMaxFrameBytes> buffer;
+    if (!from->ok() || most == 0) return 0;
+    const ssize_t count = read(from->get(), buffer.data(), std::min(most, buffer.size()));
+    if (count > 0) {
+        mChannel->send(type, {buffer.data(), static_cast<size_t>(count)}, mNumber);
+        return static_cast<size_t>(count);
+    }
+    if (count == 0 || errno != EAGAIN) from->reset();
+    return 0;
+}
+
+void Session::feed() {
+    while (!mInputPending.empty()) {
+        // What no process reads is dropped.
+        ssize_t count = static_cast<ssize_t>(mInputPending.size());
+        if (mInput.ok()) count = write(mInput.get(), mInputPending.data(), mInputPending.size());
+        if (count < 0 && errno == EAGAIN) return;
+        if (count < 0) {
+            mInput.reset();
+            continue;
+        }
+        mInputPending.erase(0, static_cast<size_t>(count));
+        sayTaken(static_cast<size_t>(count));
+    }
+    if (mInputEnds) mInput.reset();
+}
+
+void Session::sayTaken(size_t count) {
+    const auto number = static_cast<uint32_t>(count);
+    mChannel->send(FrameType::kTaken, {reinterpret_cast<const char*>(&number), sizeof(number)},
+                   mNumber);
+}
+
+void Session::flush() {
+    for (const auto& [from, type] :
+         {std::pair{&mOutput, FrameType::kOutput}, std::pair{&mErrors, FrameType::kErrors}}) {
+        size_t passed = 0;
+        for (size_t left = kPipeBytes; left > 0; left -= passed) {
+            passed = passOnce(from, type, left);
+            if (passed == 0) break;
+        }
+    }
+}
+
+void Session::exit(int32_t status) {
+    mChannel->send(FrameType::kExit, {reinterpret_cast<const char*>(&status), sizeof(status)},
+                   mNumber);
+}
+
+}  // namespace zstats::vdevice
