@@ -18,7 +18,7 @@ COMMON = {"name", "defaults", "device_supported", "host_supported", "system_ext_
 CC = COMMON | {
     "aidl.export_aidl_headers", "aidl.local_include_dirs", "cflags", "cpp_std", "exclude_srcs",
     "generated_headers", "ldflags", "local_include_dirs", "proto.canonical_path_from_root",
-    "proto.export_proto_headers", "proto.type", "sanitize.cfi", "sanitize.integer_overflow",
+    "proto.export_proto_headers", "proto.include_dirs", "proto.type", "sanitize.cfi", "sanitize.integer_overflow",
     "sanitize.misc_undefined", "shared_libs", "srcs", "static_libs"}
 TARGETS = {f"target.{system}.{key}" for system in ("android", "host")
            for key in ("local_include_dirs", "sanitize.cfi", "shared_libs", "srcs", "static_libs")}

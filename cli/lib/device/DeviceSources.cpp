@@ -103,6 +103,9 @@ std::optional<std::vector<float>> readCpuTemperatures() {
     return values;
 }
 
+// Deprecated in current platforms, but the audio service reads and writes C strings.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 std::optional<AudioReply> callAudio() {
     const sp<IBinder> audio = findService(kAudioService);
     if (audio == nullptr) return std::nullopt;
@@ -113,6 +116,7 @@ std::optional<AudioReply> callAudio() {
     if (text != nullptr) result.text = text;
     return result;
 }
+#pragma GCC diagnostic pop
 
 std::optional<std::vector<std::optional<std::string>>> readUsageRecords() {
     std::vector<UahRecord> records;

@@ -66,10 +66,14 @@ android::status_t transactCalda(IBinder& calda, uint32_t code, Parcel* reply) {
     return calda.transact(code, data, reply);
 }
 
+// Deprecated in current platforms, but the audio service reads and writes C strings.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 android::status_t transactAudio(IBinder& audio, Parcel* reply) {
     Parcel data;
     data.writeCString(kAudioMonitorRequest);
     return audio.transact(kAudioMonitorCode, data, reply);
 }
+#pragma GCC diagnostic pop
 
 }  // namespace zstats::cli
