@@ -1,4 +1,4 @@
-"""The virtual device from outside: `vdev` and `run` (see vdevice/README.md)."""
+"""The commands `vdev` and `run` of the virtual device (see vdevice/README.md)."""
 
 import contextlib
 import os
@@ -19,7 +19,7 @@ _STATUS_INTERRUPTED = 130
 
 
 class _Script:
-    """The owner of a device that runs one script. Its standard error goes to standard error."""
+    """The owner of a device that runs one script. The script's errors go to standard error."""
 
     def __init__(self, device, output):
         self._device = device
@@ -107,7 +107,7 @@ def _main(program, arguments):
 
 
 def _interrupt(*_):
-    ignore_signals()  # what follows is the end, which is to be whole
+    ignore_signals()  # the clean-up must not be interrupted
     raise KeyboardInterrupt
 
 
@@ -118,7 +118,7 @@ def _end_on_signals():
 
 
 def _report(function):
-    """The exit status of what the function does; says on standard error why it has failed."""
+    """Runs the function and returns the exit status; prints the reason of a failure."""
     program = sys.argv[1]
     try:
         return function()

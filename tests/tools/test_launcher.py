@@ -1,4 +1,4 @@
-"""The launcher of the virtual device, with a stand-in for the emulator."""
+"""Tests of the virtual device's launcher, with a stand-in for the emulator."""
 
 import os
 import signal
@@ -14,7 +14,7 @@ _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__
 _INSTALLED = 'for p in "${@:3}"; do echo "installed $p"; done'
 _CMAKE = 'case $1 in -G) touch "$6/build.ninja" ;; esac'
 
-# Connects as the emulator does, sends the frames that `frames` makes, and stays until it is ended.
+# Connects like the emulator, sends the frames of `frames`, and waits until it is killed.
 _EMULATOR = """#!/usr/bin/python3
 import re, socket, struct, sys, time
 port = socket.socket(socket.AF_UNIX)

@@ -1,4 +1,4 @@
-"""What differs between the processors that the device can have: tools/architectures."""
+"""The table of processors, tools/architectures."""
 
 import os
 import platform
@@ -10,7 +10,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 
 
 def read_table(path=os.path.join(ROOT, "tools", "architectures")):
-    """For each architecture its values by key."""
+    """The values by key, for each architecture."""
     table = {}
     with open(path, encoding="utf-8") as file:
         for line in file:
@@ -24,7 +24,7 @@ class Architecture:
     """A row of the table."""
 
     def __init__(self, name="", table=None):
-        """Without `name`, this machine's own. Raises Failure for one that the table lacks."""
+        """The architecture `name`, or this machine's. Raises Failure for an unknown one."""
         table = table or read_table()
         own = [row for row in table if table[row]["machine"] == platform.machine()]
         self.name = name or "".join(own) or platform.machine()
@@ -36,12 +36,12 @@ class Architecture:
         self.slowness = float(self._values["slowness"])
 
     def emulator(self):
-        """The command that boots it: the first words, and those for the second serial port."""
+        """The emulator's command: the first words, and those for the second serial port."""
         return ([self._values["emulator"], *shlex.split(self._values["board"])],
                 shlex.split(self._values["port"]))
 
     def kernel_options(self):
-        """What its kernel is told. Names in capitals are none of the kernel's: it hands them to
-        init, as variables of the environment."""
+        """The kernel's command line. The kernel passes names in capitals to init, as variables of the
+        environment."""
         return "console=%s VDEV_PORT=/dev/%s %s" % (
             self._values["console"], self._values["port_device"], self._values["kernel_options"])

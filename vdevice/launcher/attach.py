@@ -1,4 +1,4 @@
-"""Sessions on a device, from outside: what a call of vdev sends to a keeper, and gets from it."""
+"""Sessions on a device: the connection of a call of vdev to a keeper."""
 
 import contextlib
 import json
@@ -71,10 +71,10 @@ class Session:
         try:
             self._connection.sendall(frames.pack(kind, payload))
         except OSError:
-            pass  # the device has ended, which the next read tells
+            pass  # the device has ended; the next read reports it
 
     def _send_text(self):
-        """Sends as much of the text as the device has room for, and then the word to begin."""
+        """Sends as much of the text as the device accepts, then the request to begin."""
         while self._text and self._room > 0:
             part, self._text = self._text[:self._room], self._text[self._room:]
             self._room -= len(part)
@@ -130,7 +130,7 @@ def _terminal_size():
 
 
 def shell(connection):
-    """A shell in the device on this process's terminal, until it ends: its status."""
+    """Runs a shell of the device on this process's terminal; returns its status."""
     session = Session(connection, kind=b"t" + _terminal_size(), source=0)
     resized = []
 
@@ -146,12 +146,12 @@ def shell(connection):
         tty.setraw(0)
         return session.run()
     finally:
-        with contextlib.suppress(termios.error):  # the terminal is gone
+        with contextlib.suppress(termios.error):  # the terminal was closed
             termios.tcsetattr(0, termios.TCSADRAIN, state)
 
 
 def _ask(connection, kind):
-    """What a keeper answers; None if it ends the connection without."""
+    """A keeper's answer; None if it closes the connection without one."""
     reader = frames.Reader()
     connection.settimeout(_ANSWER_SECONDS)
     try:
@@ -182,13 +182,13 @@ def _print_state(name):
 
 
 def status(name):
-    """Prints a line for the device, or for each."""
+    """Prints a line for the device, or for each device."""
     for there in [name] if name else places.names():
         _print_state(there)
     return 0
 
 
 def stop(name):
-    """Ends the device. Returns when nothing of it is left."""
+    """Ends the device. Returns when its processes and files are gone."""
     _ask(connect(name), b"P")
     return 0

@@ -1,4 +1,4 @@
-"""What is made before a boot, and the folder that holds it."""
+"""Preparation of a boot, and the folder for its files."""
 
 import contextlib
 import os
@@ -20,7 +20,7 @@ def ignore_signals():
 
 @contextlib.contextmanager
 def work_folder():
-    """A folder for one boot. Its removal is not interrupted."""
+    """A folder for one boot. Signals do not interrupt its removal."""
     with tempfile.TemporaryDirectory(prefix="vdev.", ignore_cleanup_errors=True) as folder:
         try:
             yield folder

@@ -1,4 +1,4 @@
-"""Has everything made that a boot needs, by the tools for it."""
+"""Builds what a boot needs, with the project's tools."""
 
 import os
 import shutil
@@ -15,11 +15,11 @@ def _tool(name, *arguments):
     command = [os.path.join(ROOT, "tools", name), *arguments]
     environment = dict(os.environ, ZSTATS_START=str(int(STARTED)))
     if subprocess.call(command, env=environment) != 0:
-        sys.exit(1)  # it has said why
+        sys.exit(1)  # it has printed the reason
 
 
 def _run(command, **options):
-    """Raises Failure with the last thing that the command says."""
+    """Runs a command; raises Failure with its last message if it fails."""
     ended = subprocess.run(command, stderr=subprocess.PIPE, text=True, errors="replace", check=False,
                            **options)
     if ended.returncode != 0:
@@ -28,7 +28,7 @@ def _run(command, **options):
 
 
 def folder_for(architecture):
-    """Where the programs of a device of this architecture are built."""
+    """The build folder of a device of this architecture."""
     return _OWN_FOLDER if architecture.is_own else os.path.join(ROOT, "build", architecture.name)
 
 
@@ -105,7 +105,7 @@ def write_ramdisk(path, image, profile, script, scenario=None, programs=(), from
 
 
 def hardware_of(profile):
-    """The profile's ro.hardware, which on a phone the boot loader says."""
+    """The profile's ro.hardware, which on a phone the boot loader sets."""
     with open(os.path.join(profile, "build.prop"), encoding="utf-8") as file:
         properties = dict(line.rstrip("\n").split("=", 1) for line in file
                           if "=" in line and not line.startswith("#"))

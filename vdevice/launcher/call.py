@@ -1,4 +1,4 @@
-"""What a call of ./run or ./vdev says."""
+"""The command lines of ./run and ./vdev."""
 
 import argparse
 import os
@@ -182,7 +182,7 @@ def read_vdev(arguments):
 
 
 def read_run(arguments):
-    """The same of ./run."""
+    """The options of a call of ./run; a wrong call ends the program."""
     options = _run_parser().parse_intermixed_args(arguments)
     options.command = "run"
     return _with_defaults(options)
@@ -196,7 +196,7 @@ def _with_defaults(options):
 
 
 def scenario_file(options):
-    """The file of the scenario to play, or None. A trace plays the profile's own unasked."""
+    """The file of the scenario to play, or None. A trace plays the profile's scenario by default."""
     name = options.scenario
     path = os.path.join(options.profile,
                         "scenario" if name in (None, _OWN_SCENARIO) else "scenario." + name)

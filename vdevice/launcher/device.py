@@ -16,14 +16,14 @@ from .progress import Failure, say
 STATUS_TIMED_OUT = 124
 STATUS_DIED = 125
 
-_BOOT_SECONDS = 600  # on a machine that is busy with other things; 3 s on an idle one
+_BOOT_SECONDS = 600  # for a busy machine; 3 s on an idle one
 _SILENCE_SECONDS = 300
 _POWER_OFF_SECONDS = 15
 _LOG_LINES_SHOWN = 60
 _LOG_BYTES_KEPT = 1 << 20
 _CONSOLE_LINES_SHOWN = 20
 _CONSOLE_BYTES_KEPT = 1 << 20
-# The kernel keeps all that it says, and says which process a signal ended (tests/system/crashes.awk).
+# The kernel keeps all messages, and logs processes that a signal ends (tests/system/crashes.awk).
 _KERNEL_OPTIONS = ("quiet panic=-1 mitigations=off cryptomgr.notests nowatchdog "
                    "security=selinux selinux=1 enforcing=1 log_buf_len=1M print-fatal-signals=1 "
                    "printk.devkmsg=on ")
@@ -31,7 +31,7 @@ _READ, _WRITE = selectors.EVENT_READ, selectors.EVENT_WRITE
 
 
 def die_with_parent(number=signal.SIGKILL):
-    """Lets this process get a signal when its parent ends; 0 for none."""
+    """Sets the signal that this process gets when its parent ends; 0 for none."""
     pr_set_pdeathsig = 1
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, number)
 
@@ -80,13 +80,13 @@ class Device:
         return self._result()
 
     def end(self, status, powers_off):
-        """Ends the device, or lets it power itself off. run() returns the status."""
+        """Ends the device, or waits for its power-off. run() returns the status."""
         self._status = status
         self._powers_off = powers_off
         self._ended = True
 
     def send(self, kind, payload, session):
-        """Sends a frame as soon as the device takes it."""
+        """Sends a frame when the device can receive it."""
         self._outgoing.extend(frames.pack(kind, payload, session))
         self._write()
 
@@ -104,7 +104,7 @@ class Device:
                                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def _accept(self, listener):
-        """The emulator's connection; it connects before it starts the machine."""
+        """The emulator's connection. The emulator connects before it starts the machine."""
         while True:
             listener.settimeout(0.2)
             try:
@@ -157,7 +157,7 @@ class Device:
             del self._outgoing[:self._port.send(self._outgoing)]
         except BlockingIOError:
             pass
-        except OSError:  # the device has gone, which the next read tells
+        except OSError:  # the device has ended; the next read reports it
             self._outgoing.clear()
         events = _READ | _WRITE if self._outgoing else _READ
         key = self.selector.get_key(self._port)
@@ -172,7 +172,7 @@ class Device:
             self._owner.on_log(payload)
         elif kind == b"S":
             self._ready = True
-            shutil.rmtree(self._folder, ignore_errors=True)  # nothing of it is read again
+            shutil.rmtree(self._folder, ignore_errors=True)  # the emulator has read all of it
             say("the device is up: zstats_pullerd %s" % payload.decode("utf-8", "replace"))
             self._owner.on_up()
         elif kind == b"F":
@@ -206,7 +206,7 @@ class Device:
                       if panic >= 0 else "the device died before the script ended", STATUS_DIED)
 
     def show_log(self):
-        """Prints the log's end, for a reader who has to find out what went wrong."""
+        """Prints the end of the log, for diagnosis."""
         lines = self._log_end.decode("utf-8", "replace").splitlines()
         say("the device's log (the last %d of %d lines):" %
             (min(len(lines), _LOG_LINES_SHOWN), self._log_lines))
@@ -215,7 +215,7 @@ class Device:
 
 
 class _Limits:
-    """How long a boot, a silence and a script may take: `slowness` times the constants."""
+    """The time limits of a boot, a silence and a script: `slowness` times the constants."""
 
     def __init__(self, started, timeout, slowness):
         self._started = self._heard = started

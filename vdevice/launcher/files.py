@@ -22,7 +22,7 @@ to=%(to)s
 [ ! -d "$to" ] || to=$to/%(name)s
 mkdir -p -- "$to" && tar x -C "$to"
 """
-# The first line says what it is.
+# The first line is the kind of the entry.
 _PULL = """
 from=%s
 [ ! -d "$from" ] || { echo folder && exec tar c -C "$from" .; }
@@ -33,7 +33,7 @@ _WHERE = re.compile(r"^/script/main: (line \d+: )?")
 
 
 class _Transfer:
-    """A session that moves data. What goes wrong in the device is its last line of errors."""
+    """A session that transfers data. Its last error line is the reason of a failure in the device."""
 
     def __init__(self, name, script, source=None):
         self._session = attach.Session(attach.connect(name), script,
@@ -59,7 +59,7 @@ def _name_of(path):
 
 
 def push(name, path, target):
-    """Copies a file into a file, or into a folder that is there; a folder with all that is in it."""
+    """Copies a file to a file or into an existing folder, or a folder with its content."""
     values = {"to": shlex.quote(target), "name": shlex.quote(_name_of(path))}
     if os.path.isdir(path):
         command = ["tar", "c", "--owner=0", "--group=0", "-C", path, "."]
@@ -75,7 +75,7 @@ def push(name, path, target):
 
 
 class _Arrival:
-    """Takes a file or a folder beside its place."""
+    """Receives a file or a folder under a temporary name in its folder."""
 
     def __init__(self, target):
         self._target = target
@@ -115,7 +115,7 @@ class _Arrival:
         self._file = self._tar.stdin
 
     def settle(self):
-        """Puts what has arrived into its place."""
+        """Renames the received file or folder to its final name."""
         self._file.close()
         if self._tar is not None and self._tar.wait() != 0:
             raise Failure("%s cannot be written as a whole" % self._target)
@@ -125,7 +125,7 @@ class _Arrival:
             os.replace(self._fresh, self._target)
 
     def discard(self):
-        """Removes what has not been settled."""
+        """Removes what was not renamed."""
         if self._file is not None:
             with contextlib.suppress(OSError):
                 self._file.close()
@@ -138,7 +138,7 @@ class _Arrival:
 
 
 def pull(name, path, target):
-    """Copies a file into a file, or into a folder that is there; a folder to a name that is free."""
+    """Copies a file to a file or into an existing folder, or a folder to an unused name."""
     if os.path.isdir(target):
         target = os.path.join(target, os.path.basename(os.path.normpath(path)))
     arrival = _Arrival(os.path.realpath(target))

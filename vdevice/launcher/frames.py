@@ -12,7 +12,7 @@ HEAD = struct.Struct("<cHI")  # type, session, length
 SIZE = struct.Struct("<HH")  # lines and columns
 NUMBER = struct.Struct("<I")
 STATUS = struct.Struct("<i")
-# How many bytes of a session may be on their way, and how many a frame may carry.
+# Bytes of a session that may be in transit, and the maximum size of a frame.
 OUTPUT_WINDOW = 65536
 INPUT_WINDOW = 4096
 MOST_BYTES = 16384
@@ -23,13 +23,13 @@ def pack(kind, payload=b"", session=0):
 
 
 class Reader:
-    """Makes frames of what arrives."""
+    """Splits received bytes into frames."""
 
     def __init__(self):
         self._pending = bytearray()
 
     def take(self, data):
-        """The frames that are complete with `data`: type, session and bytes."""
+        """The frames that `data` completes: type, session and bytes."""
         self._pending.extend(data)
         while len(self._pending) >= HEAD.size:
             kind, session, length = HEAD.unpack_from(self._pending)

@@ -1,4 +1,4 @@
-"""Keeps a device running, and passes the frames of its sessions between it and calls of vdev."""
+"""Keeps a device running, and passes frames of its sessions between the device and calls of vdev."""
 
 import contextlib
 import json
@@ -55,17 +55,17 @@ class Watch:
 
 
 class _Client:
-    """A call of vdev: a session, once it has begun one."""
+    """A call of vdev, with its session if it has begun one."""
 
     def __init__(self, connection):
         self.connection = connection
         self.session = None
-        self.on_its_way = 0  # of text and input
+        self.on_its_way = 0  # bytes of text and input
         self._reader = frames.Reader()
         self._outgoing = bytearray()
 
     def take(self):
-        """The frames that it has sent; None once it has gone."""
+        """The frames that it has sent; None after it has closed the connection."""
         try:
             data = self.connection.recv(65536)
         except BlockingIOError:
@@ -82,12 +82,12 @@ class _Client:
         self.write()
 
     def write(self):
-        """Sends what it takes; true if some is left."""
+        """Sends as much as possible; true if bytes are left."""
         try:
             del self._outgoing[:self.connection.send(self._outgoing)]
         except BlockingIOError:
             pass
-        except OSError:  # it has gone, which the next read tells
+        except OSError:  # it has closed the connection; the next read reports it
             self._outgoing.clear()
         return bool(self._outgoing)
 
@@ -150,13 +150,13 @@ class Keeper:
         self._send(client, frames.pack(kind, payload))
 
     def tell(self, failure):
-        """Tells all sessions why the device has ended."""
+        """Sends all sessions the reason for the device's end."""
         for client in self._clients.values():
             client.connection.settimeout(_TELL_SECONDS)
             client.send(refusal(failure))
 
     def _accept(self, listener):
-        with contextlib.suppress(OSError):  # the call has gone, or there are too many
+        with contextlib.suppress(OSError):  # the call has ended, or there are too many
             self._add(listener.accept()[0])
 
     def _add(self, connection):
@@ -206,7 +206,7 @@ class Keeper:
     def _pass_on(self, client, kind, payload):
         if client.session is None:
             if kind not in (b"T", b"B"):
-                return True  # the session has ended meanwhile
+                return True  # the session has ended
             if len(self._clients) + len(self._hung_up) == _MOST_SESSIONS:
                 self._send(client, refusal(Failure("the device has %d sessions already" %
                                                    _MOST_SESSIONS)))
@@ -228,7 +228,7 @@ class Keeper:
         client.on_its_way = 0
 
     def _remove(self, client):
-        """Hangs up on the processes of a session that has lost its call."""
+        """Sends SIGHUP to the processes of a session whose call has ended."""
         self._device.selector.unregister(client.connection)
         client.connection.close()
         if client.session is not None:

@@ -1,5 +1,5 @@
-"""Where calls of vdev find the devices that stay: for each a folder with a socket, which is locked as
-long as its keeper lives. A folder without a lock was left by a keeper that was killed."""
+"""The folders in which calls of vdev find the devices that stay. Each has a socket, and is locked while its keeper
+runs. A folder without a lock was left by a killed keeper."""
 
 import contextlib
 import fcntl
@@ -47,7 +47,7 @@ def _lock(path, waits):
             if _is_same(descriptor, path):
                 return descriptor
         except FileNotFoundError:
-            pass  # removed by another
+            pass  # removed by another call
         except BlockingIOError:
             os.close(descriptor)
             return None
@@ -63,7 +63,7 @@ def _remove(path):
 
 @contextlib.contextmanager
 def _turn():
-    """The folder of all devices, while no other call changes it."""
+    """The folder of all devices, locked against other calls."""
     root = _root()
     descriptor = _lock(root, waits=True)
     try:
@@ -81,7 +81,7 @@ class Place:
     """The name of a device, held by its keeper."""
 
     def __init__(self, name):
-        """Raises Failure if there is one already."""
+        """Raises Failure if the name is in use."""
         with _turn() as root:
             self._path = os.path.join(root, name)
             self.descriptor = _lock(self._path, waits=False)
@@ -104,12 +104,12 @@ class Place:
 
 
 def _socket_in(descriptor):
-    """A path that is short enough for any folder."""
+    """A path of the socket that is short enough for an address, for any folder."""
     return "/proc/self/fd/%d/%s" % (descriptor, _SOCKET)
 
 
 def names():
-    """The devices that are there. Removes what killed keepers left."""
+    """The existing devices. Removes folders that killed keepers left."""
     found = []
     with _turn() as root:
         for name in sorted(os.listdir(root)):
@@ -124,7 +124,7 @@ def names():
 
 
 def connect(name):
-    """A connection to the device's keeper; None while it starts. Raises Failure if there is none."""
+    """A connection to the device's keeper; None while it starts. Raises Failure without a device."""
     there = names()
     if name not in there:
         raise Failure("there is no device '%s' (there are: %s)" % (name, " ".join(there) or "none"))

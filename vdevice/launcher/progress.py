@@ -1,4 +1,4 @@
-"""Progress with the elapsed time on standard error, and the one way to fail."""
+"""Progress with the elapsed time on standard error, and the exception for failures."""
 
 import os
 import sys

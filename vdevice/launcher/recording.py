@@ -1,4 +1,4 @@
-"""A file that is written beside its place and takes it at the end."""
+"""A file that is written under a temporary name and renamed at the end."""
 
 import os
 import stat
@@ -9,8 +9,8 @@ from .progress import Failure
 
 
 class Recording:
-    """Takes bytes for `path`, "-" for standard output. A file that is there stays until the end, and
-    stays for good where nothing was recorded. Something that is no file is written directly."""
+    """Receives bytes for `path`, or for standard output ("-"). An existing file is replaced at the end, unless
+    nothing was recorded. A path that is not a regular file is written directly."""
 
     def __init__(self, path):
         self._fresh = None
@@ -33,7 +33,7 @@ class Recording:
         self._file.flush()
 
     def close(self):
-        """Puts what was recorded into its place."""
+        """Renames the recording to its final name."""
         if self._fresh is None:
             self._file.flush()
             return

@@ -1,4 +1,4 @@
-"""Starts a device that stays: a process of its own keeps it."""
+"""Starts a device that stays, in a separate process."""
 
 import contextlib
 import os
@@ -18,7 +18,7 @@ _UP = b"u"
 
 
 def _close_others(kept):
-    """Closes what this process has inherited, so that none waits for its end."""
+    """Closes inherited descriptors, so that no reader waits for this process."""
     for name in os.listdir("/proc/self/fd"):
         if int(name) > 2 and int(name) not in kept:
             with contextlib.suppress(OSError):
@@ -26,7 +26,7 @@ def _close_others(kept):
 
 
 def _leave_call(told):
-    """Lets the call of `vdev start` end."""
+    """Notifies the call of `vdev start`, which then ends."""
     die_with_parent(0)
     os.chdir("/")
     nothing = os.open(os.devnull, os.O_RDWR)
@@ -46,7 +46,7 @@ def _keep(options, work, told, only):
         if only is None:
             _leave_call(told)
         else:
-            sys.stderr.reconfigure(newline="\r\n")  # the terminal will be in raw mode
+            sys.stderr.reconfigure(newline="\r\n")  # the terminal is in raw mode then
 
     with contextlib.ExitStack() as stack:
         place = log = watch = None
@@ -56,7 +56,7 @@ def _keep(options, work, told, only):
         if options.log:
             log = stack.enter_context(contextlib.closing(Recording(options.log)))
         boot = Boot(options)
-        os.setpgid(0, 0)  # Ctrl-C is not for it
+        os.setpgid(0, 0)  # it must not get Ctrl-C
         signal.signal(signal.SIGTTOU, signal.SIG_IGN)
         device = boot.device(work, None)
         about = {"profile": os.path.basename(os.path.normpath(options.profile)),
@@ -69,14 +69,14 @@ def _keep(options, work, told, only):
             failure = reason
             if not is_up:
                 raise
-            return failure.status  # the sessions are told why
+            return failure.status  # the sessions get the reason
         finally:
             ignore_signals()
             keeper.tell(failure)
 
 
 def _fork(options, report, work, only=None):
-    """The process that keeps the device, and a descriptor that tells when it is up."""
+    """The keeper's process, and a descriptor that reports when the device is up."""
     told, tells = os.pipe()
     child = os.fork()
     if child != 0:
@@ -92,7 +92,7 @@ def _fork(options, report, work, only=None):
 
 
 def _end(child):
-    """Ends the process; its exit status."""
+    """Ends the process; returns its exit status."""
     with contextlib.suppress(ProcessLookupError):
         os.kill(child, signal.SIGTERM)
     return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
@@ -112,7 +112,7 @@ def start(options, report):
 
 
 def with_device(options, report, use):
-    """Starts a device for one call, and returns what `use` does with a connection to it."""
+    """Starts a device for one call, and returns the result of `use` with a connection to it."""
     with work_folder() as work:
         ours, theirs = socket.socketpair()
         child, told = _fork(options, report, work, theirs)
