@@ -9,7 +9,6 @@ import signal
 import time
 
 from . import frames
-from .device import STATUS_DIED
 from .progress import Failure
 
 _MOST_SESSIONS = 16
