@@ -20,7 +20,7 @@ namespace {
 constexpr size_t kShown = 200;    // bytes of a content
 constexpr size_t kMaxFiles = 12;  // of those that match one pattern
 
-/** A content in quotes, in one line, cut where it gets long. */
+/** A content in quotes, in one line, cut if it is long. */
 std::string quoted(const std::string& content) {
     if (content.size() <= kShown) return jsonString(content);
     return jsonString(content.substr(0, kShown)) + " ... (" + std::to_string(content.size()) +
@@ -75,7 +75,7 @@ void printLine(const std::string& kind, const std::string& name, const std::stri
     printf("  %-9s %s: %s\n", kind.c_str(), name.c_str(), value.c_str());
 }
 
-/** The files that match, each with what it holds. */
+/** The files that match, with their contents. */
 void printFiles(const std::string& pattern) {
     glob_t found = {};
     const int result = glob(pattern.c_str(), 0, nullptr, &found);
@@ -89,7 +89,7 @@ void printFiles(const std::string& pattern) {
     globfree(&found);
 }
 
-/** The service behind a source; empty for sources that are no service's. */
+/** The service of a source; empty for other sources. */
 std::string serviceOf(SourceKind kind) {
     switch (kind) {
         case SourceKind::kKey:
@@ -146,7 +146,7 @@ void printSources(int32_t tag) {
     }
 }
 
-/** The daemon's lines of the device's log so far. */
+/** The daemon's lines in the device's log. */
 std::vector<std::string> daemonLog() {
     std::vector<std::string> lines;
     const std::unique_ptr<FILE, int (*)(FILE*)> log(popen("logcat -d", "r"), pclose);
@@ -157,7 +157,7 @@ std::vector<std::string> daemonLog() {
     return lines;
 }
 
-/** What is behind the lines of an earlier time; all of it if the log has dropped those since. */
+/** The lines after those of an earlier call; all lines if the log has dropped them. */
 std::vector<std::string> since(const std::vector<std::string>& before,
                                const std::vector<std::string>& now) {
     if (before.empty()) return now;

@@ -19,14 +19,14 @@ namespace {
 using android::base::unique_fd;
 
 constexpr char kStats[] = "stats";
-// The name of the daemon's user, as statsd's command takes it.
+// The daemon's user, as statsd's command names it.
 constexpr char kDaemonUser[] = "AID_ROOT";
 constexpr uid_t kRootUid = 0;
 constexpr uid_t kShellUid = 2000;
 // The cool-down that the daemon registers, and statsd's minimum.
 constexpr std::chrono::milliseconds kCoolDown(1000);
 
-/** Drops what the command client says: the status of a command tells enough. */
+/** Discards the command client's messages: the status of a command is enough. */
 class Silence : public android::TextOutput {
   public:
     android::status_t print(const char*, size_t) override { return android::OK; }
@@ -35,7 +35,7 @@ class Silence : public android::TextOutput {
     void popBundle() override {}
 };
 
-/** What a command printed, and its status. */
+/** The output and status of a command. */
 struct CommandResult {
     int32_t status = 0;
     std::string text;
@@ -51,7 +51,7 @@ CommandResult runCommand(const std::vector<std::string_view>& arguments) {
         result.status = -errno;
         return result;
     }
-    // Beside the command: it waits while the pipe is full.
+    // Concurrent with the command, which blocks while the pipe is full.
     std::thread reader([&] { android::base::ReadFdToString(out, &result.text); });
     std::vector<std::string_view> words{kStats};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -121,7 +121,7 @@ PulledAtom PlatformStatsd::pull(int32_t tag) {
 }
 
 std::map<int32_t, PulledAtom> PlatformStatsd::pullFresh(const std::vector<int32_t>& tags) {
-    // statsd does not tell an answer of its cache from another.
+    // statsd does not report whether an answer was cached.
     std::this_thread::sleep_for(kCoolDown);
     std::map<int32_t, PulledAtom> atoms;
     for (const int32_t tag : tags) atoms[tag] = pull(tag);

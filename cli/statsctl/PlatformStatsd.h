@@ -9,9 +9,8 @@
 namespace zstats::cli {
 
 /**
- * statsd as every device has it, asked by its shell commands, which serve the uids of root and of
- * the shell: pulls by "pull-source", registrations from what "print-stats" counts. Starts binder
- * threads.
+ * A phone's statsd, queried with its shell commands, which serve root and shell: pulls by
+ * "pull-source", registrations by the counts of "print-stats". Starts binder threads.
  */
 class PlatformStatsd : public Statsd {
   public:
@@ -19,7 +18,7 @@ class PlatformStatsd : public Statsd {
     PulledAtom pull(int32_t tag) override;
     /** Waits for the cool-down once. */
     std::map<int32_t, PulledAtom> pullFresh(const std::vector<int32_t>& tags) override;
-    /** Nothing: this statsd decides. */
+    /** Has no effect: this statsd decides. */
     void setParallel(bool) override {}
     std::optional<std::set<int32_t>> registered() override;
     std::string registrationText(int32_t tag) override;

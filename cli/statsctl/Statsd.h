@@ -14,27 +14,27 @@ namespace zstats::cli {
 /** The failure of a pull for which there is no statsd. */
 inline constexpr char kNoStatsd[] = "statsd does not answer";
 
-/** The device's statsd, as far as the tool asks it. Any thread. */
+/** The queries of the tool to the device's statsd. Any thread. */
 class Statsd {
   public:
     virtual ~Statsd() = default;
 
-    /** Why it cannot be asked, in a few words; empty if it can. */
+    /** The reason for which it cannot be queried; empty if it can. */
     virtual std::string unavailable() = 0;
 
-    /** Pulls once. Within the cool-down of the pull before, the answer is the one of that pull. */
+    /** Pulls once. Within the cool-down, the answer is that of the previous pull. */
     virtual PulledAtom pull(int32_t tag) = 0;
 
-    /** Pulls each atom once the cool-down is over: no answer is older than this call. */
+    /** Pulls each atom after its cool-down: no answer is older than this call. */
     virtual std::map<int32_t, PulledAtom> pullFresh(const std::vector<int32_t>& tags) = 0;
 
-    /** Has pulls of several atoms overlap, or not, where statsd lets that be chosen. */
+    /** Sets whether pulls of several atoms may overlap, if statsd supports that. */
     virtual void setParallel(bool parallel) = 0;
 
-    /** Atoms with a puller; nothing if statsd does not answer. */
+    /** Atoms with a puller; no value if statsd does not answer. */
     virtual std::optional<std::set<int32_t>> registered() = 0;
 
-    /** What statsd knows of an atom's puller: "yes" and what else, or "NO". */
+    /** A description of an atom's puller: "yes" and its terms, or "NO". */
     virtual std::string registrationText(int32_t tag) = 0;
 
     /** A heading, and a line for each puller; empty if statsd does not answer. */

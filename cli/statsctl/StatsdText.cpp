@@ -15,14 +15,14 @@ namespace {
 // A field's number has its position, from 1, above these bits.
 constexpr int kFieldShift = 16;
 
-/** Takes an expected text from the front; false if it is not there. */
+/** Removes an expected text from the front; false if it is missing. */
 bool take(std::string_view* text, std::string_view expected) {
     if (text->substr(0, expected.size()) != expected) return false;
     text->remove_prefix(expected.size());
     return true;
 }
 
-/** Takes a decimal number, sign allowed. */
+/** Removes and parses a decimal number with optional sign. */
 std::optional<int64_t> takeNumber(std::string_view* text) {
     const size_t sign = text->substr(0, 1) == "-" ? 1 : 0;
     const size_t length = std::min(text->find_first_not_of("0123456789", sign), text->size());
@@ -32,7 +32,7 @@ std::optional<int64_t> takeNumber(std::string_view* text) {
     return number;
 }
 
-/** The counter of this name in `counts`; null for one that the tool does not use. */
+/** The counter of this name in `counts`; null for unused ones. */
 int64_t* counterOf(PullCounts* counts, std::string_view name) {
     const std::pair<std::string_view, int64_t*> kCounters[] = {
             {"total pull", &counts->pulls},
@@ -68,7 +68,7 @@ std::string fieldHead(size_t index) {
     return text;
 }
 
-/** The value that a text and the letter of its type mean, of the catalogue's type where it differs. */
+/** The value of a text with the letter of its type, converted to the catalogue's type. */
 AtomValue valueOf(std::string text, char letter, std::string_view catalogued) {
     if (letter == 'S') return text;
     if (letter == 'F') return strtof(text.c_str(), nullptr);
@@ -121,8 +121,8 @@ class PullReader {
     }
 
     /**
-     * Where a value ends: before the letter of its type, behind which is the next field or the end
-     * of the event. A text may hold brackets and line ends itself.
+     * The end of a value: before the letter of its type, which the next field or the end of the
+     * event follows. A text may contain brackets and line ends.
      */
     size_t valueEnd(size_t index) const {
         const std::string next = fieldHead(index + 1);

@@ -10,7 +10,7 @@
 
 namespace zstats::cli {
 
-/** What statsd counts of one pulled atom since its start. */
+/** statsd's counts for a pulled atom since its start. */
 struct PullCounts {
     int64_t pulls = 0;
     int64_t fromCache = 0;
@@ -21,13 +21,13 @@ struct PullCounts {
     int64_t unregistered = 0;
 };
 
-/** The counts by atom, from what statsd's command "print-stats" prints. */
+/** The counts by atom, from the output of statsd's command "print-stats". */
 std::map<int32_t, PullCounts> parsePullCounts(std::string_view text);
 
 /**
- * The events that statsd's command "pull-source" prints, whose fields have the types that the
- * catalogue gives them, else those that statsd prints. Floats have the six decimals of that text.
- * Returns nothing for a text that is not the answer to a pull of `tag`, or is cut.
+ * The events in the output of statsd's command "pull-source". Fields have the catalogue's types, or
+ * the printed ones if unknown. Floats have the six decimals of the text. No value if the text is
+ * not an answer to a pull of `tag`, or incomplete.
  */
 std::optional<std::vector<StreamedAtom>> parsePullText(int32_t tag, std::string_view text);
 

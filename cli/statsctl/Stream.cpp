@@ -22,13 +22,13 @@ using android::base::unique_fd;
 using android::binder::Status;
 using Clock = std::chrono::steady_clock;
 
-/** The least that a pipe can hold, and the most without a privilege. */
+/** The minimum size of a pipe, and the maximum without privileges. */
 constexpr int kSmallPipe = 4096;
 constexpr int kLargePipe = 1 << 20;
 
 volatile sig_atomic_t gEnded = 0;
 
-/** Asks for the stream; returns an exit status, and says why when it is not kExitOk. */
+/** Requests the stream; returns an exit status, and prints the reason if it is not kExitOk. */
 int request(const std::vector<int32_t>& ids, unique_fd out) {
     const auto binder =
             android::defaultServiceManager()->checkService(android::String16("atomacq"));
@@ -67,7 +67,7 @@ int broken() {
     return kExitFailed;
 }
 
-/** Hands the pending messages on. Returns an exit status to end with, or nothing to go on. */
+/** Delivers the pending messages. Returns an exit status to end with, or no value to continue. */
 std::optional<int> handOn(ShellFrameCutter* cutter, const StreamUser& user) {
     while (const auto message = cutter->next()) {
         const auto atoms = parseShellData(*message);
@@ -78,7 +78,7 @@ std::optional<int> handOn(ShellFrameCutter* cutter, const StreamUser& user) {
     return std::nullopt;
 }
 
-/** Reads what has arrived. Returns an exit status to end with, or nothing to go on. */
+/** Reads available bytes. Returns an exit status to end with, or no value to continue. */
 std::optional<int> readStream(int stream, ShellFrameCutter* cutter, const StreamUser& user) {
     char bytes[4096];
     const ssize_t count = read(stream, bytes, sizeof(bytes));
@@ -126,7 +126,7 @@ void endFollowingOnSignal() {
 }
 
 int followStream(const Words& words, const StreamUser& user) {
-    // Before the first binder call: the driver keeps the uid with which it was opened.
+    // Before the first binder call, because the driver keeps the uid of its opening.
     if (words.uid && setuid(static_cast<uid_t>(*words.uid)) != 0) {
         fprintf(stderr, "statsctl: setuid(%d): %s\n", *words.uid, strerror(errno));
         return kExitFailed;
@@ -137,7 +137,7 @@ int followStream(const Words& words, const StreamUser& user) {
         return kExitFailed;
     }
     const unique_fd stream(ends[0]);
-    // statsd waits for a reader, with all other streams, unless the descriptor tells it not to.
+    // O_NONBLOCK, or statsd would wait for this reader, with all other streams.
     fcntl(ends[1], F_SETPIPE_SZ, words.stall ? kSmallPipe : kLargePipe);
     if (!words.stall) fcntl(ends[1], F_SETFL, O_NONBLOCK);
     const int status = request(words.ids, unique_fd(ends[1]));

@@ -9,24 +9,24 @@
 
 namespace zstats::cli {
 
-/** What is done with a stream while it is followed. */
+/** The user of a followed stream. */
 struct StreamUser {
-    /** The atoms of one message; none for a heartbeat. False ends the following with kExitOk. */
+    /** Handles the atoms of a message; none for a heartbeat. False ends the stream with kExitOk. */
     std::function<bool(const std::vector<StreamedAtom>& atoms)> message;
-    /** Watched beside the stream, for instance the keyboard; -1 for nothing. */
+    /** Another descriptor to poll, for instance the keyboard; -1 for none. */
     int input = -1;
-    /** `input` is readable. False ends the following with kExitOk. */
+    /** Called when `input` is readable. False ends the stream with kExitOk. */
     std::function<bool()> readable;
 };
 
 /**
  * Subscribes to the atoms of `words` through "atomacq" and follows the stream until it breaks, the
- * user ends it, a signal asks the process to end, or the seconds of `words` are over. Returns the
- * exit status; what went wrong is on standard error.
+ * user ends it, a signal ends it, or the seconds of `words` are over. Returns the exit status;
+ * prints errors on standard error.
  */
 int followStream(const Words& words, const StreamUser& user);
 
-/** From now on SIGINT and SIGTERM end a following with kExitOk instead of the process. */
+/** Makes SIGINT and SIGTERM end a followed stream with kExitOk instead of the process. */
 void endFollowingOnSignal();
 
 }  // namespace zstats::cli

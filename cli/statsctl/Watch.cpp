@@ -12,11 +12,11 @@
 namespace zstats::cli {
 namespace {
 
-// The size of a terminal that does not tell it, a serial console for instance.
+// The size of a terminal that does not report it, such as a serial console.
 constexpr size_t kDefaultWidth = 80;
 constexpr size_t kDefaultHeight = 24;
 
-constexpr char kEnter[] = "\033[?1049h\033[?25l";  // the other screen, no cursor
+constexpr char kEnter[] = "\033[?1049h\033[?25l";  // alternate screen, no cursor
 constexpr char kLeave[] = "\033[?25h\033[?1049l";
 constexpr char kHome[] = "\033[H";
 constexpr char kBold[] = "\033[1m";
@@ -24,7 +24,7 @@ constexpr char kPlain[] = "\033[0m";
 constexpr char kClearLine[] = "\033[K";
 constexpr char kClearBelow[] = "\033[J";
 
-/** A terminal that takes single keys and shows another screen until this object is gone. */
+/** A terminal with single-key input and the alternate screen, until this object is destroyed. */
 class Screen {
   public:
     Screen() {
@@ -67,7 +67,7 @@ class Screen {
     bool mEntered = false;
 };
 
-/** False when the user asks to end, or there is no keyboard any more. */
+/** False when the user ends the view, or the keyboard is closed. */
 bool goesOnAfterKey() {
     char key = 0;
     const ssize_t count = read(STDIN_FILENO, &key, 1);
@@ -90,7 +90,7 @@ int watchOnScreen(const Words& words) {
     return followStream(words, user);
 }
 
-/** Output that is no terminal: a line for each value that changes. */
+/** For output that is not a terminal: a line for each change. */
 int watchAsLines(const Words& words) {
     WatchView view;
     StreamUser user;

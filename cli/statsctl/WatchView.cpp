@@ -16,12 +16,12 @@ constexpr size_t kValueWidth = 12;
 constexpr size_t kUnitWidth = 6;
 constexpr size_t kChangeWidth = 10;
 constexpr size_t kGap = 2;
-constexpr size_t kMaxPicture = 30;  // two seconds a character
+constexpr size_t kMaxPicture = 30;  // two seconds for each character
 constexpr size_t kMinPicture = 8;
 constexpr size_t kMinName = 16;
 constexpr const char* kSparks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 
-/** Shortest text of a value: integers as they are, others with three digits behind the point. */
+/** Short text of a value: integers, and others with three decimals. */
 std::string numberText(double value) {
     char text[40];
     if (value == std::floor(value) && std::fabs(value) < 1e15) {
@@ -43,7 +43,7 @@ std::string valueTextOf(const Sample& sample) {
 
 }  // namespace
 
-/** Which columns a page has, and how wide they are; 0 for one that is left out. */
+/** The widths of a page's columns; 0 for one that is left out. */
 struct WatchView::Columns {
     size_t name = 0;
     size_t change = 0;
@@ -105,7 +105,7 @@ double WatchView::shareOf(size_t series) const {
     return whole > 0 ? std::min(part / whole, 1.0) : 0;
 }
 
-/** A bar for a residency, the last minute as a spark line for all else. */
+/** A bar for a residency, a spark line of the last minute for other values. */
 std::string WatchView::picture(size_t series, size_t width) const {
     std::string out;
     if (mSeries.all()[series].shareOf != ShareOf::kNothing) {
@@ -119,7 +119,7 @@ std::string WatchView::picture(size_t series, size_t width) const {
                                 [](const Point& a, const Point& b) { return a.value < b.value; });
     const double range = high->value - low->value;
     const int64_t end = points.back().timestampNs;
-    // A character stands for the value at its end; those before the first value stay blank.
+    // A character shows the value at its end; those before the first value are blank.
     for (size_t i = 0; i < width; ++i) {
         const auto age =
                 static_cast<int64_t>(width - 1 - i) * kMinuteNs / static_cast<int64_t>(width);
@@ -152,7 +152,7 @@ std::string WatchView::row(size_t series, const Columns& columns) const {
     return out.substr(0, out.find_last_not_of(' ') + 1);
 }
 
-/** By atom; within one in the order in which the series appeared. */
+/** By atom, and within an atom in the order of appearance. */
 std::vector<size_t> WatchView::order() const {
     std::vector<size_t> indexes;
     for (const auto& [index, history] : mHistories) indexes.push_back(index);

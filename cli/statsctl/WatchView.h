@@ -11,23 +11,23 @@
 namespace zstats::cli {
 
 /**
- * Streamed atoms as a page of text that is drawn anew: a line for each series with its value, unit,
- * change over the last minute and a spark line of it; a bar for a residency. Not thread-safe.
+ * Streamed atoms as a page of text: for each series a line with its value, unit, change over the
+ * last minute and spark line, or a bar for a residency. Not thread-safe.
  */
 class WatchView {
   public:
-    /** The atoms of one message of the stream, and how long the device is up. */
+    /** Adds the atoms of one message, with the time since boot. */
     void add(const std::vector<StreamedAtom>& atoms, int64_t uptimeMs);
 
     /**
-     * At most `height` lines of at most `width` characters, the first a heading. What does not fit
-     * goes in this order: graphs, changes, beginnings of names; then lines, and the last line says
-     * how many.
+     * At most `height` lines of at most `width` characters, with a heading. To fit, it leaves out,
+     * in this order, graphs, changes, beginnings of names, and lines; the last line then has the
+     * number of missing lines.
      */
     std::vector<std::string> page(size_t width, size_t height) const;
 
-    /** A line for each sample of the latest message that differs from the one before: seconds since
-     * boot, name, value and unit. */
+    /** A line for each sample of the last message that has changed: seconds since boot, name, value
+     * and unit. */
     const std::vector<std::string>& news() const { return mNews; }
 
   private:

@@ -1,4 +1,4 @@
-// statsctl: asks a device's statsd and the daemon behind it, for those who look at a device.
+// statsctl: queries a device's statsd and the daemon, for engineers.
 
 #include <unistd.h>
 

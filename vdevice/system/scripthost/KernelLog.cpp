@@ -37,7 +37,7 @@ KernelLog::KernelLog() : mLog(open("/dev/kmsg", O_RDONLY | O_NONBLOCK | O_CLOEXE
 void KernelLog::pass() {
     char record[kMaxRecordBytes];
     ssize_t count = 0;
-    // EPIPE tells that older records were overwritten; the next read goes on behind them.
+    // EPIPE: older records were overwritten. The next read continues after them.
     while ((count = read(mLog.get(), record, sizeof(record))) > 0 || errno == EPIPE) {
         if (count > 0) passRecord({record, static_cast<size_t>(count)});
     }

@@ -5,16 +5,16 @@
 namespace zstats::vdevice {
 
 /**
- * Brings what init logs into the device's log. Init logs to the kernel, from where a phone's logd
- * takes it. Not thread-safe.
+ * Copies init's log lines from the kernel's log to the device's, as logd does on a phone. Not
+ * thread-safe.
  */
 class KernelLog {
   public:
     KernelLog();
 
-    /** Readable when the kernel has logged something. */
+    /** Readable when the kernel's log has new records. */
     int fd() const { return mLog.get(); }
-    /** Copies init's lines that came since the last call. */
+    /** Copies init's new lines. */
     void pass();
 
   private:

@@ -25,7 +25,7 @@ constexpr char kReadyProperty[] = "vdev.ready";
 constexpr int kHeartbeatMs = 5000;
 constexpr uint16_t kBootSession = 1;
 
-/** Readable once the property is set. */
+/** Readable when the property is set. */
 unique_fd readiness() {
     unique_fd ready(eventfd(0, EFD_CLOEXEC));
     std::thread([fd = ready.get()] {
@@ -102,7 +102,7 @@ void ScriptHost::onFrame(const Frame& frame) {
         mSessions.try_emplace(frame.session, frame.session, &mChannel);
     }
     const auto found = mSessions.find(frame.session);
-    if (found == mSessions.end()) return;  // it ended while the frame was on its way
+    if (found == mSessions.end()) return;  // it ended while the frame was in transit
     found->second.onFrame(frame);
     if (found->second.hasFailed()) mSessions.erase(found);
 }
@@ -117,7 +117,7 @@ void ScriptHost::collectChildren() {
     }
 }
 
-/** A session ends with its own process: others that it left may keep the pipes open. */
+/** A session ends with its process. Background processes may keep the pipes open. */
 void ScriptHost::finish(pid_t pid, int32_t status) {
     const auto found = std::find_if(mSessions.begin(), mSessions.end(), [pid](const auto& session) {
         return session.second.pid() == pid;

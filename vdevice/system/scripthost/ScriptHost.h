@@ -11,14 +11,14 @@
 namespace zstats::vdevice {
 
 /**
- * Sends the device's log to the launcher, and runs sessions: the script of the boot, or if there is
- * none those that the launcher begins, side by side.
+ * Sends the device's log to the launcher, and runs the script of the boot, or the concurrent
+ * sessions that the launcher begins.
  */
 class ScriptHost {
   public:
     ScriptHost();
 
-    /** Begins once "vdev.ready" is set; returns when the script of the boot has ended. */
+    /** Begins when "vdev.ready" is set; returns after the script of the boot. */
     void run();
 
   private:

@@ -22,7 +22,7 @@ using android::base::unique_fd;
 constexpr char kShell[] = "/bin/sh";
 constexpr int32_t kStatusNotBegun = 126;
 constexpr size_t kPipeBytes = 65536;
-constexpr size_t kMaxTextBytes = 131072;  // the kernel takes no longer argument
+constexpr size_t kMaxTextBytes = 131072;  // the kernel's limit of an argument
 
 struct Pipe {
     unique_fd reads;
@@ -151,7 +151,7 @@ void Session::signal(int number) {
 }
 
 void Session::addTo(std::vector<pollfd>* waiting) const {
-    // One that is not asked for anything would still tell of its other end's closing.
+    // Left out, because poll() reports hang-ups also without requested events.
     const bool reads = mWindow > 0;
     waiting->push_back({reads ? mOutput.get() : -1, POLLIN, 0});
     waiting->push_back({reads ? mErrors.get() : -1, POLLIN, 0});
@@ -166,7 +166,7 @@ void Session::pass() {
     feed();
 }
 
-/** Passes on what can be read, `most` bytes at most, and returns how many. Closes `from` at its end. */
+/** Forwards at most `most` available bytes; returns their number. Closes `from` at its end. */
 size_t Session::passOnce(unique_fd* from, FrameType type, size_t most) {
     std::array<char, kMaxFrameBytes> buffer;
     if (!from->ok() || most == 0) return 0;
@@ -181,7 +181,7 @@ size_t Session::passOnce(unique_fd* from, FrameType type, size_t most) {
 
 void Session::feed() {
     while (!mInputPending.empty()) {
-        // What no process reads is dropped.
+        // Without a reader, the input is discarded.
         ssize_t count = static_cast<ssize_t>(mInputPending.size());
         if (mInput.ok()) count = write(mInput.get(), mInputPending.data(), mInputPending.size());
         if (count < 0 && errno == EAGAIN) return;

@@ -11,33 +11,33 @@
 
 namespace zstats::vdevice {
 
-/** Where the script of a boot lies. */
+/** Path of the script of a boot. */
 inline constexpr char kScriptPath[] = "/script/main";
 
 /**
- * A script, or a shell in a terminal, whose input and output are frames. It gets pipes or a
- * pseudo-terminal of this process's domain, as on a phone those of its debug bridge. Not thread-safe.
+ * A script, or a shell in a terminal, whose input and output are frames. It has pipes or a
+ * pseudo-terminal of this process's domain, as on a phone those of adbd. Not thread-safe.
  */
 class Session {
   public:
     Session(uint16_t number, Channel* channel) : mNumber(number), mChannel(channel) {}
-    /** Runs the script of the boot. The port alone holds up its output. */
+    /** Runs the script of the boot. Only the port limits its output. */
     void beginBoot();
-    /** Takes a frame of the launcher's. */
+    /** Handles a frame of the launcher. */
     void onFrame(const Frame& frame);
 
-    /** Adds what pass() waits for. */
+    /** Adds the descriptors for pass(). */
     void addTo(std::vector<pollfd>* waiting) const;
-    /** Passes on what can be read and written without waiting, one portion of each. */
+    /** Forwards one portion of each stream, without blocking. */
     void pass();
 
-    /** Passes on the output that its process has left. Others that it started may go on writing. */
+    /** Forwards the remaining output of its process. Background processes may write more. */
     void flush();
-    /** Says the status. */
+    /** Sends the status. */
     void exit(int32_t status);
 
     pid_t pid() const { return mPid; }
-    /** True if it ended, or was ended, before its process began. */
+    /** True if it ended before its process began. */
     bool hasFailed() const { return mFailed; }
 
   private:

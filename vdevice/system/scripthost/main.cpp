@@ -6,13 +6,13 @@
 
 #include "vdevice/system/scripthost/ScriptHost.h"
 
-// The way out of the virtual device: the log as it grows, scripts and shells, and the power-off at the
-// end. It is a service of init's.
+// The virtual device's connection to the launcher, a service of init: the log, scripts and shells,
+// and the power-off.
 
 int main() {
     signal(SIGPIPE, SIG_IGN);
-    umask(022);  // that of a phone's shell; services read the files that a script writes
-    // Not in a phone's order: this device's statsctl comes before the one of every device.
+    umask(022);  // as a phone's shell, because services read the files of a script
+    // Not in a phone's order: this device's statsctl precedes the phone's.
     setenv("PATH", "/system/bin:/system_ext/bin:/bin:/sbin", 1);
     setenv("HOME", "/", 1);
     setenv("TERM", "linux", 1);

@@ -20,7 +20,7 @@ int inptyMain(const Arguments& arguments) {
     if (child == 0) _exit(runCommand("inpty", arguments));
     char buffer[4096];
     ssize_t count = 0;
-    // The read fails once no process has the terminal open.
+    // The read fails when no process has the terminal open.
     while ((count = read(terminal, buffer, sizeof(buffer))) > 0) {
         android::base::WriteFully(STDOUT_FILENO, buffer, static_cast<size_t>(count));
     }

@@ -15,7 +15,7 @@ using android::base::unique_fd;
 
 constexpr char kLogPath[] = "/dev/log/main";
 
-/** Prints the rest of the log; false if standard output fails. */
+/** Prints the unread part of the log; false if standard output fails. */
 bool printNew(int log) {
     char buffer[16384];
     ssize_t count = 0;

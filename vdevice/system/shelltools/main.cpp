@@ -8,7 +8,7 @@
 #include "cli/lib/CommandLine.h"
 #include "vdevice/system/shelltools/Tools.h"
 
-// The small tools of the virtual device in one program, which goes by the name it is called by.
+// The small tools of the virtual device in one program, selected by its name.
 
 namespace zstats::vdevice {
 namespace {
@@ -36,7 +36,7 @@ constexpr char kLogcatHelp[] =
 int runTool(const Tool& tool, int argc, char** argv) {
     Arguments words;
     cli::CommandLine line(tool.name, std::string("usage: ") + tool.name + " " + tool.wants + "\n" +
-                                        tool.description);
+                                             tool.description);
     line.endOptionsAtWord();
     if (const auto ended = line.read(argc, argv, &words)) return *ended;
     if (words.size() < tool.leastWords) return line.complain(std::string("wants ") + tool.wants);

@@ -4,7 +4,7 @@
 
 namespace zstats::vdevice {
 
-// What the control socket alone can be asked for.
+// Commands that need the control socket.
 int loadCommand(cli::Statsd& statsd, const cli::Words& words);
 int pushedCommand(cli::Statsd& statsd, const cli::Words& words);
 

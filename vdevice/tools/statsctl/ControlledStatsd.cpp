@@ -19,7 +19,7 @@ using cli::PulledEvent;
 constexpr std::chrono::milliseconds kStep(50);
 constexpr int kMaxSteps = 60;
 
-/** Decodes an encoded event, as much of it as there is. */
+/** Decodes an encoded event, as far as possible. */
 PulledEvent decodeEvent(std::string_view bytes) {
     auto event = readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     if (!event) return {};
@@ -45,7 +45,7 @@ PulledAtom pulled(int32_t tag, const std::optional<control::Reply>& reply) {
     return atom;
 }
 
-/** Registrations in the order of their arrival; nothing if statsd does not answer. */
+/** Registrations in the order of arrival; no value if statsd does not answer. */
 std::optional<control::Reply> askForRegistrations() {
     control::Request request;
     request.set_registrations(true);

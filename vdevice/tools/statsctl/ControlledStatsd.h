@@ -5,7 +5,7 @@
 
 namespace zstats::vdevice {
 
-/** The virtual device's statsd, asked through its control socket. */
+/** The virtual device's statsd, queried through its control socket. */
 class ControlledStatsd : public cli::Statsd {
   public:
     std::string unavailable() override;
@@ -16,14 +16,14 @@ class ControlledStatsd : public cli::Statsd {
     std::string registrationText(int32_t tag) override;
     std::vector<std::string> registrationTable() override;
 
-    /** Pulls once, beside other pulls and without regard to the cool-down. */
+    /** Pulls once, concurrent with other pulls and without the cool-down. */
     cli::PulledAtom pullNow(int32_t tag);
 
-    /** The last pushed atoms, oldest first; nothing if statsd does not answer. */
+    /** The last pushed atoms, oldest first; no value if statsd does not answer. */
     std::optional<std::vector<cli::PulledAtom>> pushed();
 
   private:
-    /** `fromCache`, if given, tells whether statsd answered from its cache. */
+    /** Sets `fromCache`, if given, to whether statsd answered from its cache. */
     cli::PulledAtom pull(int32_t tag, bool* fromCache);
 };
 

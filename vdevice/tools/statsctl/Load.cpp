@@ -29,13 +29,13 @@ constexpr milliseconds kWait(10);
 
 std::atomic<bool> gEnd{false};
 
-/** What one atom answered, and how often and how slowly at the worst. */
+/** An answer of an atom, its count and its longest time. */
 struct Seen {
     int count = 0;
     milliseconds slowest{0};
 };
 
-/** All answers, each once. Any thread. */
+/** All different answers. Any thread. */
 class Answers {
   public:
     void add(int32_t tag, const std::string& answer, milliseconds took) {
@@ -58,7 +58,7 @@ class Answers {
     std::map<std::pair<int32_t, std::string>, Seen> mSeen GUARDED_BY(mLock);
 };
 
-/** The fields of all events, "none" without one, or why there is no answer. */
+/** The fields of all events, "none" without one, or the reason for no answer. */
 std::string answerText(const PulledAtom& atom) {
     if (!atom.answered()) return "failed: " + atom.failure;
     std::string text;
@@ -69,8 +69,8 @@ std::string answerText(const PulledAtom& atom) {
 }
 
 /**
- * Takes the next atom, one after the other, until as many pulls were begun. An end that is asked
- * for comes when each atom has been pulled once.
+ * Returns the next atom, in turn, until the number of pulls is reached. A requested end comes after
+ * each atom has been pulled once.
  */
 void pullInTurn(const std::vector<int32_t>& tags, size_t pulls, milliseconds pause,
                 std::atomic<size_t>* next, Answers* answers) {
@@ -82,7 +82,7 @@ void pullInTurn(const std::vector<int32_t>& tags, size_t pulls, milliseconds pau
         answers->add(tag, answerText(atom),
                      std::chrono::duration_cast<milliseconds>(steady_clock::now() - start));
         if (pause.count() > 0 && !gEnd) std::this_thread::sleep_for(pause);
-        // A statsd that has gone comes back.
+        // Wait for statsd's return.
         const bool statsdIsGone = atom.failure == kNoStatsd;
         while (statsdIsGone && !gEnd && !statsdListens()) std::this_thread::sleep_for(kWait);
     }

@@ -1,5 +1,5 @@
-// statsctl of the virtual device: that of every device, which asks this device's statsd through its
-// control socket, and has more commands.
+// statsctl of the virtual device: the phone's program with more commands, which queries this
+// device's statsd through its control socket.
 
 #include "vdevice/tools/statsctl/Commands.h"
 #include "vdevice/tools/statsctl/ControlledStatsd.h"
