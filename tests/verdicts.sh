@@ -23,26 +23,45 @@ count() {
     failed=$((failed + bad))
 }
 
-# run_gtest SECONDS LOG PROGRAM
-run_gtest() {
-    local limit=$1 log=$2 program=$3 status=0 good bad running
-    within "$limit" "$program" --gtest_shuffle --gtest_brief=0 >"$log" 2>&1 </dev/null || status=$?
+# run_gtest SECONDS FOLDER PROGRAM...: two at a time, each with a log in FOLDER; counted in their order.
+run_gtest() { run_two_at_a_time gtest "$@"; }
+start_gtest() { within "$1" "$2" --gtest_shuffle --gtest_brief=0; }
+count_gtest() {
+    local log=$2 good bad running
     good=$(grep -c '^\[       OK \]' "$log" || true)
     bad=$(grep -c '^\[  FAILED  \] .*ms)$' "$log" || true)
     # A test's own output may precede the line that ends it.
     running=$(awk '/^\[ RUN      \] / { test = $4 } /\[       OK \] |\[  FAILED  \] / { test = "" }
         END { print test }' "$log")
-    count "${program##*/}" "$log" "$limit" "$status" "$good" "$bad" "$running"
+    count "$@" "$good" "$bad" "$running"
 }
 
-# run_python SECONDS LOG PROGRAM: each method counts.
-run_python() {
-    local limit=$1 log=$2 program=$3 status=0 good bad running
-    within "$limit" /usr/bin/python3 -B "$program" -v >"$log" 2>&1 </dev/null || status=$?
+# run_python SECONDS FOLDER PROGRAM...: in the same way; each method counts.
+run_python() { run_two_at_a_time python "$@"; }
+start_python() { within "$1" /usr/bin/python3 -B "$2" -v; }
+count_python() {
+    local log=$2 good bad running
     good=$(grep -c ' \.\.\. ok$' "$log" || true)
     bad=$(grep -c -E ' \.\.\. (FAIL|ERROR)$' "$log" || true)
     running=$(sed -n '$s/^\(test_[^ ]*\) .* \.\.\. *$/\1/p' "$log")
-    count "${program##*/}" "$log" "$limit" "$status" "$good" "$bad" "$running"
+    count "$@" "$good" "$bad" "$running"
+}
+
+# run_two_at_a_time KIND SECONDS FOLDER PROGRAM...
+run_two_at_a_time() {
+    local kind=$1 limit=$2 folder=$3 program status started=()
+    shift 3
+    for program in "$@"; do
+        while [ "$(jobs -rp | wc -l)" -ge 2 ]; do wait -n || true; done
+        "start_$kind" "$limit" "$program" >"$folder/${program##*/}.log" 2>&1 </dev/null &
+        started+=($!)
+    done
+    for program in "$@"; do
+        status=0
+        wait "${started[0]}" || status=$?
+        started=("${started[@]:1}")
+        "count_$kind" "${program##*/}" "$folder/${program##*/}.log" "$limit" "$status"
+    done
 }
 
 # verdicts SECONDS COMMAND...: counts the lines "ok NAME" and "not ok NAME: reason" that it prints.

@@ -233,7 +233,7 @@ class Programs(_Boot):
                 path = self.write("program", text if kind == "python" else "#!/bin/bash\n" + text, 0o755)
                 limit = "8" if "1000" in text else "600"
                 call = ["verdicts", limit, path] if kind == "verdicts" else [
-                    "run_" + kind, limit, os.path.join(self.folder, "output"), path]
+                    "run_" + kind, limit, self.folder, path]
                 done = subprocess.run(
                     ["bash", "-euc", '. tools/lib.sh; . tests/verdicts.sh; "$@"; echo $passed $failed',
                      "-", *call], cwd=_ROOT, capture_output=True, text=True, check=False)
