@@ -17,8 +17,8 @@ using namespace zstats::vdevice;
 
 namespace {
 
-// As on a phone: the driver requests up to nine threads, in addition to the first of the pool.
-constexpr uint32_t kMaxBinderThreads = 9;
+// Nine threads serve calls, as on a phone: the first of the pool, and those that the driver requests.
+constexpr uint32_t kMaxBinderThreads = 8;
 
 /** The socket that init created for this service; -1 without one. */
 int pushSocket() {
