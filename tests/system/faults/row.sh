@@ -5,6 +5,7 @@
 #     STAGE TAG COUNT SLOWEST_MS ANSWER
 # where STAGE is "during" or "after", for the row's atoms, or "meanwhile", for the answers to eight threads during
 # the whole column. "cost PID THREADS DESCRIPTORS HEAP_KB" describes the daemon before and after the column.
+# "stream is silent" reports a subscription that stays open without data after the column.
 # shellcheck disable=SC2046,SC2086  # lists of tags are several words
 # shellcheck disable=SC2154  # set by the rows
 
@@ -44,6 +45,21 @@ answers_again() { ! statsctl load --threads 4 --count 1 $own_tags | grep -q fail
 everything() {
     statsctl load --count 1
     sample now
+}
+
+# A subscription through the daemon is open during each column. Afterwards it brings atoms again, or has
+# ended; one that does neither is printed.
+begin_stream() {
+    statsctl subscribe 150005 --json >stream 2>/dev/null &
+    stream=$!
+    wait_for 20 grep -q 150005 stream
+}
+stream_moves() { ! kill -0 $stream 2>/dev/null || [ "$(wc -l <stream)" -gt "$streamed" ]; }
+end_stream() {
+    streamed=$(wc -l <stream)
+    wait_for 20 stream_moves || echo "stream is silent"
+    kill $stream 2>/dev/null
+    wait $stream
 }
 
 service_is_gone() { ! service_is_there "$service"; }
@@ -167,11 +183,13 @@ run_row() {
     everything | answers_only >whole
     for column in $columns; do
         echo "cell $column"
+        begin_stream
         descriptors_before=$(descriptors)
         cost
         "$column"
         wait_for 5 at_rest
         cost
+        end_stream
         everything | answers_only >now
         if ! cmp -s whole now; then
             bring_back
