@@ -251,6 +251,7 @@ TEST_F(SystemHelpersTest, MemTotalIsComparedStrictly) {
             {"MemTotal:        4194304 kB\n", false, "I memTotal: 4194304Kb"},
             {"MemTotal:        4194305 kB\n", true, "I memTotal: 4194305Kb"},
             {"MemFree: 9 kB\nMemTotal: 5000000 kB\nMemTotal: 1 kB\n", true, "I memTotal: 5000000Kb"},
+            {"a:\nb:\nc:\nd:\ne:\nf:\nMemTotal: 5000000 kB\n", true, "I memTotal: 5000000Kb"},
             {" MemTotal: 5000000 kB\nx MemTotal: 5000000 kB\n", false, "I memTotal: -1Kb"},
             {"MemTotal: -7 kB\n", false, "I memTotal: -7Kb"},
             {"MemTotal:5000 kB\n", true, "E sscanf not match"},
