@@ -47,8 +47,7 @@ everything() {
     sample now
 }
 
-# A subscription through the daemon is open during each column. Afterwards it brings atoms again, or has
-# ended; one that does neither is printed.
+# A subscription through the daemon is open during each column. After it, the stream continues or has ended.
 begin_stream() {
     statsctl subscribe 150005 --json >stream 2>/dev/null &
     stream=$!
