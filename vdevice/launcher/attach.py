@@ -131,8 +131,9 @@ def _terminal_size():
 
 def shell(connection):
     """Runs a shell of the device on this process's terminal; returns its status."""
-    session = Session(connection, kind=b"t" + _terminal_size(), source=0)
     resized = []
+    signal.signal(signal.SIGWINCH, lambda *_: resized.append(True))
+    session = Session(connection, kind=b"t" + _terminal_size(), source=0)
 
     def follow():
         if resized:
@@ -140,10 +141,9 @@ def shell(connection):
             session.send(b"W", _terminal_size())
 
     session.on_turn = follow
-    signal.signal(signal.SIGWINCH, lambda *_: resized.append(True))
     state = termios.tcgetattr(0)
     try:
-        tty.setraw(0)
+        tty.setraw(0, termios.TCSADRAIN)  # what has been typed already is for the shell
         return session.run()
     finally:
         with contextlib.suppress(termios.error):  # the terminal was closed

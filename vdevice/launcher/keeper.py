@@ -24,9 +24,9 @@ def refusal(failure):
 
 
 class Watch:
-    """Tells when the terminal or the session that this process was started in has ended. For a process
-    that leads its session that is the terminal's end alone. Nothing is told without either, nor to a
-    process that ignores a hang-up."""
+    """Tells when the terminal or the session of this process has ended. If its parent, which is about
+    to end, leads the session, that is the end of the terminal alone. Nothing is told without a
+    terminal then, nor to a process that ignores a hang-up."""
 
     def __init__(self):
         self._poll = select.poll()
@@ -34,7 +34,7 @@ class Watch:
         if signal.getsignal(signal.SIGHUP) is signal.SIG_IGN:
             return
         leader = os.getsid(0)
-        if leader != os.getpid():
+        if leader != os.getppid():
             self._hold(lambda: os.pidfd_open(leader), select.POLLIN)
         self._hold(lambda: os.open("/dev/tty", os.O_RDONLY | os.O_NOCTTY), 0)
 
