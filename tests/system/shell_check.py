@@ -18,7 +18,7 @@ import termios
 import time
 
 _SIZES = ((33, 111), (52, 97))
-_PROMPT = rb"~ # "
+PROMPT = rb"~ # "
 _ANSWER_SECONDS = 60
 
 
@@ -72,7 +72,7 @@ def check(name, good, terminal):
 def main(seconds, *arguments):
     terminal = Terminal(["./vdev", "shell", *arguments])
     try:
-        up = terminal.wait_for(_PROMPT, float(seconds))
+        up = terminal.wait_for(PROMPT, float(seconds))
         if check("shell/prompt", up, terminal):
             check("shell/size", terminal.size_becomes(*_SIZES[0]), terminal)
             terminal.resize(*_SIZES[1])
