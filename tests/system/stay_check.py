@@ -9,6 +9,7 @@ import os
 import shutil
 import subprocess
 import sys
+import tempfile
 import time
 
 from shell_check import PROMPT, Terminal
@@ -178,4 +179,7 @@ def main(slowness, folder, *arguments):
 
 if __name__ == "__main__":
     os.chdir(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))))
-    main(*sys.argv[1:])
+    # Where no other device is.
+    with tempfile.TemporaryDirectory() as runtime:
+        os.environ["XDG_RUNTIME_DIR"] = runtime
+        main(*sys.argv[1:])
