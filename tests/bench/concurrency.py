@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """How many pulls a second the daemon answers to 1 to 8 callers at once, in the virtual device, beside a
-bare program with as many binder threads that makes the same calls and has no more to do. Prints the
+bare puller with as many binder threads, which makes the same calls and gives the same answers. Prints the
 tables in Markdown.
 
 usage: concurrency.py [--short]
@@ -24,10 +24,11 @@ SCRIPT = """
 in_place_of_statsd throughput %(millis)d %(repeats)d >/tmp/throughput &
 server=$!
 has_said /tmp/throughput published 1
-as_daemon $BARE puller --calls >/dev/null &
-bare=$!
 as_daemon $DAEMON >/dev/null &
 daemon=$!
+has_said /tmp/throughput answered 1
+as_bare /tmp/throughput >/dev/null &
+bare=$!
 wait $server
 grep '^throughput ' /tmp/throughput
 kill -9 $bare $daemon
@@ -75,7 +76,7 @@ def worth(rates, load, kind, callers):
 
 def beside_bare(rates, load, callers):
     """The mean over the atoms of the daemon's rate to the bare program's."""
-    ratios = [rate / rates[load, "calls", callers, tag]
+    ratios = [rate / rates[load, "bare", callers, tag]
               for (a_load, kind, number, tag), rate in rates.items()
               if (a_load, kind, number) == (load, "daemon", callers)]
     return sum(ratios) / len(ratios)
@@ -84,7 +85,7 @@ def beside_bare(rates, load, callers):
 def print_load(rates, load):
     numbers = sorted({callers for a_load, _, callers, _ in rates if a_load == load})
     rows = [["%d" % callers, "%.2f" % worth(rates, load, "daemon", callers),
-             "%.2f" % worth(rates, load, "calls", callers),
+             "%.2f" % worth(rates, load, "bare", callers),
              "%.2f" % beside_bare(rates, load, callers)] for callers in numbers]
     print("\n%s:\n" % LOADS[load])
     print(in_device.table(["callers", "daemon, x one caller", "bare, x one caller",

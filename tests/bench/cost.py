@@ -1,21 +1,24 @@
 #!/usr/bin/env python3
-"""What the daemon costs in the virtual device: the latency of each atom's pull beside its floors, its
-start beside that of a bare program, its size. Prints the tables in Markdown.
+"""What each atom's pull costs beside a bare puller's with the same answer: in the virtual device, in
+instructions and in time on this machine; there too the start, the size, and what hourly pulls cost a
+day. Prints tables in Markdown. The raw lines stay in build/bench.
 
-usage: cost.py [--short]
+usage: cost.py PROGRAM [--short] [--record]
 
-The floors are pulls, too, answered by a bare program that runs as the daemon does: it answers at once
-(the round trip), or makes the calls and reads the files of the atom's sources before it answers (the
-round trip, and the calls and reads). The daemon's own share is its pull less that second floor.
+PROGRAM is pull_once. --record puts the result into docs/measurements.md, between the two lines that
+mark its place.
 """
 
 import argparse
-import re
 
 import in_device
+import instructions
 
-KINDS = ("daemon", "empty", "calls")
-GOAL_PERCENT = 10
+GOAL_PERCENT = 5
+GOAL_NANOS = 2000
+PAGE = "docs/measurements.md"
+MARKS = ("<!-- ./bench device --record: begin -->\n", "<!-- ./bench device --record: end -->\n")
+HOURS = 24
 
 SCRIPT = """
 # start NUMBER PROGRAM [ARGUMENT]: started, registered, measured at rest, ended.
@@ -37,6 +40,13 @@ size() {
     echo "size $2 Threads $(ls /proc/$1/task | wc -l)"
     echo "size $2 Binary $(wc -c </proc/$1/exe)"
 }
+# use WHEN PROGRAM PID: each thread's time on a processor in ns, and how often it has slept.
+use() {
+    for task in /proc/$3/task/*; do
+        echo "use $1 $2 $(cut -d ' ' -f 1 $task/schedstat)" \\
+            $(sed -n 's/^voluntary_ctxt_switches:[^0-9]*//p' $task/status)
+    done
+}
 in_place_of_statsd registrations >/tmp/registrations &
 registrar=$!
 has_said /tmp/registrations published 1
@@ -50,95 +60,130 @@ wait $registrar 2>/dev/null || true
 in_place_of_statsd latency %(rounds)d %(repeats)d >/tmp/latency &
 server=$!
 has_said /tmp/latency published 1
-as_daemon $BARE puller --calls >/dev/null &
 as_daemon $DAEMON >/dev/null &
+daemon=$!
+has_said /tmp/latency answered 1
+as_bare /tmp/latency >/dev/null &
+bare=$!
+has_said /tmp/latency measuring 1
+use before daemon $daemon
+use before bare $bare
 wait $server
+use after daemon $daemon
+use after bare $bare
 grep '^latency ' /tmp/latency
 """
 
 
-def own_shares(times, tag):
-    """The daemon's pull less the floors, of each repeat."""
-    return [pull - floor for pull, floor in zip(times[tag, "daemon"], times[tag, "calls"])]
+class Atom:
+    """The figures of one atom."""
+
+    def __init__(self, tag, repeats, counts, nanos):
+        self.name = "%d %s" % (tag, in_device.atom_names()[tag])
+        self.bare, self.own = (in_device.median(values) for values in list(zip(*repeats))[1:])
+        self.spread = in_device.spread([own for _, _, own in repeats])
+        self.apart = abs(self.own) > self.spread
+        self.share = 100 * self.own / self.bare
+        daemon, bare = counts.get(("daemon", tag)), counts.get(("bare", tag))
+        self.own_count = daemon - bare if daemon else None
+        self.count_share = 100 * self.own_count / bare if daemon else None
+        self.nanos = nanos.get(tag)
+
+    def row(self):
+        unknown = ["-"] * 3
+        return [self.name, in_device.us(self.bare), in_device.us(self.own), in_device.us(self.spread),
+                "%+.1f %%" % self.share if self.apart else "within the spread",
+                *(unknown if self.own_count is None else
+                  ["%d" % self.own_count, "%+.1f %%" % self.count_share, "%.1f" % (self.nanos / 1e3)])]
+
+    def misses(self):
+        """Whether it is above a goal."""
+        return (self.apart and self.share > GOAL_PERCENT) or (self.nanos or 0) > GOAL_NANOS
 
 
-def latency_row(times, best, worst, tag, name):
-    pull, empty, floors = (in_device.median(times[tag, kind]) for kind in KINDS)
-    shares = own_shares(times, tag)
-    share = in_device.median(shares)
-    apart = abs(share) > in_device.spread(shares)
-    verdict = "%+.0f %%" % (100 * share / floors) if apart else "not distinguishable"
-    row = ["%d %s" % (tag, name), in_device.us(pull), in_device.us(in_device.median(worst[tag])),
-           in_device.us(empty), in_device.us(max(floors - empty, 0)), in_device.us(share),
-           in_device.us(in_device.spread(shares)), verdict,
-           "%+.0f %%" % (100 * best[tag, "daemon"] / best[tag, "calls"] - 100)]
-    return row, apart and 100 * share > GOAL_PERCENT * floors
+def cost_table(lines, counts, nanos):
+    repeats = {}
+    for _, _, tag, daemon, bare, own in (line for line in lines if line[0] == "latency"):
+        repeats.setdefault(int(tag), []).append((int(daemon), int(bare), int(own)))
+    atoms = [Atom(tag, values, counts, nanos) for tag, values in sorted(repeats.items())]
+    rows = [atom.row() for atom in atoms]
+    total = sum(atom.bare for atom in atoms), sum(atom.own for atom in atoms)
+    known = [atom for atom in atoms if atom.nanos is not None]
+    return "\n\n".join([
+        "All atoms together: %s us bare, %s us own, %+.1f %%. Own time on the PC: %.1f us in the median, "
+        "%.1f us at most." % (in_device.us(total[0]), in_device.us(total[1]), 100 * total[1] / total[0],
+                              in_device.median([atom.nanos for atom in known]) / 1e3,
+                              max(atom.nanos for atom in known) / 1e3),
+        in_device.table(["atom", "bare, us", "own, us", "spread", "own share", "own instructions",
+                         "of the bare ones", "own on the PC, us"], rows),
+        "Above a goal: %s" % (", ".join(atom.name for atom in atoms if atom.misses()) or "none")])
 
 
-def print_latency(lines, names):
-    times, best, worst = {}, {}, {}
-    for _, _, tag, kind, first, middle, last in (line for line in lines if line[0] == "latency"):
-        times.setdefault((int(tag), kind), []).append(int(middle))
-        best[int(tag), kind] = min(int(first), best.get((int(tag), kind), int(first)))
-        if kind == "daemon":
-            worst.setdefault(int(tag), []).append(int(last))
-    rows, above = [], []
-    for tag in sorted(worst):
-        row, beyond = latency_row(times, best, worst, tag, names.get(tag, ""))
-        rows.append(row)
-        if beyond:
-            above.append(str(tag))
-    print(in_device.table(["atom", "pull, us", "99th", "round trip", "calls, reads", "own share",
-                           "spread", "of the floors", "of the fastest"], rows))
-    print("\nAbove the goal of %d %%: %s" % (GOAL_PERCENT, ", ".join(above) or "none"))
-
-
-def print_starts(lines):
+def start_table(lines):
     times, program, launched = {}, None, 0
     for line in lines:
         if line[0] == "start":
             program, launched = line[1], int(line[4])
         elif line[0] == "registered":
             times.setdefault(program, []).append(int(line[1]) - launched)
-    bare = in_device.median(times["pullbench"])
-    rows = [[name, "%.1f" % (in_device.median(values) / 1e6),
-             "%.1f" % (in_device.spread(values) / 1e6), "%.2f" % (in_device.median(values) / bare)]
-            for name, values in times.items()]
-    print(in_device.table(["from exec to the last registration", "ms", "spread", "/bare"], rows))
+    return {name: "%.0f +- %.0f" % (in_device.median(values) / 1e6, in_device.spread(values) / 2e6)
+            for name, values in times.items()}
 
 
-def print_sizes(lines):
-    sizes = {}
+def sizes(lines):
+    result = {}
     for _, program, what, value in (line for line in lines if line[0] == "size"):
-        sizes.setdefault(program, {})[what] = int(value)
-    rows = [[program, "%d" % (size["Binary"] // 1024), "%d" % size["Pss"],
-             "%d" % (size["Private_Clean"] + size["Private_Dirty"]), "%d" % size["Threads"]]
-            for program, size in sizes.items()]
-    print(in_device.table(["at rest", "stripped binary, KiB", "PSS, KiB", "USS, KiB", "threads"],
-                          rows))
+        result.setdefault(program, {})[what] = int(value)
+    return result
 
 
-def atom_names():
-    """By tag, from the table that the daemon is built with."""
-    with open("daemon/AtomTable.h", encoding="utf-8") as file:
-        return {int(tag): name for tag, name in re.findall(r"(\d+), &ZStatsPullAtomCallback::handle(\w+)",
-                                                           file.read())}
+def use_a_day(lines, rounds):
+    """Seconds on a processor and sleeps a day of either program, at a round of pulls an hour."""
+    result = {}
+    for _, when, program, nanos, sleeps in (line for line in lines if line[0] == "use"):
+        sign = 1 if when == "after" else -1
+        total = result.setdefault(program, [0, 0])
+        total[0] += sign * int(nanos) / 1e9 * HOURS / rounds
+        total[1] += sign * int(sleeps) * HOURS / rounds
+    return result
+
+
+def program_table(lines, rounds):
+    starts, size, use = start_table(lines), sizes(lines), use_a_day(lines, rounds)
+    rows = [[program, "%.2f" % use[kind][0], "%.0f" % use[kind][1], starts[program],
+             "%d" % (size[program]["Binary"] // 1024), "%d" % size[program]["Pss"],
+             "%d" % (size[program]["Private_Clean"] + size[program]["Private_Dirty"]),
+             "%d" % size[program]["Threads"]]
+            for program, kind in (("zstats_pullerd", "daemon"), ("pullbench", "bare"))]
+    return in_device.table(["program", "CPU s a day", "wake-ups a day", "start, ms", "binary, KiB",
+                            "PSS, KiB", "USS, KiB", "threads"], rows)
+
+
+def record(text):
+    with open(PAGE, encoding="utf-8") as file:
+        before, rest = file.read().split(MARKS[0])
+    with open(PAGE, "w", encoding="utf-8") as file:
+        file.write(before + MARKS[0] + text + "\n" + MARKS[1] + rest.split(MARKS[1])[1])
 
 
 def main():
     parser = argparse.ArgumentParser(prog="bench device")
+    parser.add_argument("program")
     parser.add_argument("--short", action="store_true")
-    short = parser.parse_args().short
-    numbers = {"starts": "1" if short else "1 2 3 4 5", "rounds": 5 if short else 100,
-               "repeats": 2 if short else 5}
+    parser.add_argument("--record", action="store_true")
+    options = parser.parse_args()
+    numbers = {"starts": "1" if options.short else "1 2 3 4 5", "rounds": 5 if options.short else 100,
+               "repeats": 2 if options.short else 5}
+    counts = instructions.count(options.program)
+    nanos = instructions.own_nanos(options.program, *((20, 1) if options.short else (300, 5)))
     lines = in_device.run(SCRIPT % numbers, 1800, "build/bench/device.txt")
     lines = [line for line in lines if line]
-    print("\n" + in_device.heading("./bench device" + (" --short" if short else "")) + "\n")
-    print_latency(lines, atom_names())
-    print()
-    print_starts(lines)
-    print()
-    print_sizes(lines)
+    text = "\n\n".join([in_device.heading("./bench device" + (" --short" if options.short else "")),
+                        cost_table(lines, counts, nanos),
+                        program_table(lines, numbers["rounds"] * numbers["repeats"])])
+    print("\n" + text)
+    if options.record:
+        record(text)
 
 
 if __name__ == "__main__":

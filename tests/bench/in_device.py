@@ -1,6 +1,7 @@
 """What the measurements in the virtual device share: running a script there, and tables."""
 
 import os
+import re
 import statistics
 import subprocess
 import sys
@@ -8,7 +9,7 @@ import time
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
-# Both functions take the shell's own place: they are to be run in the background.
+# These functions take the shell's own place: they are to be run in the background.
 _PROLOGUE = """
 in_place_of_statsd() { exec asuid statsd runcon u:r:statsd:s0 pullbench "$@" 2>>/tmp/errors; }
 trap 'cat /tmp/errors >&2' EXIT
@@ -27,6 +28,8 @@ has_said() {
         usleep 100000
     done
 }
+# as_bare FILE: the bare puller with the daemon's answers, which the file has by then.
+as_bare() { as_daemon $BARE puller $(sed -n 's/^event //p' "$1"); }
 # What runs by itself would answer, and be pulled, too.
 stop zstats_pullerd
 stop statsd
@@ -72,6 +75,13 @@ def table(head, rows):
 def heading(command):
     """What every section begins with."""
     return "`%s`, %s, %d processors for the device" % (command, time.strftime("%Y-%m-%d"), 2)
+
+
+def atom_names():
+    """By tag, from the table that the daemon is built with."""
+    with open(os.path.join(_ROOT, "daemon/AtomTable.h"), encoding="utf-8") as file:
+        return {int(tag): name for tag, name in re.findall(r"(\d+), &ZStatsPullAtomCallback::handle(\w+)",
+                                                           file.read())}
 
 
 def us(nanos):

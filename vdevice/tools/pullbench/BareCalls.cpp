@@ -145,12 +145,18 @@ void add(const ValueSource& source, Calls* calls) {
     }
 }
 
+/** What the daemon reads at its start and keeps: the GPU's vendor and frequencies. */
+bool isReadOnce(const ValueSource& source) {
+    constexpr int32_t kGpuTimes = 150029;
+    return source.tag == kGpuTimes && source.name.rfind("gpu_freq_time", 0) != 0;
+}
+
 }  // namespace
 
 std::vector<BareCall> bareCallsOf(int32_t tag) {
     Calls calls;
     for (const ValueSource& source : sourcesOf(tag, readDeviceProperty("ro.hardware").text)) {
-        add(source, &calls);
+        if (!isReadOnce(source)) add(source, &calls);
     }
     return calls;
 }

@@ -6,7 +6,6 @@
 #include <map>
 #include <numeric>
 #include <thread>
-#include <utility>
 
 #include "cli/lib/atoms/AtomCatalogue.h"
 #include "vdevice/tools/pullbench/Pullbench.h"
@@ -17,15 +16,14 @@ namespace {
 
 constexpr int kWarmUpRounds = 3;
 
-/** Who answers: the daemon, or the bare puller without or with the calls. */
+/** Who answers. */
 struct Kind {
     const char* name;
     int32_t offset;
 };
 constexpr Kind kDaemon = {"daemon", 0};
-constexpr Kind kEmpty = {"empty", kEmptyOffset};
-constexpr Kind kCalls = {"calls", kCallsOffset};
-constexpr std::array<Kind, 3> kKinds = {kDaemon, kEmpty, kCalls};
+constexpr Kind kBare = {"bare", kBareOffset};
+constexpr std::array<Kind, 2> kKinds = {kDaemon, kBare};
 
 /** The atoms of one experiment: caller number N pulls the one at N - 1. */
 struct Load {
@@ -40,8 +38,10 @@ constexpr Load kLoads[] = {
         {"handlefactory", {150006, 150013, 150024, 150028, 150113, 150123, 150141, 150167}},
 };
 
-int64_t quantile(const std::vector<int64_t>& sorted, size_t percent) {
-    return sorted[std::min(sorted.size() - 1, sorted.size() * percent / 100)];
+long long median(std::vector<int64_t>& values) {
+    const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
 PullingStatsd::Pull pullOrDie(PullingStatsd& statsd, int32_t tag) {
@@ -53,36 +53,81 @@ PullingStatsd::Pull pullOrDie(PullingStatsd& statsd, int32_t tag) {
     return pull;
 }
 
-std::shared_ptr<PullingStatsd> publishAndWait(const std::vector<Kind>& kinds) {
-    auto statsd = PullingStatsd::publish();
-    for (const Kind& kind : kinds) {
-        std::vector<int32_t> tags = cli::pulledAtomIds();
-        for (int32_t& tag : tags) tag += kind.offset;
-        statsd->waitFor(tags);
-        for (int round = 0; round < kWarmUpRounds; ++round) {
-            for (int32_t tag : tags) pullOrDie(*statsd, tag);
+/** The sizes of an answer's events, in bytes. Their values may change from pull to pull. */
+std::vector<size_t> sizesOf(const PullingStatsd::Pull& pull) {
+    std::vector<size_t> sizes;
+    for (const std::string& event : pull.events) sizes.push_back(event.size());
+    return sizes;
+}
+
+/** Waits for the program and pulls it warm; its answers by atom. */
+std::map<int32_t, PullingStatsd::Pull> warmUp(PullingStatsd& statsd, const Kind& kind) {
+    std::vector<int32_t> tags = cli::pulledAtomIds();
+    for (int32_t& tag : tags) tag += kind.offset;
+    statsd.waitFor(tags);
+    std::map<int32_t, PullingStatsd::Pull> answers;
+    for (int round = 0; round < kWarmUpRounds; ++round) {
+        for (int32_t tag : tags) answers[tag - kind.offset] = pullOrDie(statsd, tag);
+    }
+    return answers;
+}
+
+/** Prints "event DIGITS" for each, and at the end "answered". */
+void printEvents(const std::map<int32_t, PullingStatsd::Pull>& answers) {
+    for (const auto& [tag, answer] : answers) {
+        for (const std::string& event : answer.events) {
+            printf("event ");
+            for (const char byte : event) printf("%02x", static_cast<uint8_t>(byte));
+            putchar('\n');
         }
+    }
+    puts("answered");
+}
+
+/** Waits for the daemon, prints its answers, and waits for the bare puller that gives the same. */
+std::shared_ptr<PullingStatsd> publishForBoth() {
+    auto statsd = PullingStatsd::publish();
+    const auto answers = warmUp(*statsd, kDaemon);
+    printEvents(answers);
+    for (const auto& [tag, answer] : warmUp(*statsd, kBare)) {
+        if (sizesOf(answer) == sizesOf(answers.at(tag))) continue;
+        fprintf(stderr, "pullbench: the answers to a pull of %d differ\n", tag);
+        exit(EXIT_FAILURE);
     }
     return statsd;
 }
 
-/** Every kind of every atom in turn, a different kind first in each round. */
+std::shared_ptr<PullingStatsd> publishForDaemon() {
+    auto statsd = PullingStatsd::publish();
+    warmUp(*statsd, kDaemon);
+    return statsd;
+}
+
+/**
+ * Pulls every atom from both in turn, each of them first in every second round. Prints the median
+ * times of the daemon's pulls and of the bare puller's, and of the difference within a round.
+ */
 void measureOnce(PullingStatsd& statsd, int rounds, int repeat) {
-    std::map<std::pair<int32_t, size_t>, std::vector<int64_t>> times;
+    struct Times {
+        std::vector<int64_t> daemon, bare, own;
+    };
+    std::map<int32_t, Times> times;
     for (int round = 0; round < rounds; ++round) {
         for (int32_t tag : cli::pulledAtomIds()) {
+            std::array<int64_t, kKinds.size()> nanos = {};
             for (size_t i = 0; i < kKinds.size(); ++i) {
                 const size_t kind = (static_cast<size_t>(round) + i) % kKinds.size();
-                times[{tag, kind}].push_back(pullOrDie(statsd, tag + kKinds[kind].offset).nanos);
+                nanos[kind] = pullOrDie(statsd, tag + kKinds[kind].offset).nanos;
             }
+            Times& all = times[tag];
+            all.daemon.push_back(nanos[0]);
+            all.bare.push_back(nanos[1]);
+            all.own.push_back(nanos[0] - nanos[1]);
         }
     }
-    for (auto& [key, samples] : times) {
-        std::sort(samples.begin(), samples.end());
-        printf("latency %d %d %s %lld %lld %lld\n", repeat, key.first, kKinds[key.second].name,
-               static_cast<long long>(samples.front()),
-               static_cast<long long>(quantile(samples, 50)),
-               static_cast<long long>(quantile(samples, 99)));
+    for (auto& [tag, all] : times) {
+        printf("latency %d %d %lld %lld %lld\n", repeat, tag, median(all.daemon), median(all.bare),
+               median(all.own));
     }
 }
 
@@ -108,7 +153,7 @@ std::vector<double> pullAtOnce(PullingStatsd& statsd, const std::vector<int32_t>
 
 void measureLoad(PullingStatsd& statsd, const Load& load, const std::vector<size_t>& members,
                  int millis) {
-    for (const Kind& kind : {kDaemon, kCalls}) {
+    for (const Kind& kind : kKinds) {
         std::vector<int32_t> tags;
         for (size_t member : members) tags.push_back(load.tags.at(member) + kind.offset);
         const std::vector<double> rates = pullAtOnce(statsd, tags, millis);
@@ -126,7 +171,7 @@ void pullAll(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected, i
     for (int i = (*next)++; i < total; i = (*next)++) {
         const int32_t tag = tags[static_cast<size_t>(i) % tags.size()];
         const auto pull = statsd.pull(tag);
-        if (!pull.answered || pull.events != expected.at(tag)) ++*failures;
+        if (!pull.answered || pull.events.size() != expected.at(tag)) ++*failures;
         constexpr int kSamples = 100;
         if ((i + 1) % (total / kSamples) == 0) printf("at %d\n", i + 1);
     }
@@ -140,13 +185,14 @@ int serveRegistrations() {
 }
 
 int measureLatency(int rounds, int repeats) {
-    const auto statsd = publishAndWait({kKinds.begin(), kKinds.end()});
+    const auto statsd = publishForBoth();
+    puts("measuring");
     for (int repeat = 0; repeat < repeats; ++repeat) measureOnce(*statsd, rounds, repeat);
     return EXIT_SUCCESS;
 }
 
 int measureThroughput(int millis, int repeats) {
-    const auto statsd = publishAndWait({kDaemon, kCalls});
+    const auto statsd = publishForBoth();
     for (int repeat = 0; repeat < repeats; ++repeat) {
         for (const Load& load : kLoads) {
             for (size_t i = 0; i < load.tags.size(); ++i) measureLoad(*statsd, load, {i}, millis);
@@ -163,7 +209,7 @@ int measureThroughput(int millis, int repeats) {
 int pullUnderLoad(std::string_view name, int millis) {
     for (const Load& load : kLoads) {
         if (load.name != name) continue;
-        const auto statsd = publishAndWait({kDaemon});
+        const auto statsd = publishForDaemon();
         puts("pulling");
         pullAtOnce(*statsd, {load.tags.begin(), load.tags.end()}, millis);
         return EXIT_SUCCESS;
@@ -174,9 +220,9 @@ int pullUnderLoad(std::string_view name, int millis) {
 
 int soak(int pulls) {
     constexpr int kThreads = 4;
-    const auto statsd = publishAndWait({kDaemon});
+    const auto statsd = publishForDaemon();
     std::map<int32_t, size_t> expected;
-    for (int32_t tag : cli::pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events;
+    for (int32_t tag : cli::pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events.size();
     std::atomic<int> next = 0;
     std::atomic<int> failures = 0;
     const int64_t start = nanosNow();

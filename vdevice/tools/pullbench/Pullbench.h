@@ -1,19 +1,19 @@
 #pragma once
 
+#include <stats_pull_atom_callback.h>
+
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/stats/EventReader.h"
+
 namespace zstats::vdevice {
 
-/**
- * The tags under which the bare puller answers: an atom's own plus one of these. The first is
- * answered at once; for the second the puller makes the calls and reads the files of the atom's
- * sources, and throws away what it got. Neither has events.
- */
-inline constexpr int32_t kEmptyOffset = 1000;
-inline constexpr int32_t kCallsOffset = 2000;
+/** The bare puller answers under an atom's own tag plus this. */
+inline constexpr int32_t kBareOffset = 1000;
 
 /** A call to a service, or the reading of a file, with the connection at hand. */
 using BareCall = std::function<void()>;
@@ -25,10 +25,36 @@ using BareCall = std::function<void()>;
 std::vector<BareCall> bareCallsOf(int32_t tag);
 
 /**
- * The bare puller: a process like the daemon, with as many binder threads, that registers all
- * atoms under the first offset and with `withCalls` under the second too. Does not return.
+ * The least that any puller has to do to give an atom's answer: the calls and reads of the atom's
+ * sources, whose results are dropped, an event for each of the daemon's, with the same fields, and
+ * the log line or regular expression that the atom requires of each pull.
  */
-int servePuller(bool withCalls);
+class BareAnswer {
+  public:
+    /** Looks the atom's services up. */
+    explicit BareAnswer(int32_t tag);
+
+    /** Adds an event to the answer: the fields of one that the daemon answered with. */
+    void addEvent(std::vector<FieldValue> fields) { mEvents.push_back(std::move(fields)); }
+
+    /** Answers a pull. Any thread. */
+    void give(AStatsEventList* data) const;
+
+  private:
+    const int32_t mTag;
+    std::vector<BareCall> mCalls;
+    std::vector<std::vector<FieldValue>> mEvents;
+};
+
+/** The callback of a bare puller. The cookie is the BareAnswer; the tag is not used. */
+AStatsManager_PullAtomCallbackReturn onBarePull(int32_t tag, AStatsEventList* data, void* cookie);
+
+/**
+ * The bare puller: a process like the daemon, with as many binder threads, that registers all
+ * atoms and answers with `events`, the daemon's, each as the hexadecimal digits of its bytes.
+ * Without events it also makes no calls. Does not return.
+ */
+int servePuller(const std::vector<std::string>& events);
 
 /**
  * The commands that stand in statsd's place; see main.cpp. They publish "stats", wait for the

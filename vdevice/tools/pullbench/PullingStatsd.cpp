@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "cli/lib/atoms/AtomCatalogue.h"
 #include "vdevice/lib/ServiceMain.h"
@@ -75,10 +76,10 @@ PullingStatsd::Pull PullingStatsd::pull(int32_t tag) {
     Pull result;
     const int64_t start = nanosNow();
     if (!callback->onPullAtom(tag, answer).isOk()) return result;
-    const auto received = answer->wait(kPullTime);
+    auto received = answer->wait(kPullTime);
     result.nanos = nanosNow() - start;
     result.answered = received && received->success;
-    if (received) result.events = received->events.size();
+    if (received) result.events = std::move(received->events);
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "daemon/base/Mutex.h"
+#include "vdevice/system/statsd/PullAnswer.h"
 #include "vdevice/system/statsd/StatsdService.h"
 
 namespace zstats::vdevice {
@@ -40,7 +41,7 @@ class PullingStatsd : public StatsdService {
     struct Pull {
         bool answered = false;
         int64_t nanos = 0;  // from before the call until the answer was here
-        size_t events = 0;
+        EncodedEvents events;
     };
     /** Pulls a registered tag, and waits up to 20 s for the answer. */
     Pull pull(int32_t tag);

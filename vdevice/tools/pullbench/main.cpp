@@ -22,14 +22,14 @@ using namespace zstats::vdevice;
 namespace {
 
 constexpr char kUsage[] =
-        "usage: pullbench puller [--calls]           the bare puller\n"
+        "usage: pullbench puller [EVENT...]          the bare puller\n"
         "       pullbench launch LABEL PROGRAM [ARGUMENT...]\n"
         "                                            prints pid and time, and becomes PROGRAM\n"
         "       pullbench subscribe COUNT            subscriptions that come and go\n"
         "       pullbench register COUNT IDS         what so many lists of ids are answered\n"
         "in statsd's place and domain:\n"
         "       pullbench registrations              prints when they came\n"
-        "       pullbench latency ROUNDS REPEATS     needs the daemon and a puller with --calls\n"
+        "       pullbench latency ROUNDS REPEATS     needs the daemon, then a puller\n"
         "       pullbench throughput MILLIS REPEATS  likewise\n"
         "       pullbench load NAME MILLIS           eight callers; needs the daemon\n"
         "       pullbench soak PULLS                 needs the daemon\n";
@@ -45,7 +45,6 @@ void dropPossessions() {
 
 /** What a command is called with: words, of which the last ones are numbers from 1. */
 struct Call {
-    bool calls = false;
     std::vector<std::string> words;
     std::vector<int> numbers;
 };
@@ -76,34 +75,35 @@ struct Command {
     const char* wants;
     size_t words;
     size_t numbers;
+    bool takesMore;  // words, as many as there are
     int (*run)(const Call& call);
 };
 
 constexpr Command kCommands[] = {
-        {"puller", "[--calls]", 0, 0, [](const Call& call) { return servePuller(call.calls); }},
-        {"launch", "LABEL PROGRAM [ARGUMENT...]", 2, 0, launch},
-        {"subscribe", "COUNT", 0, 1, [](const Call& call) { return subscribe(call.numbers[0]); }},
-        {"register", "COUNT IDS", 0, 2,
+        {"puller", "", 0, 0, true, [](const Call& call) { return servePuller(call.words); }},
+        {"launch", "LABEL PROGRAM [ARGUMENT...]", 2, 0, true, launch},
+        {"subscribe", "COUNT", 0, 1, false,
+         [](const Call& call) { return subscribe(call.numbers[0]); }},
+        {"register", "COUNT IDS", 0, 2, false,
          [](const Call& call) { return registerLists(call.numbers[0], call.numbers[1]); }},
-        {"registrations", "", 0, 0, [](const Call&) { return serveRegistrations(); }},
-        {"latency", "ROUNDS REPEATS", 0, 2,
+        {"registrations", "", 0, 0, false, [](const Call&) { return serveRegistrations(); }},
+        {"latency", "ROUNDS REPEATS", 0, 2, false,
          [](const Call& call) { return measureLatency(call.numbers[0], call.numbers[1]); }},
-        {"throughput", "MILLIS REPEATS", 0, 2,
+        {"throughput", "MILLIS REPEATS", 0, 2, false,
          [](const Call& call) { return measureThroughput(call.numbers[0], call.numbers[1]); }},
-        {"load", "NAME MILLIS", 1, 1,
+        {"load", "NAME MILLIS", 1, 1, false,
          [](const Call& call) { return pullUnderLoad(call.words[0], call.numbers[0]); }},
-        {"soak", "PULLS", 0, 1, [](const Call& call) { return soak(call.numbers[0]); }},
+        {"soak", "PULLS", 0, 1, false, [](const Call& call) { return soak(call.numbers[0]); }},
 };
 
 int run(const Command& command, int argc, char** argv) {
     CommandLine line(std::string("pullbench ") + command.name, kUsage);
     Call call;
-    if (command.run == kCommands[0].run) line.flag("calls", &call.calls);
     line.endOptionsAtWord();
     if (const auto ended = line.read(argc, argv, &call.words)) return *ended;
     const size_t count = call.words.size();
     const size_t least = command.words + command.numbers;
-    if (count < least || (count > least && command.run != launch)) {
+    if (count < least || (count > least && !command.takesMore)) {
         return line.complain(least == 0 ? std::string("takes no word")
                                         : std::string("wants ") + command.wants);
     }
