@@ -4,35 +4,34 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "atoms/AtomEvent.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 #include "daemon/base/SystemHelpers.h"
 
 namespace zstats {
-
 namespace {
 
 /** A file of a wake-up source and the field that it fills; null for the file with the name. */
 struct Attribute {
-    const char* fileName;
+    const char* file;
     int64_t WakeLockInfo::*number;
 };
 
 constexpr Attribute kAttributes[] = {
-        {"active_count", &WakeLockInfo::activeCount},
-        {"event_count", &WakeLockInfo::eventCount},
-        {"last_change_ms", &WakeLockInfo::lastChange},
-        {"name", nullptr},
-        {"expire_count", &WakeLockInfo::expireCount},
-        {"max_time_ms", &WakeLockInfo::maxTime},
-        {"prevent_suspend_time_ms", &WakeLockInfo::preventSuspendTime},
-        {"total_time_ms", &WakeLockInfo::totalTime},
-        {"wakeup_count", &WakeLockInfo::wakeupCount},
+        {"/active_count", &WakeLockInfo::activeCount},
+        {"/event_count", &WakeLockInfo::eventCount},
+        {"/last_change_ms", &WakeLockInfo::lastChange},
+        {"/name", nullptr},
+        {"/expire_count", &WakeLockInfo::expireCount},
+        {"/max_time_ms", &WakeLockInfo::maxTime},
+        {"/prevent_suspend_time_ms", &WakeLockInfo::preventSuspendTime},
+        {"/total_time_ms", &WakeLockInfo::totalTime},
+        {"/wakeup_count", &WakeLockInfo::wakeupCount},
 };
 
 // The longest entry and attribute after the directory, so that the path is never reallocated.
@@ -56,7 +55,7 @@ class WakeUpSourceReader {
             ZLOG_AT(2, DEBUG, "ActivityWakeUpSourceAtom readFile is fail %d", -errno);
             return;
         }
-        info.activeTime = atol(mContent.c_str());
+        info.activeTime = leadingInt64(mContent);
         if (info.activeTime == 0) return;
         readStatistics(info);
     }
@@ -65,11 +64,11 @@ class WakeUpSourceReader {
     /** Fills the other fields of an active source. An unreadable attribute stays 0. */
     void readStatistics(WakeLockInfo& info) {
         for (const Attribute& attribute : kAttributes) {
-            if (!readAttribute("/", attribute.fileName)) continue;
+            if (!readAttribute(attribute.file)) continue;
             if (attribute.number == nullptr) {
                 info.name = mContent;
             } else {
-                info.*attribute.number = atol(mContent.c_str());
+                info.*attribute.number = leadingInt64(mContent);
             }
         }
         info.isActive = info.activeTime > 0;
@@ -77,9 +76,9 @@ class WakeUpSourceReader {
     }
 
     /** Stores a file's text, without newlines, in mContent; false when there is none. */
-    bool readAttribute(const char* separator, const char* fileName = "") {
+    bool readAttribute(const char* file) {
         mPath.resize(mSourceLength);
-        mPath.append(separator).append(fileName);
+        mPath.append(file);
         mContent.clear();
         if (readFile(mPath, &mContent) < 1) return false;
         mContent.erase(std::remove(mContent.begin(), mContent.end(), '\n'), mContent.end());

@@ -1,5 +1,6 @@
 #include "atoms/AudioUsageAtoms.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -7,10 +8,10 @@
 #include "atoms/AtomEvent.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 #include "sources/AudioClient.h"
 
 namespace zstats {
-
 namespace {
 
 enum class UahType { kText, kInt32, kInt64 };
@@ -24,31 +25,30 @@ constexpr UahType kUahTypes[] = {
 };
 
 /**
- * Replaces the commas in `text` by NULs and stores the start of each field in `fields`. A comma at
- * the end adds no field.
+ * Replaces the commas in `text` by NULs and stores its fields, without them, in `fields`. A comma
+ * at the end adds no field.
  */
-void splitFields(std::string& text, std::vector<const char*>& fields) {
+void splitFields(std::string& text, std::vector<std::string_view>& fields) {
     fields.clear();
     for (size_t start = 0; start < text.size();) {
-        fields.push_back(&text[start]);
-        const size_t comma = text.find(',', start);
-        if (comma == std::string::npos) return;
-        text[comma] = '\0';
-        start = comma + 1;
+        const size_t end = std::min(text.find(',', start), text.size());
+        fields.emplace_back(&text[start], end - start);
+        text[end] = '\0';
+        start = end + 1;
     }
 }
 
-/** Text without a number is written as 0. */
-void writeUahField(AStatsEvent* event, UahType type, const char* text) {
+/** `text` ends with a NUL. Text without a number is written as 0. */
+void writeUahField(AStatsEvent* event, UahType type, std::string_view text) {
     switch (type) {
         case UahType::kText:
-            AStatsEvent_writeString(event, text);
+            AStatsEvent_writeString(event, text.data());
             break;
         case UahType::kInt32:
-            AStatsEvent_writeInt32(event, atoi(text));
+            AStatsEvent_writeInt32(event, leadingInt32(text));
             break;
         case UahType::kInt64:
-            AStatsEvent_writeInt64(event, atoll(text));
+            AStatsEvent_writeInt64(event, leadingInt64(text));
             break;
     }
 }
@@ -57,7 +57,7 @@ void writeUahField(AStatsEvent* event, UahType type, const char* text) {
 
 void appendUahEvents(const std::vector<UahRecord>& records, int32_t atomTag, AStatsEventList* data) {
     std::string text;
-    std::vector<const char*> fields;
+    std::vector<std::string_view> fields;
     for (const UahRecord& record : records) {
         const auto* held = std::get_if<std::string>(&record.value);
         text.assign(held != nullptr ? std::string_view(*held) : std::string_view());

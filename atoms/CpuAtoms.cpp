@@ -1,10 +1,10 @@
 #include "atoms/CpuAtoms.h"
 
+#include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <regex>
 
@@ -12,9 +12,12 @@
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Arithmetic.h"
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 #include "daemon/base/SystemHelpers.h"
 
 namespace zstats {
+
+using android::base::unique_fd;
 
 namespace {
 
@@ -28,23 +31,18 @@ constexpr int64_t kUsPerMs = 1000;
 constexpr int64_t kMostIdleEvents = 24'000;
 
 /** Assigns the file's text to `content`, empty when there is none. Reuses its buffer. */
-void readIdleFile(const char* path, std::string& content) {
+void readIdleFile(const std::string& path, std::string& content) {
     constexpr char kFunction[] = "getContentByHandleKeyDebug";  // the name in the log lines
     content.clear();
-    const int fd = open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
+    const unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fd.ok()) {
         ZLOG_AT(2, DEBUG,
                 "ZStatsPullAtomCallback::%s Failed to open the file! node path dir: %s, "
                 "isOpen:%d ",
-                kFunction, path, 0);
+                kFunction, path.c_str(), 0);
         return;
     }
-    char buffer[256];
-    ssize_t length;
-    while ((length = read(fd, buffer, sizeof(buffer))) > 0) {
-        content.append(buffer, static_cast<size_t>(length));
-    }
-    close(fd);
+    static_cast<void>(readToEnd(fd.get(), &content));
     ZLOG_AT(2, DEBUG, "ZStatsPullAtomCallback::%s Print the content of the file: %s ", kFunction,
             content.c_str());
 }
@@ -58,9 +56,8 @@ int64_t totalIdleUs(const std::string& cpuPrefix, int cpu, int stateCount, std::
     for (int state = 0; state < stateCount; ++state) {
         path.resize(stem);
         path.append(std::to_string(state)).append("/time");
-        readIdleFile(path.c_str(), content);
-        const int64_t timeUs = strtoll(content.c_str(), nullptr, 10);
-        static_cast<void>(__builtin_add_overflow(totalUs, timeUs, &totalUs));
+        readIdleFile(path, content);
+        totalUs = wrappingSum(totalUs, leadingInt64(content));
     }
     return totalUs;
 }

@@ -1,14 +1,15 @@
 #include "atoms/DisplayTouchAtoms.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <optional>
-#include <sstream>
+#include <string_view>
 #include <system_error>
 
 #include "atoms/AtomEvent.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 #include "daemon/base/SystemHelpers.h"
 
 namespace zstats {
@@ -18,12 +19,11 @@ namespace {
 constexpr int32_t kHighestOffLevel = 1;
 
 /** The number at the start of `text`'s first word: digits without a sign that fit an int. */
-std::optional<int32_t> leadingNumber(const std::string& text) {
-    std::istringstream stream(text);
-    std::string word;
-    if (!(stream >> word) || word[0] < '0' || word[0] > '9') return std::nullopt;
+std::optional<int32_t> leadingNumber(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    if (text.empty() || text[0] < '0' || text[0] > '9') return std::nullopt;
     int32_t number = 0;
-    const auto result = std::from_chars(word.data(), word.data() + word.size(), number);
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
     if (result.ec != std::errc()) return std::nullopt;
     return number;
 }
@@ -44,7 +44,7 @@ std::vector<int32_t> ZStatsPullAtomCallback::getScreenPanelBacklight() {
     std::vector<int32_t> levels;
     for (const char* key : {qcom ? "panel0_brightness_level_qcom" : "panel0_brightness_level_mtk",
                             qcom ? "panel1_brightness_level_qcom" : "panel1_brightness_level_mtk"}) {
-        levels.push_back(atoi(getContentByHandleKey(key).c_str()));
+        levels.push_back(leadingInt32(getContentByHandleKey(key)));
     }
     return levels;
 }

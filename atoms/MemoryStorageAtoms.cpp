@@ -1,18 +1,17 @@
 #include "atoms/MemoryStorageAtoms.h"
 
-#include <cstdlib>
-#include <stdexcept>
+#include <optional>
 #include <string_view>
 
 #include "atoms/AtomEvent.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Arithmetic.h"
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 #include "daemon/base/SystemHelpers.h"
 #include "daemon/base/TextLines.h"
 
 namespace zstats {
-
 namespace {
 
 constexpr std::string_view kFreqMark = "Freq";
@@ -21,31 +20,29 @@ constexpr std::string_view kTimeMark = "Time(msec):";
 // Index of the frequency's text: lines begin with "Freq" and one separator.
 constexpr size_t kFreqTextStart = 5;
 
-/** `text` without its leading blanks; throws std::out_of_range when it is empty or blank. */
-std::string stripLeading(std::string_view text) {
-    const size_t start = text.find_first_not_of(" \n\r\t");
-    if (start == std::string_view::npos) throw std::out_of_range("no number in a DDR line");
-    return std::string(text.substr(start));
-}
+/** The two numbers of a line. */
+struct DdrLine {
+    int32_t freqMhz;
+    int64_t timeMs;
+};
 
-/** Reads a line into `freqMhz` and `timeMs`; false when it lacks one of the marks. */
-bool parseDdrLine(std::string_view line, int32_t& freqMhz, int64_t& timeMs) {
+/** Reads a line; returns nothing when it lacks one of the marks. */
+std::optional<DdrLine> parseDdrLine(std::string_view line) {
     const size_t freq = line.find(kFreqMark);
-    if (freq == std::string_view::npos) return false;
+    if (freq == std::string_view::npos) return std::nullopt;
     const size_t mhz = line.find(kMhzMark, freq);
-    if (mhz == std::string_view::npos) return false;
+    if (mhz == std::string_view::npos) return std::nullopt;
     const size_t time = line.find(kTimeMark, mhz);
-    if (time == std::string_view::npos) return false;
+    if (time == std::string_view::npos) return std::nullopt;
 
     const size_t freqLength = mhz > kFreqTextStart ? mhz - kFreqTextStart : 0;
-    freqMhz = atoi(stripLeading(line.substr(kFreqTextStart, freqLength)).c_str());
-    const size_t timeStart = time + kTimeMark.size();
-    const size_t blank = line.find(' ', timeStart);
+    const std::string_view freqText = line.substr(kFreqTextStart, freqLength);
+    std::string_view timeText = line.substr(time + kTimeMark.size());
     // The text includes the next blank, so a blank directly after the mark makes it " ".
-    const size_t timeLength =
-            blank == std::string_view::npos ? std::string_view::npos : blank + 1 - timeStart;
-    timeMs = atol(stripLeading(line.substr(timeStart, timeLength)).c_str());
-    return true;
+    const size_t blank = timeText.find(' ');
+    if (blank != std::string_view::npos) timeText = timeText.substr(0, blank + 1);
+    return DdrLine{leadingInt32(withoutLeadingBlanks(freqText)),
+                   leadingInt64(withoutLeadingBlanks(timeText))};
 }
 
 /** Stores `timeMs` as the baseline of `freqMhz` and returns the time since the last one. */
@@ -61,9 +58,9 @@ int64_t advanceBaseline(std::map<int32_t, int64_t>& lastMs, int32_t freqMhz, int
 void appendDdrResidencyEvents(const std::string& content, std::map<int32_t, int64_t>& lastMs,
                               int32_t atomTag, AStatsEventList* data) {
     forEachLine(content, [&](std::string_view line) {
-        int32_t freqMhz = 0;
-        int64_t timeMs = 0;
-        if (!parseDdrLine(line, freqMhz, timeMs)) return;
+        const auto parsed = parseDdrLine(line);
+        if (!parsed) return;
+        const auto [freqMhz, timeMs] = *parsed;
         appendEvent(data, atomTag, freqMhz, advanceBaseline(lastMs, freqMhz, timeMs));
     });
 }
@@ -98,7 +95,7 @@ void ZStatsPullAtomCallback::handleUfsTimeInformation(int32_t atomTag, AStatsEve
 
 void ZStatsPullAtomCallback::handleAllocstallUxInformation(int32_t atomTag, AStatsEventList* data) {
     const std::string content = getContentByHandleKey("allocstall_ux");
-    appendEvent(data, atomTag, int64_t{atoi(content.c_str())});
+    appendEvent(data, atomTag, int64_t{leadingInt32(content)});
 }
 
 void ZStatsPullAtomCallback::handleUfsTotalReadWriteSize(int32_t atomTag, AStatsEventList* data) {
@@ -106,7 +103,7 @@ void ZStatsPullAtomCallback::handleUfsTotalReadWriteSize(int32_t atomTag, AStats
     const std::string writeSize = getContentByHandleKey("ufs_total_write_size");
     // Checked after both reads, so that each missing node is logged.
     if (readSize.empty() || writeSize.empty()) return;
-    appendEvent(data, atomTag, int32_t{atoi(readSize.c_str())}, int32_t{atoi(writeSize.c_str())});
+    appendEvent(data, atomTag, leadingInt32(readSize), leadingInt32(writeSize));
 }
 
 }  // namespace zstats

@@ -18,11 +18,11 @@ void ZStatsPullAtomCallback::onChargerDied(void* cookie) {
 }
 
 std::string ZStatsPullAtomCallback::getContentByHandleKey(const std::string& key) {
-    return nodes::getContentByHandleKey(key);
+    return nodes::readText(key);
 }
 
 int32_t ZStatsPullAtomCallback::getValueByHandleKey(const std::string& key) {
-    return nodes::getValueByHandleKey(key);
+    return nodes::readNumber(key);
 }
 
 KeyValueMap ZStatsPullAtomCallback::parseKeyValueFromContent(const std::string& content) {

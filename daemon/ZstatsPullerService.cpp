@@ -8,7 +8,6 @@
 #include <utils/String8.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"
@@ -16,15 +15,16 @@
 #include "daemon/base/Callers.h"
 #include "daemon/base/Log.h"
 #include "daemon/base/ManualInterface.h"
+#include "daemon/base/Numbers.h"
 #include "kernel/BpfEventChannel.h"
 
 namespace zstats {
 
-namespace {
-
 using aidl::android::os::IStatsd;
 using android::String16;
 using android::String8;
+
+namespace {
 
 // The same for every atom; statsd enforces them.
 constexpr int64_t kCoolDownMillis = 1000;
@@ -53,7 +53,7 @@ void registerPullAtomCallback(int32_t tag, ZStatsPullAtomCallback* cookie) {
 }
 
 int32_t toNumber(const String16& text) {
-    return atoi(String8(text).c_str());  // NOLINT(cert-err34-c): other text counts as 0
+    return leadingInt32(String8(text).c_str());
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "readers/ThermalReader.h"
 
-#include <utils/String16.h>
-
 #include "daemon/base/Arithmetic.h"
 #include "daemon/base/Log.h"
 #include "sources/ServiceLookup.h"
@@ -13,7 +11,6 @@ using android::IBinder;
 using android::Parcel;
 using android::sp;
 using android::status_t;
-using android::String16;
 
 namespace {
 
@@ -90,7 +87,7 @@ void ThermalReader::getCaldaService() {
 }
 
 sp<IBinder> ThermalReader::beginQuery(Parcel& data) {
-    const status_t status = data.writeInterfaceToken(String16(mDescriptor.c_str()));
+    const status_t status = data.writeInterfaceToken(mDescriptor);
     if (status != android::OK) {
         ZLOG(ERROR, "ThermalReader writeInterfaceToken calda failed! status: %d", status);
         return nullptr;

@@ -3,6 +3,7 @@
 #include <binder/IBinder.h>
 #include <binder/Parcel.h>
 #include <utils/RefBase.h>
+#include <utils/String16.h>
 
 #include <cstdint>
 #include <string>
@@ -53,7 +54,7 @@ class ThermalReader {
     void dropIfHeld(const android::wp<android::IBinder>& who) REQUIRES(mLock);
 
     const std::string mServiceName;
-    const std::string mDescriptor;
+    const android::String16 mDescriptor;
     AtomicSp<android::IBinder> mCaldaBinder;  // no lock: queries load it while a notice clears it
     android::sp<ThermalDeathRecipient> mDeathRecipient;
     RecursiveMutex mLock;  // held while a death notice inspects and clears mCaldaBinder

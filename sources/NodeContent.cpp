@@ -1,58 +1,52 @@
 #include "sources/NodeContent.h"
 
-#include <cstdlib>
 #include <string_view>
 
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 #include "daemon/base/TextLines.h"
 #include "sources/HalHandleFactoryProxyAidl.h"
 
 namespace zstats::nodes {
-
 namespace {
-
-constexpr std::string_view kBlanks = " \n\r\t";
 
 std::string_view withoutTrailingBlanks(std::string_view text) {
     const size_t last = text.find_last_not_of(kBlanks);
     return last == std::string_view::npos ? std::string_view() : text.substr(0, last + 1);
 }
 
-/** Throws std::out_of_range when the text is empty or blank. */
-std::string_view withoutLeadingBlanks(std::string_view text) {
-    return text.substr(text.find_first_not_of(kBlanks));
-}
-
 }  // namespace
 
-std::string getContentByHandleKey(const std::string& key) {
+std::string readText(const std::string& key) {
+    constexpr char kMember[] = "getContentByHandleKey";
     std::string content;
     auto& factory = HalHandleFactoryProxyAidl::getInstance();
     if (!factory.exist()) {
-        ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, Proxy Aidl not exist.", __func__,
+        ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, Proxy Aidl not exist.", kMember,
              key.c_str());
     } else {
         factory.read(key, content);
         if (content.empty()) {
-            ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, len=%lu", __func__, key.c_str(), 0UL);
+            ZLOG(ERROR, "PullAtomCallback %s read nodeKey: %s, len=%lu", kMember, key.c_str(), 0UL);
         }
     }
     // Also written after a failure, with an empty result.
-    ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, result = %s", __func__, key.c_str(),
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, result = %s", kMember, key.c_str(),
             content.c_str());
     return content;
 }
 
-int32_t getValueByHandleKey(const std::string& key) {
+int32_t readNumber(const std::string& key) {
+    constexpr char kMember[] = "getValueByHandleKey";
     // -1 stands for a missing node. A node that holds -1 cannot be told apart.
     int32_t value = -1;
     auto& factory = HalHandleFactoryProxyAidl::getInstance();
     if (factory.exist()) {
         std::string content;
         factory.read(key, content);
-        if (!content.empty()) value = atoi(content.c_str());
+        if (!content.empty()) value = leadingInt32(content);
     }
-    ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, value = %d", __func__, key.c_str(),
+    ZLOG_AT(2, DEBUG, "PullAtomCallback %s read nodeKey: %s, value = %d", kMember, key.c_str(),
             value);
     return value;
 }
@@ -77,7 +71,7 @@ int32_t getValueByKey(const KeyValueMap& map, const std::string& key) {
     }
     ZLOG_AT(2, DEBUG, "PullAtomCallback %s node Key: %s, value: %s ", __func__, key.c_str(),
             found->second.c_str());
-    return atoi(found->second.c_str());
+    return leadingInt32(found->second);
 }
 
 }  // namespace zstats::nodes

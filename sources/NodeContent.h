@@ -9,17 +9,16 @@ namespace zstats {
 using KeyValueMap = std::map<std::string, std::string>;
 
 /**
- * Nodes of the handle factory, for atom handlers: the log lines name the callback object, and the
- * members of ZStatsPullAtomCallback with the same names forward to these functions. Stateless; any
- * thread.
+ * Nodes of the handle factory, for atom handlers: the log lines name the callback object and its
+ * members, which forward to these functions. Stateless; any thread.
  */
 namespace nodes {
 
 /** Text of the node of a handle-factory key, empty on any failure. */
-std::string getContentByHandleKey(const std::string& key);
+std::string readText(const std::string& key);
 
 /** The node's text as atoi reads it; -1 when it is empty or the service is absent. */
-int32_t getValueByHandleKey(const std::string& key);
+int32_t readNumber(const std::string& key);
 
 /**
  * Map of the "key: value" lines of a node's text; the last of equal keys wins. Throws

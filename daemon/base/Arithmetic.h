@@ -13,6 +13,13 @@ constexpr int32_t wrap32(int64_t value) {
     return static_cast<int32_t>(static_cast<uint32_t>(value));
 }
 
+/** The low 64 bits of a + b. */
+inline int64_t wrappingSum(int64_t a, int64_t b) {
+    int64_t sum = 0;
+    static_cast<void>(__builtin_add_overflow(a, b, &sum));
+    return sum;
+}
+
 /** The low 64 bits of a - b. */
 inline int64_t wrappingDifference(int64_t a, int64_t b) {
     int64_t difference = 0;

@@ -1,6 +1,8 @@
 #include "daemon/base/SystemHelpers.h"
 
 #include <android-base/properties.h>
+#include <android-base/strings.h>
+#include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <sys/system_properties.h>
 #include <time.h>
@@ -14,8 +16,11 @@
 #include <memory>
 
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 
 namespace zstats {
+
+using android::base::unique_fd;
 
 namespace {
 
@@ -45,42 +50,34 @@ bool computePreVersion() {
     return android::base::GetBoolProperty("ro.sys.engineering.pre", false);
 }
 
-/** Reads `fd` to its end; returns the number of bytes, or -1. */
-int readAll(int fd, const std::string& path, std::string* out) {
-    char buffer[kReadChunk] = {};
+}  // namespace
+
+int readFile(const std::string& path, std::string* out) {
+    const unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fd.ok()) {
+        // Many devices lack some of the files, so the line needs level 2.
+        ZLOG_AT(2, DEBUG, "Open %s failed(%s)", path.c_str(), strerror(errno));
+        return -1;
+    }
+    const int result = readToEnd(fd.get(), out);
+    if (result < 0) ZLOG(ERROR, "Read file %s failed.(%s)", path.c_str(), strerror(errno));
+    return result;
+}
+
+int readToEnd(int fd, std::string* out) {
+    static thread_local char buffer[kReadChunk];  // zeroed once, not for each file
     int total = 0;
     for (;;) {
         const ssize_t count = read(fd, buffer, sizeof(buffer));
-        if (count == 0) return total;
-        if (count < 0) {
-            ZLOG(ERROR, "Read file %s failed.(%s)", path.c_str(), strerror(errno));
-            return -1;
-        }
+        if (count <= 0) return count == 0 ? total : -1;
         out->append(buffer, static_cast<size_t>(count));
         total += static_cast<int>(count);
     }
 }
 
-}  // namespace
-
-int readFile(const std::string& path, std::string* out) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        // Many devices lack some of the files, so the line needs level 2.
-        ZLOG_AT(2, DEBUG, "Open %s failed(%s)", path.c_str(), strerror(errno));
-        return -1;
-    }
-    const int result = readAll(fd, path, out);
-    const int readError = errno;  // close() may set its own
-    close(fd);
-    errno = readError;
-    return result;
-}
-
 int splitString(const char* text, const char* delimiters, std::vector<int>* out) {
-    return forEachToken(text, delimiters, [out](const char* token) {
-        out->push_back(atoi(token));  // NOLINT(cert-err34-c): trailing text is to be ignored
-    });
+    return forEachToken(text, delimiters,
+                        [out](const char* token) { out->push_back(leadingInt32(token)); });
 }
 
 int splitString(const char* text, const char* delimiters, std::vector<long long>* out) {
@@ -135,7 +132,7 @@ bool checkMemTotalOkAt(const char* path, int thresholdKb) {
         return true;
     }
     for (std::string line; std::getline(meminfo, line);) {
-        if (line.compare(0, strlen("MemTotal"), "MemTotal") != 0) continue;
+        if (!android::base::StartsWith(line, "MemTotal")) continue;
         // NOLINTNEXTLINE(cert-err34-c): a number beyond int is not expected
         if (sscanf(line.c_str(), "MemTotal:%*[ ]%d", &memTotal) != 1) {
             ZLOG(ERROR, "sscanf not match");

@@ -19,6 +19,12 @@ inline constexpr char kMtkChipIdPath[] = "/proc/device-tree/chosen/atag,chipid";
 int readFile(const std::string& path, std::string* out);
 
 /**
+ * Appends the rest of `fd` to `out`. Returns the number of bytes, or -1 with errno when a read
+ * fails; what was read before stays in `out`.
+ */
+int readToEnd(int fd, std::string* out);
+
+/**
  * Appends the numbers in `text`, separated by any run of characters of `delimiters`, to `out`.
  * The int form reads decimal as atoi does; the 64-bit form reads 0x and leading-0 prefixes as
  * strtoll with base 0 does. Returns 0, or -1 when no memory is left for a copy of the text.

@@ -11,6 +11,7 @@
 #include "atoms/AudioUsageAtoms.h"
 #include "atoms/CpuAtoms.h"
 #include "atoms/MemoryStorageAtoms.h"
+#include "daemon/base/Numbers.h"
 #include "daemon/base/SystemHelpers.h"
 #include "daemon/base/TextLines.h"
 #include "readers/GpuReader.h"
@@ -72,6 +73,8 @@ FUZZ_TARGET(integers) {
     require(splitString(parts[0].c_str(), parts[1].c_str(), &ints) == 0);
     require(splitString(parts[0].c_str(), parts[1].c_str(), &longs) == 0);
     require(ints.size() == longs.size());
+    require(leadingInt64(input) == strtoll(parts[0].c_str(), nullptr, 10));
+    require(leadingInt32(input) == atoi(parts[0].c_str()));
 }
 
 FUZZ_TARGET(gpu_qcom) {

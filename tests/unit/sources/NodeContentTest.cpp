@@ -23,8 +23,8 @@ TEST_F(NodeContentTest, ReadsValuesAsAtoiDoesWhateverTheResultCode) {
     for (const auto& [text, value] : rows) {
         for (const int32_t code : {0, -1, 5}) {
             service.set("k", text, code);
-            EXPECT_EQ(nodes::getValueByHandleKey("k"), value) << '"' << text << '"';
-            EXPECT_EQ(nodes::getContentByHandleKey("k"), text);
+            EXPECT_EQ(nodes::readNumber("k"), value) << '"' << text << '"';
+            EXPECT_EQ(nodes::readText("k"), text);
         }
     }
 }
@@ -55,10 +55,10 @@ TEST_F(NodeContentTest, ItsThreeReadersTellEachOutcome) {
                                                 : "E" + reader + row.failure);
         ofValues.push_back("D2 PullAtomCallback getValueByHandleKey read nodeKey: k, value = " +
                            std::to_string(text.empty() ? -1 : 12));
-        nodes::getValueByHandleKey("connects");
+        nodes::readNumber("connects");
         log.clear();
-        expectLines(log, ofHandlers, [&] { EXPECT_EQ(nodes::getContentByHandleKey("k"), text); });
-        expectLines(log, ofValues, [] { nodes::getValueByHandleKey("k"); });
+        expectLines(log, ofHandlers, [&] { EXPECT_EQ(nodes::readText("k"), text); });
+        expectLines(log, ofValues, [] { nodes::readNumber("k"); });
         expectLines(log, ofReaders, [&] {
             std::string out = "before";
             getContentByHandleKey("k", out);
