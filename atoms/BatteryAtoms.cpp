@@ -5,17 +5,10 @@
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Arithmetic.h"
 #include "daemon/base/Log.h"
+#include "daemon/base/Numbers.h"
 
 namespace zstats {
 namespace {
-
-/** Answers an atom with one field, the result of a charger call. */
-void pullChargerValue(const std::shared_ptr<ICharger>& charger, const ChargerWarnings& warnings,
-                      ChargerGetter getter, int32_t atomTag, AStatsEventList* data) {
-    if (const auto values = readChargerValues(charger, warnings, {getter})) {
-        appendEvent(data, atomTag, values->front());
-    }
-}
 
 /** From tenths of a degree: (t + 5) / 10, below zero (t + 4) / 10, truncated toward zero. */
 int32_t wholeDegrees(int32_t tenths) {
@@ -30,6 +23,8 @@ int32_t lossPercent(int32_t fullCharged, int32_t typical) {
 }
 
 }  // namespace
+
+// The line numbers in the warnings are fixed parts of their texts.
 
 void ZStatsPullAtomCallback::handleBatteryLevel(int32_t atomTag, AStatsEventList* data) {
     const int32_t real = getValueByHandleKey("battery_level");
@@ -49,76 +44,96 @@ void ZStatsPullAtomCallback::handleGaugeCarC(int32_t atomTag, AStatsEventList* d
 }
 
 void ZStatsPullAtomCallback::handleBatteryHealth(int32_t atomTag, AStatsEventList* data) {
-    pullChargerValue(getIChargeService(), {__func__, 528, 534, "%s line %d, getUIsohValue failed"},
-                     &ICharger::getUIsohValue, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 528);
+    if (!appendChargerValue(*charger, &ICharger::getUIsohValue, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getUIsohValue failed", __func__, 534);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryCycleCount(int32_t atomTag, AStatsEventList* data) {
-    pullChargerValue(getIChargeService(), {__func__, 547, 553, "%s line %d, getPsyBatteryCC failed"},
-                     &ICharger::getPsyBatteryCC, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 547);
+    if (!appendChargerValue(*charger, &ICharger::getPsyBatteryCC, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryCC failed", __func__, 553);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryVoltageNow(int32_t atomTag, AStatsEventList* data) {
-    pullChargerValue(getIChargeService(),
-                     {__func__, 566, 572, "%s line %d, getBatteryVoltageNow failed"},
-                     &ICharger::getBatteryVoltageNow, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 566);
+    if (!appendChargerValue(*charger, &ICharger::getBatteryVoltageNow, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getBatteryVoltageNow failed", __func__, 572);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryCurrentNow(int32_t atomTag, AStatsEventList* data) {
-    pullChargerValue(getIChargeService(),
-                     {__func__, 585, 591, "%s line %d, getPsyBatteryCurrentNow failed"},
-                     &ICharger::getPsyBatteryCurrentNow, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 585);
+    if (!appendChargerValue(*charger, &ICharger::getPsyBatteryCurrentNow, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryCurrentNow failed", __func__, 591);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryFullChargedCapacity(int32_t atomTag,
                                                               AStatsEventList* data) {
-    pullChargerValue(getIChargeService(),
-                     {__func__, 604, 610, "%s line %d, getPsyBatteryFcc failed"},
-                     &ICharger::getPsyBatteryFcc, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 604);
+    if (!appendChargerValue(*charger, &ICharger::getPsyBatteryFcc, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryFcc failed", __func__, 610);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryPassedChg(int32_t atomTag, AStatsEventList* data) {
-    pullChargerValue(getIChargeService(),
-                     {__func__, 662, 668, "%s line %d, getPsyBatteryPchg failed"},
-                     &ICharger::getPsyBatteryPchg, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 662);
+    if (!appendChargerValue(*charger, &ICharger::getPsyBatteryPchg, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryPchg failed", __func__, 668);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryPchgResetCount(int32_t atomTag, AStatsEventList* data) {
-    pullChargerValue(getIChargeService(),
-                     {__func__, 681, 687, "%s line %d, getPsyBatteryPchgResetCount failed"},
-                     &ICharger::getPsyBatteryPchgResetCount, atomTag, data);
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 681);
+    if (!appendChargerValue(*charger, &ICharger::getPsyBatteryPchgResetCount, atomTag, data)) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryPchgResetCount failed", __func__, 687);
+    }
 }
 
 void ZStatsPullAtomCallback::handleBatteryTemperature(int32_t atomTag, AStatsEventList* data) {
-    const auto values = readChargerValues(
-            getIChargeService(), {__func__, 921, 927, "%s line %d, getPsyBatteryTemp failed"},
-            {&ICharger::getPsyBatteryTemp});
-    if (!values) return;
-    const int32_t tenths = values->front();
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 921);
+    int32_t tenths = 0;
+    if (!charger->getPsyBatteryTemp(&tenths).isOk()) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryTemp failed", __func__, 927);
+        return;
+    }
     appendEvent(data, atomTag, wholeDegrees(tenths), wrap32(int64_t{tenths} * 100));
 }
 
 void ZStatsPullAtomCallback::handleRemainingBatteryPower(int32_t atomTag, AStatsEventList* data) {
     const std::string content = getContentByHandleKey("remaining_battery_power");
-    if (!content.empty()) appendEvent(data, atomTag, atoi(content.c_str()));
+    if (!content.empty()) appendEvent(data, atomTag, leadingInt32(content));
 }
 
 void ZStatsPullAtomCallback::handleBatteryCapacityLossRatio(int32_t atomTag, AStatsEventList* data) {
-    const auto values = readChargerValues(
-            getIChargeService(), {__func__, 1378, 1384, "%s line %d, getPsyBatteryFcc failed"},
-            {&ICharger::getPsyBatteryFcc});
-    if (!values) return;
+    const auto charger = getIChargeService();
+    if (charger == nullptr) return warnWithoutCharger(__func__, 1378);
+    int32_t fullCharged = 0;
+    if (!charger->getPsyBatteryFcc(&fullCharged).isOk()) {
+        ZLOG_AT(0, WARN, "%s line %d, getPsyBatteryFcc failed", __func__, 1384);
+        return;
+    }
     const std::string content = getContentByHandleKey("battery_typical_capacity");
     if (content.empty()) {
         ZLOG_AT(0, WARN, "%s line %d, String batteryTypicalCapacity is empty", __func__, 1390);
         return;
     }
-    const int32_t typical = atoi(content.c_str());
+    const int32_t typical = leadingInt32(content);
     if (typical == 0) {
         ZLOG_AT(0, WARN, "%s line %d, batteryTypicalCapacity = 0", __func__, 1395);
         return;
     }
-    const int32_t fullCharged = values->front();
     appendEvent(data, atomTag, typical, fullCharged, lossPercent(fullCharged, typical));
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
+#include <stats_pull_atom_callback.h>
+
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
-#include <optional>
-#include <vector>
 
 #include "sources/ChargerClient.h"
 
@@ -13,20 +12,14 @@ namespace zstats {
 /** A call of the charger that returns a number. */
 using ChargerGetter = ndk::ScopedAStatus (ICharger::*)(int32_t* out);
 
-/** How a handler's warnings read. The line numbers are fixed parts of the texts. */
-struct ChargerWarnings {
-    const char* handler;
-    int noServiceLine;
-    int callFailedLine;
-    const char* callFailedFormat;  // of the handler's name and callFailedLine
-};
+/** Writes the warning of a handler that has no charger. `line` is a fixed part of its text. */
+void warnWithoutCharger(const char* handler, int line);
 
 /**
- * Makes all these calls of `charger`, in this order, also when one fails. Returns their values, or
- * nothing, with a warning, when there is no charger or a call failed.
+ * Makes the call and appends an event whose one field is its value. Returns false when the call
+ * fails, which the handler warns of.
  */
-std::optional<std::vector<int32_t>> readChargerValues(const std::shared_ptr<ICharger>& charger,
-                                                      const ChargerWarnings& warnings,
-                                                      std::initializer_list<ChargerGetter> getters);
+bool appendChargerValue(ICharger& charger, ChargerGetter getter, int32_t atomTag,
+                        AStatsEventList* data);
 
 }  // namespace zstats

@@ -8,7 +8,6 @@
 #include "sources/ThermalServiceClient.h"
 
 namespace zstats {
-
 namespace {
 
 /** Truncates toward zero. Values beyond int32 give the end of its range, NaN gives 0. */
@@ -34,6 +33,7 @@ void appendTemperature(ThermalReader& reader, ThermalReader::TemperatureType typ
 
 }  // namespace
 
+// The line numbers in the warnings are fixed parts of their texts.
 void ZStatsPullAtomCallback::handleCpuTemperature(int32_t atomTag, AStatsEventList* data) {
     const auto service = getThermalService(mThermalService);
     if (service == nullptr) {
