@@ -6,9 +6,9 @@
 #include "daemon/base/Callers.h"
 #include "daemon/base/Log.h"
 
-using android::binder::Status;
-
 namespace zstats {
+
+using android::binder::Status;
 
 bool AtomsAcquireService::checkCallingPermission() {
     const uid_t uid = android::IPCThreadState::self()->getCallingUid();

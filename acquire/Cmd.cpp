@@ -10,6 +10,8 @@
 
 #include "daemon/base/Arithmetic.h"
 
+namespace zstats {
+
 using android::endl;
 using android::IBinder;
 using android::IServiceManager;
@@ -18,8 +20,6 @@ using android::status_t;
 using android::String16;
 using android::TextOutput;
 using android::Vector;
-
-namespace zstats {
 
 namespace {
 

@@ -6,14 +6,14 @@
 
 #include "daemon/base/ManualInterface.h"
 
+namespace zstats {
+
 using android::OK;
 using android::Parcel;
 using android::ScopedTrace;
 using android::status_t;
 using android::binder::Status;
 using android::os::ParcelFileDescriptor;
-
-namespace zstats {
 
 IMPLEMENT_MANUAL_META_INTERFACE(AtomsAcquire, "com.norda.quill.IAtomsAcquire")
 

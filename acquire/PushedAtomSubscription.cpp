@@ -1,5 +1,6 @@
 #include "acquire/PushedAtomSubscription.h"
 
+#include <android-base/unique_fd.h>
 #include <binder/TextOutput.h>
 #include <fcntl.h>
 #include <proto/shell_config.pb.h>
@@ -10,15 +11,17 @@
 #include <cstdio>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "acquire/Cmd.h"
 #include "daemon/base/Log.h"
 
+namespace zstats {
+
+using android::base::unique_fd;
 using android::os::ParcelFileDescriptor;
 using android::os::statsd::PulledAtomSubscription;
 using android::os::statsd::ShellSubscription;
-
-namespace zstats {
 
 namespace {
 
@@ -43,9 +46,9 @@ constexpr IdRange kIdRanges[] = {
 
 /** The descriptors of one subscription's thread. */
 struct SubscriptionFds {
-    int controlRead;
-    int controlWrite;
-    int output;
+    unique_fd controlRead;
+    int controlWrite;  // never closed
+    unique_fd output;
 };
 
 void addPulled(ShellSubscription* subscription, int32_t atomId) {
@@ -58,10 +61,10 @@ void addPulled(ShellSubscription* subscription, int32_t atomId) {
 /** Body of the detached thread. The pipe's write end stays open for the life of the process. */
 void runDataSubscribe(SubscriptionFds fds) {
     ZLOG(INFO, "AtomsAcquire cmdMain in!!!\n");
-    cmdMain({"stats", "data-subscribe"}, android::aout, android::aerr, fds.controlRead, fds.output,
-            STDERR_FILENO, RunMode::kStandalone);
-    close(fds.controlRead);
-    close(fds.output);
+    cmdMain({"stats", "data-subscribe"}, android::aout, android::aerr, fds.controlRead.get(),
+            fds.output.get(), STDERR_FILENO, RunMode::kStandalone);
+    fds.controlRead.reset();
+    fds.output.reset();
     ZLOG(INFO, "AtomsAcquire cmdMain done!!!\n");
 }
 
@@ -91,23 +94,22 @@ int32_t subscribe(const std::vector<int32_t>& atomIds, const ParcelFileDescripto
         fprintf(stderr, "create control pipe failed\n");
         return -1;
     }
+    unique_fd controlRead(control[0]);
+    unique_fd controlWrite(control[1]);
     ZLOG(INFO, "AtomsAcquire write config \n");
     const std::string message = serializeSubscription(atomIds);
     ZLOG(INFO, "AtomsAcquire config.SerializeToString \n");
     const std::string frame = frameMessage(message);
     ZLOG(INFO, "AtomsAcquire sizeof(n):%d str.size():%d\n", static_cast<int>(kLengthBytes),
          static_cast<int>(frame.size()));
-    if (!writeConfig(control[1], frame)) {
-        close(control[0]);
-        close(control[1]);
-        return -1;
-    }
+    if (!writeConfig(controlWrite.get(), frame)) return -1;
     ZLOG(INFO, "AtomsAcquire dumpShellSubscriptionForPush write to control pipe done  \n");
     // Unchecked: without a duplicate the command fails, on its own thread.
-    const int output = dup(fd.get());
-    ZLOG(INFO, "AtomsAcquire zstats data-subscribe in intInFd =%d,inFds.get()=%d\n", output,
+    unique_fd output(dup(fd.get()));
+    ZLOG(INFO, "AtomsAcquire zstats data-subscribe in intInFd =%d,inFds.get()=%d\n", output.get(),
          fd.get());
-    std::thread(runDataSubscribe, SubscriptionFds{control[0], control[1], output}).detach();
+    SubscriptionFds fds{std::move(controlRead), controlWrite.release(), std::move(output)};
+    std::thread(runDataSubscribe, std::move(fds)).detach();
     return 1;
 }
 

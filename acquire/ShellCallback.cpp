@@ -10,12 +10,12 @@
 
 #include "acquire/Cmd.h"
 
+namespace zstats {
+
 using android::endl;
 using android::String16;
 using android::String8;
 using android::base::unique_fd;
-
-namespace zstats {
 
 namespace {
 

@@ -4,10 +4,8 @@
 #include "daemon/base/Log.h"
 
 namespace zstats {
-
 namespace {
 
-/** emplace() keeps the first of equal tags. */
 AtomHandlerTable makeAtomHandlers() {
     AtomHandlerTable handlers;
     for (const AtomEntry& entry : kAtomTable) handlers.emplace(entry.tag, entry.handler);

@@ -5,7 +5,6 @@
 #include <string>
 
 namespace zstats {
-
 namespace {
 
 constexpr char kEngineeringType[] = "ro.norda.image.my_engineering.type";
@@ -17,13 +16,13 @@ std::string readProperty(const char* name, const char* defaultValue) {
 }
 
 /** Compares the first character alone: "01" counts as '0'. */
-bool startsWith(const char* name, const char* defaultValue, char expected) {
+bool firstCharacterIs(const char* name, const char* defaultValue, char expected) {
     return readProperty(name, defaultValue)[0] == expected;
 }
 
 bool isUnlockedDebugBuild() {
-    return startsWith("ro.secure", "1", '0') && startsWith("ro.adb.secure", "1", '0') &&
-           startsWith("ro.debuggable", "0", '1');
+    return firstCharacterIs("ro.secure", "1", '0') && firstCharacterIs("ro.adb.secure", "1", '0') &&
+           firstCharacterIs("ro.debuggable", "0", '1');
 }
 
 }  // namespace

@@ -15,13 +15,13 @@
 
 namespace zstats {
 
-namespace {
-
 using android::IPCThreadState;
 using android::IServiceManager;
 using android::ProcessState;
 using android::sp;
 using android::String16;
+
+namespace {
 
 constexpr char kServiceName[] = "zstats_pullerd";
 constexpr char kFeatureName[] = "os.tool.quill.zstats_pullerd.enable";
@@ -37,14 +37,14 @@ bool refuse() {
 bool isFeatureEnabled() {
     if (isOsFeatureEnabled(kFeatureName)) return true;
     ZLOG(INFO, "%s disabled.", kFeatureName);
-    return refuse();
+    return false;
 }
 
 /** A commercial build on a small device runs only with the start override. */
 bool isStartForced() {
     if (android::base::GetProperty("persist.sys.zstats_pullerd.start", "0") != "1") {
         ZLOG(INFO, "It is Commercial Version, less than 4GB, zstats_pullerd is disabled.");
-        return refuse();
+        return false;
     }
     ZLOG(DEBUG, "It is Commercial Version, less than 4GB, start prop is true.");
     return true;
@@ -73,10 +73,10 @@ bool mayRun() {
 }
 
 bool mayRunWith(const std::function<bool(int)>& memTotalOk) {
-    if (!isFeatureEnabled()) return false;
+    if (!isFeatureEnabled()) return refuse();
     ZLOG(DEBUG, "process isolation feature is enable.");
     // The order matters: each check writes log lines, so later ones run only if they decide.
-    if (!memTotalOk(kMinMemTotalKb) && isCommercialVersion() && !isStartForced()) return false;
+    if (!memTotalOk(kMinMemTotalKb) && isCommercialVersion() && !isStartForced()) return refuse();
     ZLOG(DEBUG, "start zstats_pullerd.");
     return true;
 }

@@ -7,7 +7,6 @@
 #include "vendor/include/stats_write.h"
 
 namespace zstats {
-
 namespace {
 
 constexpr int kFatalDataFlag = 1;

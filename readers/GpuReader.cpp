@@ -13,7 +13,6 @@
 #include "sources/HalHandleFactoryProxyAidl.h"
 
 namespace zstats {
-
 namespace {
 
 constexpr char kQcomDelimiters[] = " \t\n";
