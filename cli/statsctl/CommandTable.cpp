@@ -16,6 +16,7 @@ namespace {
 
 constexpr char kOptions[] =
         "  --json          one line of JSON an event, or an atom\n"
+        "  --csv FOLDER    a file of comma-separated values for each atom\n"
         "  --units         gives the lines of JSON the fields' units\n"
         "  --schema        the JSON Schema of such lines\n"
         "  --above PERCENT leaves out what moved by less\n"
@@ -60,6 +61,7 @@ void addOptions(const Command& command, CommandLine* line, Words* words) {
     for (const auto& [name, target] : flags) {
         if (has(name)) line->flag(name, target);
     }
+    if (has("csv")) line->text("csv", &words->csv);
     const std::pair<const char*, std::optional<int>*> numbers[] = {
             {"uid", &words->uid},         {"for", &words->seconds},   {"count", &words->count},
             {"threads", &words->threads}, {"pause", &words->pauseMs}, {"above", &words->above}};
@@ -92,6 +94,7 @@ int run(const Command& command, int argc, char** argv, Statsd& statsd) {
     std::vector<std::string> others;
     addOptions(command, &line, &words);
     if (const auto ended = line.read(argc, argv, &others)) return *ended;
+    if (words.json && !words.csv.empty()) return line.complain("takes --json or --csv, not both");
     auto word = others.begin();
     if (others.size() < command.files) {
         return line.complain(command.files == 1 ? "wants FILE, or -" : "wants two files");
@@ -116,10 +119,11 @@ const std::vector<Command>& commandTable() {
             {"registrations", registrationsCommand, Ids::kNone, ""},
             {"explain", explainCommand, Ids::kOnePulled, "ID"},
             {"subscribe", subscribeCommand, Ids::kSome,
-             "[--json] [--units] [--uid N] [--for SECONDS] [--count N] [--stall] [--any] ID..."},
+             "[--json|--csv FOLDER] [--units] [--uid N] [--for SECONDS] [--count N] [--stall] "
+             "[--any] ID..."},
             {"trace", traceCommand, Ids::kAny, "[--for SECONDS] FILE [ID...]", 1},
             {"watch", watchCommand, Ids::kAny, "[--for SECONDS] [ID...]"},
-            {"report", reportCommand, Ids::kNone, "[--json] [--units] FILE", 1},
+            {"report", reportCommand, Ids::kNone, "[--json|--csv FOLDER] [--units] FILE", 1},
             {"diff", diffCommand, Ids::kNone, "[--above PERCENT] FILE FILE", 2},
             {"atoms", atomsCommand, Ids::kNone, "[--json|--schema]"},
     };

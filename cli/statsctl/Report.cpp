@@ -8,6 +8,7 @@
 
 #include "cli/lib/atoms/AtomText.h"
 #include "cli/lib/atoms/StatsReport.h"
+#include "cli/statsctl/CsvFolder.h"
 #include "cli/statsctl/Statsctl.h"
 
 namespace zstats::cli {
@@ -54,6 +55,17 @@ void printJson(const StatsReport& report, bool units) {
     for (const RecordedEvent& event : report.events) puts(jsonRecorded(event, "", units).c_str());
 }
 
+int writeCsv(const StatsReportList& list, const std::string& path) {
+    CsvFolder folder("statsctl report", path);
+    if (!folder.open()) return kExitFailed;
+    for (const StatsReport& report : list.reports) {
+        for (const RecordedEvent& event : report.events) {
+            if (!folder.add(event)) return kExitFailed;
+        }
+    }
+    return kExitOk;
+}
+
 }  // namespace
 
 int reportCommand(Statsd&, const Words& words) {
@@ -70,6 +82,7 @@ int reportCommand(Statsd&, const Words& words) {
                 list ? "holds no report" : "is no encoded ConfigMetricsReportList");
         return kExitFailed;
     }
+    if (!words.csv.empty()) return writeCsv(*list, words.csv);
     if (!words.json) {
         printf("configuration %lld of uid %d\n", static_cast<long long>(list->configId), list->uid);
     }

@@ -16,6 +16,7 @@ inline constexpr int kExitFailed = 1;
 /** The parsed command line after the command. */
 struct Words {
     bool json = false;
+    std::string csv;  // a folder; empty for none
     bool units = false;
     bool schema = false;
     bool settle = false;

@@ -2,33 +2,41 @@
 #include <optional>
 
 #include "cli/lib/atoms/AtomText.h"
+#include "cli/statsctl/CsvFolder.h"
 #include "cli/statsctl/DeviceHeader.h"
 #include "cli/statsctl/Stream.h"
 
 namespace zstats::cli {
 namespace {
 
-/** Prints a recording in JSON: its header before the first event, and each event with its times. */
-class JsonPrinter {
+/** Writes a recording: in JSON, its header before the first event, or into a folder. */
+class Recorder {
   public:
-    explicit JsonPrinter(bool units) : mUnits(units) {}
+    explicit Recorder(const Words& words) : mWords(words), mFolder(kCommand, words.csv) {}
 
-    void print(const StreamedAtom& atom) {
-        if (!mHeader) {
-            mHeader = deviceHeader("subscribe");
-            puts(jsonHeader(*mHeader).c_str());
-        }
+    bool open() const { return mWords.csv.empty() || mFolder.open(); }
+
+    /** False, with a message, if the event cannot be written. */
+    bool add(const StreamedAtom& atom) {
+        const bool first = !mHeader;
+        if (first) mHeader = deviceHeader("subscribe");
         RecordedEvent event;
         event.id = atom.id;
         event.elapsedNs = atom.timestampNs;
         event.wallNs = mHeader->wallNs - mHeader->elapsedNs + atom.timestampNs;
         int number = 0;
         for (const AtomValue& value : atom.fields) event.fields.emplace(++number, value);
-        puts(jsonRecorded(event, mHeader->bootId, mUnits).c_str());
+        if (!mWords.json) return mFolder.add(event);
+        if (first) puts(jsonHeader(*mHeader).c_str());
+        puts(jsonRecorded(event, mHeader->bootId, mWords.units).c_str());
+        return true;
     }
 
   private:
-    const bool mUnits;
+    static constexpr char kCommand[] = "statsctl subscribe";
+
+    const Words& mWords;
+    CsvFolder mFolder;
     std::optional<RecordingHeader> mHeader;
 };
 
@@ -41,20 +49,23 @@ void printText(const StreamedAtom& atom) {
 
 int subscribeCommand(Statsd&, const Words& words) {
     int printed = 0;
-    JsonPrinter json(words.units);
+    bool written = true;
+    Recorder recorder(words);
+    if (!recorder.open()) return kExitFailed;
     StreamUser user;
     user.message = [&](const std::vector<StreamedAtom>& atoms) {
         for (const StreamedAtom& atom : atoms) {
-            if (words.json) {
-                json.print(atom);
+            if (words.json || !words.csv.empty()) {
+                written = written && recorder.add(atom);
             } else {
                 printText(atom);
             }
         }
         printed += static_cast<int>(atoms.size());
-        return !words.count || printed < *words.count;
+        return written && (!words.count || printed < *words.count);
     };
-    return followStream(words, user);
+    const int status = followStream(words, user);
+    return written ? status : kExitFailed;
 }
 
 }  // namespace zstats::cli

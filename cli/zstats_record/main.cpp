@@ -1,6 +1,7 @@
 // zstats_record: writes all that the daemon reads on this device as a profile folder.
 
 #include <glob.h>
+#include <sys/system_properties.h>
 
 #include <chrono>
 #include <cstdio>
@@ -132,6 +133,7 @@ void recordProperties(const Recording& recording) {
     const std::unique_ptr<FILE, int (*)(FILE*)> list(popen("getprop", "r"), pclose);
     char line[1024];
     std::string text;
+    int tooLong = 0;
     while (list != nullptr && fgets(line, sizeof(line), list.get()) != nullptr) {
         const std::string entry(line);
         const size_t middle = entry.find("]: [");
@@ -139,8 +141,14 @@ void recordProperties(const Recording& recording) {
         if (entry[0] != '[' || middle == std::string::npos || end < middle + 4) continue;
         const std::string name = entry.substr(1, middle - 1);
         if (name.rfind("ro.", 0) != 0 && name.rfind("persist.", 0) != 0) continue;
-        text += name + "=" + entry.substr(middle + 4, end - middle - 4) + "\n";
+        const std::string value = entry.substr(middle + 4, end - middle - 4);
+        if (value.size() >= PROP_VALUE_MAX) {
+            ++tooLong;
+            continue;
+        }
+        text += name + "=" + value + "\n";
     }
+    if (tooLong > 0) note((std::to_string(tooLong) + " properties are too long").c_str());
     if (text.empty()) note("getprop lists no properties");
     recording.put(profile::kBuildProp, text);
 }

@@ -27,6 +27,8 @@ _PROPERTY_TYPES = ("string", "int", "uint", "bool", "double", "size")
 _PLACES = {"/system_ext/bin/zstats_pullerd": _EXEC,
            "/system/system_ext/bin/zstats_pullerd": _EXEC,
            "/system_ext/bin/zstats_pullerd2": "system_file",
+           "/system_ext/bin/statsctl": "system_file",
+           "/system_ext/bin/zstats_record": "system_file",
            "/system_ext/bin/zcvt/norda_sched": "system_file",
            "/vendor/system_ext/bin/zstats_pullerd": "vendor_file"}
 

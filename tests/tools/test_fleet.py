@@ -1,5 +1,6 @@
 """Tests of statsctl's commands that need no device, and of the programs of fleet/."""
 
+import csv
 import json
 import os
 import pathlib
@@ -47,6 +48,33 @@ class Reports(unittest.TestCase):
     def test_text(self):
         self.assertEqual((_ROOT / "tests/fleet/qcom.txt").read_text(encoding="utf-8"),
                          _run(_STATSCTL, "report", _REPORT))
+
+    def test_csv(self):
+        """Each atom has a file of its own with the events of the lines, the fields it lacks empty."""
+        expected = {}
+        for line in _run(_STATSCTL, "report", _REPORT, "--json").splitlines():
+            event = json.loads(line)
+            if "atom" in event:
+                cells = {name: str(value) for name, value in zip(event["names"], event["fields"])}
+                expected.setdefault(f"{event['atom']}_{event['name']}.csv", []).append(
+                    {"elapsed_ns": str(event["elapsed_ns"]), "time": event["time"], **cells})
+        with tempfile.TemporaryDirectory() as folder:
+            out = f"{folder}/csv"
+            self.assertEqual("", _run(_STATSCTL, "report", _REPORT, "--csv", out))
+            files = {}
+            for path in pathlib.Path(out).iterdir():
+                with open(path, encoding="utf-8", newline="") as file:
+                    rows = [{name: {"true": "True", "false": "False"}.get(cell, cell)
+                             for name, cell in row.items() if cell} for row in csv.DictReader(file)]
+                files[path.name] = rows
+            self.assertEqual(expected, files)
+            first = f"{out}/150005_battery_level.csv"
+            for reason, words in ((f"statsctl report: {first}: File exists\n", (_REPORT, "--csv", out)),
+                                  ("statsctl report: /dev/null/x: Not a directory\n",
+                                   (_REPORT, "--csv", "/dev/null/x"))):
+                self.assertEqual(reason, _run(_STATSCTL, "report", *words, status=1))
+            self.assertEqual("statsctl report: takes --json or --csv, not both\n",
+                             _run(_STATSCTL, "report", _REPORT, "--json", "--csv", out, status=2))
 
     def test_lines_fit_the_schema(self):
         validator = jsonschema.Draft202012Validator(

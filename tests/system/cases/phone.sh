@@ -4,6 +4,7 @@
 # All run as root in the domain of a userdebug build's root shell, which the policy lets be served.
 
 phone=/system_ext/bin/statsctl
+said() { "$@" 2>&1; echo "status $?"; }
 is recorder /system_ext/bin/zstats_record "$(command -v zstats_record)"
 is help "$(statsctl --help | grep -vE 'statsctl (load|pushed) |^  --(threads|pause|wait) ')" "$($phone --help)"
 
@@ -32,6 +33,14 @@ is explain/registered 'registered: yes, statsd counts N registrations and N remo
 
 subscribed() { "$1" subscribe 150005 150030 150020 --count 12 --json | tail -n +2 | without_times; }
 is subscribe "$(subscribed statsctl)" "$(subscribed $phone)"
+# Each atom in a file of its own.
+$phone subscribe 150005 150030 --count 4 --csv csv
+is csv/status 0 $?
+is csv/files '150005_battery_level.csv 150030_battery_temperature.csv' "$(cd csv && echo *)"
+is csv/lines 'elapsed_ns,time,real_level,ui_level,difference,absolute_difference
+80,82,-2,2' "$(sed -E 's/^[0-9]+,[-0-9]+T[0-9:.]+Z,//' csv/150005* | sort -ru)"
+is csv/exists 'statsctl subscribe: csv/150005_battery_level.csv: File exists
+status 1' "$(said $phone subscribe 150005 --count 1 --csv csv)"
 fields() { "$1" watch 150005 150030 --for 4 | awk '{ print $2, $3, $4 }' | sort -u; }
 is watch "$(fields statsctl)" "$(fields $phone)"
 # A trace's names of tracks.
@@ -39,7 +48,6 @@ tracks() { "$1" trace --for 4 - 150005 150020 150027 | grep -aoE '[a-z_]{6,} [a-
 is trace "$(tracks statsctl)" "$(tracks $phone)"
 
 # What is absent, and who may ask.
-said() { "$@" 2>&1; echo "status $?"; }
 failed() { said $phone pull --json "$1" | sed 's/.*"failed"/failed/'; }
 is user 'statsctl: statsd serves root and the shell alone
 status 1' "$(said asuid 1000 $phone pull 150005)"
