@@ -11,8 +11,8 @@
 #include "daemon/PullDispatch.h"
 #include "daemon/ZStatsPullAtomCallback.h"
 #include "daemon/base/Log.h"
-#include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
+#include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
 
 namespace zstats {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "host/inprocess/InProcessBinder.h"
+#include "tests/support/InProcessBinder.h"
 
 namespace zstats {
 

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/inprocess/InProcessBinder.h"
+#include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
 
 namespace zstats {

@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "acquire/AtomsAcquireService.h"
-#include "host/inprocess/InProcessBinder.h"
+#include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
 #include "tests/unit/acquire/AcquireKit.h"
 

@@ -10,8 +10,8 @@
 
 #include "daemon/Startup.h"
 #include "daemon/base/Log.h"
-#include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
+#include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessCalls.h"
 #include "tests/support/libraries/FakeLibraries.h"

@@ -17,9 +17,9 @@
 #include "daemon/PullDispatch.h"
 #include "daemon/ZstatsPullerService.h"
 #include "daemon/base/Log.h"
-#include "host/inprocess/InProcessBinder.h"
 #include "host/properties/PropertyStore.h"
 #include "tests/support/FakePlatformServices.h"
+#include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/libraries/FakeLibraries.h"
 

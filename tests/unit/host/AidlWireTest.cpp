@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/inprocess/InProcessBinder.h"
+#include "tests/support/InProcessBinder.h"
 
 // The bytes that the generated classes write, and how they decode those of others.
 

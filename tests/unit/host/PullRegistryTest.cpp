@@ -10,9 +10,9 @@
 #include <mutex>
 #include <thread>
 
-#include "host/inprocess/InProcessBinder.h"
 #include "host/stats/EventReader.h"
 #include "host/stats/PullRegistry.h"
+#include "tests/support/InProcessBinder.h"
 #include "vdevice/system/statsd/StatsdBase.h"
 
 namespace zstats {

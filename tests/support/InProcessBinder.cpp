@@ -1,4 +1,4 @@
-#include "host/inprocess/InProcessBinder.h"
+#include "tests/support/InProcessBinder.h"
 
 #include <android/binder_libbinder.h>
 #include <binder/Binder.h>
@@ -7,6 +7,7 @@
 #include <binder/ProcessState.h>
 #include <binder/Stability.h>
 #include <fakeservicemanager/FakeServiceManager.h>
+#include <linux/android/binder.h>
 #include <utils/String8.h>
 
 #include <algorithm>
@@ -47,13 +48,11 @@ status_t asCaller(uid_t uid, const Action& action) {
     return status;
 }
 
-}  // namespace
-
 /** The far side of a proxy: the local object, its faults, and a thread for its one-way calls. */
-class Target {
+class Target : public RemoteService {
   public:
     Target(int32_t handle, sp<IBinder> local) : mHandle(handle), mLocal(std::move(local)) {}
-    ~Target() { stopOneway(); }
+    ~Target() override { stopOneway(); }
 
     /** Made once, after the target is in the table of handles. */
     void makeProxy() {
@@ -65,29 +64,48 @@ class Target {
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
         status_t status = admit(code);
         if (status != android::OK) return status;
-        flags |= android::IBinder::FLAG_ONEWAY << 4;  // descriptors accepted, as the driver has it
+        flags |= TF_ACCEPT_FDS;  // as the driver has it
         if ((flags & IBinder::FLAG_ONEWAY) != 0) return enqueue(code, data, flags);
         Parcel unwanted;
         Parcel* answer = reply != nullptr ? reply : &unwanted;
-        status = asCaller(callerUid(), [&] { return mLocal->transact(code, data, answer, flags); });
+        status = asCaller(mCallerUid, [&] { return mLocal->transact(code, data, answer, flags); });
         if (status != android::OK) answer->freeData();
         if (!alive()) return android::DEAD_OBJECT;
         answer->setDataPosition(0);
         return status;
     }
 
-    void die() {
-        {
-            const ScopedLock lock(mLock);
-            mAlive = false;
-            mBlocked = false;
-        }
-        mChanged.notify_all();
-        std::thread([proxy = mProxy] { proxy->sendObituary(); }).join();
+    void die() override;
+
+    void failCalls(status_t status) override { mFailure = status; }
+    void setCallerUid(uid_t uid) override { mCallerUid = uid; }
+    void block() override { setBlocked(true); }
+    void unblock() override { setBlocked(false); }
+
+    void waitForBlocked(int count) override {
+        ScopedLock lock(mLock);
+        while (mHanging < count) mChanged.wait(lock);
     }
 
-    void failCalls(status_t status) { mFailure = status; }
-    void setCallerUid(uid_t uid) { mCallerUid = uid; }
+    int calls(uint32_t code) const override {
+        const ScopedLock lock(mLock);
+        const auto found = mCalls.find(code);
+        return found == mCalls.end() ? 0 : found->second;
+    }
+
+    void drainOneway() override {
+        ScopedLock lock(mLock);
+        while (!mOneway.empty() || mServingOneway) mChanged.wait(lock);
+    }
+
+    sp<IBinder> proxy() const override { return mProxy; }
+
+  private:
+    struct OnewayCall {
+        uint32_t code;
+        Parcel data;
+        uint32_t flags;
+    };
 
     void setBlocked(bool blocked) {
         {
@@ -97,37 +115,10 @@ class Target {
         mChanged.notify_all();
     }
 
-    void waitForBlocked(int count) {
-        ScopedLock lock(mLock);
-        while (mHanging < count) mChanged.wait(lock);
-    }
-
-    int calls(uint32_t code) const {
-        const ScopedLock lock(mLock);
-        const auto found = mCalls.find(code);
-        return found == mCalls.end() ? 0 : found->second;
-    }
-
-    void drainOneway() {
-        ScopedLock lock(mLock);
-        while (!mOneway.empty() || mServingOneway) mChanged.wait(lock);
-    }
-
-    sp<BpBinder> proxy() const { return mProxy; }
-
-  private:
-    struct OnewayCall {
-        uint32_t code;
-        Parcel data;
-        uint32_t flags;
-    };
-
     bool alive() const {
         const ScopedLock lock(mLock);
         return mAlive;
     }
-
-    uid_t callerUid() const { return mCallerUid; }
 
     /** Counts the call, lets it hang where told to, and says whether it may go on. */
     status_t admit(uint32_t code) {
@@ -164,7 +155,7 @@ class Target {
             const bool deliver = mAlive;
             lock.unlock();
             if (deliver) {
-                asCaller(callerUid(), [&] {
+                asCaller(mCallerUid, [&] {
                     Parcel unwanted;
                     return mLocal->transact(call->code, call->data, &unwanted, call->flags);
                 });
@@ -200,8 +191,6 @@ class Target {
     std::deque<std::unique_ptr<OnewayCall>> mOneway GUARDED_BY(mLock);
     std::thread mOnewayThread;  // started under mLock, joined when the target goes
 };
-
-namespace {
 
 /** The table that stands for the driver: every proxy's handle and what is behind it. */
 class Handles {
@@ -351,61 +340,28 @@ class Registry : public android::FakeServiceManager {
     mutable std::vector<std::string> mLookUps GUARDED_BY(mLock);
 };
 
+void Target::die() {
+    Registry::instance()->withdraw(
+            [this](const String16&, const sp<IBinder>& service) { return service == mProxy; });
+    {
+        const ScopedLock lock(mLock);
+        mAlive = false;
+        mBlocked = false;
+    }
+    mChanged.notify_all();
+    std::thread([proxy = mProxy] { proxy->sendObituary(); }).join();
+}
+
 }  // namespace
 
-RemoteService::RemoteService(std::shared_ptr<Target> target) : mTarget(std::move(target)) {}
-
-RemoteService::~RemoteService() {
-    unblock();
-}
-
-void RemoteService::die() {
-    Registry::instance()->withdraw([this](const String16&, const sp<IBinder>& service) {
-        return service == mTarget->proxy();
-    });
-    mTarget->die();
-}
-
-void RemoteService::failCalls(status_t status) {
-    mTarget->failCalls(status);
-}
-
-void RemoteService::setCallerUid(uid_t uid) {
-    mTarget->setCallerUid(uid);
-}
-
-void RemoteService::block() {
-    mTarget->setBlocked(true);
-}
-
-void RemoteService::unblock() {
-    mTarget->setBlocked(false);
-}
-
-void RemoteService::waitForBlocked(int count) {
-    mTarget->waitForBlocked(count);
-}
-
-int RemoteService::calls(uint32_t code) const {
-    return mTarget->calls(code);
-}
-
-void RemoteService::drainOneway() {
-    mTarget->drainOneway();
-}
-
-sp<IBinder> RemoteService::proxy() const {
-    return mTarget->proxy();
-}
-
 ndk::SpAIBinder RemoteService::ndkProxy() const {
-    return ndk::SpAIBinder(AIBinder_fromPlatformBinder(mTarget->proxy()));
+    return ndk::SpAIBinder(AIBinder_fromPlatformBinder(proxy()));
 }
 
 std::shared_ptr<RemoteService> publish(const std::string& name, const sp<IBinder>& local) {
     const std::shared_ptr<Target> target = Handles::instance().add(local);
     Registry::instance()->publish(name, target->proxy());
-    return std::make_shared<RemoteService>(target);
+    return {target.get(), [target](RemoteService* service) { service->unblock(); }};
 }
 
 std::shared_ptr<RemoteService> publish(const std::string& name, const ndk::SpAIBinder& local) {

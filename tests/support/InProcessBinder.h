@@ -19,40 +19,32 @@
  */
 namespace zstats::inprocess {
 
-class Target;
-
 /** A published service as a test holds it. It stays reachable as long as somebody holds its proxy. */
 class RemoteService {
   public:
-    explicit RemoteService(std::shared_ptr<Target> target);
-    ~RemoteService();
-    RemoteService(const RemoteService&) = delete;
-    RemoteService& operator=(const RemoteService&) = delete;
+    virtual ~RemoteService() = default;
 
     /**
      * Ends the service: its name is gone, calls return DEAD_OBJECT, also those that hang, and every
      * death notice has run, on a thread of its own, when this returns.
      */
-    void die();
+    virtual void die() = 0;
     /** Every later call fails with this status before it reaches the service; 0 ends that. */
-    void failCalls(android::status_t status);
+    virtual void failCalls(android::status_t status) = 0;
     /** What the service sees as the caller's uid from now on; the process's own until set. */
-    void setCallerUid(uid_t uid);
-    /** Later calls hang until unblock() or die(). */
-    void block();
-    void unblock();
+    virtual void setCallerUid(uid_t uid) = 0;
+    /** Later calls hang until unblock() or die(), or until nothing holds this object. */
+    virtual void block() = 0;
+    virtual void unblock() = 0;
     /** Returns when `count` calls hang at the same time. */
-    void waitForBlocked(int count);
+    virtual void waitForBlocked(int count) = 0;
     /** How many transactions of this code were made, failed and hanging ones included. */
-    int calls(uint32_t code) const;
+    virtual int calls(uint32_t code) const = 0;
     /** Returns when all one-way calls made so far have been served. */
-    void drainOneway();
+    virtual void drainOneway() = 0;
 
-    android::sp<android::IBinder> proxy() const;
+    virtual android::sp<android::IBinder> proxy() const = 0;
     ndk::SpAIBinder ndkProxy() const;
-
-  private:
-    const std::shared_ptr<Target> mTarget;
 };
 
 /** Publishes `local`, replacing what had this name. */
