@@ -1,9 +1,3 @@
-# All of the daemon but its main function, as a library: for its executable, which vdevice/ links with
-# the substitutes of the closed libraries, and for the tests.
-file(GLOB daemon_sources CONFIGURE_DEPENDS
-    daemon/*.cpp daemon/base/*.cpp sources/*.cpp atoms/*.cpp readers/*.cpp acquire/*.cpp kernel/*.cpp)
-list(FILTER daemon_sources EXCLUDE REGEX "/daemon/main\\.cpp$")
-
 # The table of atoms is held to the catalogue before anything of the daemon is compiled.
 set(agreement ${CMAKE_BINARY_DIR}/atoms.agree)
 add_custom_command(OUTPUT ${agreement}
@@ -26,17 +20,32 @@ if(ZSTATS_COVERAGE)
         -fprofile-instr-generate=/tmp/coverage/%c%p.profraw "SHELL:-mllvm -runtime-counter-relocation")
 endif()
 
-add_library(zstats STATIC ${daemon_sources})
-add_dependencies(zstats atoms_agree)
-target_compile_options(zstats PRIVATE ${ZSTATS_DAEMON_OPTIONS})
-target_include_directories(zstats PUBLIC ${CMAKE_SOURCE_DIR})
-target_link_libraries(zstats
-    PUBLIC aosp_headers vendor_headers aidl_statsd aidl_vendor aidl_cpp proto_lite
-    PRIVATE zstats_warnings PkgConfig::SELINUX)
-# With other macros than all else.
+# With other macros than the project's other sources.
 precompiled_headers(zstats_precompiled OPTIONS ${ZSTATS_DAEMON_OPTIONS} LIBRARIES aosp_headers aidl_statsd
     HEADERS ${ZSTATS_USUAL_HEADERS})
-precompile(zstats zstats_precompiled)
-if(ZSTATS_COVERAGE)
-    target_link_options(zstats PUBLIC -fprofile-instr-generate)
-endif()
+
+# daemon_library(NAME [SOURCES file...] [EXPOSES path...] USES library...): the static library
+# zstats_NAME of the sources in this folder, or of those that are named. Its users see the headers of
+# this folder, or those that are named, and the headers of what it uses.
+function(daemon_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;EXPOSES;USES" ${ARGN})
+    if(NOT ARG_SOURCES)
+        file(GLOB ARG_SOURCES CONFIGURE_DEPENDS *.cpp)
+    endif()
+    if(NOT ARG_EXPOSES)
+        file(RELATIVE_PATH ARG_EXPOSES ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    endif()
+    add_library(zstats_${name} STATIC ${ARG_SOURCES})
+    add_dependencies(zstats_${name} atoms_agree)
+    expose_headers(zstats_${name} PUBLIC ${ARG_EXPOSES})
+    target_compile_options(zstats_${name} PRIVATE ${ZSTATS_DAEMON_OPTIONS})
+    target_link_libraries(zstats_${name} PUBLIC ${ARG_USES} PRIVATE zstats_warnings)
+    precompile(zstats_${name} zstats_precompiled)
+endfunction()
+
+foreach(folder daemon/base sources readers acquire kernel atoms daemon)
+    add_subdirectory(${folder})
+endforeach()
+# Users first, for programs that link libbinder as a static library behind them.
+set(ZSTATS_LIBRARIES zstats_daemon zstats_atoms zstats_callback zstats_readers zstats_sources
+    zstats_acquire zstats_kernel zstats_base)
