@@ -4,6 +4,7 @@
 
 #include <aidl/android/os/BnStatsCompanionService.h>
 #include <cutils/properties.h>
+#include <private/android_filesystem_config.h>
 
 #include <algorithm>
 #include <string>
@@ -15,15 +16,12 @@ using namespace zstats::vdevice;
 
 namespace {
 
-constexpr int32_t kRootUid = 0;
-constexpr int32_t kSystemUid = 1000;
-
 class StatsCompanion : public aidl::android::os::BnStatsCompanionService {
   public:
     /** Root and system have every permission, other uids none. */
     ndk::ScopedAStatus checkPermission(const std::string&, int32_t, int32_t uid,
                                        bool* granted) override {
-        *granted = uid == kRootUid || uid == kSystemUid;
+        *granted = uid == AID_ROOT || uid == AID_SYSTEM;
         return ndk::ScopedAStatus::ok();
     }
 };

@@ -16,8 +16,6 @@ namespace {
 
 using android::sp;
 using android::binder::Status;
-using android::os::IThermalEventListener;
-using android::os::IThermalStatusListener;
 using android::os::Temperature;
 
 Status unsupported() {
@@ -35,18 +33,13 @@ std::vector<Temperature> cpuTemperatures() {
     return temperatures;
 }
 
-class ThermalService : public android::os::BnThermalService {
+class ThermalBase : public android::os::BnThermalService {
   public:
-    Status registerThermalEventListener(const sp<IThermalEventListener>&, bool*) override {
-        return unsupported();
-    }
-    Status registerThermalEventListenerWithType(const sp<IThermalEventListener>&, int32_t,
-                                                bool*) override {
-        return unsupported();
-    }
-    Status unregisterThermalEventListener(const sp<IThermalEventListener>&, bool*) override {
-        return unsupported();
-    }
+#include <android/os/IThermalService.refusals>
+};
+
+class ThermalService : public ThermalBase {
+  public:
     Status getCurrentTemperatures(std::vector<Temperature>* list) override {
         *list = cpuTemperatures();
         return Status::ok();
@@ -54,12 +47,6 @@ class ThermalService : public android::os::BnThermalService {
     Status getCurrentTemperaturesWithType(int32_t type, std::vector<Temperature>* list) override {
         if (type == zstats::kCpuTemperatureType) *list = cpuTemperatures();
         return Status::ok();
-    }
-    Status registerThermalStatusListener(const sp<IThermalStatusListener>&, bool*) override {
-        return unsupported();
-    }
-    Status unregisterThermalStatusListener(const sp<IThermalStatusListener>&, bool*) override {
-        return unsupported();
     }
     Status getCurrentThermalStatus(int32_t* status) override {
         *status = 0;
