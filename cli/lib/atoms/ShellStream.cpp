@@ -1,5 +1,7 @@
 #include "cli/lib/atoms/ShellStream.h"
 
+#include <google/protobuf/unknown_field_set.h>
+
 #include <cstring>
 
 #include "cli/lib/atoms/AtomMessage.h"
@@ -8,66 +10,41 @@
 namespace zstats::cli {
 namespace {
 
-enum WireType : uint32_t { kVarint = 0, kLengthDelimited = 2, kFixed32 = 5 };
+using google::protobuf::UnknownFieldSet;
 
-void putVarint(std::string* out, uint64_t value) {
-    for (; value >= 0x80; value >>= 7) *out += static_cast<char>(value | 0x80);
-    *out += static_cast<char>(value);
-}
-
-void putTag(std::string* out, uint32_t field, WireType type) {
-    putVarint(out, static_cast<uint64_t>(field) << 3 | type);
-}
-
-void putBytes(std::string* out, uint32_t field, std::string_view bytes) {
-    putTag(out, field, kLengthDelimited);
-    putVarint(out, bytes.size());
-    *out += bytes;
-}
-
-void putNumber(std::string* out, uint32_t field, int64_t number) {
-    putTag(out, field, kVarint);
-    putVarint(out, static_cast<uint64_t>(number));
-}
-
-void putField(std::string* out, uint32_t field, const AtomValue& value) {
-    struct Writer {
-        std::string* out;
-        uint32_t field;
-        void operator()(int32_t number) const { putNumber(out, field, number); }
-        void operator()(int64_t number) const { putNumber(out, field, number); }
-        void operator()(bool truth) const { putNumber(out, field, truth ? 1 : 0); }
-        void operator()(const std::string& text) const { putBytes(out, field, text); }
-        void operator()(float number) const {
-            putTag(out, field, kFixed32);
-            char bytes[sizeof(number)];
-            memcpy(bytes, &number, sizeof(number));
-            out->append(bytes, sizeof(bytes));
-        }
-    };
-    std::visit(Writer{out, field}, value);
-}
-
-std::string atomMessage(const StreamedAtom& atom) {
-    std::string fields;
-    for (size_t i = 0; i < atom.fields.size(); ++i) {
-        putField(&fields, static_cast<uint32_t>(i + 1), atom.fields[i]);
+/** Adds a field as its type is encoded. */
+struct FieldWriter {
+    UnknownFieldSet* out;
+    int number;
+    void operator()(int32_t value) const { (*this)(static_cast<int64_t>(value)); }
+    void operator()(int64_t value) const { out->AddVarint(number, static_cast<uint64_t>(value)); }
+    void operator()(bool value) const { out->AddVarint(number, value ? 1 : 0); }
+    void operator()(const std::string& value) const { out->AddLengthDelimited(number, value); }
+    void operator()(float value) const {
+        uint32_t bits;
+        memcpy(&bits, &value, sizeof(bits));
+        out->AddFixed32(number, bits);
     }
-    std::string message;
-    putBytes(&message, static_cast<uint32_t>(atom.id), fields);
-    return message;
-}
+};
 
 }  // namespace
 
 std::string shellFrame(const std::vector<StreamedAtom>& atoms, bool withUids) {
-    std::string message;
+    UnknownFieldSet data;
     for (const StreamedAtom& atom : atoms) {
-        putBytes(&message, 1, atomMessage(atom));
+        UnknownFieldSet fields;
+        for (size_t i = 0; i < atom.fields.size(); ++i) {
+            std::visit(FieldWriter{&fields, static_cast<int>(i + 1)}, atom.fields[i]);
+        }
+        UnknownFieldSet message;
+        fields.SerializeToString(message.AddLengthDelimited(atom.id));
+        message.SerializeToString(data.AddLengthDelimited(1));
         // As statsd does: after its atom and with a tag, although it is declared packed.
-        putNumber(&message, 2, atom.timestampNs);
-        if (withUids) putNumber(&message, 3, atom.uid);
+        FieldWriter{&data, 2}(atom.timestampNs);
+        if (withUids) FieldWriter{&data, 3}(atom.uid);
     }
+    std::string message;
+    data.SerializeToString(&message);
     const uint64_t size = message.size();
     std::string frame(sizeof(size), '\0');
     memcpy(frame.data(), &size, sizeof(size));
