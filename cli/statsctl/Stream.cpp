@@ -56,6 +56,25 @@ int request(const std::vector<int32_t>& ids, unique_fd out) {
     return kExitOk;
 }
 
+/** Before the first binder call, because the driver keeps the uid of its opening. */
+bool becomeUser(const std::optional<int32_t>& uid) {
+    if (!uid || setuid(static_cast<uid_t>(*uid)) == 0) return true;
+    fprintf(stderr, "statsctl: setuid(%d): %s\n", *uid, strerror(errno));
+    return false;
+}
+
+/** A pipe: `in` to read the stream from, `out` for statsd. */
+bool openStream(bool stall, unique_fd* in, unique_fd* out) {
+    if (!android::base::Pipe(in, out)) {
+        fprintf(stderr, "statsctl: pipe: %s\n", strerror(errno));
+        return false;
+    }
+    // O_NONBLOCK, or statsd would wait for this reader, with all other streams.
+    fcntl(*out, F_SETPIPE_SZ, stall ? kSmallPipe : kLargePipe);
+    if (!stall) fcntl(*out, F_SETFL, O_NONBLOCK);
+    return true;
+}
+
 int millisUntil(const std::optional<Clock::time_point>& end) {
     if (!end) return -1;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end - Clock::now());
@@ -72,7 +91,7 @@ std::optional<int> handOn(ShellFrameCutter* cutter, const StreamUser& user) {
     while (const auto message = cutter->next()) {
         const auto atoms = parseShellData(*message);
         if (!atoms) return broken();
-        if (!user.message(*atoms)) return kExitOk;
+        if (!user(*atoms)) return kExitOk;
     }
     if (cutter->broken()) return broken();
     return std::nullopt;
@@ -94,16 +113,14 @@ std::optional<int> readStream(int stream, ShellFrameCutter* cutter, const Stream
 int follow(int stream, const std::optional<Clock::time_point>& end, const StreamUser& user) {
     ShellFrameCutter cutter;
     while (gEnded == 0) {
-        pollfd wait[] = {{stream, POLLIN, 0}, {user.input, POLLIN, 0}};
-        const int ready = poll(wait, std::size(wait), millisUntil(end));
+        pollfd wait = {stream, POLLIN, 0};
+        const int ready = poll(&wait, 1, millisUntil(end));
         if (ready == 0) return kExitOk;
         if (ready < 0 && errno == EINTR) continue;
         if (ready < 0) {
             fprintf(stderr, "statsctl: poll: %s\n", strerror(errno));
             return kExitFailed;
         }
-        if (wait[1].revents != 0 && !user.readable()) return kExitOk;
-        if (wait[0].revents == 0) continue;
         const auto status = readStream(stream, &cutter, user);
         if (status) return *status;
     }
@@ -126,21 +143,9 @@ void endFollowingOnSignal() {
 }
 
 int followStream(const Words& words, const StreamUser& user) {
-    // Before the first binder call, because the driver keeps the uid of its opening.
-    if (words.uid && setuid(static_cast<uid_t>(*words.uid)) != 0) {
-        fprintf(stderr, "statsctl: setuid(%d): %s\n", *words.uid, strerror(errno));
-        return kExitFailed;
-    }
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        fprintf(stderr, "statsctl: pipe: %s\n", strerror(errno));
-        return kExitFailed;
-    }
-    const unique_fd stream(ends[0]);
-    // O_NONBLOCK, or statsd would wait for this reader, with all other streams.
-    fcntl(ends[1], F_SETPIPE_SZ, words.stall ? kSmallPipe : kLargePipe);
-    if (!words.stall) fcntl(ends[1], F_SETFL, O_NONBLOCK);
-    const int status = request(words.ids, unique_fd(ends[1]));
+    unique_fd stream, out;
+    if (!becomeUser(words.uid) || !openStream(words.stall, &stream, &out)) return kExitFailed;
+    const int status = request(words.ids, std::move(out));
     if (status != kExitOk) return status;
     std::optional<Clock::time_point> end;
     if (words.seconds) end = Clock::now() + std::chrono::seconds(*words.seconds);

@@ -9,15 +9,8 @@
 
 namespace zstats::cli {
 
-/** The user of a followed stream. */
-struct StreamUser {
-    /** Handles the atoms of a message; none for a heartbeat. False ends the stream with kExitOk. */
-    std::function<bool(const std::vector<StreamedAtom>& atoms)> message;
-    /** Another descriptor to poll, for instance the keyboard; -1 for none. */
-    int input = -1;
-    /** Called when `input` is readable. False ends the stream with kExitOk. */
-    std::function<bool()> readable;
-};
+/** Handles the atoms of a message; none for a heartbeat. False ends the stream with kExitOk. */
+using StreamUser = std::function<bool(const std::vector<StreamedAtom>& atoms)>;
 
 /**
  * Subscribes to the atoms of `words` through "atomacq" and follows the stream until it breaks, the

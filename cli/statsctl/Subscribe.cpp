@@ -52,8 +52,7 @@ int subscribeCommand(Statsd&, const Words& words) {
     bool written = true;
     Recorder recorder(words);
     if (!recorder.open()) return kExitFailed;
-    StreamUser user;
-    user.message = [&](const std::vector<StreamedAtom>& atoms) {
+    const StreamUser user = [&](const std::vector<StreamedAtom>& atoms) {
         for (const StreamedAtom& atom : atoms) {
             if (words.json || !words.csv.empty()) {
                 written = written && recorder.add(atom);

@@ -54,8 +54,7 @@ int traceCommand(Statsd&, const Words& words) {
                 }
             },
             readClocks(), thisDevice());
-    StreamUser user;
-    user.message = [&](const std::vector<StreamedAtom>& atoms) {
+    const StreamUser user = [&](const std::vector<StreamedAtom>& atoms) {
         writer.add(atoms);
         if (atoms.empty()) writer.advance(readClocks().boottimeNs);
         return writeError == 0;

@@ -22,18 +22,4 @@ std::string padded(const std::string& text, size_t columns, bool right) {
     return right ? blanks + text : text + blanks;
 }
 
-std::string cut(const std::string& text, size_t columns) {
-    size_t count = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (isFirst(text[i]) && count++ == columns) return text.substr(0, i);
-    }
-    return text;
-}
-
-std::string cutFront(const std::string& text, size_t columns) {
-    const size_t width = textWidth(text);
-    if (width <= columns || columns == 0) return cut(text, columns);
-    return "…" + text.substr(cut(text, width - columns + 1).size());
-}
-
 }  // namespace zstats::cli

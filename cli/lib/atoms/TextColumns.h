@@ -11,10 +11,4 @@ size_t textWidth(const std::string& text);
 /** The text padded to `columns` characters, after it, or before it if `right`. */
 std::string padded(const std::string& text, size_t columns, bool right);
 
-/** The text's first `columns` characters. */
-std::string cut(const std::string& text, size_t columns);
-
-/** The text; a longer one becomes "…" and its last characters, `columns` in total. */
-std::string cutFront(const std::string& text, size_t columns);
-
 }  // namespace zstats::cli
