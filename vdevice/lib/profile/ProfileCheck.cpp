@@ -1,6 +1,7 @@
 #include "vdevice/lib/profile/ProfileCheck.h"
 
 #include <android-base/parsedouble.h>
+#include <android-base/strings.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -18,13 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t kPropertyValueBytes = 91;
+using android::base::Join;
+using android::base::StartsWith;
 
-std::string join(const std::set<std::string>& words) {
-    std::string joined;
-    for (const std::string& word : words) joined += (joined.empty() ? "" : ", ") + word;
-    return joined;
-}
+constexpr size_t kPropertyValueBytes = 91;
 
 std::string quoted(const std::string& text) {
     return "'" + text + "'";
@@ -38,10 +36,6 @@ bool holdsOnly(const std::string& text, const char* characters) {
     return text.find_first_not_of(characters) == std::string::npos;
 }
 
-bool startsWith(const std::string& text, const std::string& start) {
-    return text.compare(0, start.size(), start) == 0;
-}
-
 // The checks of a line return an error text, empty if the line is valid.
 
 std::string checkNumber(const std::string& what, const std::string& text) {
@@ -51,7 +45,7 @@ std::string checkNumber(const std::string& what, const std::string& text) {
 std::string checkProperty(const std::string& key, const std::string& value, const ProfileNames&) {
     if (key.empty() || !holdsOnly(key, kNameCharacters))
         return quoted(key) + " is no property name";
-    if (startsWith(key, "ctl.")) return quoted(key) + " is a request to init, no property";
+    if (StartsWith(key, "ctl.")) return quoted(key) + " is a request to init, no property";
     if (value.size() <= kPropertyValueBytes) return "";
     return "the value of " + quoted(key) + " is longer than " +
            std::to_string(kPropertyValueBytes) + " bytes";
@@ -68,7 +62,7 @@ std::string checkCharger(const std::string& method, const std::string& value,
 std::string checkCalda(const std::string& key, const std::string& value, const ProfileNames&) {
     const std::set<std::string> kNumbers = {"ambient", "exception", "status", "transport_error"};
     if (kNumbers.count(key) != 0) return checkNumber(key, value);
-    if (key != "vector") return quoted(key) + " is none of " + join(kNumbers) + ", vector";
+    if (key != "vector") return quoted(key) + " is none of " + Join(kNumbers, ", ") + ", vector";
     std::istringstream words(value);
     for (std::string word; words >> word;) {
         if (!parseInt(word)) return checkNumber(key, word);
@@ -78,7 +72,8 @@ std::string checkCalda(const std::string& key, const std::string& value, const P
 
 std::string checkAbsent(const std::string& line, const ProfileNames& names) {
     if (names.services.count(line) != 0) return "";
-    return "there is no service " + quoted(line) + " (there are: " + join(names.services) + ")";
+    return "there is no service " + quoted(line) + " (there are: " + Join(names.services, ", ") +
+           ")";
 }
 
 std::string checkFault(const std::string& service, const std::string& fault,
@@ -87,14 +82,14 @@ std::string checkFault(const std::string& service, const std::string& fault,
                                            "interface", "megabytes", "status"};
     const std::string reason = checkAbsent(service, names);
     if (!reason.empty() || kFaults.count(fault) != 0) return reason;
-    return quoted(fault) + " is none of " + join(kFaults);
+    return quoted(fault) + " is none of " + Join(kFaults, ", ");
 }
 
 bool isFeatureOff(const std::string& line) {
     std::istringstream words(line);
     std::string feature, off;
     words >> feature >> off;
-    return startsWith(feature, "feature=") && feature != "feature=" && line == feature + " off";
+    return StartsWith(feature, "feature=") && feature != "feature=" && line == feature + " off";
 }
 
 std::string checkFeature(const std::string& line, const ProfileNames&) {
@@ -106,7 +101,7 @@ std::string checkFeature(const std::string& line, const ProfileNames&) {
         return checkNumber(key, line.substr(equals + 1));
     }
     return quoted(line) + " is neither 'feature=NAME off', 'bpf=unsupported' nor one of " +
-           join(kNumbers) + " with a number";
+           Join(kNumbers, ", ") + " with a number";
 }
 
 std::string checkTemperature(const std::string& line, const ProfileNames&) {
@@ -121,7 +116,7 @@ std::string checkTemperature(const std::string& line, const ProfileNames&) {
 
 std::string checkAudio(const std::string& line, const ProfileNames&) {
     const std::string kStatus = "status=";
-    return startsWith(line, kStatus) ? checkNumber("status", line.substr(kStatus.size())) : "";
+    return StartsWith(line, kStatus) ? checkNumber("status", line.substr(kStatus.size())) : "";
 }
 
 std::string checkUsageRecord(const std::string& line, const ProfileNames&) {
@@ -255,7 +250,7 @@ std::string checkEntry(const fs::path& path, const ProfileNames& names) {
         return name == profile::kNodes ? checkNodes(path) : checkRoot(path);
     }
     // A profile may have more scenarios, "scenario.NAME".
-    const std::string kind = startsWith(name, "scenario.") ? profile::kScenario : name;
+    const std::string kind = StartsWith(name, "scenario.") ? profile::kScenario : name;
     const auto* const file = std::find_if(std::begin(kFiles), std::end(kFiles),
                                           [&](const TextFile& one) { return one.name == kind; });
     if (file == std::end(kFiles)) return path.string() + ": a profile has no such file";

@@ -1,11 +1,13 @@
 #include "vdevice/system/statsd/Puller.h"
 
+#include <utils/SystemClock.h>
+#include <utils/Timers.h>
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
 #include "host/stats/EventReader.h"
-#include "vdevice/system/statsd/ElapsedTime.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -32,8 +34,8 @@ Puller::Puller(int32_t tag, PullTerms terms, Callback callback)
 
 PullResult Puller::pull(int64_t eventTimeNs) {
     const ScopedLock lock(mLock);
-    const int64_t now = elapsedNanos();
-    const int64_t coolDownNs = mTerms.coolDownMillis * kNanosPerMilli;
+    const int64_t now = android::elapsedRealtimeNano();
+    const int64_t coolDownNs = milliseconds_to_nanoseconds(mTerms.coolDownMillis);
     if (mLastPullNs && (mLastEventNs == eventTimeNs || now - *mLastPullNs < coolDownNs)) {
         PullResult cached = mLast;
         cached.fromCache = true;
@@ -44,7 +46,7 @@ PullResult Puller::pull(int64_t eventTimeNs) {
 
 PullResult Puller::pullNow(int64_t eventTimeNs) {
     const ScopedLock lock(mLock);
-    return askAndKeep(elapsedNanos(), eventTimeNs);
+    return askAndKeep(android::elapsedRealtimeNano(), eventTimeNs);
 }
 
 PullResult Puller::askAndKeep(int64_t now, int64_t eventTimeNs) {

@@ -1,8 +1,9 @@
 #include "vdevice/system/statsd/PullerManager.h"
 
+#include <utils/SystemClock.h>
+
 #include <algorithm>
 
-#include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
@@ -55,14 +56,14 @@ PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, in
 PullResult PullerManager::pullFromAnyone(int32_t tag) {
     const ScopedLock lock(mLock);
     const auto key = firstRegistered(tag);
-    return key ? pullLocked(*key, elapsedNanos()) : noPuller(tag);
+    return key ? pullLocked(*key, android::elapsedRealtimeNano()) : noPuller(tag);
 }
 
 PullResult PullerManager::pullNow(int32_t tag) {
     const ScopedLock lock(mLock);
     const auto key = firstRegistered(tag);
     if (!key) return noPuller(tag);
-    return pullReleased(*key, elapsedNanos(),
+    return pullReleased(*key, android::elapsedRealtimeNano(),
                         [](Puller& puller, int64_t time) { return puller.pullNow(time); });
 }
 

@@ -2,6 +2,7 @@
 
 #include <android-base/file.h>
 #include <fcntl.h>
+#include <utils/SystemClock.h>
 
 #include <cerrno>
 #include <cstring>
@@ -9,7 +10,6 @@
 #include <string>
 #include <utility>
 
-#include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
@@ -76,7 +76,7 @@ void ShellSubscriber::launch(SubscriptionRequest request, int out, std::chrono::
         return;
     }
     mSubscriptions.emplace_back(std::move(request), std::move(duplicate), lifetime, mPullers,
-                                elapsedNanos);
+                                android::elapsedRealtimeNano);
     mRunning = mSubscriptions.size();
     mNewSubscription = true;
     mChanged.notify_one();
@@ -106,7 +106,7 @@ int64_t ShellSubscriber::serveAll() {
     // Heartbeats are due every second, so no sleep is longer.
     constexpr int64_t kLongestSleepMs = 1000;
     int64_t sleepMs = kLongestSleepMs;
-    const int64_t now = elapsedNanos();
+    const int64_t now = android::elapsedRealtimeNano();
     for (auto entry = mSubscriptions.begin(); entry != mSubscriptions.end();) {
         sleepMs = std::min(sleepMs, entry->work(now));
         entry = nextAfter(entry);

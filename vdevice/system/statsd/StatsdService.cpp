@@ -1,6 +1,8 @@
 #include "vdevice/system/statsd/StatsdService.h"
 
 #include <android-base/stringprintf.h>
+#include <private/android_filesystem_config.h>
+#include <utils/SystemClock.h>
 
 #include <chrono>
 #include <cinttypes>
@@ -9,7 +11,6 @@
 #include <variant>
 
 #include "vdevice/lib/UserIds.h"
-#include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
@@ -17,8 +18,6 @@ namespace {
 
 using android::base::StringPrintf;
 
-constexpr uid_t kRootUid = 0;
-constexpr uid_t kSystemUid = 1000;
 constexpr int32_t kNoUid = -1;
 // Position of a field in its encoded number.
 constexpr int kFieldShift = 16;
@@ -26,7 +25,7 @@ constexpr char kRegisterPermission[] = "android.permission.REGISTER_STATS_PULL_A
 
 ndk::ScopedAStatus securityUnlessSystem() {
     const uid_t uid = AIBinder_getCallingUid();
-    if (uid == kRootUid || uid == kSystemUid) return ndk::ScopedAStatus::ok();
+    if (uid == AID_ROOT || uid == AID_SYSTEM) return ndk::ScopedAStatus::ok();
     return ndk::ScopedAStatus(AStatus_fromExceptionCode(EX_SECURITY));
 }
 
@@ -150,8 +149,8 @@ binder_status_t StatsdService::handleShellCommand(int in, int out, int /*err*/, 
 
 binder_status_t StatsdService::pullSource(int out, const std::vector<std::string>& args) {
     const int tag = atoi(args[1].c_str());
-    const auto uids = args.size() > 2 ? uidsOf(args[2]) : std::vector<int32_t>{kSystemUid};
-    const PullResult result = mPullers->pull(uids, tag, elapsedNanos());
+    const auto uids = args.size() > 2 ? uidsOf(args[2]) : std::vector<int32_t>{AID_SYSTEM};
+    const PullResult result = mPullers->pull(uids, tag, android::elapsedRealtimeNano());
     // No output, as on a phone; the log has the reason.
     if (!result.success) return STATUS_UNKNOWN_ERROR;
     for (const std::string& event : result.events) {

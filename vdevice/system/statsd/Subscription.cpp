@@ -1,6 +1,8 @@
 #include "vdevice/system/statsd/Subscription.h"
 
 #include <android-base/file.h>
+#include <private/android_filesystem_config.h>
+#include <utils/Timers.h>
 
 #include <algorithm>
 #include <string>
@@ -8,14 +10,12 @@
 #include "host/stats/EventReader.h"
 #include "proto/shell_config.pb.h"
 #include "vdevice/lib/UserIds.h"
-#include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/StatsdLog.h"
 
 namespace zstats::vdevice {
 namespace {
 
 constexpr int64_t kHeartbeatMs = 1000;
-constexpr int32_t kSystemUid = 1000;
 // Pulled events do not carry their sender's uid.
 constexpr int32_t kNoUid = -1;
 
@@ -26,7 +26,7 @@ SubscriptionRequest::Pull pullOf(const android::os::statsd::PulledAtomSubscripti
     for (const std::string& package : entry.packages()) {
         if (const auto uid = userIdOfAid(package)) pull.uids.push_back(static_cast<int32_t>(*uid));
     }
-    pull.uids.push_back(kSystemUid);  // as statsd does, whatever packages were named
+    pull.uids.push_back(AID_SYSTEM);  // as statsd does, whatever packages were named
     return pull;
 }
 
@@ -56,9 +56,9 @@ Subscription::Subscription(SubscriptionRequest request, android::base::unique_fd
         mOut(std::move(out)),
         mPullers(pullers),
         mNow(now),
-        mStartSeconds(now() / kNanosPerMilli / kMillisPerSecond),
+        mStartSeconds(nanoseconds_to_seconds(now())),
         mLifeSeconds(lifetime.count()),
-        mLastWriteMs(mStartSeconds * kMillisPerSecond) {
+        mLastWriteMs(mStartSeconds * 1000) {
     for (auto& pull : request.pulls) mPulls.push_back({std::move(pull), mLastWriteMs});
 }
 
@@ -67,8 +67,8 @@ void Subscription::push(const cli::StreamedAtom& atom) {
 }
 
 int64_t Subscription::work(int64_t nowNs) {
-    const int64_t nowMs = nowNs / kNanosPerMilli;
-    if (mLifeSeconds > 0 && nowMs / kMillisPerSecond - mStartSeconds >= mLifeSeconds) {
+    const int64_t nowMs = nanoseconds_to_milliseconds(nowNs);
+    if (mLifeSeconds > 0 && nanoseconds_to_seconds(nowNs) - mStartSeconds >= mLifeSeconds) {
         mAlive = false;
         return kHeartbeatMs;
     }
@@ -80,7 +80,7 @@ int64_t Subscription::work(int64_t nowNs) {
 }
 
 int64_t Subscription::pullDue(int64_t nowNs) {
-    const int64_t nowMs = nowNs / kNanosPerMilli;
+    const int64_t nowMs = nanoseconds_to_milliseconds(nowNs);
     int64_t untilNext = kHeartbeatMs;
     for (PlannedPull& planned : mPulls) {
         const SubscriptionRequest::Pull& pull = planned.what;
@@ -106,7 +106,7 @@ void Subscription::write(const std::vector<cli::StreamedAtom>& atoms) {
     if (android::base::WriteFully(mOut, frame.data(), cli::kShellLengthBytes) &&
         android::base::WriteFully(mOut, frame.data() + cli::kShellLengthBytes,
                                   frame.size() - cli::kShellLengthBytes)) {
-        mLastWriteMs = mNow() / kNanosPerMilli;
+        mLastWriteMs = nanoseconds_to_milliseconds(mNow());
     } else {
         mAlive = false;
     }

@@ -1,3 +1,5 @@
+#include <utils/SystemClock.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -134,7 +136,7 @@ void measureOnce(PullingStatsd& statsd, int rounds, int repeat) {
 /** Lets a caller for each of the tags pull for a while, and once at least; gives pulls a second. */
 std::vector<double> pullAtOnce(PullingStatsd& statsd, const std::vector<int32_t>& tags, int millis) {
     std::vector<double> rates(tags.size());
-    const int64_t start = nanosNow();
+    const int64_t start = android::uptimeNanos();
     const int64_t end = start + int64_t{millis} * 1'000'000;
     std::vector<std::thread> callers;
     for (size_t i = 0; i < tags.size(); ++i) {
@@ -143,8 +145,8 @@ std::vector<double> pullAtOnce(PullingStatsd& statsd, const std::vector<int32_t>
             do {
                 pullOrDie(statsd, tags[i]);
                 ++count;
-            } while (nanosNow() < end);
-            rates[i] = count * 1e9 / static_cast<double>(nanosNow() - start);
+            } while (android::uptimeNanos() < end);
+            rates[i] = count * 1e9 / static_cast<double>(android::uptimeNanos() - start);
         });
     }
     for (std::thread& caller : callers) caller.join();
@@ -225,14 +227,14 @@ int soak(int pulls) {
     for (int32_t tag : cli::pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events.size();
     std::atomic<int> next = 0;
     std::atomic<int> failures = 0;
-    const int64_t start = nanosNow();
+    const int64_t start = android::uptimeNanos();
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] { pullAll(*statsd, expected, pulls, &next, &failures); });
     }
     for (std::thread& thread : threads) thread.join();
     printf("pulled %d %d %lld\n", pulls, failures.load(),
-           static_cast<long long>(nanosNow() - start));
+           static_cast<long long>(android::uptimeNanos() - start));
     return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

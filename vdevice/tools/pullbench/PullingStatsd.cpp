@@ -1,6 +1,6 @@
 #include "vdevice/tools/pullbench/PullingStatsd.h"
 
-#include <time.h>
+#include <utils/SystemClock.h>
 
 #include <chrono>
 #include <csignal>
@@ -19,12 +19,6 @@ constexpr std::chrono::seconds kRegistrationTime(60);
 constexpr std::chrono::seconds kPullTime(20);  // the machine may be busy with other things
 
 }  // namespace
-
-int64_t nanosNow() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1'000'000'000 + now.tv_nsec;
-}
 
 std::shared_ptr<PullingStatsd> PullingStatsd::publish() {
     // A reader who has gone shows as a failing write.
@@ -47,7 +41,7 @@ ndk::ScopedAStatus PullingStatsd::registerNativePullAtomCallback(
     const ScopedLock lock(mLock);
     mCallbacks[tag] = callback;
     if (++mCount % cli::pulledAtomIds().size() == 0) {
-        printf("registered %lld\n", static_cast<long long>(nanosNow()));
+        printf("registered %lld\n", static_cast<long long>(android::uptimeNanos()));
     }
     mRegistered.notify_all();
     return status;
@@ -74,10 +68,10 @@ PullingStatsd::Pull PullingStatsd::pull(int32_t tag) {
     const auto callback = callbackOf(tag);
     const auto answer = ndk::SharedRefBase::make<PullAnswer>();
     Pull result;
-    const int64_t start = nanosNow();
+    const int64_t start = android::uptimeNanos();
     if (!callback->onPullAtom(tag, answer).isOk()) return result;
     auto received = answer->wait(kPullTime);
-    result.nanos = nanosNow() - start;
+    result.nanos = android::uptimeNanos() - start;
     result.answered = received && received->success;
     if (received) result.events = std::move(received->events);
     return result;

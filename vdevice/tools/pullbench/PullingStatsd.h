@@ -11,9 +11,6 @@
 
 namespace zstats::vdevice {
 
-/** Time since boot in ns, sleep excluded: what all durations are measured with. */
-int64_t nanosNow();
-
 /**
  * The virtual device's statsd with pulls of its own beside: as many at once as asked for, and
  * without a cool-down. Everybody may register. Any thread.

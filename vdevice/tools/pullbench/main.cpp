@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
+#include <utils/SystemClock.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -63,7 +64,7 @@ int launch(const Call& call) {
         program.push_back(const_cast<char*>(call.words[i].c_str()));
     }
     program.push_back(nullptr);
-    printf("launched %d %lld\n", getpid(), static_cast<long long>(nanosNow()));
+    printf("launched %d %lld\n", getpid(), static_cast<long long>(android::uptimeNanos()));
     dropPossessions();
     execv(program[0], program.data());
     return EXIT_FAILURE;

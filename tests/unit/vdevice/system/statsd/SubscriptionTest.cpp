@@ -1,9 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
+#include <utils/Timers.h>
 
 #include "tests/unit/vdevice/system/statsd/FakePuller.h"
-#include "vdevice/system/statsd/ElapsedTime.h"
 #include "vdevice/system/statsd/Subscription.h"
 
 namespace zstats::vdevice {
@@ -34,7 +34,7 @@ class SubscriptionTest : public testing::Test {
                             std::chrono::seconds(lifeSeconds), &mManager, [] { return gNow; });
     }
 
-    static void setNow(int64_t ms) { gNow = ms * kNanosPerMilli; }
+    static void setNow(int64_t ms) { gNow = milliseconds_to_nanoseconds(ms); }
 
     /** The ms of sleep that a round at this time returns, and the atoms that it writes. */
     std::string work(Subscription* subscription, int64_t nowMs) {
