@@ -62,7 +62,7 @@ class CheckAtomsTest(CopyTest):
             ("tests/golden/bare.jsonl", "depth_of_discharge", "field_1",
              "proto/zstats_atoms.proto: the message of 150006 lacks fields that tests/golden/bare.jsonl has: "
              "add them in the order of the event"),
-            ("atoms/BatteryAtoms.cpp", "528, 534", "528, 1395",
+            ("atoms/BatteryAtoms.cpp", "__func__, 534", "__func__, 1395",
              "atoms: two warnings have the number 1395"),
         )
         self.assertEqual(self.run_tool("check-atoms")[0], 0)
