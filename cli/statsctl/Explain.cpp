@@ -172,14 +172,12 @@ int explainCommand(Statsd& statsd, const Words& words) {
     if (!canAsk(statsd)) return kExitFailed;
     printf("%d %s\n", tag, atomInfo(tag).name.c_str());
     if (atomInfo(tag).neverFilled) printf("never has an event: its handler writes none\n");
-    printf("registered: %s\n", statsd.registrationText(tag).c_str());
-    printSources(tag);
-
     const std::vector<std::string> before = daemonLog();
     const PulledAtom atom = statsd.pullFresh({tag}).at(tag);
-    printf("a pull brings\n%s", atomText(atom, uptimeMs()).c_str());
-
     const std::vector<std::string> log = since(before, daemonLog());
+    printf("registered: %s\n", statsd.registrationText(tag).c_str());
+    printSources(tag);
+    printf("a pull brings\n%s", atomText(atom, uptimeMs()).c_str());
     printf("the daemon logged%s\n", log.empty() ? " nothing" : "");
     for (const std::string& line : log) printf("  %s", line.c_str());
     return atom.answered() ? kExitOk : kExitFailed;

@@ -97,7 +97,10 @@ std::string PlatformStatsd::failureOf(int32_t tag, int32_t status) {
     const PullCounts before = countsOf(mCounts.value_or(Counts()), tag);
     const PullCounts after = countsOf(*now, tag);
     mCounts = now;
-    if (after.noPuller > before.noPuller) return "no puller registered";
+    if (after.noPuller > before.noPuller) {
+        mWithoutPuller.insert(tag);
+        return "no puller registered";
+    }
     if (after.timedOut > before.timedOut) return "no answer in time";
     if (after.callFailed > before.callFailed) return "the call failed";
     return "statsd answers with status " + std::to_string(status);
@@ -140,7 +143,8 @@ std::optional<std::set<int32_t>> PlatformStatsd::registered() {
 
 std::string PlatformStatsd::registrationText(int32_t tag) {
     const PullCounts counts = countsOf(askForCounts().value_or(Counts()), tag);
-    if (!isRegistered(counts)) return "NO";
+    const ScopedLock lock(mLock);
+    if (!isRegistered(counts) || mWithoutPuller.count(tag) > 0) return "NO";
     return "yes, statsd counts " + std::to_string(counts.registered) + " registrations and " +
            std::to_string(counts.unregistered) + " removals";
 }

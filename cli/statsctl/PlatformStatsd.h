@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string_view>
 
 #include "cli/statsctl/Statsd.h"
@@ -33,6 +34,8 @@ class PlatformStatsd : public Statsd {
 
     Mutex mLock;
     std::optional<Counts> mCounts GUARDED_BY(mLock);  // before the pulls
+    // Atoms whose pull failed for this. statsd does not count the removals of a puller that died.
+    std::set<int32_t> mWithoutPuller GUARDED_BY(mLock);
 };
 
 }  // namespace zstats::cli

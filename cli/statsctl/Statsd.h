@@ -34,7 +34,7 @@ class Statsd {
     /** Atoms with a puller; no value if statsd does not answer. */
     virtual std::optional<std::set<int32_t>> registered() = 0;
 
-    /** A description of an atom's puller: "yes" and its terms, or "NO". */
+    /** A description of an atom's puller: "yes" and its terms, or "NO". Exact after a pull of the atom. */
     virtual std::string registrationText(int32_t tag) = 0;
 
     /** A heading, and a line for each puller; empty if statsd does not answer. */
