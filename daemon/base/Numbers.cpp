@@ -19,17 +19,17 @@ constexpr bool isSpace(char c) {
 int64_t leadingInt64(std::string_view text) {
     using Limits = std::numeric_limits<int64_t>;
     while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    // from_chars takes a minus alone.
-    const bool plus = !text.empty() && text.front() == '+';
-    if (plus) text.remove_prefix(1);
     const bool negative = !text.empty() && text.front() == '-';
-    if (plus && negative) return 0;
-    int64_t number = 0;
+    if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
+    // Without the sign: libc++ negates by a sum that wraps, which a device's sanitizers trap.
+    uint64_t magnitude = 0;
     const auto end = text.data() + text.size();
-    if (std::from_chars(text.data(), end, number).ec == std::errc::result_out_of_range) {
+    const bool exceeds =
+            std::from_chars(text.data(), end, magnitude).ec == std::errc::result_out_of_range;
+    if (exceeds || magnitude > uint64_t{Limits::max()})
         return negative ? Limits::min() : Limits::max();
-    }
-    return number;
+    const auto number = static_cast<int64_t>(magnitude);
+    return negative ? -number : number;
 }
 
 int32_t leadingInt32(std::string_view text) {
