@@ -20,7 +20,7 @@ import tempfile
 
 import in_device
 
-TOLERANCE = 0.02
+TOLERANCE = 0.05  # the heap's layout differs between builds: 3 % have been seen
 RECORD = "tests/bench/instructions.txt"
 PROFILE = "vdevice/profiles/qcom"
 DISPATCH = 1  # a tag without a handler
