@@ -115,6 +115,10 @@ PulledAtom PlatformStatsd::pull(int32_t tag) {
         atom.failure = failureOf(tag, result.status);
         return atom;
     }
+    {
+        const ScopedLock lock(mLock);
+        mWithoutPuller.erase(tag);
+    }
     const auto events = parsePullText(tag, result.text);
     if (!events) atom.failure = "statsd's answer is not understood";
     for (const StreamedAtom& event : events.value_or(std::vector<StreamedAtom>())) {

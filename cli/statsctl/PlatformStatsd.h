@@ -34,7 +34,8 @@ class PlatformStatsd : public Statsd {
 
     Mutex mLock;
     std::optional<Counts> mCounts GUARDED_BY(mLock);  // before the pulls
-    // Atoms whose pull failed for this. statsd does not count the removals of a puller that died.
+    // Atoms whose last failed pull had no puller. The counts alone do not show that: a registration
+    // that replaces another one is counted without a removal.
     std::set<int32_t> mWithoutPuller GUARDED_BY(mLock);
 };
 
