@@ -1,12 +1,16 @@
 """Tests of the system tests' verdicts: failing cases and devices, and the reports about them."""
 
+import contextlib
 import importlib.machinery
 import importlib.util
+import io
 import os
 import shutil
 import subprocess
 import tempfile
+import types
 import unittest
+import unittest.mock
 
 _ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -192,18 +196,40 @@ class Devices(_Boot):
 
 class Faults(unittest.TestCase):
 
-    def test_what_is_said_of_a_boot(self):
+    def setUp(self):
         path = os.path.join(_ROOT, "tests/system/faults/run")
         loader = importlib.machinery.SourceFileLoader("faults_run", path)
-        run = importlib.util.module_from_spec(importlib.util.spec_from_loader("faults_run", loader))
-        loader.exec_module(run)
+        self.run_module = importlib.util.module_from_spec(
+            importlib.util.spec_from_loader("faults_run", loader))
+        loader.exec_module(self.run_module)
+
+    def test_what_is_said_of_a_boot(self):
         crash = "cell a\ncrash statsd 9 60\ncrash statsd 9 61\n"
         for status, output, expected in (
                 (0, crash + "end\n", []),
                 (0, crash, ["the script ended early"]),
                 (143, "cell a\n", ["the device ended with status 143"]),
                 (0, crash + "crash zstats_pullerd 11 62\nend\n", ["zstats_pullerd 11 is unexpected"])):
-            self.assertEqual(run.boot_faults(status, output, ["statsd 9"]), expected)
+            self.assertEqual(self.run_module.boot_faults(status, output, ["statsd 9"]), expected)
+
+    def test_only_late_answers_are_staged_once_more(self):
+        page = {"starts": "values", "stops": "without"}
+        late = {"starts": "values, 150005 no answer", "stops": "without, others too"}
+        wrong = {"starts": "without, others too", "stops": "without"}
+        for staged, rounds in (([page], 1), ([late, page], 2), ([late, late], 2), ([late, wrong], 2),
+                               ([wrong, page], 1)):
+            row = types.SimpleNamespace(name="audio", cells={})
+            row.text = lambda column, row=row: row.cells[column]
+            answers = iter(staged)
+
+            def stage(row, columns, answers=answers):
+                self.assertEqual((row.cells, columns), ({}, list(page)))
+                row.cells = next(answers)
+
+            with unittest.mock.patch.object(self.run_module, "stage_row", stage), \
+                    contextlib.redirect_stderr(io.StringIO()):
+                self.run_module.run_row(row, page)
+            self.assertEqual((row.cells, list(answers)), (staged[rounds - 1], staged[rounds:]))
 
 
 # Output and end of a test program, the test's kind, and the report after its output.
