@@ -1,7 +1,8 @@
 #pragma once
 
 /*
- * Stats events, with the names and signatures of the platform's socket library.
+ * Stats events, with the names and signatures of the platform's socket library. Lists, byte arrays,
+ * attribution chains and annotations, which the daemon does not write, are left out.
  *
  * An event is used by one thread at a time. No function takes a null event. Byte layout of an
  * event: one object byte, the number of elements, the time stamp, the atom id, then the fields, all
@@ -42,36 +43,10 @@ void AStatsEvent_writeInt32(AStatsEvent* event, int32_t value);
 void AStatsEvent_writeInt64(AStatsEvent* event, int64_t value);
 void AStatsEvent_writeFloat(AStatsEvent* event, float value);
 void AStatsEvent_writeBool(AStatsEvent* event, bool value);
-void AStatsEvent_writeByteArray(AStatsEvent* event, const uint8_t* buf, size_t numBytes);
 /** A null `value` is written as the empty string. */
 void AStatsEvent_writeString(AStatsEvent* event, const char* value);
 
-/** `numNodes` uids and tags, at most 127. */
-void AStatsEvent_writeAttributionChain(AStatsEvent* event, const uint32_t* uids,
-                                       const char* const* tags, uint8_t numNodes);
-
-/* Lists of 127 elements at most; null strings are written as empty ones. */
-void AStatsEvent_writeInt32Array(AStatsEvent* event, const int32_t* elements, size_t numElements);
-void AStatsEvent_writeInt64Array(AStatsEvent* event, const int64_t* elements, size_t numElements);
-void AStatsEvent_writeFloatArray(AStatsEvent* event, const float* elements, size_t numElements);
-void AStatsEvent_writeBoolArray(AStatsEvent* event, const bool* elements, size_t numElements);
-void AStatsEvent_writeStringArray(AStatsEvent* event, const char* const* elements,
-                                  size_t numElements);
-
-/* Annotations belong to what was written last, the atom id included; 15 at most for each. */
-void AStatsEvent_addBoolAnnotation(AStatsEvent* event, uint8_t annotationId, bool value);
-void AStatsEvent_addInt32Annotation(AStatsEvent* event, uint8_t annotationId, int32_t value);
-
 /** The encoded bytes, built or not; valid until the event is changed or released. */
 uint8_t* AStatsEvent_getBuffer(AStatsEvent* event, size_t* size);
-
-/** Error bits collected so far; 0 if none. */
-uint32_t AStatsEvent_getErrors(AStatsEvent* event);
-
-/** 0 before the atom id is set. */
-uint32_t AStatsEvent_getAtomId(AStatsEvent* event);
-
-/** Replaces the time stamp (ns since boot). */
-void AStatsEvent_overwriteTimestamp(AStatsEvent* event, uint64_t timestampNs);
 
 __END_DECLS

@@ -2,7 +2,8 @@
 
 /*
  * Registration of pulled atoms with statsd, with the names and signatures of the platform's pull
- * library. Every function may be called from any thread.
+ * library. Metadata that the daemon only sets cannot be asked for. Every function may be called
+ * from any thread.
  */
 
 #include <stats_event.h>
@@ -21,18 +22,12 @@ void AStatsManager_PullAtomMetadata_release(AStatsManager_PullAtomMetadata* meta
 /* Milliseconds. Values are stored as they come; statsd applies its own bounds. */
 void AStatsManager_PullAtomMetadata_setCoolDownMillis(AStatsManager_PullAtomMetadata* metadata,
                                                       int64_t cool_down_millis);
-int64_t AStatsManager_PullAtomMetadata_getCoolDownMillis(AStatsManager_PullAtomMetadata* metadata);
 void AStatsManager_PullAtomMetadata_setTimeoutMillis(AStatsManager_PullAtomMetadata* metadata,
                                                      int64_t timeout_millis);
-int64_t AStatsManager_PullAtomMetadata_getTimeoutMillis(AStatsManager_PullAtomMetadata* metadata);
 
 /** Copies `num_fields` field numbers; a null array with 0 is the empty list. */
 void AStatsManager_PullAtomMetadata_setAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
                                                       int32_t* additive_fields, int32_t num_fields);
-int32_t AStatsManager_PullAtomMetadata_getNumAdditiveFields(AStatsManager_PullAtomMetadata* metadata);
-/** Copies all field numbers to `fields`, which has room for getNumAdditiveFields of them. */
-void AStatsManager_PullAtomMetadata_getAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
-                                                      int32_t* fields);
 
 typedef int32_t AStatsManager_PullAtomCallbackReturn;
 enum {

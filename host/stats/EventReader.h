@@ -9,10 +9,7 @@
 
 namespace zstats {
 
-/**
- * One field. Byte arrays become strings of their bytes; lists, attribution chains and key-value
- * pairs become text ("[1,2]", "[1000:tag]", "{1:value}").
- */
+/** One field. */
 using FieldValue = std::variant<int32_t, int64_t, float, bool, std::string>;
 
 /** A decoded event. */
@@ -34,9 +31,10 @@ struct ReadEvent {
 };
 
 /**
- * Decodes an encoded event; safe on arbitrary bytes. No value when the bytes are not an event: no
- * object, no time stamp, an element of an unknown type, or too few bytes for the counted elements.
- * An unbuilt event is decoded up to the first invalid element.
+ * Decodes an encoded event of the fields that <stats_event.h> writes; safe on arbitrary bytes. No
+ * value when the bytes are not an event: no object, no time stamp, an element of another type or
+ * with annotations, or too few bytes for the counted elements. An unbuilt event is decoded up to
+ * the first invalid element.
  */
 std::optional<ReadEvent> readEvent(const uint8_t* bytes, size_t size);
 

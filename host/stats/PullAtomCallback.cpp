@@ -11,13 +11,8 @@ using aidl::android::util::StatsEventParcel;
 
 std::vector<StatsEventParcel> toParcels(const AStatsEventList& list) {
     std::vector<StatsEventParcel> parcels;
-    parcels.reserve(list.events.size());
-    for (AStatsEvent* event : list.events) {
-        size_t size = 0;
-        const uint8_t* bytes = AStatsEvent_getBuffer(event, &size);
-        StatsEventParcel parcel;
-        parcel.buffer.assign(bytes, bytes + size);
-        parcels.push_back(std::move(parcel));
+    for (std::vector<uint8_t>& bytes : encodedEvents(list)) {
+        parcels.emplace_back().buffer = std::move(bytes);
     }
     return parcels;
 }

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "host/stats/PullRegistry.h"
+#include "host/stats/PullCallbackTable.h"
 
 namespace zstats {
 

@@ -1,8 +1,6 @@
-#include "host/stats/PullRegistry.h"
+#include "host/stats/PullCallbackTable.h"
 
 #include <android/binder_manager.h>
-
-#include <algorithm>
 
 #include "host/stats/PullAtomCallback.h"
 
@@ -21,21 +19,22 @@ void registerWith(aidl::android::os::IStatsd& statsd, int32_t atomTag,
 
 /** Joins the worker before the static objects that it uses are destroyed. */
 struct JoinAtExit {
-    ~JoinAtExit() { PullRegistry::instance().join(); }
+    ~JoinAtExit() { PullCallbackTable::instance().join(); }
 };
 
 }  // namespace
 
-PullRegistry& PullRegistry::instance() {
+PullCallbackTable& PullCallbackTable::instance() {
     // Never deleted, because binder threads may call its callbacks while the process exits.
-    static auto* registry = new PullRegistry;
-    return *registry;
+    static auto* table = new PullCallbackTable;
+    return *table;
 }
 
-PullRegistry::PullRegistry() : mDeathRecipient(AIBinder_DeathRecipient_new(&onStatsdDied)) {}
+PullCallbackTable::PullCallbackTable()
+      : mDeathRecipient(AIBinder_DeathRecipient_new(&onStatsdDied)) {}
 
-void PullRegistry::set(int32_t atomTag, const AStatsManager_PullAtomMetadata& metadata,
-                       AStatsManager_PullAtomCallback callback, void* cookie) {
+void PullCallbackTable::set(int32_t atomTag, const AStatsManager_PullAtomMetadata& metadata,
+                            AStatsManager_PullAtomCallback callback, void* cookie) {
     CallbackPtr binder = ndk::SharedRefBase::make<PullAtomCallback>(callback, cookie, metadata);
     {
         const ScopedLock lock(mCallbacksLock);
@@ -44,7 +43,7 @@ void PullRegistry::set(int32_t atomTag, const AStatsManager_PullAtomMetadata& me
     enqueue({atomTag, std::move(binder)});
 }
 
-void PullRegistry::clear(int32_t atomTag) {
+void PullCallbackTable::clear(int32_t atomTag) {
     {
         const ScopedLock lock(mCallbacksLock);
         mCallbacks.erase(atomTag);
@@ -52,7 +51,7 @@ void PullRegistry::clear(int32_t atomTag) {
     enqueue({atomTag, nullptr});
 }
 
-void PullRegistry::enqueue(Command command) {
+void PullCallbackTable::enqueue(Command command) {
     static JoinAtExit joinAtExit;
     const ScopedLock lock(mQueueLock);
     mQueue.push_back(std::move(command));
@@ -60,10 +59,10 @@ void PullRegistry::enqueue(Command command) {
     // Joining under the lock is safe: a worker that cleared mWorkerRunning does not take it again.
     if (mWorker.joinable()) mWorker.join();
     mWorkerRunning = true;
-    mWorker = std::thread(&PullRegistry::runCommands, this);
+    mWorker = std::thread(&PullCallbackTable::runCommands, this);
 }
 
-void PullRegistry::join() {
+void PullCallbackTable::join() {
     std::thread worker;
     {
         const ScopedLock lock(mQueueLock);
@@ -72,7 +71,7 @@ void PullRegistry::join() {
     if (worker.joinable()) worker.join();
 }
 
-void PullRegistry::runCommands() {
+void PullCallbackTable::runCommands() {
     while (std::optional<Command> command = nextCommand()) {
         std::shared_ptr<IStatsd> statsd = this->statsd();
         if (statsd == nullptr) {
@@ -85,7 +84,7 @@ void PullRegistry::runCommands() {
     }
 }
 
-std::optional<PullRegistry::Command> PullRegistry::nextCommand() {
+std::optional<PullCallbackTable::Command> PullCallbackTable::nextCommand() {
     const ScopedLock lock(mQueueLock);
     if (mQueue.empty()) {
         mWorkerRunning = false;
@@ -96,7 +95,7 @@ std::optional<PullRegistry::Command> PullRegistry::nextCommand() {
     return command;
 }
 
-void PullRegistry::dropCommands() {
+void PullCallbackTable::dropCommands() {
     const ScopedLock lock(mQueueLock);
     mQueue.clear();
 }
@@ -109,7 +108,7 @@ static ndk::SpAIBinder findStatsd() {
 #pragma GCC diagnostic pop
 }
 
-std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
+std::shared_ptr<aidl::android::os::IStatsd> PullCallbackTable::statsd() {
     const ScopedLock lock(mStatsdLock);
     if (mStatsd == nullptr) {
         const ndk::SpAIBinder binder = findStatsd();
@@ -123,19 +122,19 @@ std::shared_ptr<aidl::android::os::IStatsd> PullRegistry::statsd() {
     return mStatsd;
 }
 
-void PullRegistry::onStatsdDied(void* cookie) {
-    auto* self = static_cast<PullRegistry*>(cookie);
+void PullCallbackTable::onStatsdDied(void* cookie) {
+    auto* self = static_cast<PullCallbackTable*>(cookie);
     self->forgetStatsd();
     self->registerAll();
 }
 
-void PullRegistry::forgetStatsd() {
+void PullCallbackTable::forgetStatsd() {
     std::shared_ptr<IStatsd> dead;  // released after the lock
     const ScopedLock lock(mStatsdLock);
     dead.swap(mStatsd);
 }
 
-void PullRegistry::registerAll() {
+void PullCallbackTable::registerAll() {
     std::shared_ptr<IStatsd> statsd = this->statsd();
     if (statsd == nullptr) return;
     std::map<int32_t, CallbackPtr> callbacks;
@@ -148,7 +147,7 @@ void PullRegistry::registerAll() {
 
 }  // namespace zstats
 
-using zstats::PullRegistry;
+using zstats::PullCallbackTable;
 
 AStatsManager_PullAtomMetadata* AStatsManager_PullAtomMetadata_obtain() {
     return new AStatsManager_PullAtomMetadata;
@@ -163,17 +162,9 @@ void AStatsManager_PullAtomMetadata_setCoolDownMillis(AStatsManager_PullAtomMeta
     metadata->coolDownMillis = cool_down_millis;
 }
 
-int64_t AStatsManager_PullAtomMetadata_getCoolDownMillis(AStatsManager_PullAtomMetadata* metadata) {
-    return metadata->coolDownMillis;
-}
-
 void AStatsManager_PullAtomMetadata_setTimeoutMillis(AStatsManager_PullAtomMetadata* metadata,
                                                      int64_t timeout_millis) {
     metadata->timeoutMillis = timeout_millis;
-}
-
-int64_t AStatsManager_PullAtomMetadata_getTimeoutMillis(AStatsManager_PullAtomMetadata* metadata) {
-    return metadata->timeoutMillis;
 }
 
 void AStatsManager_PullAtomMetadata_setAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
@@ -184,22 +175,13 @@ void AStatsManager_PullAtomMetadata_setAdditiveFields(AStatsManager_PullAtomMeta
     }
 }
 
-int32_t AStatsManager_PullAtomMetadata_getNumAdditiveFields(AStatsManager_PullAtomMetadata* metadata) {
-    return static_cast<int32_t>(metadata->additiveFields.size());
-}
-
-void AStatsManager_PullAtomMetadata_getAdditiveFields(AStatsManager_PullAtomMetadata* metadata,
-                                                      int32_t* fields) {
-    std::copy(metadata->additiveFields.begin(), metadata->additiveFields.end(), fields);
-}
-
 void AStatsManager_setPullAtomCallback(int32_t atom_tag, AStatsManager_PullAtomMetadata* metadata,
                                        AStatsManager_PullAtomCallback callback, void* cookie) {
     const AStatsManager_PullAtomMetadata defaults;
-    PullRegistry::instance().set(atom_tag, metadata != nullptr ? *metadata : defaults, callback,
-                                 cookie);
+    PullCallbackTable::instance().set(atom_tag, metadata != nullptr ? *metadata : defaults,
+                                      callback, cookie);
 }
 
 void AStatsManager_clearPullAtomCallback(int32_t atom_tag) {
-    PullRegistry::instance().clear(atom_tag);
+    PullCallbackTable::instance().clear(atom_tag);
 }

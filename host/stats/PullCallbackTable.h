@@ -26,19 +26,20 @@ namespace zstats {
 class PullAtomCallback;
 
 /**
- * The process's registrations with statsd. Any thread; makes no binder call on the caller's thread.
+ * The callbacks that this process has registered with statsd, by atom tag. Any thread; makes no
+ * binder call on the caller's thread.
  *
  * A worker thread, which exists only while there are commands, runs them in order. The
  * registrations are kept, so that all can be repeated, in ascending order of their tags, when
  * statsd returns after its death.
  */
-class PullRegistry {
+class PullCallbackTable {
   public:
     /** Never destroyed; its worker is joined when the process exits. */
-    static PullRegistry& instance();
+    static PullCallbackTable& instance();
 
-    PullRegistry(const PullRegistry&) = delete;
-    PullRegistry& operator=(const PullRegistry&) = delete;
+    PullCallbackTable(const PullCallbackTable&) = delete;
+    PullCallbackTable& operator=(const PullCallbackTable&) = delete;
 
     void set(int32_t atomTag, const AStatsManager_PullAtomMetadata& metadata,
              AStatsManager_PullAtomCallback callback, void* cookie);
@@ -57,8 +58,8 @@ class PullRegistry {
         CallbackPtr callback;
     };
 
-    PullRegistry();
-    ~PullRegistry() = delete;
+    PullCallbackTable();
+    ~PullCallbackTable() = delete;
 
     static void onStatsdDied(void* cookie);
 

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "host/stats/EventReader.h"
-#include "host/stats/PullRegistry.h"
+#include "host/stats/PullCallbackTable.h"
 #include "tests/support/InProcessBinder.h"
 #include "vdevice/system/statsd/StatsdBase.h"
 
@@ -106,13 +106,13 @@ void registerTag(int32_t tag) {
     AStatsManager_setPullAtomCallback(tag, nullptr, answerNothing, nullptr);
 }
 
-class PullRegistryTest : public testing::Test {
+class PullCallbackTableTest : public testing::Test {
   protected:
     void SetUp() override { startStatsd(); }
 
     void TearDown() override {
         for (int32_t tag = 0; tag < 100; ++tag) AStatsManager_clearPullAtomCallback(tag);
-        PullRegistry::instance().join();
+        PullCallbackTable::instance().join();
         mRemote->die();
         inprocess::reset();
     }
@@ -131,7 +131,7 @@ class PullRegistryTest : public testing::Test {
 
     /** Waits until statsd has served all requests to the library. */
     void settle() {
-        PullRegistry::instance().join();
+        PullCallbackTable::instance().join();
         mRemote->drainOneway();
     }
 
@@ -144,7 +144,7 @@ class PullRegistryTest : public testing::Test {
     std::shared_ptr<inprocess::RemoteService> mRemote;
 };
 
-TEST_F(PullRegistryTest, registersInOrderWithoutMakingTheCallerWait) {
+TEST_F(PullCallbackTableTest, registersInOrderWithoutMakingTheCallerWait) {
     mRemote->block();
     for (int32_t tag : {30, 10, 20}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(10);
@@ -152,7 +152,7 @@ TEST_F(PullRegistryTest, registersInOrderWithoutMakingTheCallerWait) {
     EXPECT_EQ(mStatsd->waitForRequests(4), (Strings{"+30", "+10", "+20", "-10"}));
 }
 
-TEST_F(PullRegistryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
+TEST_F(PullCallbackTableTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
     AStatsManager_PullAtomMetadata* metadata = AStatsManager_PullAtomMetadata_obtain();
     AStatsManager_setPullAtomCallback(1, metadata, answerNothing, nullptr);
     int32_t fields[] = {3, 5};
@@ -161,11 +161,12 @@ TEST_F(PullRegistryTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
     AStatsManager_PullAtomMetadata_setAdditiveFields(metadata, fields, 2);
     AStatsManager_setPullAtomCallback(2, metadata, answerNothing, nullptr);
     AStatsManager_PullAtomMetadata_setAdditiveFields(metadata, nullptr, 0);
-    EXPECT_EQ(AStatsManager_PullAtomMetadata_getNumAdditiveFields(metadata), 0);
+    AStatsManager_setPullAtomCallback(4, metadata, answerNothing, nullptr);
     AStatsManager_PullAtomMetadata_release(metadata);
     registerTag(3);
-    EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+1", "+2", "+3"}));
-    EXPECT_EQ(mStatsd->terms(), (Strings{"1000 1500", "-7 1099511627776 3 5", "1000 1500"}));
+    EXPECT_EQ(mStatsd->waitForRequests(4), (Strings{"+1", "+2", "+4", "+3"}));
+    EXPECT_EQ(mStatsd->terms(),
+              (Strings{"1000 1500", "-7 1099511627776 3 5", "-7 1099511627776", "1000 1500"}));
 }
 
 /** Answers with a built and an unbuilt event; the cookie is the result. */
@@ -179,7 +180,7 @@ AStatsManager_PullAtomCallbackReturn answerTwo(int32_t tag, AStatsEventList* dat
     return *static_cast<int32_t*>(cookie);
 }
 
-TEST_F(PullRegistryTest, answersWithEveryEventAndTheVerdictOrWithAFailureThatGoesThrough) {
+TEST_F(PullCallbackTableTest, answersWithEveryEventAndTheVerdictOrWithAFailureThatGoesThrough) {
     const std::tuple<int32_t, size_t, const char*> rows[] = {
             {AStatsManager_PULL_SUCCESS, 1 << 20, "7 success [1] unbuilt[2]"},
             {AStatsManager_PULL_SKIP, 1 << 20, "7 failure [1] unbuilt[2]"},
@@ -192,7 +193,7 @@ TEST_F(PullRegistryTest, answersWithEveryEventAndTheVerdictOrWithAFailureThatGoe
     }
 }
 
-TEST_F(PullRegistryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
+TEST_F(PullCallbackTableTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
     int32_t verdict = AStatsManager_PULL_SUCCESS;
     for (int32_t tag : {30, 10, 20, 15}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(15);
@@ -206,12 +207,12 @@ TEST_F(PullRegistryTest, registersAllAgainInAscendingOrderWhenStatsdReturns) {
     }
 }
 
-TEST_F(PullRegistryTest, keepsRegistrationsThatFoundNoStatsd) {
+TEST_F(PullCallbackTableTest, keepsRegistrationsThatFoundNoStatsd) {
     registerTag(30);
     EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+30"});
     mRemote->die();
     registerTag(10);
-    PullRegistry::instance().join();
+    PullCallbackTable::instance().join();
     startStatsd();
     // The library is not notified that statsd is back; the next registration finds it.
     registerTag(20);
@@ -236,7 +237,7 @@ class DyingStatsd : public android::BBinder {
     const android::String16 mDescriptor{"android.os.IStatsd"};
 };
 
-TEST_F(PullRegistryTest, looksUpAStatsdThatDiesMeanwhileOnlyOnce) {
+TEST_F(PullCallbackTableTest, looksUpAStatsdThatDiesMeanwhileOnlyOnce) {
     mRemote->die();
     std::shared_ptr<inprocess::RemoteService> dying;
     dying = inprocess::publish("stats", new DyingStatsd([&] {
@@ -250,7 +251,7 @@ TEST_F(PullRegistryTest, looksUpAStatsdThatDiesMeanwhileOnlyOnce) {
     EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+20"});
 }
 
-TEST_F(PullRegistryTest, keepsTheRegistrationsThatSeveralThreadsMake) {
+TEST_F(PullCallbackTableTest, keepsTheRegistrationsThatSeveralThreadsMake) {
     std::vector<std::thread> threads;
     for (int32_t first : {0, 1, 2}) {
         threads.emplace_back([first] {
