@@ -11,7 +11,7 @@
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"
-#include "daemon/SecondChannel.h"
+#include "daemon/CoreControlChannel.h"
 #include "daemon/base/Callers.h"
 #include "daemon/base/Log.h"
 #include "daemon/base/ManualInterface.h"
@@ -100,7 +100,7 @@ void BnZstatsPullerService::openKernelChannels() {
     // Arrays, because the function takes a char*.
     char schedPath[] = "/system_ext/bin/zcvt/norda_sched";
     connectZbpfForKorkerInner(schedPath);
-    if (!opensSecondChannel()) return;
+    if (!opensCoreControlChannel()) return;
     char coreControlPath[] = "/system_ext/bin/zcvt/norda_sched_corectl";
     connectZbpfForKorkerInner(coreControlPath);
 }

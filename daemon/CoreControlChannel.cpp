@@ -1,4 +1,4 @@
-#include "daemon/SecondChannel.h"
+#include "daemon/CoreControlChannel.h"
 
 #include <cutils/properties.h>
 
@@ -27,7 +27,7 @@ bool isUnlockedDebugBuild() {
 
 }  // namespace
 
-bool opensSecondChannel() {
+bool opensCoreControlChannel() {
     // The first rule that applies decides: a trial build that also calls itself a release opens it.
     if (readProperty(kEngineeringType, "release") == "preversion") return true;
     if (readProperty("ro.sys.engineering.pre", "false") == "true") return true;

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "daemon/SecondChannel.h"
+#include "daemon/CoreControlChannel.h"
 #include "host/properties/PropertyStore.h"
 
 namespace zstats {
@@ -18,7 +18,7 @@ constexpr char kSecure[] = "ro.secure";
 constexpr char kAdbSecure[] = "ro.adb.secure";
 constexpr char kDebuggable[] = "ro.debuggable";
 
-TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
+TEST(CoreControlChannelTest, OpensByTheFirstRuleThatHolds) {
     const struct {
         bool opens;
         std::vector<std::pair<std::string, std::string>> properties;
@@ -53,7 +53,7 @@ TEST(SecondChannelTest, OpensByTheFirstRuleThatHolds) {
     for (const auto& row : cases) {
         properties::clearProperties();
         for (const auto& [name, value] : row.properties) property_set(name.c_str(), value.c_str());
-        EXPECT_EQ(opensSecondChannel(), row.opens) << testing::PrintToString(row.properties);
+        EXPECT_EQ(opensCoreControlChannel(), row.opens) << testing::PrintToString(row.properties);
     }
     properties::clearProperties();
 }
