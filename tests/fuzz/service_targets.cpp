@@ -24,7 +24,7 @@
 #include "daemon/base/Log.h"
 #include "kernel/BpfEventChannel.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/support/FakeVendorServices.h"
+#include "tests/support/FakeServices.h"
 #include "tests/support/InProcessBinder.h"
 #include "tests/support/OwnEntries.h"
 #include "tests/support/ProcessCalls.h"
@@ -47,9 +47,8 @@ FuzzedDataProvider providerOf(std::string_view input) {
 unsigned gPolicy;
 
 /** Answers every transaction of every service with the next bytes of the input. */
-struct RandomService : android::BBinder {
-    explicit RandomService(const char* descriptor) : mDescriptor(descriptor) {}
-    const String16& getInterfaceDescriptor() const override { return mDescriptor; }
+struct RandomService : Claiming {
+    using Claiming::Claiming;
 
     android::status_t onTransact(uint32_t code, const Parcel&, Parcel* reply, uint32_t) override {
         if (code > LAST_CALL_TRANSACTION || reply == nullptr) return android::UNKNOWN_TRANSACTION;
@@ -69,7 +68,6 @@ struct RandomService : android::BBinder {
         return android::OK;
     }
 
-    const String16 mDescriptor;
     static inline FuzzedDataProvider* sInput = nullptr;
 };
 

@@ -4,7 +4,7 @@
 
 #include "host/stats/EventList.h"
 #include "host/stats/EventReader.h"
-#include "tests/support/FakeVendorServices.h"
+#include "tests/support/FakeServices.h"
 #include "tests/support/HandlerTest.h"
 #include "tests/support/OwnEntries.h"
 

@@ -23,12 +23,6 @@ struct ChargerRow {
     }
 };
 
-/** A charger of a version without methods: it only knows the interface's descriptor. */
-struct OlderCharger : android::BBinder {
-    const android::String16& getInterfaceDescriptor() const override { return descriptor; }
-    const android::String16 descriptor{"vendor.norda.hardware.charger.ICharger"};
-};
-
 class ChargerRowsTest : public AtomTest {
   protected:
     /** Expects each row's answers: without a charger, from an older one, and call by call. */
@@ -38,7 +32,9 @@ class ChargerRowsTest : public AtomTest {
                         {"E pullerd:  Get charger service fromBinder fail",
                          row.warning(row.noServiceLine, "getIChargeService return false")});
         }
-        const android::sp<android::IBinder> older(new OlderCharger);
+        // Of a version without methods: it only knows the interface's descriptor.
+        const android::sp<android::IBinder> older(
+                new Claiming("vendor.norda.hardware.charger.ICharger"));
         const auto remote = inprocess::publish(FakeCharger::kName, older);
         for (const ChargerRow& row : rows) expectPulls(row.tag, {row.callFailed()});
         remote->die();

@@ -1,7 +1,6 @@
 #include "tests/support/InProcessBinder.h"
 
 #include <android/binder_libbinder.h>
-#include <binder/Binder.h>
 #include <binder/BpBinder.h>
 #include <binder/IPCThreadState.h>
 #include <binder/ProcessState.h>
@@ -13,7 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
-#include <deque>
+#include <future>
 #include <map>
 #include <thread>
 #include <utility>
@@ -37,22 +36,10 @@ namespace {
 /** A pid that no process of the host has, so that a forged caller is nobody in particular. */
 constexpr int64_t kCallerPid = 1;
 
-/** Runs `action` under the identity of a caller with this uid, as the driver would arrange it. */
-template <typename Action>
-status_t asCaller(uid_t uid, const Action& action) {
-    IPCThreadState* self = IPCThreadState::self();
-    const int64_t before = self->clearCallingIdentity();
-    self->restoreCallingIdentity((static_cast<int64_t>(uid) << 32) | kCallerPid);
-    const status_t status = action();
-    self->restoreCallingIdentity(before);
-    return status;
-}
-
-/** The far side of a proxy: the local object, its faults, and a thread for its one-way calls. */
+/** The far side of a proxy: the local object, its faults, and its one-way calls. */
 class Target : public RemoteService {
   public:
     Target(int32_t handle, sp<IBinder> local) : mHandle(handle), mLocal(std::move(local)) {}
-    ~Target() override { stopOneway(); }
 
     /** Made once, after the target is in the table of handles. */
     void makeProxy() {
@@ -68,7 +55,7 @@ class Target : public RemoteService {
         if ((flags & IBinder::FLAG_ONEWAY) != 0) return enqueue(code, data, flags);
         Parcel unwanted;
         Parcel* answer = reply != nullptr ? reply : &unwanted;
-        status = asCaller(mCallerUid, [&] { return mLocal->transact(code, data, answer, flags); });
+        status = serve(code, data, answer, flags);
         if (status != android::OK) answer->freeData();
         if (!alive()) return android::DEAD_OBJECT;
         answer->setDataPosition(0);
@@ -94,24 +81,19 @@ class Target : public RemoteService {
     }
 
     void drainOneway() override {
-        ScopedLock lock(mLock);
-        while (!mOneway.empty() || mServingOneway) mChanged.wait(lock);
+        const auto last = [this] {
+            const ScopedLock lock(mLock);
+            return mLastOneway;
+        }();
+        if (last.valid()) last.wait();
     }
 
     sp<IBinder> proxy() const override { return mProxy; }
 
   private:
-    struct OnewayCall {
-        uint32_t code;
-        Parcel data;
-        uint32_t flags;
-    };
-
     void setBlocked(bool blocked) {
-        {
-            const ScopedLock lock(mLock);
-            mBlocked = blocked;
-        }
+        const ScopedLock lock(mLock);
+        mBlocked = blocked;
         mChanged.notify_all();
     }
 
@@ -131,48 +113,29 @@ class Target : public RemoteService {
         return mAlive ? mFailure.load() : android::DEAD_OBJECT;
     }
 
+    /** Calls the object under the identity of the caller, as the driver would arrange it. */
+    status_t serve(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+        IPCThreadState* self = IPCThreadState::self();
+        const int64_t before = self->clearCallingIdentity();
+        self->restoreCallingIdentity((static_cast<int64_t>(mCallerUid) << 32) | kCallerPid);
+        const status_t status = mLocal->transact(code, data, reply, flags);
+        self->restoreCallingIdentity(before);
+        return status;
+    }
+
+    /** Has the call served after the one-way call before it. */
     status_t enqueue(uint32_t code, const Parcel& data, uint32_t flags) {
-        auto call = std::make_unique<OnewayCall>();
-        call->code = code;
-        call->flags = flags;
-        const status_t status = call->data.appendFrom(&data, 0, data.dataSize());
+        const auto copy = std::make_shared<Parcel>();
+        const status_t status = copy->appendFrom(&data, 0, data.dataSize());
         if (status != android::OK) return status;
         const ScopedLock lock(mLock);
-        mOneway.push_back(std::move(call));
-        if (!mOnewayThread.joinable()) mOnewayThread = std::thread([this] { serveOneway(); });
-        mChanged.notify_all();
+        mLastOneway = std::async(std::launch::async, [=, before = mLastOneway]() mutable {
+            if (before.valid()) before.wait();
+            before = {};
+            Parcel unwanted;
+            if (alive()) serve(code, *copy, &unwanted, flags);
+        });
         return android::OK;
-    }
-
-    void serveOneway() {
-        ScopedLock lock(mLock);
-        while (true) {
-            while (!mStopping && mOneway.empty()) mChanged.wait(lock);
-            if (mOneway.empty()) return;
-            const std::unique_ptr<OnewayCall> call = std::move(mOneway.front());
-            mOneway.pop_front();
-            mServingOneway = true;
-            const bool deliver = mAlive;
-            lock.unlock();
-            if (deliver) {
-                asCaller(mCallerUid, [&] {
-                    Parcel unwanted;
-                    return mLocal->transact(call->code, call->data, &unwanted, call->flags);
-                });
-            }
-            lock.lock();
-            mServingOneway = false;
-            mChanged.notify_all();
-        }
-    }
-
-    void stopOneway() {
-        {
-            const ScopedLock lock(mLock);
-            mStopping = true;
-        }
-        mChanged.notify_all();
-        if (mOnewayThread.joinable()) mOnewayThread.join();
     }
 
     const int32_t mHandle;
@@ -184,171 +147,94 @@ class Target : public RemoteService {
     std::condition_variable_any mChanged;  // of what mLock guards
     bool mAlive GUARDED_BY(mLock) = true;
     bool mBlocked GUARDED_BY(mLock) = false;
-    bool mStopping GUARDED_BY(mLock) = false;
-    bool mServingOneway GUARDED_BY(mLock) = false;
     int mHanging GUARDED_BY(mLock) = 0;
     std::map<uint32_t, int> mCalls GUARDED_BY(mLock);
-    std::deque<std::unique_ptr<OnewayCall>> mOneway GUARDED_BY(mLock);
-    std::thread mOnewayThread;  // started under mLock, joined when the target goes
+    std::shared_future<void> mLastOneway GUARDED_BY(mLock);
 };
 
-/** The table that stands for the driver: every proxy's handle and what is behind it. */
-class Handles {
-  public:
-    std::shared_ptr<Target> add(const sp<IBinder>& local) {
-        std::shared_ptr<Target> target;
-        {
-            const ScopedLock lock(mLock);
-            target = std::make_shared<Target>(++mLast, local);
-            mTargets[mLast] = target;
-        }
-        target->makeProxy();
-        return target;
-    }
+/** What reset() undoes. */
+struct Services {
+    std::map<String16, sp<IBinder>> byName;
+    std::map<String16, status_t> refusals;
+    std::vector<std::string> gone;
+    std::vector<AddedService> added;
+    std::vector<std::string> lookUps;
+    bool isManagerHidden = false;
 
-    std::shared_ptr<Target> find(int32_t handle) const {
-        const ScopedLock lock(mLock);
-        const auto found = mTargets.find(handle);
-        return found == mTargets.end() ? nullptr : found->second;
+    sp<IBinder> find(const String16& name) const {
+        const auto found = byName.find(name);
+        return found == byName.end() ? nullptr : found->second;
     }
-
-    /** Targets live until the process ends: a proxy may outlast everything that a test holds. */
-    static Handles& instance() {
-        static Handles* const handles = new Handles;
-        return *handles;
-    }
-
-  private:
-    mutable Mutex mLock;
-    int32_t mLast GUARDED_BY(mLock) = 0;
-    std::map<int32_t, std::shared_ptr<Target>> mTargets GUARDED_BY(mLock);
 };
 
-/** The process's service manager: the platform's fake one, and what tests ask of it beyond that. */
-class Registry : public android::FakeServiceManager {
+struct Process {
+    Mutex lock;
+    std::condition_variable_any changed;  // of what the lock guards
+    /** Behind the handles from 1. They live on: a proxy may outlast everything that a test holds. */
+    std::vector<std::shared_ptr<Target>> targets GUARDED_BY(lock);
+    Services services GUARDED_BY(lock);
+};
+Process& gProcess = *new Process;  // never destroyed: threads may call while the process exits
+
+std::shared_ptr<Target> findTarget(int32_t handle) {
+    const ScopedLock lock(gProcess.lock);
+    const auto index = static_cast<size_t>(handle) - 1;
+    return index < gProcess.targets.size() ? gProcess.targets[index] : nullptr;
+}
+
+/** The process's service manager: the platform's fake one, except for what tests ask of it. */
+class Manager : public android::FakeServiceManager {
   public:
     sp<IBinder> getService(const String16& name) const override { return lookUp("get ", name); }
     sp<IBinder> checkService(const String16& name) const override { return lookUp("check ", name); }
+    sp<IBinder> waitForService(const String16& name) override {
+        return lookUp("waitFor ", name, true);
+    }
 
-    Vector<String16> listServices(int dumpFlags) override {
-        const ScopedLock lock(mLock);
-        Vector<String16> names = FakeServiceManager::listServices(dumpFlags);
-        for (const std::string& name : mGone) names.push_back(String16(name.c_str()));
+    Vector<String16> listServices(int /*dumpFlags*/) override {
+        const ScopedLock lock(gProcess.lock);
+        Vector<String16> names;
+        for (const auto& [name, service] : gProcess.services.byName) names.push_back(name);
+        for (const std::string& name : gProcess.services.gone)
+            names.push_back(String16(name.c_str()));
         return names;
     }
 
     status_t addService(const String16& name, const sp<IBinder>& service, bool allowIsolated,
                         int dumpFlags) override {
-        const std::string key = String8(name).c_str();
-        const ScopedLock lock(mLock);
-        const auto refusal = mRefusals.find(key);
-        if (refusal != mRefusals.end()) return refusal->second;
-        const status_t status =
-                FakeServiceManager::addService(name, service, allowIsolated, dumpFlags);
-        if (status == android::OK) mAdded.push_back({key, service, allowIsolated, dumpFlags});
-        mChanged.notify_all();
-        return status;
-    }
-
-    /** The fake one does not wait. */
-    sp<IBinder> waitForService(const String16& name) override {
-        ScopedLock lock(mLock);
-        mLookUps.push_back(std::string("waitFor ") + String8(name).c_str());
-        mChanged.notify_all();
-        while (FakeServiceManager::checkService(name) == nullptr) mChanged.wait(lock);
-        return FakeServiceManager::checkService(name);
-    }
-
-    void publish(const std::string& name, const sp<IBinder>& binder) {
-        const ScopedLock lock(mLock);
-        FakeServiceManager::addService(String16(name.c_str()), binder, false, 0);
-        mChanged.notify_all();
-    }
-
-    /** Takes away each service for which `isMeant` holds. The fake one only clears as a whole. */
-    void withdraw(const std::function<bool(const String16&, const sp<IBinder>&)>& isMeant) {
-        const ScopedLock lock(mLock);
-        std::map<String16, sp<IBinder>> others;
-        for (const String16& name : FakeServiceManager::listServices(0)) {
-            const sp<IBinder> service = FakeServiceManager::checkService(name);
-            if (!isMeant(name, service)) others[name] = service;
-        }
-        clear();
-        for (const auto& [name, service] : others) {
-            FakeServiceManager::addService(name, service, false, 0);
-        }
-    }
-
-    void reset() {
-        std::vector<AddedService> added;
-        const ScopedLock lock(mLock);
-        clear();
-        added.swap(mAdded);
-        mLookUps.clear();
-        mRefusals.clear();
-        mGone.clear();
-        mHidden = false;
-    }
-
-    std::vector<std::string> lookUps() const {
-        const ScopedLock lock(mLock);
-        return mLookUps;
-    }
-
-    void waitForLookUp(const std::string& lookUp) const {
-        ScopedLock lock(mLock);
-        while (std::find(mLookUps.begin(), mLookUps.end(), lookUp) == mLookUps.end()) {
-            mChanged.wait(lock);
-        }
-    }
-
-    void refuse(const std::string& name, status_t status) {
-        const ScopedLock lock(mLock);
-        mRefusals[name] = status;
-    }
-
-    void listGone(const std::string& name) {
-        const ScopedLock lock(mLock);
-        mGone.push_back(name);
-    }
-
-    std::vector<AddedService> added() const {
-        const ScopedLock lock(mLock);
-        return mAdded;
-    }
-
-    std::atomic<bool> mHidden{false};
-
-    static sp<Registry> instance() {
-        static const sp<Registry>* const registry = new sp<Registry>(new Registry);
-        return *registry;
+        const ScopedLock lock(gProcess.lock);
+        Services& services = gProcess.services;
+        if (services.refusals.count(name) != 0) return services.refusals[name];
+        services.byName[name] = service;
+        services.added.push_back({String8(name).c_str(), service, allowIsolated, dumpFlags});
+        gProcess.changed.notify_all();
+        return android::OK;
     }
 
   private:
-    sp<IBinder> lookUp(const char* how, const String16& name) const {
-        const ScopedLock lock(mLock);
-        mLookUps.push_back(how + std::string(String8(name).c_str()));
-        mChanged.notify_all();
-        return FakeServiceManager::checkService(name);
+    static sp<IBinder> lookUp(const char* how, const String16& name, bool waits = false) {
+        ScopedLock lock(gProcess.lock);
+        gProcess.services.lookUps.push_back(how + std::string(String8(name).c_str()));
+        gProcess.changed.notify_all();
+        while (waits && gProcess.services.find(name) == nullptr) gProcess.changed.wait(lock);
+        return gProcess.services.find(name);
     }
-
-    mutable Mutex mLock;  // also held for each use of the base class, which has no lock
-    mutable std::condition_variable_any mChanged;
-    std::map<std::string, status_t> mRefusals GUARDED_BY(mLock);
-    std::vector<std::string> mGone GUARDED_BY(mLock);
-    std::vector<AddedService> mAdded GUARDED_BY(mLock);
-    mutable std::vector<std::string> mLookUps GUARDED_BY(mLock);
 };
 
 void Target::die() {
-    Registry::instance()->withdraw(
-            [this](const String16&, const sp<IBinder>& service) { return service == mProxy; });
+    {
+        const ScopedLock lock(gProcess.lock);
+        auto& byName = gProcess.services.byName;
+        for (auto it = byName.begin(); it != byName.end();) {
+            it = it->second == mProxy ? byName.erase(it) : std::next(it);
+        }
+    }
     {
         const ScopedLock lock(mLock);
         mAlive = false;
         mBlocked = false;
+        mChanged.notify_all();
     }
-    mChanged.notify_all();
     std::thread([proxy = mProxy] { proxy->sendObituary(); }).join();
 }
 
@@ -359,8 +245,16 @@ ndk::SpAIBinder RemoteService::ndkProxy() const {
 }
 
 std::shared_ptr<RemoteService> publish(const std::string& name, const sp<IBinder>& local) {
-    const std::shared_ptr<Target> target = Handles::instance().add(local);
-    Registry::instance()->publish(name, target->proxy());
+    std::shared_ptr<Target> target;
+    {
+        const ScopedLock lock(gProcess.lock);
+        const auto handle = static_cast<int32_t>(gProcess.targets.size() + 1);
+        target = gProcess.targets.emplace_back(std::make_shared<Target>(handle, local));
+    }
+    target->makeProxy();
+    const ScopedLock lock(gProcess.lock);
+    gProcess.services.byName[String16(name.c_str())] = target->proxy();
+    gProcess.changed.notify_all();
     return {target.get(), [target](RemoteService* service) { service->unblock(); }};
 }
 
@@ -369,37 +263,45 @@ std::shared_ptr<RemoteService> publish(const std::string& name, const ndk::SpAIB
 }
 
 void withdraw(const std::string& name) {
-    Registry::instance()->withdraw([&name](const String16& other, const sp<IBinder>&) {
-        return other == String16(name.c_str());
-    });
+    const ScopedLock lock(gProcess.lock);
+    gProcess.services.byName.erase(String16(name.c_str()));
 }
 
 void reset() {
-    Registry::instance()->reset();
+    Services before;  // destroyed without the lock
+    const ScopedLock lock(gProcess.lock);
+    std::swap(before, gProcess.services);
 }
 
 std::vector<AddedService> addedServices() {
-    return Registry::instance()->added();
+    const ScopedLock lock(gProcess.lock);
+    return gProcess.services.added;
 }
 
 std::vector<std::string> lookUps() {
-    return Registry::instance()->lookUps();
+    const ScopedLock lock(gProcess.lock);
+    return gProcess.services.lookUps;
 }
 
 void waitForLookUp(const std::string& lookUp) {
-    Registry::instance()->waitForLookUp(lookUp);
+    ScopedLock lock(gProcess.lock);
+    const auto& all = gProcess.services.lookUps;
+    while (std::find(all.begin(), all.end(), lookUp) == all.end()) gProcess.changed.wait(lock);
 }
 
 void listGone(const std::string& name) {
-    Registry::instance()->listGone(name);
+    const ScopedLock lock(gProcess.lock);
+    gProcess.services.gone.push_back(name);
 }
 
 void refuseService(const std::string& name, status_t status) {
-    Registry::instance()->refuse(name, status);
+    const ScopedLock lock(gProcess.lock);
+    gProcess.services.refusals[String16(name.c_str())] = status;
 }
 
 void hideServiceManager(bool hidden) {
-    Registry::instance()->mHidden = hidden;
+    const ScopedLock lock(gProcess.lock);
+    gProcess.services.isManagerHidden = hidden;
 }
 
 }  // namespace zstats::inprocess
@@ -414,7 +316,7 @@ android::status_t transactInProcess(
 android::status_t transactInProcess(android::IPCThreadState* /*self*/, int32_t handle,
                                     uint32_t code, const android::Parcel& data,
                                     android::Parcel* reply, uint32_t flags) {
-    const auto target = zstats::inprocess::Handles::instance().find(handle);
+    const auto target = zstats::inprocess::findTarget(handle);
     if (target == nullptr) return android::DEAD_OBJECT;
     return target->transact(code, data, reply, flags);
 }
@@ -423,7 +325,9 @@ android::sp<android::IServiceManager> inProcessServiceManager() __asm__(
         "__wrap__ZN7android21defaultServiceManagerEv");
 
 android::sp<android::IServiceManager> inProcessServiceManager() {
-    const auto registry = zstats::inprocess::Registry::instance();
-    if (registry->mHidden) return nullptr;
-    return registry;
+    using namespace zstats::inprocess;
+    static const auto* const manager = new android::sp<Manager>(new Manager);
+    const zstats::ScopedLock lock(gProcess.lock);
+    if (gProcess.services.isManagerHidden) return nullptr;
+    return *manager;
 }

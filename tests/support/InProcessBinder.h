@@ -1,12 +1,9 @@
 #pragma once
 
 #include <android/binder_auto_utils.h>
-#include <binder/IBinder.h>
+#include <binder/Binder.h>
 #include <sys/types.h>
-#include <utils/Errors.h>
-#include <utils/StrongPointer.h>
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,7 +11,7 @@
 /**
  * Binder in one process, without a driver. A service published here is reached through a genuine
  * proxy, by way of the process's default service manager: calls are marshalled, they arrive under
- * the uid that the test chose, one-way calls run on a thread of the service in their order, and
+ * the uid that the test chose, one-way calls run on threads of the service in their order, and
  * death is told by the platform's own code. All functions may be called on any thread.
  */
 namespace zstats::inprocess {
@@ -80,3 +77,15 @@ void refuseService(const std::string& name, android::status_t status);
 void hideServiceManager(bool hidden);
 
 }  // namespace zstats::inprocess
+
+namespace zstats {
+
+/** A binder that reports an interface descriptor. */
+struct Claiming : android::BBinder {
+    explicit Claiming(const char* name) : descriptor(name) {}
+    const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+
+    const android::String16 descriptor;
+};
+
+}  // namespace zstats

@@ -180,21 +180,20 @@ TEST_F(IAtomsAcquireTest, IsItsOwnLocalInterfaceOfTheSystem) {
 }
 
 /** A service that replies with these words. */
-struct Answering : android::BBinder {
-    const String16& getInterfaceDescriptor() const override { return descriptor; }
+struct Answering : Claiming {
+    using Claiming::Claiming;
     status_t onTransact(uint32_t, const Parcel& data, Parcel* reply, uint32_t) override {
         request = bytesOf(data);
         for (const int32_t word : words) reply->writeInt32(word);
         return OK;
     }
 
-    const String16 descriptor{kOurs};
     Words words;
     Bytes request;
 };
 
 TEST_F(IAtomsAcquireTest, ClientTakesOutValuesOfAnOkReplyAlone) {
-    const sp<Answering> service(new Answering);
+    const sp<Answering> service(new Answering(kOurs));
     const auto remote = inprocess::publish("atomacq", sp<IBinder>(service));
     const sp<IAtomsAcquire> client = IAtomsAcquire::asInterface(remote->proxy());
     int32_t ret = 77;

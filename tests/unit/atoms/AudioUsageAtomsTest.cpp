@@ -1,6 +1,5 @@
 #include "atoms/AudioUsageAtoms.h"
 #include "tests/support/AtomTest.h"
-#include "tests/support/FakePlatformServices.h"
 
 namespace {
 std::vector<UahRecord> gDataset;

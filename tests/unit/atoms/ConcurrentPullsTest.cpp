@@ -2,7 +2,6 @@
 #include <thread>
 
 #include "tests/support/AtomTest.h"
-#include "tests/support/FakePlatformServices.h"
 
 namespace zstats {
 namespace {

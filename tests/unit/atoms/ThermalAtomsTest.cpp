@@ -1,7 +1,6 @@
 #include <limits>
 
 #include "tests/support/AtomTest.h"
-#include "tests/support/FakePlatformServices.h"
 
 namespace zstats {
 namespace {

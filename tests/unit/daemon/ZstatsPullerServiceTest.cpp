@@ -18,7 +18,7 @@
 #include "daemon/ZstatsPullerService.h"
 #include "daemon/base/Log.h"
 #include "host/properties/PropertyStore.h"
-#include "tests/support/FakePlatformServices.h"
+#include "tests/support/FakeServices.h"
 #include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/libraries/FakeLibraries.h"
@@ -37,16 +37,6 @@ using android::base::unique_fd;
 
 constexpr int32_t kTags[] = {
 #include "tests/registered_atoms"
-};
-
-/** A binder that reports an interface descriptor: the service needs no more of statsd. */
-class Claiming : public android::BBinder {
-  public:
-    explicit Claiming(const char* descriptor) : mDescriptor(descriptor) {}
-    const String16& getInterfaceDescriptor() const override { return mDescriptor; }
-
-  private:
-    const String16 mDescriptor;
 };
 
 /** A statsd that dies during the call that links its death. */

@@ -1,20 +1,13 @@
 #include <android-base/file.h>
 #include <android-base/properties.h>
-#include <android-base/unique_fd.h>
 #include <cutils/properties.h>
-#include <errno.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <thread>
-#include <utility>
 
 #include "host/properties/PropertyStore.h"
 #include "tests/support/LogCapture.h"
@@ -24,7 +17,6 @@ namespace {
 
 using android::base::GetProperty;
 using android::base::SetProperty;
-using android::base::unique_fd;
 
 class PropertyTest : public testing::Test {
   protected:
@@ -34,38 +26,6 @@ class PropertyTest : public testing::Test {
         clearProperties();
     }
 };
-
-std::string cutilsGet(const char* key, const char* defaultValue) {
-    char value[PROPERTY_VALUE_MAX];
-    const int length = property_get(key, value, defaultValue);
-    EXPECT_EQ(static_cast<size_t>(length), strlen(value));
-    return value;
-}
-
-TEST_F(PropertyTest, isOneStoreForEveryInterface) {
-    EXPECT_EQ(__system_property_find("a.b"), nullptr);
-    EXPECT_EQ(property_set("a.b", "one"), 0);
-    EXPECT_EQ(GetProperty("a.b", "no"), "one");
-    EXPECT_TRUE(SetProperty("a.b", "two"));
-    EXPECT_EQ(cutilsGet("a.b", "no"), "two");
-    const auto note = [](void* seen, const char* name, const char* value, uint32_t) {
-        *static_cast<std::string*>(seen) = std::string(name) + "=" + value;
-    };
-    std::string seen;
-    __system_property_read_callback(__system_property_find("a.b"), note, &seen);
-    EXPECT_EQ(seen, "a.b=two");
-}
-
-TEST_F(PropertyTest, givesTheDefaultForAnEmptyPropertyAsForAnAbsentOne) {
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(GetProperty("x", "default"), "default");
-        EXPECT_EQ(cutilsGet("x", "default"), "default");
-        EXPECT_EQ(cutilsGet("x", nullptr), "");
-        EXPECT_EQ(cutilsGet("x", std::string(200, 'd').c_str()), std::string(91, 'd'));
-        EXPECT_EQ(__system_property_find("x") != nullptr, round == 1);
-        EXPECT_EQ(property_set("x", ""), 0);
-    }
-}
 
 TEST_F(PropertyTest, wakesThoseThatWaitForAValue) {
     using android::base::WaitForProperty;
@@ -125,7 +85,7 @@ TEST_F(PropertyTest, neverShowsAMixtureOfTwoValues) {
     reader.join();
 }
 
-/** With a path for an area or a socket. */
+/** With a path for an area. */
 class PropertyFileTest : public testing::Test {
   protected:
     ~PropertyFileTest() override { unlink(mPath.c_str()); }
@@ -174,33 +134,6 @@ TEST(PropertyAreaTest, hasRoomForItsCapacity) {
     EXPECT_EQ(area->set("one.more", "v"), -ENOSPC);
     EXPECT_EQ(area->set("n7", "changed"), 0);
     EXPECT_NE(area->find("n1023"), nullptr);
-}
-
-const std::string kWireRequest("\x01\0\x02\0\x08\0\0\0ctl.stop\x03\0\0\0abc", 23);
-
-TEST_F(PropertyFileTest, isASocketThatTakesTheDevicesWireFormAndAnswers) {
-    EXPECT_EQ(requestProperty(mPath, {"ctl.stop", "abc"}), -ENOENT);
-    const unique_fd listener(socket(AF_UNIX, SOCK_STREAM, 0));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    strncpy(address.sun_path, mPath.c_str(), sizeof(address.sun_path) - 1);
-    ASSERT_EQ(bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-    ASSERT_EQ(listen(listener.get(), 4), 0);
-    std::string wire(kWireRequest.size(), '\0');
-    std::thread init([&] {
-        for (int32_t answer : {0, 24}) {
-            const unique_fd client(accept(listener.get(), nullptr, nullptr));
-            EXPECT_TRUE(android::base::ReadFully(client.get(), wire.data(), wire.size()));
-            EXPECT_EQ(write(client.get(), &answer, sizeof(answer)), 4);
-        }
-        // Closes without an answer, as when init dies.
-        close(accept(listener.get(), nullptr, nullptr));
-    });
-    EXPECT_EQ(requestProperty(mPath, {"ctl.stop", "abc"}), 0);
-    EXPECT_EQ(requestProperty(mPath, {"ctl.stop", "abc"}), 24);
-    EXPECT_LT(requestProperty(mPath, {"ctl.stop", "abc"}), 0);
-    init.join();
-    EXPECT_EQ(wire, kWireRequest);
 }
 
 }  // namespace

@@ -1,17 +1,13 @@
 #include <aidl/android/os/BnPullAtomResultReceiver.h>
-#include <binder/Binder.h>
 #include <gtest/gtest.h>
 #include <stats_pull_atom_callback.h>
 
-#include <chrono>
-#include <condition_variable>
-#include <functional>
 #include <map>
-#include <mutex>
 #include <thread>
 
 #include "host/stats/EventReader.h"
 #include "host/stats/PullCallbackTable.h"
+#include "tests/support/Guarded.h"
 #include "tests/support/InProcessBinder.h"
 #include "vdevice/system/statsd/StatsdBase.h"
 
@@ -21,9 +17,8 @@ namespace {
 using Strings = std::vector<std::string>;
 
 /** Accepts answers whose events have at most this many bytes in total. */
-class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
-  public:
-    explicit Receiver(size_t maxBytes) : mMaxBytes(maxBytes) {}
+struct Receiver : aidl::android::os::BnPullAtomResultReceiver {
+    explicit Receiver(size_t most) : maxBytes(most) {}
 
     ndk::ScopedAStatus pullFinished(
             int32_t tag, bool success,
@@ -36,66 +31,36 @@ class Receiver : public aidl::android::os::BnPullAtomResultReceiver {
             text += event->built ? " [" : " unbuilt[";
             text += std::to_string(std::get<int32_t>(event->fields.at(0))) + "]";
         }
-        if (size > mMaxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
+        if (size > maxBytes) return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);
         answer += text;
         return ndk::ScopedAStatus::ok();
     }
 
+    const size_t maxBytes;
     std::string answer;
-
-  private:
-    const size_t mMaxBytes;
 };
 
 /** A fake statsd that records each request as "+TAG" or "-TAG", and its terms. */
-class FakeStatsd : public vdevice::StatsdBase {
-  public:
+struct FakeStatsd : vdevice::StatsdBase {
     Status registerNativePullAtomCallback(
             int32_t tag, int64_t coolDownMillis, int64_t timeoutMillis,
             const std::vector<int32_t>& additiveFields,
             const std::shared_ptr<IPullAtomCallback>& callback) override {
-        const std::lock_guard lock(mLock);
-        std::string terms = std::to_string(coolDownMillis) + " " + std::to_string(timeoutMillis);
-        for (const int32_t field : additiveFields) terms += " " + std::to_string(field);
-        mTerms.push_back(terms);
-        mCallbacks[tag] = callback;
-        mRequests.push_back("+" + std::to_string(tag));
-        mArrived.notify_all();
+        std::string text = std::to_string(coolDownMillis) + " " + std::to_string(timeoutMillis);
+        for (const int32_t field : additiveFields) text += " " + std::to_string(field);
+        terms.lock()->push_back(text);
+        (*callbacks.lock())[tag] = callback;
+        requests.lock()->push_back("+" + std::to_string(tag));
         return Status::ok();
     }
     Status unregisterNativePullAtomCallback(int32_t tag) override {
-        const std::lock_guard lock(mLock);
-        mRequests.push_back("-" + std::to_string(tag));
-        mArrived.notify_all();
+        requests.lock()->push_back("-" + std::to_string(tag));
         return Status::ok();
     }
 
-    /** Waits for `count` requests and returns all of them so far. */
-    Strings waitForRequests(size_t count) {
-        std::unique_lock lock(mLock);
-        mArrived.wait_for(lock, std::chrono::seconds(20), [&] { return mRequests.size() >= count; });
-        return mRequests;
-    }
-    /** Cool-down, time-out and additive fields of each registration so far. */
-    Strings terms() {
-        const std::lock_guard lock(mLock);
-        return mTerms;
-    }
-
-    /** The answer to a pull of a registered tag: the result, and the field of each event. */
-    std::string pull(int32_t tag, size_t maxBytes) {
-        const auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
-        const std::lock_guard lock(mLock);
-        mCallbacks.at(tag)->onPullAtom(tag, receiver);
-        return receiver->answer;
-    }
-
-  private:
-    std::mutex mLock;  // guards the members below
-    std::condition_variable mArrived;
-    Strings mRequests;
-    Strings mTerms;
-    std::map<int32_t, std::shared_ptr<IPullAtomCallback>> mCallbacks;
+    Guarded<Strings> requests;
+    Guarded<Strings> terms;  // cool-down, time-out and additive fields of each registration
+    Guarded<std::map<int32_t, std::shared_ptr<IPullAtomCallback>>> callbacks;
 };
 
 AStatsManager_PullAtomCallbackReturn answerNothing(int32_t, AStatsEventList*, void*) {
@@ -129,15 +94,19 @@ class PullCallbackTableTest : public testing::Test {
         old->die();
     }
 
-    /** Waits until statsd has served all requests to the library. */
-    void settle() {
+    /** The requests to the latest statsd, once all have been served. */
+    Strings requests() {
         PullCallbackTable::instance().join();
         mRemote->drainOneway();
+        return mStatsd->requests.get();
     }
 
+    /** The answer to a pull of a registered tag: the result, and the field of each event. */
     std::string pull(int32_t tag, size_t maxBytes = 1 << 20) {
-        settle();
-        return mStatsd->pull(tag, maxBytes);
+        requests();
+        const auto receiver = ndk::SharedRefBase::make<Receiver>(maxBytes);
+        mStatsd->callbacks.get().at(tag)->onPullAtom(tag, receiver);
+        return receiver->answer;
     }
 
     std::shared_ptr<FakeStatsd> mStatsd;
@@ -149,7 +118,7 @@ TEST_F(PullCallbackTableTest, registersInOrderWithoutMakingTheCallerWait) {
     for (int32_t tag : {30, 10, 20}) registerTag(tag);
     AStatsManager_clearPullAtomCallback(10);
     mRemote->unblock();
-    EXPECT_EQ(mStatsd->waitForRequests(4), (Strings{"+30", "+10", "+20", "-10"}));
+    EXPECT_EQ(requests(), (Strings{"+30", "+10", "+20", "-10"}));
 }
 
 TEST_F(PullCallbackTableTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
@@ -164,8 +133,8 @@ TEST_F(PullCallbackTableTest, sendsMetadataInMillisecondsAsItWasWhenSet) {
     AStatsManager_setPullAtomCallback(4, metadata, answerNothing, nullptr);
     AStatsManager_PullAtomMetadata_release(metadata);
     registerTag(3);
-    EXPECT_EQ(mStatsd->waitForRequests(4), (Strings{"+1", "+2", "+4", "+3"}));
-    EXPECT_EQ(mStatsd->terms(),
+    EXPECT_EQ(requests(), (Strings{"+1", "+2", "+4", "+3"}));
+    EXPECT_EQ(mStatsd->terms.get(),
               (Strings{"1000 1500", "-7 1099511627776 3 5", "-7 1099511627776", "1000 1500"}));
 }
 
@@ -199,42 +168,36 @@ TEST_F(PullCallbackTableTest, registersAllAgainInAscendingOrderWhenStatsdReturns
     AStatsManager_clearPullAtomCallback(15);
     // The last registration of a tag wins, also after a death.
     AStatsManager_setPullAtomCallback(20, nullptr, answerTwo, &verdict);
-    EXPECT_EQ(mStatsd->waitForRequests(6).size(), 6u);
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(pull(20), "20 success [1] unbuilt[2]");
         restartStatsd();
-        EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
+        EXPECT_EQ(requests(), (Strings{"+10", "+20", "+30"}));
     }
 }
 
 TEST_F(PullCallbackTableTest, keepsRegistrationsThatFoundNoStatsd) {
     registerTag(30);
-    EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+30"});
+    EXPECT_EQ(requests(), Strings{"+30"});
     mRemote->die();
     registerTag(10);
     PullCallbackTable::instance().join();
     startStatsd();
     // The library is not notified that statsd is back; the next registration finds it.
     registerTag(20);
-    settle();
-    EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+20"});
+    EXPECT_EQ(requests(), Strings{"+20"});
     restartStatsd();
-    EXPECT_EQ(mStatsd->waitForRequests(3), (Strings{"+10", "+20", "+30"}));
+    EXPECT_EQ(requests(), (Strings{"+10", "+20", "+30"}));
 }
 
 /** A statsd that dies while it is asked for its descriptor; another replaces it at once. */
-class DyingStatsd : public android::BBinder {
-  public:
-    explicit DyingStatsd(std::function<void()> die) : mDie(std::move(die)) {}
-
+struct DyingStatsd : Claiming {
+    explicit DyingStatsd(std::function<void()> action)
+          : Claiming("android.os.IStatsd"), die(std::move(action)) {}
     const android::String16& getInterfaceDescriptor() const override {
-        mDie();
-        return mDescriptor;
+        die();
+        return descriptor;
     }
-
-  private:
-    const std::function<void()> mDie;
-    const android::String16 mDescriptor{"android.os.IStatsd"};
+    const std::function<void()> die;
 };
 
 TEST_F(PullCallbackTableTest, looksUpAStatsdThatDiesMeanwhileOnlyOnce) {
@@ -245,10 +208,9 @@ TEST_F(PullCallbackTableTest, looksUpAStatsdThatDiesMeanwhileOnlyOnce) {
                                    dying->die();
                                }));
     registerTag(10);
-    settle();
+    PullCallbackTable::instance().join();
     registerTag(20);
-    settle();
-    EXPECT_EQ(mStatsd->waitForRequests(1), Strings{"+20"});
+    EXPECT_EQ(requests(), Strings{"+20"});
 }
 
 TEST_F(PullCallbackTableTest, keepsTheRegistrationsThatSeveralThreadsMake) {
@@ -262,11 +224,11 @@ TEST_F(PullCallbackTableTest, keepsTheRegistrationsThatSeveralThreadsMake) {
         });
     }
     for (std::thread& thread : threads) thread.join();
-    settle();
+    PullCallbackTable::instance().join();
     restartStatsd();
     Strings expected;
     for (int32_t tag = 0; tag < 60; tag += 2) expected.push_back("+" + std::to_string(tag));
-    EXPECT_EQ(mStatsd->waitForRequests(expected.size()), expected);
+    EXPECT_EQ(requests(), expected);
 }
 
 }  // namespace

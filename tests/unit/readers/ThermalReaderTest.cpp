@@ -6,7 +6,6 @@
 
 #include "readers/ThermalReader.h"
 #include "tests/support/AtomTest.h"
-#include "tests/support/FakePlatformServices.h"
 
 // The linker redirects writeInterfaceToken here (--wrap).
 namespace {

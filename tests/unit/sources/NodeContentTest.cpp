@@ -3,7 +3,7 @@
 
 #include "sources/HalHandleFactoryProxyAidl.h"
 #include "sources/NodeContent.h"
-#include "tests/support/FakeVendorServices.h"
+#include "tests/support/FakeServices.h"
 #include "tests/support/HandlerTest.h"
 
 namespace zstats {

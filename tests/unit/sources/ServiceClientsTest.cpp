@@ -8,8 +8,7 @@
 #include "sources/HalHandleFactoryProxyAidl.h"
 #include "sources/ThermalServiceClient.h"
 #include "sources/TouchClient.h"
-#include "tests/support/FakePlatformServices.h"
-#include "tests/support/FakeVendorServices.h"
+#include "tests/support/FakeServices.h"
 #include "tests/support/HandlerTest.h"
 
 namespace zstats {
@@ -129,20 +128,19 @@ TEST_F(ServiceClientsTest, OfAVendorTakeNoServiceOfAnotherInterface) {
 }
 
 /** A handle factory that dies during the call that links its death. */
-struct DyingHandles : android::BBinder {
-    const android::String16& getInterfaceDescriptor() const override { return descriptor; }
+struct DyingHandles : Claiming {
+    using Claiming::Claiming;
     android::status_t linkToDeath(const android::sp<DeathRecipient>& to, void*, uint32_t) override {
         notice = std::thread([this, to] { to->binderDied(this); });
         std::this_thread::sleep_for(std::chrono::milliseconds(50));  // dies after linking
         return android::OK;
     }
     std::thread notice;
-    const android::String16 descriptor{
-            aidl::vendor::norda::hardware::handlefactory::IHandleFactory::descriptor};
 };
 
 TEST_F(ServiceClientsTest, OfHandlesDropsAServiceThatDiesAsItIsLinked) {
-    const android::sp<DyingHandles> dying(new DyingHandles);
+    using aidl::vendor::norda::hardware::handlefactory::IHandleFactory;
+    const android::sp<DyingHandles> dying(new DyingHandles(IHandleFactory::descriptor));
     const android::String16 name(FakeHandleFactory::kName);
     android::defaultServiceManager()->addService(name, dying);
     EXPECT_TRUE(kFactory.finds());
