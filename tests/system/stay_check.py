@@ -61,6 +61,9 @@ class Device:
         yield ("bytes_and_status", (255, _ALL_BYTES, b"e\0\n"),
                self.run("printf '%s'; printf 'e\\0\\n' >&2; exit 255" % octal))
         yield "input", (0, b"", b""), self.run("cat")
+        yield "own_name", (0, b"/script/main\n", b""), self.run('echo "$0"')
+        status, output, errors = self.run("while :; do echo x; done & exit 4")
+        yield "ends_with_its_own_process", (4, set(), b""), (status, set(output) - set(b"x\n"), errors)
         yield "signal", (137, b"", b""), self.run("kill -9 $$")
 
     def slow_reader_holds_up_itself(self):
@@ -105,9 +108,10 @@ class Device:
         yield "nothing_arrives", [], os.listdir(self._folder)
 
     def _push_bytes(self, target):
+        """More than is in transit at a time, so that it hangs if input without a reader is kept."""
         there = self._folder + "/x"
         with open(there, "wb") as file:
-            file.write(_ALL_BYTES)
+            file.write(_ALL_BYTES * 100)
         result = self.call("push", "--name", _NAME, there, target)
         os.unlink(there)
         return result
