@@ -8,17 +8,15 @@
  *   pull_once PROFILE PULLS REPEATS  prints "time TAG NANOS NANOS" for each repeat as well: the
  *                                    median times of so many pulls, the daemon's and the bare one's
  */
-#include <dirent.h>
 #include <sys/system_properties.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
+#include <filesystem>
 #include <map>
 #include <sstream>
-#include <vector>
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"
@@ -63,12 +61,11 @@ struct Services {
         thermal.set(temperatures);
         touch.setText(text("touch"));
         audio.set(text("audio"));
-        DIR* folder = opendir((profile + "/nodes").c_str());
-        for (const dirent* entry = nullptr; folder && (entry = readdir(folder)) != nullptr;) {
-            if (entry->d_name[0] == '.') continue;
-            factory.set(entry->d_name, text((std::string("nodes/") + entry->d_name).c_str()));
+        std::error_code none;  // the bare profile has no nodes
+        for (const auto& node : std::filesystem::directory_iterator(profile + "/nodes", none)) {
+            const std::string name = node.path().filename();
+            factory.set(name, text(("nodes/" + name).c_str()));
         }
-        if (folder != nullptr) closedir(folder);
     }
 
     FakeCharger charger;

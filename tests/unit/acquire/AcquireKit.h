@@ -7,11 +7,7 @@
 #include <binder/TextOutput.h>
 #include <utils/String8.h>
 
-#include <functional>
 #include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"

@@ -54,15 +54,13 @@ TEST_F(CmdTest, LooksTheServiceUpAndHandsItArgumentsAndDescriptors) {
         Lines arguments;
         status_t status = android::OK;  // of the call; only a negative status is a failure
         std::string lookUp = "check ";
-    } rows[] = {
-            {{"stats"}, "stats", {}},
-            {{"stats", "data-subscribe"}, "stats", {"data-subscribe"}, 1},
-            {{"stats", "", "-w", "\xe2\x82\xac"}, "stats", {"", "-w", "\xe2\x82\xac"}},
-            {{"-w", "stats", "-l"}, "stats", {"-l"}, 2147483647, "waitFor "},
-            {{"-w", "-w"}, "-w", {}, android::OK, "waitFor "},
-            {{"-w"}, "-w", {}},
-            {{"-l", "x"}, "-l", {"x"}},
-    };
+    } rows[] = {{{"stats"}, "stats", {}},
+                {{"stats", "data-subscribe"}, "stats", {"data-subscribe"}, 1},
+                {{"stats", "", "-w", "\xe2\x82\xac"}, "stats", {"", "-w", "\xe2\x82\xac"}},
+                {{"-w", "stats", "-l"}, "stats", {"-l"}, 2147483647, "waitFor "},
+                {{"-w", "-w"}, "-w", {}, android::OK, "waitFor "},
+                {{"-w"}, "-w", {}},
+                {{"-l", "x"}, "-l", {"x"}}};
     for (const auto& row : rows) {
         inprocess::reset();
         publishCommand(row.service, [&](const ShellCall& call) {

@@ -102,31 +102,29 @@ TEST_F(IAtomsAcquireTest, AnswersToTheByteAndTracesItsCalls) {
         Words words;
         status_t status;
         Bytes reply;
-    } rows[] = {
-            {kInfo, kOurs, {0}, OK, noInfo},
-            {kInfo, kOurs, {3, 10, -1, 150005}, OK, noInfo},
-            {kInfo, "com.norda.quill.IAtomsAcquire2", {0}, BAD_TYPE, ""},
-            {kInfo, nullptr, {}, BAD_TYPE, ""},
-            {kInfo, kOurs, {}, kShort, ""},
-            {kInfo, kOurs, {-1}, OK, null},
-            {kInfo, kOurs, {INT32_MIN, 1}, OK, null},
-            {kInfo, kOurs, {3, 10, 11}, BAD_VALUE, ""},
-            {kInfo, kOurs, {0x40000000, 1}, BAD_VALUE, ""},
-            {kInfo, kOurs, {1, 10, 0}, OK, unread("4")},
-            {kRegister, "android.os.IStatsd", {0}, BAD_TYPE, ""},
-            {kRegister, kOurs, {}, kShort, ""},
-            {kRegister, kOurs, {-1, 1, 0, kFd}, OK, null},
-            {kRegister, kOurs, {INT32_MAX, 10}, BAD_VALUE, ""},
-            {kRegister, kOurs, {1, 10}, kShort, ""},
-            {kRegister, kOurs, {1, 10, 0}, OK, null},
-            {kRegister, kOurs, {0, 1, 0, 7, 7, 7}, BAD_TYPE, ""},
-            {kRegister, kOurs, {0, 1, 0, kFd, 7, 8}, OK, unread("8")},
-            {kRegister, kOurs, {1, 10, 1, 0, kFd}, OK, refusal},
-            {3, kOurs, {0}, kUnknown, ""},
-            {0, kOurs, {0}, kUnknown, ""},
-            {0x00fffffe, kOurs, {}, kUnknown, ""},  // asks for a version
-            {IBinder::INTERFACE_TRANSACTION, nullptr, {}, OK, textBytes(kOurs)},
-    };
+    } rows[] = {{kInfo, kOurs, {0}, OK, noInfo},
+                {kInfo, kOurs, {3, 10, -1, 150005}, OK, noInfo},
+                {kInfo, "com.norda.quill.IAtomsAcquire2", {0}, BAD_TYPE, ""},
+                {kInfo, nullptr, {}, BAD_TYPE, ""},
+                {kInfo, kOurs, {}, kShort, ""},
+                {kInfo, kOurs, {-1}, OK, null},
+                {kInfo, kOurs, {INT32_MIN, 1}, OK, null},
+                {kInfo, kOurs, {3, 10, 11}, BAD_VALUE, ""},
+                {kInfo, kOurs, {0x40000000, 1}, BAD_VALUE, ""},
+                {kInfo, kOurs, {1, 10, 0}, OK, unread("4")},
+                {kRegister, "android.os.IStatsd", {0}, BAD_TYPE, ""},
+                {kRegister, kOurs, {}, kShort, ""},
+                {kRegister, kOurs, {-1, 1, 0, kFd}, OK, null},
+                {kRegister, kOurs, {INT32_MAX, 10}, BAD_VALUE, ""},
+                {kRegister, kOurs, {1, 10}, kShort, ""},
+                {kRegister, kOurs, {1, 10, 0}, OK, null},
+                {kRegister, kOurs, {0, 1, 0, 7, 7, 7}, BAD_TYPE, ""},
+                {kRegister, kOurs, {0, 1, 0, kFd, 7, 8}, OK, unread("8")},
+                {kRegister, kOurs, {1, 10, 1, 0, kFd}, OK, refusal},
+                {3, kOurs, {0}, kUnknown, ""},
+                {0, kOurs, {0}, kUnknown, ""},
+                {0x00fffffe, kOurs, {}, kUnknown, ""},  // asks for a version
+                {IBinder::INTERFACE_TRANSACTION, nullptr, {}, OK, textBytes(kOurs)}};
     const char* const sections[] = {
             "", "<AIDL::cpp::IAtomsAcquire::getInfoForPulledAtoms::cppServer>",
             "<AIDL::cpp::IAtomsAcquire::registerFdForPushedAtoms::cppServer>"};

@@ -1,82 +1,16 @@
 #include <android-base/file.h>
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <future>
 #include <system_error>
 
 #include "acquire/PushedAtomSubscription.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/OwnEntries.h"
 #include "tests/unit/acquire/AcquireKit.h"
-
-namespace {
-
-/** Faults of the C library's functions below on this thread; without one they work. */
-struct Faults {
-    int pipe = 0;
-    int pipeSize = 0;
-    int thread = 0;
-    int write = 0;
-    size_t writeLimit = SIZE_MAX;
-    int writes = 0;  // so far
-};
-thread_local Faults gFaults;
-
-template <typename Function>
-Function* genuine(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-/** False for calls of a sanitizer's library, which probes memory through a pipe. */
-bool isThisProgram(const void* caller) {
-    Dl_info other;
-    Dl_info own;
-    return dladdr(caller, &other) != 0 &&
-           dladdr(reinterpret_cast<const void*>(&isThisProgram), &own) != 0 &&
-           other.dli_fbase == own.dli_fbase;
-}
-
-}  // namespace
-
-extern "C" int pipe(int ends[2]) noexcept {
-    if (gFaults.pipe == 0 || !isThisProgram(__builtin_return_address(0))) return pipe2(ends, 0);
-    errno = gFaults.pipe;
-    return -1;
-}
-
-extern "C" int fcntl(int fd, int command, ...) {
-    static const auto next = genuine<int(int, int, ...)>("fcntl");
-    va_list arguments;
-    va_start(arguments, command);
-    void* const argument = va_arg(arguments, void*);
-    va_end(arguments);
-    if (gFaults.pipeSize == 0 || command != F_SETPIPE_SZ) return next(fd, command, argument);
-    errno = gFaults.pipeSize;
-    return -1;
-}
-
-extern "C" ssize_t write(int fd, const void* data, size_t size) {
-    static const auto next = genuine<ssize_t(int, const void*, size_t)>("write");
-    if (!isThisProgram(__builtin_return_address(0))) return next(fd, data, size);
-    ++gFaults.writes;
-    if (gFaults.write == 0) return next(fd, data, std::min(size, gFaults.writeLimit));
-    errno = gFaults.write;
-    return -1;
-}
-
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*body)(void*), void* argument) noexcept {
-    static const auto next = genuine<decltype(pthread_create)>("pthread_create");
-    return gFaults.thread != 0 ? gFaults.thread : next(thread, attributes, body, argument);
-}
 
 namespace zstats {
 namespace {
@@ -84,6 +18,9 @@ namespace {
 using android::base::unique_fd;
 using android::os::ParcelFileDescriptor;
 
+// A sanitizer's library probes memory by writes of other sizes.
+constexpr CallArgument kFrameSize = {2, 8 + 4};
+constexpr CallArgument kResize = {1, F_SETPIPE_SZ};
 constexpr char kStarted[] = "I AtomsAcquire cmdMain in!!!\n";
 constexpr char kEnded[] = "I AtomsAcquire cmdMain done!!!\n";
 
@@ -112,8 +49,7 @@ TEST(SubscriptionMessageTest, HoldsTheIdsOfEachKindInTheirOrder) {
             {{10000, 10499, 150000}, pulled("10000") + pulled("10499") + pulled("150000")},
             {{150030, 100207, 150005}, pushed("100207") + pulled("150030") + pulled("150005")},
             {{700, 3, 700}, pushed("700") + pushed("3") + pushed("700")},
-            {{INT32_MAX, INT32_MAX}, pulled("2147483647") + pulled("2147483647")},
-    };
+            {{INT32_MAX, INT32_MAX}, pulled("2147483647") + pulled("2147483647")}};
     for (const auto& [ids, text] : rows) EXPECT_EQ(decode(serializeSubscription(ids)), text);
     // The documented number of ordinary ids for a pipe.
     EXPECT_EQ(frameMessage(serializeSubscription(std::vector(23301, 150000))).size(),
@@ -150,9 +86,16 @@ class PushedAtomSubscriptionTest : public testing::Test {
         mBefore = ownEntries("fd");
     }
     ~PushedAtomSubscriptionTest() override {
-        gFaults = {};
         for (const int fd : newDescriptors()) close(fd);  // those that the daemon leaves open
         inprocess::reset();
+    }
+
+    /** Publishes a statsd that keeps what its input holds. */
+    static void publishStatsdThatReads(std::string* frame) {
+        publishCommand("stats", [frame](const ShellCall& call) {
+            *frame = drain(call.in);
+            return FakeCommand::answer(call);
+        });
     }
 
     int32_t subscribe(const std::vector<int32_t>& ids = {10}) {
@@ -187,9 +130,7 @@ TEST_F(PushedAtomSubscriptionTest, HandsTheFrameAndADuplicateToStatsdAndKeepsThe
     });
     std::promise<std::set<int>> atEnd;
     mLog.whenLogged(kEnded + 2, [&] { atEnd.set_value(newDescriptors()); });
-    gFaults = {};
     EXPECT_EQ(subscribe({150005, 100207, 9}), 1);
-    EXPECT_EQ(gFaults.writes, 1);
     waitForEnds();
     EXPECT_EQ(frame, frameMessage(serializeSubscription({150005, 100207, 9})));
     EXPECT_EQ(drain(mReader.get()), "data");
@@ -250,17 +191,13 @@ TEST_F(PushedAtomSubscriptionTest, SaysInTheLogAndOnItsStreamsWhyStatsdGetsNothi
 
 TEST_F(PushedAtomSubscriptionTest, FitsThePipeToTheFrame) {
     std::string frame;
-    publishCommand("stats", [&](const ShellCall& call) {
-        frame = drain(call.in);
-        return FakeCommand::answer(call);
-    });
+    publishStatsdThatReads(&frame);
     const auto page = static_cast<size_t>(getpagesize());
     const std::pair<std::vector<int32_t>, size_t> rows[] = {
             {{}, page},
             {std::vector((page - 8) / 4, 3), page},
             {std::vector((page - 8) / 4 + 1, 3), 2 * page},
-            {std::vector(1600, 150000), 131072},
-    };
+            {std::vector(1600, 150000), 131072}};
     for (const auto& [ids, size] : rows) {
         EXPECT_EQ(subscribe(ids), 1);
         waitForEnds();
@@ -273,16 +210,14 @@ TEST_F(PushedAtomSubscriptionTest, FitsThePipeToTheFrame) {
     }
 
     // A pipe that cannot be resized still takes what fits, to the byte.
-    gFaults = {};
-    gFaults.pipeSize = EPERM;
     std::vector<int32_t> ids(static_cast<size_t>(fcntl(mReader.get(), F_GETPIPE_SZ) - 8) / 4, 3);
-    EXPECT_EQ(subscribe(ids), 1);
+    withFailingCall(SYS_fcntl, kResize, EPERM, [&] { EXPECT_EQ(subscribe(ids), 1); });
     waitForEnds();
     mLog.take();
+    EXPECT_EQ(frame, frameMessage(serializeSubscription(ids)));
     const std::set<int> before = newDescriptors();
     ids.push_back(3);
-    EXPECT_EQ(subscribe(ids), -1);
-    EXPECT_EQ(gFaults.writes, 1);
+    withFailingCall(SYS_fcntl, kResize, EPERM, [&] { EXPECT_EQ(subscribe(ids), -1); });
     EXPECT_EQ(mLog.take()[4],
               "E AtomsAcquire write to control pipe done with error(Message too long) \n");
     EXPECT_EQ(newDescriptors(), before);
@@ -292,15 +227,16 @@ TEST_F(PushedAtomSubscriptionTest, GivesUpWithoutAPipeThatTakesAnythingOrAThread
     const Lines lines = {"I AtomsAcquire dumpShellSubscriptionForPush in!\n",
                          "I dumpShellSubscriptionForPush done ret = -1"};
     testing::internal::CaptureStderr();
-    gFaults.pipe = EMFILE;
+    rlimit files;
+    getrlimit(RLIMIT_NOFILE, &files);
+    const rlimit none = {0, files.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
     EXPECT_EQ(subscribe(), -1);
+    setrlimit(RLIMIT_NOFILE, &files);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "create control pipe failed\n");
     EXPECT_EQ(mLog.take(), lines);
 
-    gFaults = {};
-    gFaults.write = EIO;
-    EXPECT_EQ(subscribe(), -1);
-    EXPECT_EQ(gFaults.writes, 1);
+    withFailingCall(SYS_write, kFrameSize, EIO, [&] { EXPECT_EQ(subscribe(), -1); });
     EXPECT_EQ(mLog.take(),
               (Lines{lines[0], "I AtomsAcquire write config \n",
                      "I AtomsAcquire config.SerializeToString \n",
@@ -310,26 +246,15 @@ TEST_F(PushedAtomSubscriptionTest, GivesUpWithoutAPipeThatTakesAnythingOrAThread
     EXPECT_EQ(newDescriptors(), std::set<int>{});
 
     // Uncaught, as in the daemon.
-    gFaults = {};
-    gFaults.thread = EAGAIN;
-    EXPECT_THROW(subscribe(), std::system_error);
+    withFailingCall(SYS_clone3, {}, EAGAIN, [&] { EXPECT_THROW(subscribe(), std::system_error); });
 }
 
 TEST_F(PushedAtomSubscriptionTest, TakesAShortWriteForAWholeOne) {
-    std::string frame;
-    publishCommand("stats", [&](const ShellCall& call) {
-        frame = drain(call.in);
-        return FakeCommand::answer(call);
-    });
-    for (const size_t limit : {3, 0}) {
-        gFaults = {};
-        gFaults.writeLimit = limit;
-        EXPECT_EQ(subscribe(), 1);
-        EXPECT_EQ(gFaults.writes, 1);
-        waitForEnds();
-        mLog.take();
-        EXPECT_EQ(frame.size(), limit);
-    }
+    std::string frame = "kept";
+    publishStatsdThatReads(&frame);
+    withFailingCall(SYS_write, kFrameSize, 0, [&] { EXPECT_EQ(subscribe(), 1); });
+    waitForEnds();
+    EXPECT_EQ(frame, "");
 }
 
 }  // namespace

@@ -132,22 +132,20 @@ TEST_F(ShellCallbackTest, OpensAsItsModeTells) {
 TEST_F(ShellCallbackTest, SaysWhyItDoesNotOpen) {
     const std::string directory = std::filesystem::current_path();
     const std::string name = std::filesystem::path(directory).filename();
-    const std::tuple<std::string, std::string, int> rows[] = {
-            {"there", "a", -EINVAL},
-            {"missing", "", -EINVAL},
-            {"there", "rw", -EINVAL},
-            {"there", "W", -EINVAL},
-            {"there", "w ", -EINVAL},
-            {"missing", "r", -1},
-            {"missing", "r+", -1},
-            {"no/such/directory", "w", -1},
-            {".", "w", -1},
-            {"/there", "r", -1},
-            {"./no/../there", "r", -1},
-            {"", "r", 0},
-            {"./../" + name + "/there", "r", 0},
-            {directory + "/there", "r", 0},
-    };
+    const std::tuple<std::string, std::string, int> rows[] = {{"there", "a", -EINVAL},
+                                                              {"missing", "", -EINVAL},
+                                                              {"there", "rw", -EINVAL},
+                                                              {"there", "W", -EINVAL},
+                                                              {"there", "w ", -EINVAL},
+                                                              {"missing", "r", -1},
+                                                              {"missing", "r+", -1},
+                                                              {"no/such/directory", "w", -1},
+                                                              {".", "w", -1},
+                                                              {"/there", "r", -1},
+                                                              {"./no/../there", "r", -1},
+                                                              {"", "r", 0},
+                                                              {"./../" + name + "/there", "r", 0},
+                                                              {directory + "/there", "r", 0}};
     for (const auto& [path, mode, result] : rows) {
         EXPECT_EQ(open(path, mode), result) << path;
         EXPECT_EQ(mError.take(), result == -EINVAL ? "Invalid mode requested: " + mode + "\n" : "");

@@ -6,10 +6,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "tests/support/LogCapture.h"
 

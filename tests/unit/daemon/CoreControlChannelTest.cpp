@@ -1,10 +1,6 @@
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "daemon/CoreControlChannel.h"
 #include "host/properties/PropertyStore.h"
 
@@ -48,8 +44,7 @@ TEST(CoreControlChannelTest, OpensByTheFirstRuleThatHolds) {
             {false, {{kImage, "release"}}},
             {false, {{kImage, "release"}, {kRelease, "false"}}},
             {true, {{kImage, "releases"}}},
-            {true, {{kImage, "eng"}, {kRelease, "false"}}},
-    };
+            {true, {{kImage, "eng"}, {kRelease, "false"}}}};
     for (const auto& row : cases) {
         properties::clearProperties();
         for (const auto& [name, value] : row.properties) property_set(name.c_str(), value.c_str());

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "daemon/Startup.h"
 #include "daemon/base/Log.h"
@@ -56,18 +55,16 @@ TEST(StartupTest, AsksNoFurtherThanItHasToBeforeItRunsOrRefuses) {
         bool memoryOk;
         const char *releaseType, *alwaysOn, *start;  // properties
         Lines lines;
-    } rows[] = {
-            {true, "true", nullptr, nullptr, {kStart, "returns 1"}},
-            {false, "false", nullptr, nullptr, {type + "false", kStart, "returns 1"}},
-            {false, nullptr, "true", nullptr, {type, kStart, "returns 1"}},
-            {false, "true", "false", "1", forced},
-            {false, "true", "false", nullptr, refused},
-            {false, "true", "false", "0", refused},
-            {false, "true", "false", "true", refused},
-            {false, "true", "false", "01", refused},
-            {false, "true", "false", "1 ", refused},
-            {false, "true", "false", "11", refused},
-    };
+    } rows[] = {{true, "true", nullptr, nullptr, {kStart, "returns 1"}},
+                {false, "false", nullptr, nullptr, {type + "false", kStart, "returns 1"}},
+                {false, nullptr, "true", nullptr, {type, kStart, "returns 1"}},
+                {false, "true", "false", "1", forced},
+                {false, "true", "false", nullptr, refused},
+                {false, "true", "false", "0", refused},
+                {false, "true", "false", "true", refused},
+                {false, "true", "false", "01", refused},
+                {false, "true", "false", "1 ", refused},
+                {false, "true", "false", "11", refused}};
     for (const auto& row : rows) {
         const auto mayRunHere = [&row] {
             setProperties({{"ro.build.release_type", row.releaseType},

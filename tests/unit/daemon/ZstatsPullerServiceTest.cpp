@@ -9,10 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "daemon/PullDispatch.h"
 #include "daemon/ZstatsPullerService.h"
@@ -73,11 +70,26 @@ class ZstatsPullerServiceTest : public testing::Test {
     LogCapture mLog;
 };
 
-TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConnection) {
+TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsWithTheDispatchAndOneObject) {
     Lines registrations;
     for (const int32_t tag : kTags) {
         registrations.push_back("setPullAtomCallback " + std::to_string(tag) + " 1000 2000 0");
     }
+    const sp<ZstatsPullerService> service(new ZstatsPullerService);
+    gLibraries.calls.resize(std::size(kTags));
+    EXPECT_EQ(gLibraries.calls, registrations);
+    EXPECT_EQ(gLibraries.metadataInUse, 0);
+    const void* const cookie = gLibraries.registrations[0].cookie;
+    EXPECT_NE(cookie, nullptr);
+    for (const auto& registration : gLibraries.registrations) {
+        EXPECT_EQ(registration.callback, &onPullAtom);
+        EXPECT_EQ(registration.cookie, cookie);
+    }
+    // No look-up waits; the second is that of the callback object.
+    EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda"}));
+}
+
+TEST_F(ZstatsPullerServiceTest, ConnectsAfterTheRegistrationsAndEndsTheLastConnection) {
     const Lines asks = {"zbpf_is_enable", "zbpf_btf_support", "zbpf_region_support"};
     const Lines starts = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched pullerd_kw"};
     const Lines second = {"zbpf_connect_start /system_ext/bin/zcvt/norda_sched_corectl pullerd_kw"};
@@ -98,35 +110,19 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
                 // The second connection is tried also after a failure of the first.
                 {1, -1, "false", asks + starts + asks + second, failed("-1") + failed("-1"), "-1"},
                 {2, 40, "false", asks + asks, unsupported + unsupported, "-1"}};
-    const Lines ofCallback = {
+    const Lines registered = {
             "D2 property ro.hardware:", "E getGpuStats With a unknown vendor platform!",
-            "I1 ThermalReader checkService failed"};
-    const Lines registered = {"I1 pullerd:uid =" + std::to_string(getuid()) +
-                              " registerPullAtomCallback success"};
+            "I1 ThermalReader checkService failed",
+            "I1 pullerd:uid =" + std::to_string(getuid()) + " registerPullAtomCallback success"};
     for (const auto& row : rows) {
         property_set("ro.build.release_type", row.releaseType);
-        // The last line belongs to the connection below.
-        expectLines(mLog, ofCallback + registered + row.lines + unsupported, [&] {
-            inprocess::reset();
-            publishStats("android.os.IStatsd");
+        expectLines(mLog, registered + row.lines, [&] {
             gLibraries = {};
             gLibraries.bpfRegion = row.region;
             gLibraries.bpfConnection = row.connection;
             sp<ZstatsPullerService> service(new ZstatsPullerService);
-            EXPECT_EQ(gLibraries.takeCalls(), registrations + row.calls);
-            EXPECT_EQ(gLibraries.metadataInUse, 0);
-            const void* const cookie = gLibraries.registrations[0].cookie;
-            EXPECT_NE(cookie, nullptr);
-            for (const auto& registration : gLibraries.registrations) {
-                EXPECT_EQ(registration.callback, &onPullAtom);
-                EXPECT_EQ(registration.cookie, cookie);
-            }
-            // No look-up waits; the second is that of the callback object.
-            EXPECT_EQ(inprocess::lookUps(), (Lines{"check stats", "check calda"}));
-
-            gLibraries.bpfEnabled = 0;  // without support the descriptor stays unchanged
-            char path[] = "/bpf/later";
-            service->connectZbpfForKorkerInner(path);
+            EXPECT_EQ(Lines(gLibraries.calls.begin() + std::size(kTags), gLibraries.calls.end()),
+                      row.calls);
             gLibraries.calls.clear();
             service.clear();
             EXPECT_EQ(gLibraries.takeCalls(),
@@ -134,6 +130,16 @@ TEST_F(ZstatsPullerServiceTest, RegistersAllAtomsThenConnectsAndEndsTheLastConne
         });
         properties::clearProperties();
     }
+}
+
+TEST_F(ZstatsPullerServiceTest, KeepsItsConnectionWhenALaterOneHasNoSupport) {
+    sp<ZstatsPullerService> service(new ZstatsPullerService);
+    gLibraries.bpfEnabled = 0;
+    char path[] = "/bpf/later";
+    service->connectZbpfForKorkerInner(path);
+    gLibraries.calls.clear();
+    service.clear();
+    EXPECT_EQ(gLibraries.calls, Lines{"zbpf_connect_exit 41 pullerd_kw"});
 }
 
 TEST_F(ZstatsPullerServiceTest, DoesNothingWithoutStatsd) {
@@ -244,19 +250,17 @@ TEST_F(DumpTest, AnswersEachRequestInOneWriteAndChangesNothingElse) {
         int32_t level = 5;  // afterwards; 5 before
         bool rgbLog = true;
     };
-    std::vector<Row> rows = {
-            {{}, help},
-            {{"-h"}, help},
-            {{"--loglevel"}, help},
-            {{"--rgbLog"}, help},
-            {{"--loglevel", "2", "3"}, help},
-            {{"--RGBLOG", "0"}, ""},
-            {{"--logLevel", "2"}, ""},
-            {{"--loglevel ", "2"}, ""},
-            {{"--loglevel2", ""}, ""},
-            {{"2", "--loglevel"}, ""},
-            {{"", ""}, ""},
-    };
+    std::vector<Row> rows = {{{}, help},
+                             {{"-h"}, help},
+                             {{"--loglevel"}, help},
+                             {{"--rgbLog"}, help},
+                             {{"--loglevel", "2", "3"}, help},
+                             {{"--RGBLOG", "0"}, ""},
+                             {{"--logLevel", "2"}, ""},
+                             {{"--loglevel ", "2"}, ""},
+                             {{"--loglevel2", ""}, ""},
+                             {{"2", "--loglevel"}, ""},
+                             {{"", ""}, ""}};
     for (const char* on : {"1", "2", "-1"}) rows.push_back({{"--rgbLog", on}, rgbLogIs + "1\n"});
     for (const char* off : {"0", "abc", ""}) {
         rows.push_back({{"--rgbLog", off}, rgbLogIs + "0\n", 5, false});

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <string>
 
 #include "host/selinux/Contexts.h"
 
@@ -27,8 +26,7 @@ TEST(ContextsTest, aServiceHasTheLabelOfItsWholeName) {
     const std::map<std::string, std::string> labels = {
             {"audio", "u:object_r:audio_service:s0"}, {"audi", "u:object_r:nobodys:s0"},
             {"audio2", "u:object_r:nobodys:s0"},      {"label.missing", "u:object_r:nobodys:s0"},
-            {"*", "u:object_r:nobodys:s0"},           {"#", "u:object_r:nobodys:s0"},
-    };
+            {"*", "u:object_r:nobodys:s0"},           {"#", "u:object_r:nobodys:s0"}};
     for (const auto& [name, label] : labels) EXPECT_EQ(label, contexts.ofService(name)) << name;
 }
 

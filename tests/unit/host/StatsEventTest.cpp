@@ -45,14 +45,13 @@ TEST(StatsEventTest, encodesEachKindOfFieldToTheByte) {
         Writer write;
         std::string hex;   // of the bytes after the time stamp
         FieldValue field;  // as it is read back
-    } cases[] = {
-            {[](auto* e) { AStatsEvent_writeInt32(e, 7); }, id + "0007000000", 7},
-            {[](auto* e) { AStatsEvent_writeInt64(e, -1); }, id + "01ffffffffffffffff", int64_t{-1}},
-            {[](auto* e) { AStatsEvent_writeFloat(e, 1.25f); }, id + "040000a03f", 1.25f},
-            {[](auto* e) { AStatsEvent_writeBool(e, true); }, id + "0501", true},
-            {[](auto* e) { AStatsEvent_writeString(e, "ab"); }, id + "02020000006162", "ab"s},
-            {[](auto* e) { AStatsEvent_writeString(e, nullptr); }, id + "0200000000", ""s},
-    };
+    } cases[] = {{[](auto* e) { AStatsEvent_writeInt32(e, 7); }, id + "0007000000", 7},
+                 {[](auto* e) { AStatsEvent_writeInt64(e, -1); }, id + "01ffffffffffffffff",
+                  int64_t{-1}},
+                 {[](auto* e) { AStatsEvent_writeFloat(e, 1.25f); }, id + "040000a03f", 1.25f},
+                 {[](auto* e) { AStatsEvent_writeBool(e, true); }, id + "0501", true},
+                 {[](auto* e) { AStatsEvent_writeString(e, "ab"); }, id + "02020000006162", "ab"s},
+                 {[](auto* e) { AStatsEvent_writeString(e, nullptr); }, id + "0200000000", ""s}};
     for (const auto& row : cases) {
         SCOPED_TRACE(row.hex);
         const EventPtr event = newEvent();
@@ -101,29 +100,26 @@ TEST(StatsEventTest, replacesTheFieldsOfAFaultyEventByItsErrors) {
     const struct {
         uint32_t errors, atomId;
         Writer write;
-    } cases[] = {
-            {0, 1, [](auto* e) { writeInts(e, 125); }},
-            {kErrorTooManyFields, 1, [](auto* e) { writeInts(e, 126); }},
-            {0, 1, [](auto* e) { writeText(e, kLongestText); }},
-            {kErrorOverflow, 1, [](auto* e) { writeText(e, kLongestText + 1); }},
-            {kErrorNoAtomId, 0, [](auto*) {}},
-            {kErrorTooManyFields, 1, [](auto* e) { writeInts(e, 300); }},
-            // The id must come first; a second one is ignored.
-            {0, 1, [](auto* e) { AStatsEvent_setAtomId(e, 2); }},
-            {kErrorNoAtomId | kErrorAtomIdMisplaced, 0,
-             [](auto* e) {
-                 AStatsEvent_writeInt64(e, -1);
-                 AStatsEvent_setAtomId(e, 5);
-             }},
-            {kErrorNoAtomId | kErrorTooManyFields, 0, [](auto* e) { writeInts(e, 128); }},
-            {kErrorOverflow, 1,
-             [](auto* e) {
-                 for (int i = 0; i < 20; ++i) writeText(e, 4090);
-                 size_t size = 0;
-                 AStatsEvent_getBuffer(e, &size);
-                 EXPECT_LE(size, kMaxPulledBytes);
-             }},
-    };
+    } cases[] = {{0, 1, [](auto* e) { writeInts(e, 125); }},
+                 {kErrorTooManyFields, 1, [](auto* e) { writeInts(e, 126); }},
+                 {0, 1, [](auto* e) { writeText(e, kLongestText); }},
+                 {kErrorOverflow, 1, [](auto* e) { writeText(e, kLongestText + 1); }},
+                 {kErrorNoAtomId, 0, [](auto*) {}},
+                 {kErrorTooManyFields, 1, [](auto* e) { writeInts(e, 300); }},
+                 // The id must come first; a second one is ignored.
+                 {0, 1, [](auto* e) { AStatsEvent_setAtomId(e, 2); }},
+                 {kErrorNoAtomId | kErrorAtomIdMisplaced, 0,
+                  [](auto* e) {
+                      AStatsEvent_writeInt64(e, -1);
+                      AStatsEvent_setAtomId(e, 5);
+                  }},
+                 {kErrorNoAtomId | kErrorTooManyFields, 0, [](auto* e) { writeInts(e, 128); }},
+                 {kErrorOverflow, 1, [](auto* e) {
+                      for (int i = 0; i < 20; ++i) writeText(e, 4090);
+                      size_t size = 0;
+                      AStatsEvent_getBuffer(e, &size);
+                      EXPECT_LE(size, kMaxPulledBytes);
+                  }}};
     for (const auto& row : cases) {
         SCOPED_TRACE(row.errors);
         expectErrors(row.errors, row.atomId, row.write);

@@ -8,8 +8,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <memory>
-#include <string>
 
 #include "host/stats/StatsSocketWriter.h"
 
@@ -53,18 +51,20 @@ class StatsSocketTest : public testing::Test {
 
 constexpr char kTagBytes[] = "tats";
 
+template <typename Number>
+std::string bytesOf(Number number) {
+    return {reinterpret_cast<const char*>(&number), sizeof(number)};
+}
+
 TEST_F(StatsSocketTest, sendsHeaderTagAndEventInOneDatagram) {
     StatsSocket statsd(mPath);
     const time_t before = time(nullptr);
     EXPECT_EQ(write("event"), 9);
     const std::string datagram = statsd.receive();
     ASSERT_EQ(datagram.size(), 11 + 4 + 5u);
-    uint16_t tid = 0;
+    EXPECT_EQ(datagram.substr(0, 3), "\5" + bytesOf(static_cast<uint16_t>(syscall(SYS_gettid))));
     uint32_t seconds = 0;
-    memcpy(&tid, &datagram[1], sizeof(tid));
     memcpy(&seconds, &datagram[3], sizeof(seconds));
-    EXPECT_EQ(datagram[0], 5);
-    EXPECT_EQ(tid, static_cast<uint16_t>(syscall(SYS_gettid)));
     EXPECT_GE(seconds, static_cast<uint32_t>(before));
     EXPECT_EQ(datagram.substr(11), std::string(kTagBytes) + "event");
     EXPECT_EQ(statsd.receive(), "");
@@ -89,15 +89,8 @@ TEST_F(StatsSocketTest, reportsLossesBeforeTheNextEventThatGetsThrough) {
     EXPECT_EQ(write("y", 101), -ENODEV);
     StatsSocket statsd(mPath);
     EXPECT_EQ(write("z", 102), 5);
-    const std::string report = statsd.receive().substr(11);
-    ASSERT_EQ(report.size(), 13u);
-    int32_t error = 0;
-    uint64_t atomAndCount = 0;
-    memcpy(&error, &report[0], sizeof(error));
-    memcpy(&atomAndCount, &report[5], sizeof(atomAndCount));
-    EXPECT_EQ(error, -ENODEV);
-    EXPECT_EQ(report[4], 1);
-    EXPECT_EQ(atomAndCount, uint64_t{101} << 32 | 2);
+    EXPECT_EQ(statsd.receive().substr(11),
+              bytesOf(-ENODEV) + "\1" + bytesOf(uint64_t{101} << 32 | 2));
     EXPECT_EQ(statsd.receive().substr(11), std::string(kTagBytes) + "z");
     EXPECT_EQ(write("again", 102), 9);
     EXPECT_EQ(statsd.receive().substr(11), std::string(kTagBytes) + "again");

@@ -2,8 +2,6 @@
 
 #include <array>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "daemon/base/Log.h"
 #include "kernel/BpfEventChannel.h"
@@ -96,15 +94,13 @@ TEST_F(BpfEventChannelTest, WritesAnAtomForARecordAndTellsWhatItDrops) {
         std::array<int32_t, 4> head;
         std::string info;
         std::string numbers;  // as in the log line
-    } rows[] = {
-            {-4, {7, 1, 2, 3}, "x", "type:7 pe:1 lnr:2 bnr:3"},
-            {0,
-             {INT32_MAX, INT32_MIN, -1, 0},
-             "a, b:c %s",
-             "type:2147483647 pe:-2147483648 lnr:-1 bnr:0"},
-            {32767, {0, 0, 0, 0}, "", "type:0 pe:0 lnr:0 bnr:0"},
-            {1, {1, 2, 3, 4}, std::string(900, 'i'), "type:1 pe:2 lnr:3 bnr:4"},
-    };
+    } rows[] = {{-4, {7, 1, 2, 3}, "x", "type:7 pe:1 lnr:2 bnr:3"},
+                {0,
+                 {INT32_MAX, INT32_MIN, -1, 0},
+                 "a, b:c %s",
+                 "type:2147483647 pe:-2147483648 lnr:-1 bnr:0"},
+                {32767, {0, 0, 0, 0}, "", "type:0 pe:0 lnr:0 bnr:0"},
+                {1, {1, 2, 3, 4}, std::string(900, 'i'), "type:1 pe:2 lnr:3 bnr:4"}};
     for (const auto& row : rows) {
         // Unaligned, because a record may have any address.
         std::string record =

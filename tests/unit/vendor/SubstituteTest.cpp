@@ -2,10 +2,7 @@
 
 #include <cerrno>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "tests/support/SubstituteProfile.h"
 #include "vendor/include/zbpf_connection.h"

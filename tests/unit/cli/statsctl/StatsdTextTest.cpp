@@ -42,8 +42,7 @@ TEST(StatsdTextTest, readsThePullsThatStatsdPrints) {
             {150999,
              "Pull from 150999: { uid(1000) 1 2 (150999)0x10000->-7[I] 0x20000->1e[S]  }\n"
              "Pull from 150999: Received 1 elements\n",
-             "150999 at 2: int32 -7; string 1e;\n"},
-    };
+             "150999 at 2: int32 -7; string 1e;\n"}};
     for (const auto& row : kCases) EXPECT_EQ(row.events, told(row.tag, row.text));
 }
 

@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <map>
-#include <set>
 
 #include "cli/statsctl/TraceWriter.h"
 
@@ -158,13 +157,6 @@ TEST_F(TraceWriterTest, datesARateAtThePullBefore) {
                      "8{6=ms/s 7=150027 time} 12=200 14=200 MHz}",
                      "8=1000000000 10=1 11{9=4 11=time-200-MHz 44=250.000000}",
                      "8=3000000000 10=1 11{9=4 11=time-200-MHz 44=0.000000}"}));
-}
-
-TEST_F(TraceWriterTest, writesTheBatteryInMicroUnitsWithDischargeBelowZero) {
-    EXPECT_EQ(add({{150010, kSecond, 0, {4213}}}).back(), "8=1000000000 10=1 38{7=4213000}");
-    EXPECT_EQ(add({{150011, 2 * kSecond, 0, {940}}}).back(),
-              "8=2000000000 10=1 38{3=-940000 7=4213000}");
-    EXPECT_EQ(add({{150011, 3 * kSecond, 0, {940}}}), Lines());
 }
 
 TEST_F(TraceWriterTest, letsASourceThatIsNotActiveAnyMoreFallToZero) {

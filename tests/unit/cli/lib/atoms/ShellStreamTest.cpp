@@ -1,20 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "cli/lib/atoms/ShellStream.h"
 
 namespace zstats::cli {
 namespace {
 
+using namespace std::string_literals;
+
 TEST(ShellStreamTest, writesTheFrameToTheByte) {
-    const unsigned char kBytes[] = {0x16, 0,    0,    0,    0,    0,    0,    0,  // length 22
-                                    0x0a, 0x0f,                                   // atom
-                                    0xb2, 0x9f, 0x49, 0x0b,  // 150006, 11 bytes
-                                    0x08, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
-                                    0xff, 0xff, 0x01, 0x10, 0x05,  // time stamp
-                                    0x18, 0xe8, 0x07};             // uid
-    const std::string expected(std::begin(kBytes), std::end(kBytes));
+    // The length, 22; an atom: 150006, of 11 bytes; its time stamp; its uid.
+    const std::string expected =
+            "\x16\0\0\0\0\0\0\0"
+            "\x0a\x0f\xb2\x9f\x49\x0b\x08\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01"
+            "\x10\x05"
+            "\x18\xe8\x07"s;
     EXPECT_EQ(shellFrame({{150006, 5, 1000, {int32_t{-1}}}}, true), expected);
     EXPECT_EQ(shellFrame({}, false), std::string(8, '\0'));
 }
