@@ -70,13 +70,13 @@ void printJson(const AtomInfo& info) {
 
 }  // namespace
 
-int atomsCommand(Statsd&, const Words& words) {
-    if (words.schema) {
+int atomsCommand(Statsd&, const CommandArguments& arguments) {
+    if (arguments.schema) {
         puts(recordingSchema().c_str());
         return kExitOk;
     }
     for (const int32_t id : allAtomIds()) {
-        if (words.json) {
+        if (arguments.json) {
             printJson(atomInfo(id));
         } else {
             printText(atomInfo(id));

@@ -49,37 +49,40 @@ std::string helpOf(const std::vector<Command>& commands) {
 }
 
 /** Adds the options that the command's usage names. */
-void addOptions(const Command& command, CommandLine* line, Words* words) {
+void addOptions(const Command& command, CommandLine* line, CommandArguments* arguments) {
     const auto has = [&](const char* name) {
         return std::string_view(command.usage).find("--" + std::string(name)) !=
                std::string_view::npos;
     };
     const std::pair<const char*, bool*> flags[] = {
-            {"json", &words->json},         {"settle", &words->settle}, {"fresh", &words->fresh},
-            {"parallel", &words->parallel}, {"stall", &words->stall},   {"wait", &words->wait},
-            {"any", &words->any},           {"units", &words->units},   {"schema", &words->schema}};
+            {"json", &arguments->json},    {"settle", &arguments->settle},
+            {"fresh", &arguments->fresh},  {"parallel", &arguments->parallel},
+            {"stall", &arguments->stall},  {"wait", &arguments->wait},
+            {"any", &arguments->any},      {"units", &arguments->units},
+            {"schema", &arguments->schema}};
     for (const auto& [name, target] : flags) {
         if (has(name)) line->flag(name, target);
     }
-    if (has("csv")) line->text("csv", &words->csv);
+    if (has("csv")) line->text("csv", &arguments->csv);
     const std::pair<const char*, std::optional<int>*> numbers[] = {
-            {"uid", &words->uid},         {"for", &words->seconds},   {"count", &words->count},
-            {"threads", &words->threads}, {"pause", &words->pauseMs}, {"above", &words->above}};
+            {"uid", &arguments->uid},       {"for", &arguments->seconds},
+            {"count", &arguments->count},   {"threads", &arguments->threads},
+            {"pause", &arguments->pauseMs}, {"above", &arguments->above}};
     for (const auto& [name, target] : numbers) {
         if (has(name)) line->number(name, target, 0, INT_MAX);
     }
 }
 
 /** What is wrong with the ids of a call, or empty. */
-std::string checkIds(const Command& command, const Words& words) {
-    if (command.ids == Ids::kNone && !words.ids.empty()) return "takes no atom id";
-    if (command.ids == Ids::kOnePulled && words.ids.size() != 1) return "takes one atom id";
-    if (words.any) return "";
-    if (command.ids == Ids::kSome && words.ids.empty()) return "wants atom ids";
+std::string checkIds(const Command& command, const CommandArguments& arguments) {
+    if (command.ids == Ids::kNone && !arguments.ids.empty()) return "takes no atom id";
+    if (command.ids == Ids::kOnePulled && arguments.ids.size() != 1) return "takes one atom id";
+    if (arguments.any) return "";
+    if (command.ids == Ids::kSome && arguments.ids.empty()) return "wants atom ids";
     const bool pulled = command.ids == Ids::kPulled || command.ids == Ids::kOnePulled;
     const auto known = pulled ? pulledAtomIds() : allAtomIds();
     std::string strange;
-    for (int32_t id : words.ids) {
+    for (int32_t id : arguments.ids) {
         if (std::find(known.begin(), known.end(), id) == known.end()) {
             strange += " " + std::to_string(id);
         }
@@ -90,25 +93,26 @@ std::string checkIds(const Command& command, const Words& words) {
 
 int run(const Command& command, int argc, char** argv, Statsd& statsd) {
     CommandLine line(std::string("statsctl ") + command.name, helpOf({command}));
-    Words words;
+    CommandArguments arguments;
     std::vector<std::string> others;
-    addOptions(command, &line, &words);
+    addOptions(command, &line, &arguments);
     if (const auto ended = line.read(argc, argv, &others)) return *ended;
-    if (words.json && !words.csv.empty()) return line.complain("takes --json or --csv, not both");
+    if (arguments.json && !arguments.csv.empty())
+        return line.complain("takes --json or --csv, not both");
     auto word = others.begin();
     if (others.size() < command.files) {
         return line.complain(command.files == 1 ? "wants FILE, or -" : "wants two files");
     }
-    for (size_t i = 0; i < command.files; ++i) words.files.push_back(*word++);
+    for (size_t i = 0; i < command.files; ++i) arguments.files.push_back(*word++);
     for (; word != others.end(); ++word) {
         int32_t id = 0;
         if (!android::base::ParseInt(*word, &id)) {
             return line.complain("not an atom id: '" + *word + "'");
         }
-        words.ids.push_back(id);
+        arguments.ids.push_back(id);
     }
-    const std::string fault = checkIds(command, words);
-    return fault.empty() ? command.run(statsd, words) : line.complain(fault);
+    const std::string fault = checkIds(command, arguments);
+    return fault.empty() ? command.run(statsd, arguments) : line.complain(fault);
 }
 
 }  // namespace

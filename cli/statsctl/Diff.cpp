@@ -26,12 +26,12 @@ std::optional<std::vector<RecordingLine>> read(const std::string& path) {
 
 }  // namespace
 
-int diffCommand(Statsd&, const Words& words) {
-    const auto before = read(words.files[0]);
+int diffCommand(Statsd&, const CommandArguments& arguments) {
+    const auto before = read(arguments.files[0]);
     if (!before) return kExitUsage;
-    const auto after = read(words.files[1]);
+    const auto after = read(arguments.files[1]);
     if (!after) return kExitUsage;
-    const auto lines = diffRecordings(*before, *after, words.above.value_or(0));
+    const auto lines = diffRecordings(*before, *after, arguments.above.value_or(0));
     for (const std::string& line : lines) puts(line.c_str());
     return lines.empty() ? kExitOk : kExitFailed;
 }

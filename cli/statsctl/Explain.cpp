@@ -167,8 +167,8 @@ std::vector<std::string> since(const std::vector<std::string>& before,
 
 }  // namespace
 
-int explainCommand(Statsd& statsd, const Words& words) {
-    const int32_t tag = words.ids.front();
+int explainCommand(Statsd& statsd, const CommandArguments& arguments) {
+    const int32_t tag = arguments.ids.front();
     if (!canAsk(statsd)) return kExitFailed;
     printf("%d %s\n", tag, atomInfo(tag).name.c_str());
     if (atomInfo(tag).neverFilled) printf("never has an event: its handler writes none\n");

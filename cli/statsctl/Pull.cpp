@@ -73,10 +73,10 @@ Atoms pullParallel(Statsd& statsd, const std::vector<int32_t>& tags) {
     return atoms;
 }
 
-Atoms pullAll(Statsd& statsd, const std::vector<int32_t>& tags, const Words& words) {
-    if (words.settle) return pullSettled(statsd, tags);
-    if (words.parallel) return pullParallel(statsd, tags);
-    if (words.fresh) return statsd.pullFresh(tags);
+Atoms pullAll(Statsd& statsd, const std::vector<int32_t>& tags, const CommandArguments& arguments) {
+    if (arguments.settle) return pullSettled(statsd, tags);
+    if (arguments.parallel) return pullParallel(statsd, tags);
+    if (arguments.fresh) return statsd.pullFresh(tags);
     Atoms atoms;
     for (int32_t tag : tags) atoms[tag] = statsd.pull(tag);
     return atoms;
@@ -98,20 +98,20 @@ void printPulled(const PulledAtom& atom, bool json) {
     for (const std::string& line : jsonLines(atom)) puts(line.c_str());
 }
 
-int pullCommand(Statsd& statsd, const Words& words) {
+int pullCommand(Statsd& statsd, const CommandArguments& arguments) {
     if (!canAsk(statsd)) return kExitFailed;
-    const auto tags = eachOnce(words.ids.empty() ? pulledAtomIds() : words.ids);
-    const auto atoms = pullAll(statsd, tags, words);
-    if (!words.json) fputs(textHeading().c_str(), stdout);
+    const auto tags = eachOnce(arguments.ids.empty() ? pulledAtomIds() : arguments.ids);
+    const auto atoms = pullAll(statsd, tags, arguments);
+    if (!arguments.json) fputs(textHeading().c_str(), stdout);
     int status = kExitOk;
     for (int32_t tag : tags) {
-        printPulled(atoms.at(tag), words.json);
+        printPulled(atoms.at(tag), arguments.json);
         if (!atoms.at(tag).answered()) status = kExitFailed;
     }
     return status;
 }
 
-int registrationsCommand(Statsd& statsd, const Words&) {
+int registrationsCommand(Statsd& statsd, const CommandArguments&) {
     if (!canAsk(statsd)) return kExitFailed;
     const auto lines = statsd.registrationTable();
     for (const std::string& line : lines) puts(line.c_str());

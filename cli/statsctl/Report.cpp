@@ -68,27 +68,27 @@ int writeCsv(const StatsReportList& list, const std::string& path) {
 
 }  // namespace
 
-int reportCommand(Statsd&, const Words& words) {
+int reportCommand(Statsd&, const CommandArguments& arguments) {
     std::string bytes;
-    const bool isInput = words.files[0] == "-";
+    const bool isInput = arguments.files[0] == "-";
     if (isInput ? !android::base::ReadFdToString(0, &bytes)
-                : !android::base::ReadFileToString(words.files[0], &bytes)) {
-        fprintf(stderr, "statsctl report: %s: %s\n", words.files[0].c_str(), strerror(errno));
+                : !android::base::ReadFileToString(arguments.files[0], &bytes)) {
+        fprintf(stderr, "statsctl report: %s: %s\n", arguments.files[0].c_str(), strerror(errno));
         return kExitFailed;
     }
     const auto list = parseStatsReports(bytes);
     if (!list || list->reports.empty()) {
-        fprintf(stderr, "statsctl report: %s: %s\n", words.files[0].c_str(),
+        fprintf(stderr, "statsctl report: %s: %s\n", arguments.files[0].c_str(),
                 list ? "holds no report" : "is no encoded ConfigMetricsReportList");
         return kExitFailed;
     }
-    if (!words.csv.empty()) return writeCsv(*list, words.csv);
-    if (!words.json) {
+    if (!arguments.csv.empty()) return writeCsv(*list, arguments.csv);
+    if (!arguments.json) {
         printf("configuration %lld of uid %d\n", static_cast<long long>(list->configId), list->uid);
     }
     for (const StatsReport& report : list->reports) {
-        if (words.json) {
-            printJson(report, words.units);
+        if (arguments.json) {
+            printJson(report, arguments.units);
         } else {
             printText(report);
         }

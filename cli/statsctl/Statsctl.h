@@ -14,7 +14,7 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;
 
 /** The parsed command line after the command. */
-struct Words {
+struct CommandArguments {
     bool json = false;
     std::string csv;  // a folder; empty for none
     bool units = false;
@@ -41,10 +41,10 @@ enum class Ids { kNone, kOnePulled, kPulled, kSome, kAny };
 /** A command. It takes the options that its usage names. */
 struct Command {
     const char* name;
-    int (*run)(Statsd& statsd, const Words& words);  // returns the exit status
+    int (*run)(Statsd& statsd, const CommandArguments& arguments);  // returns the exit status
     Ids ids;
     const char* usage;
-    size_t files = 0;  // how many of its first words are names of files
+    size_t files = 0;  // how many of its first arguments are names of files
 };
 
 /** The commands of every device. */
@@ -59,15 +59,15 @@ bool canAsk(Statsd& statsd);
 /** Prints what a pull brought, as text or as JSON. */
 void printPulled(const PulledAtom& atom, bool json);
 
-int pullCommand(Statsd& statsd, const Words& words);
-int registrationsCommand(Statsd& statsd, const Words& words);
-int explainCommand(Statsd& statsd, const Words& words);
-int subscribeCommand(Statsd& statsd, const Words& words);
-int traceCommand(Statsd& statsd, const Words& words);
-int watchCommand(Statsd& statsd, const Words& words);
-int reportCommand(Statsd& statsd, const Words& words);
+int pullCommand(Statsd& statsd, const CommandArguments& arguments);
+int registrationsCommand(Statsd& statsd, const CommandArguments& arguments);
+int explainCommand(Statsd& statsd, const CommandArguments& arguments);
+int subscribeCommand(Statsd& statsd, const CommandArguments& arguments);
+int traceCommand(Statsd& statsd, const CommandArguments& arguments);
+int watchCommand(Statsd& statsd, const CommandArguments& arguments);
+int reportCommand(Statsd& statsd, const CommandArguments& arguments);
 /** Status 0 if the recordings are alike, 1 if not, kExitUsage if one cannot be read. */
-int diffCommand(Statsd& statsd, const Words& words);
-int atomsCommand(Statsd& statsd, const Words& words);
+int diffCommand(Statsd& statsd, const CommandArguments& arguments);
+int atomsCommand(Statsd& statsd, const CommandArguments& arguments);
 
 }  // namespace zstats::cli

@@ -142,14 +142,15 @@ void endFollowingOnSignal() {
     sigaction(SIGTERM, &action, nullptr);
 }
 
-int followStream(const Words& words, const StreamUser& user) {
+int followStream(const CommandArguments& arguments, const StreamUser& user) {
     unique_fd stream, out;
-    if (!becomeUser(words.uid) || !openStream(words.stall, &stream, &out)) return kExitFailed;
-    const int status = request(words.ids, std::move(out));
+    if (!becomeUser(arguments.uid) || !openStream(arguments.stall, &stream, &out))
+        return kExitFailed;
+    const int status = request(arguments.ids, std::move(out));
     if (status != kExitOk) return status;
     std::optional<Clock::time_point> end;
-    if (words.seconds) end = Clock::now() + std::chrono::seconds(*words.seconds);
-    return words.stall ? stall(end) : follow(stream, end, user);
+    if (arguments.seconds) end = Clock::now() + std::chrono::seconds(*arguments.seconds);
+    return arguments.stall ? stall(end) : follow(stream, end, user);
 }
 
 }  // namespace zstats::cli

@@ -13,11 +13,11 @@ namespace zstats::cli {
 using StreamUser = std::function<bool(const std::vector<StreamedAtom>& atoms)>;
 
 /**
- * Subscribes to the atoms of `words` through "atomacq" and follows the stream until it breaks, the
- * user ends it, a signal ends it, or the seconds of `words` are over. Returns the exit status;
- * prints errors on standard error.
+ * Subscribes to the atoms of `arguments` through "atomacq" and follows the stream until it breaks,
+ * the user ends it, a signal ends it, or the seconds of `arguments` are over. Returns the exit
+ * status; prints errors on standard error.
  */
-int followStream(const Words& words, const StreamUser& user);
+int followStream(const CommandArguments& arguments, const StreamUser& user);
 
 /** Makes SIGINT and SIGTERM end a followed stream with kExitOk instead of the process. */
 void endFollowingOnSignal();

@@ -12,9 +12,10 @@ namespace {
 /** Writes a recording: in JSON, its header before the first event, or into a folder. */
 class Recorder {
   public:
-    explicit Recorder(const Words& words) : mWords(words), mFolder(kCommand, words.csv) {}
+    explicit Recorder(const CommandArguments& arguments)
+          : mArguments(arguments), mFolder(kCommand, arguments.csv) {}
 
-    bool open() const { return mWords.csv.empty() || mFolder.open(); }
+    bool open() const { return mArguments.csv.empty() || mFolder.open(); }
 
     /** False, with a message, if the event cannot be written. */
     bool add(const StreamedAtom& atom) {
@@ -26,16 +27,16 @@ class Recorder {
         event.wallNs = mHeader->wallNs - mHeader->elapsedNs + atom.timestampNs;
         int number = 0;
         for (const AtomValue& value : atom.fields) event.fields.emplace(++number, value);
-        if (!mWords.json) return mFolder.add(event);
+        if (!mArguments.json) return mFolder.add(event);
         if (first) puts(jsonHeader(*mHeader).c_str());
-        puts(jsonRecorded(event, mHeader->bootId, mWords.units).c_str());
+        puts(jsonRecorded(event, mHeader->bootId, mArguments.units).c_str());
         return true;
     }
 
   private:
     static constexpr char kCommand[] = "statsctl subscribe";
 
-    const Words& mWords;
+    const CommandArguments& mArguments;
     CsvFolder mFolder;
     std::optional<RecordingHeader> mHeader;
 };
@@ -47,23 +48,23 @@ void printText(const StreamedAtom& atom) {
 
 }  // namespace
 
-int subscribeCommand(Statsd&, const Words& words) {
+int subscribeCommand(Statsd&, const CommandArguments& arguments) {
     int printed = 0;
     bool written = true;
-    Recorder recorder(words);
+    Recorder recorder(arguments);
     if (!recorder.open()) return kExitFailed;
     const StreamUser user = [&](const std::vector<StreamedAtom>& atoms) {
         for (const StreamedAtom& atom : atoms) {
-            if (words.json || !words.csv.empty()) {
+            if (arguments.json || !arguments.csv.empty()) {
                 written = written && recorder.add(atom);
             } else {
                 printText(atom);
             }
         }
         printed += static_cast<int>(atoms.size());
-        return written && (!words.count || printed < *words.count);
+        return written && (!arguments.count || printed < *arguments.count);
     };
-    const int status = followStream(words, user);
+    const int status = followStream(arguments, user);
     return written ? status : kExitFailed;
 }
 

@@ -39,10 +39,10 @@ TraceDevice thisDevice() {
 
 }  // namespace
 
-int traceCommand(Statsd&, const Words& words) {
-    const unique_fd file = openTrace(words.files[0]);
+int traceCommand(Statsd&, const CommandArguments& arguments) {
+    const unique_fd file = openTrace(arguments.files[0]);
     if (file < 0) {
-        fprintf(stderr, "statsctl: %s: %s\n", words.files[0].c_str(), strerror(errno));
+        fprintf(stderr, "statsctl: %s: %s\n", arguments.files[0].c_str(), strerror(errno));
         return kExitFailed;
     }
     int writeError = 0;
@@ -59,12 +59,12 @@ int traceCommand(Statsd&, const Words& words) {
         if (atoms.empty()) writer.advance(readClocks().boottimeNs);
         return writeError == 0;
     };
-    Words subscription = words;
+    CommandArguments subscription = arguments;
     if (subscription.ids.empty()) subscription.ids = allAtomIds();
     endFollowingOnSignal();
     const int status = followStream(subscription, user);
     if (writeError == 0) return status;
-    fprintf(stderr, "statsctl: %s: %s\n", words.files[0].c_str(), strerror(writeError));
+    fprintf(stderr, "statsctl: %s: %s\n", arguments.files[0].c_str(), strerror(writeError));
     return kExitFailed;
 }
 

@@ -5,8 +5,8 @@
 
 namespace zstats::cli {
 
-int watchCommand(Statsd&, const Words& words) {
-    Words subscription = words;
+int watchCommand(Statsd&, const CommandArguments& arguments) {
+    CommandArguments subscription = arguments;
     if (subscription.ids.empty()) subscription.ids = allAtomIds();
     endFollowingOnSignal();
     ChangeLines changes;

@@ -5,7 +5,7 @@
 namespace zstats::vdevice {
 
 // Commands that need the control socket.
-int loadCommand(cli::Statsd& statsd, const cli::Words& words);
-int pushedCommand(cli::Statsd& statsd, const cli::Words& words);
+int loadCommand(cli::Statsd& statsd, const cli::CommandArguments& arguments);
+int pushedCommand(cli::Statsd& statsd, const cli::CommandArguments& arguments);
 
 }  // namespace zstats::vdevice

@@ -90,22 +90,23 @@ void pullInTurn(const std::vector<int32_t>& tags, size_t pulls, milliseconds pau
 
 }  // namespace
 
-int loadCommand(Statsd& statsd, const Words& words) {
+int loadCommand(Statsd& statsd, const CommandArguments& arguments) {
     if (!canAsk(statsd)) return kExitFailed;
-    if (words.wait) {
+    if (arguments.wait) {
         fputs("statsctl: waiting for a line of input\n", stderr);
         getchar();
     }
-    const auto tags = words.ids.empty() ? pulledAtomIds() : words.ids;
-    const size_t pulls = words.count ? tags.size() * static_cast<size_t>(*words.count) : SIZE_MAX;
+    const auto tags = arguments.ids.empty() ? pulledAtomIds() : arguments.ids;
+    const size_t pulls =
+            arguments.count ? tags.size() * static_cast<size_t>(*arguments.count) : SIZE_MAX;
     signal(SIGTERM, [](int) { gEnd = true; });
     signal(SIGALRM, [](int) { gEnd = true; });
-    if (words.seconds) alarm(static_cast<unsigned>(*words.seconds));
-    const milliseconds pause(words.pauseMs.value_or(0));
+    if (arguments.seconds) alarm(static_cast<unsigned>(*arguments.seconds));
+    const milliseconds pause(arguments.pauseMs.value_or(0));
     Answers answers;
     std::atomic<size_t> next{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < words.threads.value_or(kThreads); ++i) {
+    for (int i = 0; i < arguments.threads.value_or(kThreads); ++i) {
         threads.emplace_back([&] { pullInTurn(tags, pulls, pause, &next, &answers); });
     }
     for (std::thread& thread : threads) thread.join();
