@@ -140,18 +140,9 @@ void PropertyArea::announce(const prop_info* changed) {
     wakeAll(mLayout->serial);
 }
 
-void PropertyArea::forEachEntry(const std::function<void(const prop_info& entry)>& visit) const {
+void PropertyArea::forEach(const std::function<void(const prop_info& entry)>& visit) const {
     const uint32_t count = mLayout->count.load(std::memory_order_acquire);
     for (uint32_t i = 0; i < count && i < kCapacity; ++i) visit(mLayout->entries[i]);
-}
-
-void PropertyArea::forEach(
-        const std::function<void(const char* name, const char* value)>& visit) const {
-    forEachEntry([&visit](const prop_info& entry) {
-        char value[PROP_VALUE_MAX];
-        read(entry, value);
-        visit(entry.name, value);
-    });
 }
 
 uint32_t PropertyArea::serial() const {
@@ -167,7 +158,7 @@ bool PropertyArea::wait(const prop_info* entry, uint32_t old, uint32_t* serial,
     return true;
 }
 
-uint32_t PropertyArea::read(const prop_info& entry, char (&value)[PROP_VALUE_MAX]) {
+uint32_t PropertyArea::read(const prop_info& entry, char* value) {
     while (true) {
         uint32_t words[prop_info::kValueWords];
         const uint32_t serial = entry.serial.load(std::memory_order_acquire);

@@ -22,21 +22,9 @@ void appendText(std::string* out, const std::string& text) {
     out->append(text);
 }
 
-/** Sends without SIGPIPE if the peer has closed the socket. */
-bool sendAll(int fd, const void* data, size_t size) {
-    const auto* next = static_cast<const char*>(data);
-    while (size > 0) {
-        ssize_t sent = TEMP_FAILURE_RETRY(send(fd, next, size, MSG_NOSIGNAL));
-        if (sent <= 0) return false;
-        next += sent;
-        size -= static_cast<size_t>(sent);
-    }
-    return true;
-}
-
 }  // namespace
 
-int requestProperty(const std::string& path, const PropertyRequest& request) {
+int requestProperty(const std::string& path, const std::string& name, const std::string& value) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof(address.sun_path)) return -ENAMETOOLONG;
@@ -48,9 +36,12 @@ int requestProperty(const std::string& path, const PropertyRequest& request) {
     }
     std::string message;
     appendNumber(&message, PROP_MSG_SETPROP2);
-    appendText(&message, request.name);
-    appendText(&message, request.value);
-    if (!sendAll(fd.get(), message.data(), message.size())) return -errno;
+    appendText(&message, name);
+    appendText(&message, value);
+    // No SIGPIPE if init has closed the socket. The socket waits until all is sent.
+    if (TEMP_FAILURE_RETRY(send(fd.get(), message.data(), message.size(), MSG_NOSIGNAL)) < 0) {
+        return -errno;
+    }
     int32_t result = 0;
     if (!android::base::ReadFully(fd.get(), &result, sizeof(result))) return -EPIPE;
     return result;

@@ -58,8 +58,7 @@ class PropertyArea {
     int set(const std::string& name, const std::string& value);
 
     /** Calls `visit` for each property, in the order in which they were added. */
-    void forEach(const std::function<void(const char* name, const char* value)>& visit) const;
-    void forEachEntry(const std::function<void(const prop_info& entry)>& visit) const;
+    void forEach(const std::function<void(const prop_info& entry)>& visit) const;
 
     /** Changes with every change of a property. */
     uint32_t serial() const;
@@ -69,8 +68,8 @@ class PropertyArea {
      */
     bool wait(const prop_info* entry, uint32_t old, uint32_t* serial, const timespec* timeout) const;
 
-    /** Copies a consistent value with its NUL to `value`; returns the value's serial. */
-    static uint32_t read(const prop_info& entry, char (&value)[PROP_VALUE_MAX]);
+    /** Copies a consistent value with its NUL to `value`, PROP_VALUE_MAX bytes; returns its serial. */
+    static uint32_t read(const prop_info& entry, char* value);
 
   private:
     struct Layout;
@@ -85,17 +84,11 @@ class PropertyArea {
     Mutex mWriteLock;  // one writer at a time
 };
 
-/** A request to init to write a property. */
-struct PropertyRequest {
-    std::string name;
-    std::string value;
-};
-
 /**
- * Sends a request to the socket at `path` and waits for the answer. Returns the answer, or a
- * negative errno without one.
+ * Asks init, by the socket at `path`, to write a property, and waits for the answer. Returns the
+ * answer, or a negative errno without one.
  */
-int requestProperty(const std::string& path, const PropertyRequest& request);
+int requestProperty(const std::string& path, const std::string& name, const std::string& value);
 
 using ControlHandler = std::function<void(const std::string& name, const std::string& value)>;
 

@@ -22,7 +22,7 @@ class Store {
     const PropertyArea* area() const { return mArea.load(std::memory_order_acquire); }
 
     int set(const std::string& name, const std::string& value) {
-        if (mShared) return requestProperty(kServicePath, {name, value});
+        if (mShared) return requestProperty(kServicePath, name, value);
         if (name.compare(0, 4, "ctl.") == 0) return control(name, value);
         const ScopedLock lock(mLock);
         return mOwnAreas.back()->set(name, value);
@@ -34,12 +34,7 @@ class Store {
     }
 
     /** Creates the shared area. Only in init, before it starts a second thread. */
-    bool share() {
-        std::unique_ptr<PropertyArea> shared = PropertyArea::create(kAreaPath);
-        mShared = shared != nullptr;
-        if (mShared) mArea.store(shared.release(), std::memory_order_release);
-        return mShared;
-    }
+    bool share() { return adopt(PropertyArea::create(kAreaPath)); }
 
     /** Fails except in init, because other processes map the area read-only. */
     int change(const std::string& name, const std::string& value) {
@@ -54,14 +49,16 @@ class Store {
 
   private:
     Store() {
-        std::unique_ptr<PropertyArea> shared = PropertyArea::map(kAreaPath);
+        if (adopt(PropertyArea::map(kAreaPath))) return;
+        const ScopedLock lock(mLock);
+        startOwnArea();
+    }
+
+    /** Uses the shared area from now on; false if there is none. */
+    bool adopt(std::unique_ptr<PropertyArea> shared) {
         mShared = shared != nullptr;
-        if (mShared) {
-            mArea.store(shared.release(), std::memory_order_release);
-        } else {
-            const ScopedLock lock(mLock);
-            startOwnArea();
-        }
+        if (mShared) mArea.store(shared.release(), std::memory_order_release);
+        return mShared;
     }
 
     void startOwnArea() REQUIRES(mLock) {
@@ -124,11 +121,8 @@ int __system_property_get(const char* name, char* value) {
     value[0] = '\0';
     const prop_info* entry = __system_property_find(name);
     if (entry == nullptr) return 0;
-    char copy[PROP_VALUE_MAX];
-    PropertyArea::read(*entry, copy);
-    const size_t length = strlen(copy);
-    memcpy(value, copy, length + 1);
-    return static_cast<int>(length);
+    PropertyArea::read(*entry, value);
+    return static_cast<int>(strlen(value));
 }
 
 int __system_property_set(const char* name, const char* value) {
@@ -142,8 +136,7 @@ int __system_property_set(const char* name, const char* value) {
 }
 
 int __system_property_foreach(void (*callback)(const prop_info* pi, void* cookie), void* cookie) {
-    Store::instance().area()->forEachEntry(
-            [&](const prop_info& entry) { callback(&entry, cookie); });
+    Store::instance().area()->forEach([&](const prop_info& entry) { callback(&entry, cookie); });
     return 0;
 }
 

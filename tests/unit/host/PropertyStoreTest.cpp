@@ -108,7 +108,10 @@ TEST_F(PropertyFileTest, holdsAnAreaThatReadersCannotChange) {
     EXPECT_EQ(writer->set("b", "3"), 0);
     EXPECT_NE(PropertyArea::read(*entry, value), serial);
     std::string all = value;
-    reader->forEach([&](auto* name, auto* text) { all = all + ";" + name + "=" + text; });
+    reader->forEach([&](const prop_info& each) {
+        PropertyArea::read(each, value);
+        all = all + ";" + each.name + "=" + value;
+    });
     EXPECT_EQ(all, "2;a=2;b=3");
     EXPECT_EQ(reader->set("a", "4"), -EROFS);
 }
