@@ -28,77 +28,31 @@ bool fs_mgr_vendor_overlay_mount_all() {
     return true;
 }
 
-int fs_mgr_umount_all(Fstab* /*fstab*/) {
-    unexpected(__func__);
-}
-
-bool fs_mgr_swapon_all(const Fstab& /*fstab*/) {
-    unexpected(__func__);
-}
-
-int fs_mgr_remount_userdata_into_checkpointing(Fstab* /*fstab*/) {
-    unexpected(__func__);
-}
-
-MountAllResult fs_mgr_mount_all(Fstab* /*fstab*/, int /*mode*/) {
-    unexpected(__func__);
-}
-
-bool fs_mgr_load_verity_state(int* /*mode*/) {
-    unexpected(__func__);
-}
-
-bool fs_mgr_is_verity_enabled(const FstabEntry& /*entry*/) {
-    unexpected(__func__);
-}
-
-std::optional<HashtreeInfo> fs_mgr_get_hashtree_info(const FstabEntry& /*entry*/) {
-    unexpected(__func__);
-}
+STUB(int fs_mgr_umount_all(Fstab*))
+STUB(bool fs_mgr_swapon_all(const Fstab&))
+STUB(int fs_mgr_remount_userdata_into_checkpointing(Fstab*))
+STUB(MountAllResult fs_mgr_mount_all(Fstab*, int))
+STUB(bool fs_mgr_load_verity_state(int*))
+STUB(bool fs_mgr_is_verity_enabled(const FstabEntry&))
+STUB(std::optional<HashtreeInfo> fs_mgr_get_hashtree_info(const FstabEntry&))
 
 namespace android::fs_mgr {
 
-bool ReadDefaultFstab(Fstab* /*fstab*/) {
-    unexpected(__func__);
-}
-
-bool ReadFstabFromFile(const std::string& /*path*/, Fstab* /*fstab*/) {
-    unexpected(__func__);
-}
-
-FstabEntry* GetEntryForMountPoint(Fstab* /*fstab*/, const std::string& /*path*/) {
-    unexpected(__func__);
-}
+STUB(bool ReadDefaultFstab(Fstab*))
+STUB(bool ReadFstabFromFile(const std::string&, Fstab*))
+STUB(FstabEntry* GetEntryForMountPoint(Fstab*, const std::string&))
 
 }  // namespace android::fs_mgr
 
 // libdm: device-mapper and loop devices.
 namespace android::dm {
 
-DeviceMapper& DeviceMapper::Instance() {
-    unexpected("DeviceMapper::Instance");
-}
-
-bool DeviceMapper::GetDmDevicePathByName(const std::string& /*name*/, std::string* /*path*/) {
-    unexpected("DeviceMapper::GetDmDevicePathByName");
-}
-
-std::optional<std::string> DeviceMapper::GetParentBlockDeviceByPath(const std::string& /*path*/) {
-    unexpected("DeviceMapper::GetParentBlockDeviceByPath");
-}
-
-LoopControl::LoopControl() {
-    unexpected("LoopControl");
-}
-
-bool LoopControl::Attach(int /*fd*/, const std::chrono::milliseconds& /*timeout*/,
-                         std::string* /*device*/) const {
-    unexpected("LoopControl::Attach");
-}
-
-bool LoopControl::Detach(const std::string& /*device*/) const {
-    unexpected("LoopControl::Detach");
-}
+STUB(DeviceMapper& DeviceMapper::Instance())
+STUB(bool DeviceMapper::GetDmDevicePathByName(const std::string&, std::string*))
+STUB(std::optional<std::string> DeviceMapper::GetParentBlockDeviceByPath(const std::string&))
+STUB(LoopControl::LoopControl())
+STUB(bool LoopControl::Attach(int, const std::chrono::milliseconds&, std::string*) const)
+STUB(bool LoopControl::Detach(const std::string&) const)
 
 }  // namespace android::dm
 
@@ -107,79 +61,33 @@ bool IsFbeEnabled() {
     return false;
 }
 
-bool FscryptInstallKeyring() {
-    unexpected(__func__);
-}
-
-bool FscryptSetDirectoryPolicy(const std::string& /*key*/, FscryptAction /*action*/,
-                               const std::string& /*folder*/) {
-    unexpected(__func__);
-}
+STUB(bool FscryptInstallKeyring())
+STUB(bool FscryptSetDirectoryPolicy(const std::string&, FscryptAction, const std::string&))
 
 // libprocessgroup: control groups and the profiles of tasks. ProcessGroups.cpp has the rest.
-bool CgroupSetup() {
-    unexpected(__func__);
-}
-
-bool CgroupGetControllerPath(const std::string& /*name*/, std::string* /*path*/) {
-    unexpected(__func__);
-}
-
-bool CgroupGetControllerFromPath(const std::string& /*path*/, std::string* /*name*/) {
-    unexpected(__func__);
-}
-
-bool SetTaskProfiles(int /*tid*/, const std::vector<std::string>& /*profiles*/, bool /*cache*/) {
-    unexpected(__func__);
-}
-
-bool SetProcessProfiles(uid_t /*uid*/, pid_t /*pid*/, const std::vector<std::string>& /*names*/) {
-    unexpected(__func__);
-}
-
-bool SetProcessProfiles(uid_t /*uid*/, pid_t /*pid*/,
-                        std::initializer_list<std::string_view> /*names*/) {
-    unexpected(__func__);
-}
-
-int createProcessGroup(uid_t /*uid*/, int /*pid*/, bool /*memory*/) {
-    unexpected(__func__);
-}
-
-bool setProcessGroupSwappiness(uid_t /*uid*/, int /*pid*/, int /*swappiness*/) {
-    unexpected(__func__);
-}
-
-bool setProcessGroupSoftLimit(uid_t /*uid*/, int /*pid*/, int64_t /*limit*/) {
-    unexpected(__func__);
-}
-
-bool setProcessGroupLimit(uid_t /*uid*/, int /*pid*/, int64_t /*limit*/) {
-    unexpected(__func__);
-}
+STUB(bool CgroupSetup())
+STUB(bool CgroupGetControllerPath(const std::string&, std::string*))
+STUB(bool CgroupGetControllerFromPath(const std::string&, std::string*))
+STUB(bool SetTaskProfiles(int, const std::vector<std::string>&, bool))
+STUB(bool SetProcessProfiles(uid_t, pid_t, const std::vector<std::string>&))
+STUB(bool SetProcessProfiles(uid_t, pid_t, std::initializer_list<std::string_view>))
+STUB(int createProcessGroup(uid_t, int, bool))
+STUB(bool setProcessGroupSwappiness(uid_t, int, int))
+STUB(bool setProcessGroupSoftLimit(uid_t, int, int64_t))
+STUB(bool setProcessGroupLimit(uid_t, int, int64_t))
 
 namespace android::init {
 
 // APEXes: mounted packages of system components, which may have rc files.
-std::set<std::string> GetApexListFrom(const std::string& /*folder*/) {
-    unexpected(__func__);
-}
-
-Result<void> ParseRcScriptsFromApex(const std::string& /*name*/) {
-    unexpected(__func__);
-}
-
-Result<void> ParseRcScriptsFromAllApexes(bool /*bootstrap*/) {
-    unexpected(__func__);
-}
+STUB(std::set<std::string> GetApexListFrom(const std::string&))
+STUB(Result<void> ParseRcScriptsFromApex(const std::string&))
+STUB(Result<void> ParseRcScriptsFromAllApexes(bool))
 
 // snapuserd: serves partitions of an update before it is merged.
 std::optional<pid_t> GetSnapuserdFirstStagePid() {
     return std::nullopt;
 }
 
-std::vector<std::string> GetSnapuserdFirstStageInfo() {
-    unexpected(__func__);
-}
+STUB(std::vector<std::string> GetSnapuserdFirstStageInfo())
 
 }  // namespace android::init

@@ -19,14 +19,6 @@ struct lmk_procremove {
     pid_t pid;
 };
 
-inline int lmkd_connect() {
-    unexpected(__func__);
-}
-
-inline int lmkd_register_proc(int /*socket*/, lmk_procprio* /*parameters*/) {
-    unexpected(__func__);
-}
-
-inline int lmkd_unregister_proc(int /*socket*/, lmk_procremove* /*parameters*/) {
-    unexpected(__func__);
-}
+STUB(inline int lmkd_connect())
+STUB(inline int lmkd_register_proc(int, lmk_procprio*))
+STUB(inline int lmkd_unregister_proc(int, lmk_procremove*))

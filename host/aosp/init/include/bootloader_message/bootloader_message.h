@@ -11,19 +11,7 @@ struct bootloader_message {
     char command[32];
 };
 
-inline bool read_bootloader_message(bootloader_message* /*boot*/, std::string* /*error*/) {
-    unexpected(__func__);
-}
-
-inline bool write_bootloader_message(const bootloader_message& /*boot*/, std::string* /*error*/) {
-    unexpected(__func__);
-}
-
-inline bool write_bootloader_message(const std::vector<std::string>& /*options*/,
-                                     std::string* /*error*/) {
-    unexpected(__func__);
-}
-
-inline bool write_reboot_bootloader(std::string* /*error*/) {
-    unexpected(__func__);
-}
+STUB(inline bool read_bootloader_message(bootloader_message*, std::string*))
+STUB(inline bool write_bootloader_message(const bootloader_message&, std::string*))
+STUB(inline bool write_bootloader_message(const std::vector<std::string>&, std::string*))
+STUB(inline bool write_reboot_bootloader(std::string*))

@@ -20,8 +20,6 @@ inline bool IsGsiInstalled() {
     return false;
 }
 
-inline bool GetActiveDsu(std::string* /*slot*/) {
-    unexpected(__func__);
-}
+STUB(inline bool GetActiveDsu(std::string*))
 
 }  // namespace android::gsi
