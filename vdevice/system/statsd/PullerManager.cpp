@@ -31,23 +31,35 @@ PullResult PullerManager::noPuller(int32_t tag) {
     return result;
 }
 
+/** Removes the registration that meets the condition; false if none does. */
+template <typename Condition>
+bool PullerManager::removeWhere(Condition condition) {
+    const auto found = std::find_if(mPullers.begin(), mPullers.end(), condition);
+    if (found == mPullers.end()) return false;
+    mPullers.erase(found);
+    return true;
+}
+
 void PullerManager::add(int32_t uid, int32_t tag, PullTerms terms, const Callback& callback) {
     const ScopedLock lock(mLock);
-    auto puller = std::make_shared<Puller>(tag, std::move(terms), callback);
-    mPullers[{uid, tag}] = {mArrivals++, std::move(puller)};
+    removeWhere([&](const auto& entry) { return entry.uid == uid && entry.tag == tag; });
+    mPullers.push_back({uid, tag, std::make_shared<Puller>(tag, std::move(terms), callback)});
     ++mCounts[tag].registered;
 }
 
 void PullerManager::remove(int32_t uid, int32_t tag) {
     const ScopedLock lock(mLock);
-    if (mPullers.erase({uid, tag}) != 0) ++mCounts[tag].unregistered;
+    const bool removed =
+            removeWhere([&](const auto& entry) { return entry.uid == uid && entry.tag == tag; });
+    if (removed) ++mCounts[tag].unregistered;
 }
 
 PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, int64_t eventTimeNs) {
     const ScopedLock lock(mLock);
     for (int32_t uid : uids) {
-        const Key key(uid, tag);
-        if (mPullers.count(key) != 0) return pullLocked(key, eventTimeNs);
+        for (const Registration& entry : mPullers) {
+            if (entry.uid == uid && entry.tag == tag) return pullLocked(entry, eventTimeNs);
+        }
     }
     STATSD_LOG(WARN, "StatsPullerManager: Unknown tagId %d", tag);
     return noPuller(tag);
@@ -55,56 +67,46 @@ PullResult PullerManager::pull(const std::vector<int32_t>& uids, int32_t tag, in
 
 PullResult PullerManager::pullFromAnyone(int32_t tag) {
     const ScopedLock lock(mLock);
-    const auto key = firstRegistered(tag);
-    return key ? pullLocked(*key, android::elapsedRealtimeNano()) : noPuller(tag);
+    const Registration* entry = firstRegistered(tag);
+    if (entry == nullptr) return noPuller(tag);
+    return pullLocked(*entry, android::elapsedRealtimeNano());
 }
 
 PullResult PullerManager::pullNow(int32_t tag) {
     const ScopedLock lock(mLock);
-    const auto key = firstRegistered(tag);
-    if (!key) return noPuller(tag);
-    return pullReleased(*key, android::elapsedRealtimeNano(),
+    const Registration* entry = firstRegistered(tag);
+    if (entry == nullptr) return noPuller(tag);
+    return pullReleased(*entry, android::elapsedRealtimeNano(),
                         [](Puller& puller, int64_t time) { return puller.pullNow(time); });
 }
 
-std::optional<PullerManager::Key> PullerManager::firstRegistered(int32_t tag) const {
-    const std::pair<const Key, Registration>* first = nullptr;
-    for (const auto& entry : mPullers) {
-        if (entry.first.second != tag) continue;
-        if (first == nullptr || entry.second.arrival < first->second.arrival) first = &entry;
+const PullerManager::Registration* PullerManager::firstRegistered(int32_t tag) const {
+    for (const Registration& entry : mPullers) {
+        if (entry.tag == tag) return &entry;
     }
-    return first == nullptr ? std::nullopt : std::make_optional(first->first);
+    return nullptr;
 }
 
-PullResult PullerManager::pullLocked(const Key& key, int64_t eventTimeNs) {
-    if (mParallel) {
-        return pullReleased(key, eventTimeNs,
-                            [](Puller& puller, int64_t time) { return puller.pull(time); });
-    }
-    const std::shared_ptr<Puller> puller = mPullers.at(key).puller;
-    return noted(key, puller, puller->pull(eventTimeNs));
+PullResult PullerManager::pullLocked(const Registration& entry, int64_t eventTimeNs) {
+    if (!mParallel) return noted(entry, entry.puller->pull(eventTimeNs));
+    return pullReleased(entry, eventTimeNs,
+                        [](Puller& puller, int64_t time) { return puller.pull(time); });
 }
 
-PullResult PullerManager::pullReleased(const Key& key, int64_t eventTimeNs, Ask ask) {
-    // A copy: the registration may be replaced while the lock is released.
-    const std::shared_ptr<Puller> puller = mPullers.at(key).puller;
+PullResult PullerManager::pullReleased(Registration entry, int64_t eventTimeNs, Ask ask) {
     mLock.unlock();
-    PullResult result = ask(*puller, eventTimeNs);
+    PullResult result = ask(*entry.puller, eventTimeNs);
     mLock.lock();
-    return noted(key, puller, std::move(result));
+    return noted(std::move(entry), std::move(result));
 }
 
-PullResult PullerManager::noted(const Key& key, const std::shared_ptr<Puller>& puller,
-                                PullResult result) {
-    count(result, &mCounts[key.second]);
+PullResult PullerManager::noted(Registration entry, PullResult result) {
+    count(result, &mCounts[entry.tag]);
     if (!result.dead) return result;
-    const auto found = mPullers.find(key);
     // With parallel pulls, the process may have restarted and registered again.
-    if (found != mPullers.end() && found->second.puller == puller) {
-        mPullers.erase(found);
-        ++mCounts[key.second].unregistered;
-    }
-    STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", key.second, key.first);
+    const bool removed = removeWhere([&](const auto& each) { return each.puller == entry.puller; });
+    if (removed) ++mCounts[entry.tag].unregistered;
+    STATSD_LOG(INFO, "puller of %d by uid %d is dead, removed", entry.tag, entry.uid);
     return result;
 }
 
@@ -114,19 +116,11 @@ std::map<int32_t, PullCounts> PullerManager::counts() const {
 }
 
 std::vector<RegisteredPuller> PullerManager::list() const {
-    std::vector<std::pair<uint64_t, RegisteredPuller>> found;
-    {
-        const ScopedLock lock(mLock);
-        for (const auto& [key, registration] : mPullers) {
-            const Puller& puller = *registration.puller;
-            found.push_back({registration.arrival,
-                             {key.first, key.second, puller.terms(), puller.alive()}});
-        }
-    }
-    std::sort(found.begin(), found.end(),
-              [](const auto& a, const auto& b) { return a.first < b.first; });
+    const ScopedLock lock(mLock);
     std::vector<RegisteredPuller> list;
-    for (auto& [arrival, puller] : found) list.push_back(std::move(puller));
+    for (const auto& [uid, tag, puller] : mPullers) {
+        list.push_back({uid, tag, puller->terms(), puller->alive()});
+    }
     return list;
 }
 

@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
-#include <utility>
 #include <vector>
 
 #include "daemon/base/Mutex.h"
@@ -69,27 +67,25 @@ class PullerManager {
     std::map<int32_t, PullCounts> counts() const;
 
   private:
-    using Key = std::pair<int32_t, int32_t>;  // uid and tag
-
     struct Registration {
-        uint64_t arrival;
+        int32_t uid;
+        int32_t tag;
         std::shared_ptr<Puller> puller;
     };
-    using Registrations = std::map<Key, Registration>;
-
     using Ask = PullResult (*)(Puller& puller, int64_t eventTimeNs);
 
-    std::optional<Key> firstRegistered(int32_t tag) const REQUIRES(mLock);
-    PullResult pullLocked(const Key& key, int64_t eventTimeNs) REQUIRES(mLock);
-    PullResult pullReleased(const Key& key, int64_t eventTimeNs, Ask ask) REQUIRES(mLock);
-    PullResult noted(const Key& key, const std::shared_ptr<Puller>& puller, PullResult result)
-            REQUIRES(mLock);
+    template <typename Condition>
+    bool removeWhere(Condition condition) REQUIRES(mLock);
+    const Registration* firstRegistered(int32_t tag) const REQUIRES(mLock);
+    PullResult pullLocked(const Registration& entry, int64_t eventTimeNs) REQUIRES(mLock);
+    // Copies, because the registration may be removed or replaced meanwhile.
+    PullResult pullReleased(Registration entry, int64_t eventTimeNs, Ask ask) REQUIRES(mLock);
+    PullResult noted(Registration entry, PullResult result) REQUIRES(mLock);
     PullResult noPuller(int32_t tag) REQUIRES(mLock);
 
     std::atomic<bool> mParallel{false};
     mutable Mutex mLock;
-    uint64_t mArrivals GUARDED_BY(mLock) = 0;
-    Registrations mPullers GUARDED_BY(mLock);
+    std::vector<Registration> mPullers GUARDED_BY(mLock);  // in the order of arrival
     std::map<int32_t, PullCounts> mCounts GUARDED_BY(mLock);
 };
 

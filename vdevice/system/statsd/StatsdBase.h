@@ -9,7 +9,8 @@ namespace zstats::vdevice {
 
 /**
  * statsd's interface with every call refused as unsupported. Derived classes implement what the
- * virtual device uses, which excludes configurations, reports, queries and alarms.
+ * virtual device uses, which excludes configurations, reports, queries, alarms, and the system
+ * server's registrations for apps.
  */
 class StatsdBase : public aidl::android::os::BnStatsd {
   protected:

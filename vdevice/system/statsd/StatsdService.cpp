@@ -23,12 +23,6 @@ constexpr int32_t kNoUid = -1;
 constexpr int kFieldShift = 16;
 constexpr char kRegisterPermission[] = "android.permission.REGISTER_STATS_PULL_ATOM";
 
-ndk::ScopedAStatus securityUnlessSystem() {
-    const uid_t uid = AIBinder_getCallingUid();
-    if (uid == AID_ROOT || uid == AID_SYSTEM) return ndk::ScopedAStatus::ok();
-    return ndk::ScopedAStatus(AStatus_fromExceptionCode(EX_SECURITY));
-}
-
 /** The uids of an AID name. A package name has none, because the device has no packages. */
 std::vector<int32_t> uidsOf(const std::string& name) {
     const auto uid = userIdOfAid(name);
@@ -84,16 +78,6 @@ std::string countsText(int32_t tag, const PullCounts& counts) {
 
 }  // namespace
 
-ndk::ScopedAStatus StatsdService::registerPullAtomCallback(
-        int32_t uid, int32_t tag, int64_t coolDownMillis, int64_t timeoutMillis,
-        const std::vector<int32_t>& additive, const std::shared_ptr<IPullAtomCallback>& callback) {
-    Status status = securityUnlessSystem();
-    if (!status.isOk()) return status;
-    if (callback == nullptr) return Status(AStatus_fromExceptionCode(EX_NULL_POINTER));
-    mPullers->add(uid, tag, {coolDownMillis, timeoutMillis, additive}, callback);
-    return status;
-}
-
 ndk::ScopedAStatus StatsdService::registerNativePullAtomCallback(
         int32_t tag, int64_t coolDownMillis, int64_t timeoutMillis,
         const std::vector<int32_t>& additive, const std::shared_ptr<IPullAtomCallback>& callback) {
@@ -103,12 +87,6 @@ ndk::ScopedAStatus StatsdService::registerNativePullAtomCallback(
     mPullers->add(static_cast<int32_t>(AIBinder_getCallingUid()), tag,
                   {coolDownMillis, timeoutMillis, additive}, callback);
     return Status::ok();
-}
-
-ndk::ScopedAStatus StatsdService::unregisterPullAtomCallback(int32_t uid, int32_t tag) {
-    Status status = securityUnlessSystem();
-    if (status.isOk()) mPullers->remove(uid, tag);
-    return status;
 }
 
 ndk::ScopedAStatus StatsdService::unregisterNativePullAtomCallback(int32_t tag) {

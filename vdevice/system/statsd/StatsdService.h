@@ -20,14 +20,10 @@ class StatsdService : public StatsdBase {
     StatsdService(PullerManager* pullers, ShellSubscriber* subscriber, PermissionCheck check)
           : mPullers(pullers), mSubscriber(subscriber), mHasPermission(std::move(check)) {}
 
-    Status registerPullAtomCallback(int32_t uid, int32_t tag, int64_t coolDownMillis,
-                                    int64_t timeoutMillis, const std::vector<int32_t>& additive,
-                                    const std::shared_ptr<IPullAtomCallback>& callback) override;
     Status registerNativePullAtomCallback(
             int32_t tag, int64_t coolDownMillis, int64_t timeoutMillis,
             const std::vector<int32_t>& additive,
             const std::shared_ptr<IPullAtomCallback>& callback) override;
-    Status unregisterPullAtomCallback(int32_t uid, int32_t tag) override;
     Status unregisterNativePullAtomCallback(int32_t tag) override;
 
     /** Called for uids 0 and 2000 only; the binder library refuses others. */
