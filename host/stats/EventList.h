@@ -3,6 +3,7 @@
 #include <stats_pull_atom_callback.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 /**
@@ -11,15 +12,10 @@
  * callback.
  */
 struct AStatsEventList {
-    AStatsEventList() = default;
-    AStatsEventList(const AStatsEventList&) = delete;
-    AStatsEventList& operator=(const AStatsEventList&) = delete;
-    ~AStatsEventList() { clear(); }
-
-    /** Releases all events. */
-    void clear();
-
-    std::vector<AStatsEvent*> events;
+    struct Release {
+        void operator()(AStatsEvent* event) const { AStatsEvent_release(event); }
+    };
+    std::vector<std::unique_ptr<AStatsEvent, Release>> events;
 };
 
 namespace zstats {
