@@ -27,7 +27,6 @@ _CONSOLE_BYTES_KEPT = 1 << 20
 _KERNEL_OPTIONS = ("quiet panic=-1 mitigations=off cryptomgr.notests nowatchdog "
                    "security=selinux selinux=1 enforcing=1 log_buf_len=1M print-fatal-signals=1 "
                    "printk.devkmsg=on ")
-_READ, _WRITE = selectors.EVENT_READ, selectors.EVENT_WRITE
 
 
 def die_with_parent(number=signal.SIGKILL):
@@ -59,8 +58,6 @@ class Device:
         self._ready = False
         self._process = None
         self._port = None
-        self._frames = frames.Reader()
-        self._outgoing = bytearray()
         self._owner = None
         self.selector = selectors.DefaultSelector()
 
@@ -87,8 +84,7 @@ class Device:
 
     def send(self, kind, payload, session):
         """Sends a frame when the device can receive it."""
-        self._outgoing.extend(frames.pack(kind, payload, session))
-        self._write()
+        self._port.send(frames.pack(kind, payload, session))
 
     def _start(self):
         port = os.path.join(self._folder, "port")
@@ -120,11 +116,9 @@ class Device:
 
     def _take_in(self, port, started, timeout):
         limits = _Limits(started, timeout, self._architecture.slowness)
-        port.setblocking(False)
-        self._port = port
         with port:
-            self.selector.register(port, _READ, lambda events: self._on_port(events, limits))
-            self.selector.register(self._process.stdout, _READ, self._on_console)
+            self._port = frames.Link(port, self.selector, lambda some: self._on_frames(some, limits))
+            self.selector.register(self._process.stdout, selectors.EVENT_READ, self._on_console)
             while not self._ended:
                 limits.check(self)
                 for key, events in self.selector.select(0.5):
@@ -138,31 +132,11 @@ class Device:
         if not data:
             self.selector.unregister(self._process.stdout)
 
-    def _on_port(self, events, limits):
-        if events & _WRITE:
-            self._write()
-        if not events & _READ:
-            return
-        try:
-            data = self._port.recv(65536)
-        except ConnectionResetError:
-            data = b""
-        self._ended = self._ended or not data
-        for frame in self._frames.take(data):
+    def _on_frames(self, some, limits):
+        self._ended = self._ended or some is None
+        for frame in some or ():
             self._on_frame(*frame)
         limits.heard(self._ready)
-
-    def _write(self):
-        try:
-            del self._outgoing[:self._port.send(self._outgoing)]
-        except BlockingIOError:
-            pass
-        except OSError:  # the device has ended; the next read reports it
-            self._outgoing.clear()
-        events = _READ | _WRITE if self._outgoing else _READ
-        key = self.selector.get_key(self._port)
-        if key.events != events:
-            self.selector.modify(self._port, events, key.data)
 
     def _on_frame(self, kind, session, payload):
         if kind == b"L":

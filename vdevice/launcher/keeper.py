@@ -16,7 +16,6 @@ _HANG_UP_SECONDS = 2
 _TELL_SECONDS = 1
 _NUMBERS = 1 << 16
 _OF_A_SESSION = (b"T", b"B", b"I", b"W", b"A")
-_READ, _WRITE = selectors.EVENT_READ, selectors.EVENT_WRITE
 
 
 def refusal(failure):
@@ -56,39 +55,11 @@ class Watch:
 class _Client:
     """A call of vdev, with its session if it has begun one."""
 
-    def __init__(self, connection):
-        self.connection = connection
+    def __init__(self, connection, selector, on_frames):
+        """`on_frames` gets the client, too."""
+        self.link = frames.Link(connection, selector, lambda some: on_frames(self, some))
         self.session = None
         self.on_its_way = 0  # bytes of text and input
-        self._reader = frames.Reader()
-        self._outgoing = bytearray()
-
-    def take(self):
-        """The frames that it has sent; None after it has closed the connection."""
-        try:
-            data = self.connection.recv(65536)
-        except BlockingIOError:
-            return []
-        except OSError:
-            return None
-        try:
-            return list(self._reader.take(data)) if data else None
-        except Failure:
-            return None
-
-    def send(self, frame):
-        self._outgoing.extend(frame)
-        self.write()
-
-    def write(self):
-        """Sends as much as possible; true if bytes are left."""
-        try:
-            del self._outgoing[:self.connection.send(self._outgoing)]
-        except BlockingIOError:
-            pass
-        except OSError:  # it has closed the connection; the next read reports it
-            self._outgoing.clear()
-        return bool(self._outgoing)
 
 
 class Keeper:
@@ -116,7 +87,8 @@ class Keeper:
             self._add(self._only)
         if self._place is not None:
             listener = self._place.listen()
-            self._device.selector.register(listener, _READ, lambda _: self._accept(listener))
+            self._device.selector.register(listener, selectors.EVENT_READ,
+                                           lambda _: self._accept(listener))
         self._call_when_up()
 
     def on_log(self, data):
@@ -146,44 +118,27 @@ class Keeper:
             client.session = None
         elif kind == b"A":
             client.on_its_way -= frames.NUMBER.unpack(payload)[0]
-        self._send(client, frames.pack(kind, payload))
+        client.link.send(frames.pack(kind, payload))
 
     def tell(self, failure):
         """Sends all sessions the reason for the device's end."""
         for client in self._clients.values():
-            client.connection.settimeout(_TELL_SECONDS)
-            client.send(refusal(failure))
+            client.link.send_last(refusal(failure), _TELL_SECONDS)
 
     def _accept(self, listener):
         with contextlib.suppress(OSError):  # the call has ended, or there are too many
             self._add(listener.accept()[0])
 
     def _add(self, connection):
-        connection.setblocking(False)
-        client = _Client(connection)
-        self._device.selector.register(connection, _READ,
-                                       lambda events: self._on_client(client, events))
+        _Client(connection, self._device.selector, self._on_frames)
 
-    def _send(self, client, frame):
-        client.send(frame)
-        self._wait_for(client)
-
-    def _wait_for(self, client):
-        events = _READ | _WRITE if client.write() else _READ
-        key = self._device.selector.get_key(client.connection)
-        if key.events != events:
-            self._device.selector.modify(client.connection, events, key.data)
-
-    def _on_client(self, client, events):
-        if events & _WRITE:
-            self._wait_for(client)
-        if not events & _READ:
-            return
-        sent = client.take()
-        for kind, _, payload in sent or []:
-            if not self._on_request(client, kind, payload):
-                sent = None
-        if sent is None:
+    def _on_frames(self, client, some):
+        try:
+            are_requests = some is not None and all(
+                self._on_request(client, kind, payload) for kind, _, payload in some)
+        except Failure:
+            are_requests = False
+        if not are_requests:
             self._remove(client)
 
     def _on_request(self, client, kind, payload):
@@ -191,10 +146,10 @@ class Keeper:
         if kind == b"Q":
             about = dict(self._about, sessions=len(self._clients),
                          seconds=time.monotonic() - self._since)
-            self._send(client, frames.pack(b"S", json.dumps(about).encode()))
+            client.link.send(frames.pack(b"S", json.dumps(about).encode()))
         elif kind == b"P":
             if self._log_failure is not None:
-                self._send(client, refusal(self._log_failure))
+                client.link.send(refusal(self._log_failure))
             self._device.end(0, powers_off=False)
         elif kind in _OF_A_SESSION:
             return self._pass_on(client, kind, payload)
@@ -207,8 +162,8 @@ class Keeper:
             if kind not in (b"T", b"B"):
                 return True  # the session has ended
             if len(self._clients) + len(self._hung_up) == _MOST_SESSIONS:
-                self._send(client, refusal(Failure("the device has %d sessions already" %
-                                                   _MOST_SESSIONS)))
+                client.link.send(refusal(Failure("the device has %d sessions already" %
+                                                 _MOST_SESSIONS)))
                 return True
             self._begin(client)
         if kind in (b"T", b"I"):
@@ -228,13 +183,12 @@ class Keeper:
 
     def _remove(self, client):
         """Sends SIGHUP to the processes of a session whose call has ended."""
-        self._device.selector.unregister(client.connection)
-        client.connection.close()
+        client.link.close()
         if client.session is not None:
             del self._clients[client.session]
             self._signal(client.session, signal.SIGHUP)
             self._hung_up[client.session] = time.monotonic() + _HANG_UP_SECONDS
-        if client.connection is self._only:
+        if client.link.connection is self._only:
             self._device.end(0, powers_off=False)
 
     def _signal(self, session, number):
