@@ -1,44 +1,39 @@
 #include "vdevice/lib/Frames.h"
 
-#include <algorithm>
+#include <cstring>
 
 namespace zstats::vdevice {
 namespace {
 
-constexpr size_t kSessionAt = 1;
-constexpr size_t kLengthAt = 3;
-constexpr size_t kHeadBytes = 7;
-
-void appendNumber(std::string* target, uint32_t number, size_t size) {
-    for (size_t i = 0; i < size; ++i) *target += static_cast<char>(number >> (8 * i));
-}
+/** All numbers are little endian, as on the device's processors. */
+struct __attribute__((packed)) Head {
+    FrameType type;
+    uint16_t session;
+    uint32_t length;
+};
 
 }  // namespace
 
 std::string encodeFrame(FrameType type, uint16_t session, std::string_view bytes) {
-    std::string frame(1, static_cast<char>(type));
-    appendNumber(&frame, session, sizeof(session));
-    appendNumber(&frame, static_cast<uint32_t>(bytes.size()), sizeof(uint32_t));
-    return frame.append(bytes);
+    const Head head = {type, session, static_cast<uint32_t>(bytes.size())};
+    return std::string(reinterpret_cast<const char*>(&head), sizeof(head)).append(bytes);
 }
 
-uint32_t decodeNumber(std::string_view bytes, size_t size) {
+uint32_t decodeNumber(std::string_view bytes) {
     uint32_t number = 0;
-    if (bytes.size() < size) return number;
-    for (size_t i = 0; i < size; ++i) number |= uint32_t{static_cast<uint8_t>(bytes[i])} << (8 * i);
+    if (bytes.size() >= sizeof(number)) memcpy(&number, bytes.data(), sizeof(number));
     return number;
 }
 
 std::optional<Frame> FrameReader::take() {
-    if (mPending.size() < kHeadBytes || mLost) return std::nullopt;
-    const std::string_view pending = mPending;
-    const size_t length = decodeNumber(pending.substr(kLengthAt));
-    mLost = length > kMaxFrameBytes;
-    if (mLost || pending.size() < kHeadBytes + length) return std::nullopt;
-    Frame frame{static_cast<FrameType>(pending[0]),
-                static_cast<uint16_t>(decodeNumber(pending.substr(kSessionAt), sizeof(uint16_t))),
-                std::string(pending.substr(kHeadBytes, length))};
-    mPending.erase(0, kHeadBytes + length);
+    Head head;
+    if (mPending.size() < sizeof(head) || mLost) return std::nullopt;
+    memcpy(&head, mPending.data(), sizeof(head));
+    const size_t size = sizeof(head) + head.length;
+    mLost = head.length > kMaxFrameBytes;
+    if (mLost || mPending.size() < size) return std::nullopt;
+    Frame frame{head.type, head.session, mPending.substr(sizeof(head), head.length)};
+    mPending.erase(0, size);
     return frame;
 }
 

@@ -55,7 +55,7 @@ inline constexpr size_t kMaxFrameBytes = 16384;
 std::string encodeFrame(FrameType type, uint16_t session, std::string_view bytes);
 
 /** The little-endian number at the beginning of `bytes`; 0 if there are too few. */
-uint32_t decodeNumber(std::string_view bytes, size_t size = sizeof(uint32_t));
+uint32_t decodeNumber(std::string_view bytes);
 
 /** Splits received bytes into frames. Not thread-safe. */
 class FrameReader {

@@ -12,17 +12,6 @@
 #include "vdevice/lib/FaultyBinder.h"
 
 namespace zstats::vdevice {
-namespace {
-
-void dieUnless(bool published, const std::string& name, int status) {
-    if (published) return;
-    // Also to the log, because init discards a service's standard error.
-    __android_log_print(ANDROID_LOG_ERROR, "vdevice", "cannot publish %s: status %d", name.c_str(),
-                        status);
-    exit(EXIT_FAILURE);
-}
-
-}  // namespace
 
 void publishOrDie(const std::string& name, AIBinder* binder) {
     publishOrDie(name, AIBinder_toPlatformBinder(binder));
@@ -33,7 +22,11 @@ void publishOrDie(const std::string& name, const android::sp<android::IBinder>& 
     const android::sp<android::IBinder> published(new FaultyBinder(name, binder));
     const auto status = android::defaultServiceManager()->addService(
             android::String16(name.c_str()), published);
-    dieUnless(status == 0, name, status);
+    if (status == android::OK) return;
+    // Also to the log, because init discards a service's standard error.
+    __android_log_print(ANDROID_LOG_ERROR, "vdevice", "cannot publish %s: status %d", name.c_str(),
+                        status);
+    exit(EXIT_FAILURE);
 }
 
 void waitForService(const std::string& name) {

@@ -1,7 +1,9 @@
 #include "vdevice/lib/UserIds.h"
 
+#include <android-base/parseint.h>
+#include <android-base/strings.h>
+
 #include <cctype>
-#include <charconv>
 #include <map>
 
 namespace zstats::vdevice {
@@ -22,19 +24,14 @@ std::optional<uid_t> userIdOf(const std::string& name) {
 }  // namespace
 
 std::optional<uid_t> parseUserId(const std::string& text) {
-    const auto named = userIdOf(text);
-    if (named) return named;
     uid_t id = 0;
-    const char* end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, id);
-    if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
-    return id;
+    return android::base::ParseUint(text, &id) ? id : userIdOf(text);
 }
 
 std::optional<uid_t> userIdOfAid(const std::string& aid) {
-    static const std::string kPrefix = "AID_";
-    if (aid.compare(0, kPrefix.size(), kPrefix) != 0) return std::nullopt;
-    std::string name = aid.substr(kPrefix.size());
+    std::string_view prefixed = aid;
+    if (!android::base::ConsumePrefix(&prefixed, "AID_")) return std::nullopt;
+    std::string name(prefixed);
     for (char& letter : name) letter = static_cast<char>(tolower(letter));
     return userIdOf(name);
 }

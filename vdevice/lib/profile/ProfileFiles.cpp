@@ -1,6 +1,7 @@
 #include "vdevice/lib/profile/ProfileFiles.h"
 
 #include <android-base/file.h>
+#include <android-base/strings.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -19,11 +20,8 @@ std::optional<std::string> readProfileFile(const std::string& path) {
 
 std::vector<std::string> profileLines(std::string_view text) {
     std::vector<std::string> lines;
-    while (!text.empty()) {
-        const size_t end = std::min(text.find('\n'), text.size());
-        const std::string_view line = text.substr(0, end);
-        if (!line.empty() && line.front() != '#') lines.emplace_back(line);
-        text.remove_prefix(std::min(end + 1, text.size()));
+    for (std::string& line : android::base::Split(std::string(text), "\n")) {
+        if (!line.empty() && line.front() != '#') lines.push_back(std::move(line));
     }
     return lines;
 }

@@ -13,6 +13,8 @@
 namespace zstats::vdevice {
 namespace {
 
+using android::base::Trim;
+
 constexpr std::string_view kTo = " to ";
 constexpr std::string_view kUntil = " until ";
 
@@ -35,24 +37,17 @@ constexpr Kind kKinds[] = {
         {"touch", 0, nullptr, profile::kTouch, ""},
 };
 
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && isspace(static_cast<unsigned char>(text.front())))
-        text.remove_prefix(1);
-    while (!text.empty() && isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    return text;
-}
-
 /** Removes and returns the first word of `text`. */
-std::string takeWord(std::string_view* text) {
-    *text = trimmed(*text);
+std::string takeWord(std::string* text) {
+    *text = Trim(*text);
     const size_t end = std::min(text->find(' '), text->size());
-    const std::string word(text->substr(0, end));
-    *text = trimmed(text->substr(end));
+    const std::string word = text->substr(0, end);
+    *text = Trim(text->substr(end));
     return word;
 }
 
 /** "110 s" as seconds; false for anything else. */
-bool parseSeconds(std::string_view text, int64_t* seconds) {
+bool parseSeconds(std::string text, int64_t* seconds) {
     const std::string number = takeWord(&text);
     return text == "s" && android::base::ParseInt(number, seconds, int64_t{0}, int64_t{1} << 31);
 }
@@ -120,7 +115,7 @@ std::string withLines(const std::string& text, const char* lineMark) {
 }  // namespace
 
 /** Fills `setting`; returns an error text if the line cannot be applied. */
-std::string Scenario::parseLine(std::string_view line, int64_t start, Setting* setting) {
+std::string Scenario::parseLine(std::string line, int64_t start, Setting* setting) {
     const std::string name = takeWord(&line);
     const auto* kind = std::find_if(std::begin(kKinds), std::end(kKinds),
                                     [&](const Kind& each) { return name == each.name; });
@@ -136,7 +131,7 @@ std::string Scenario::parseLine(std::string_view line, int64_t start, Setting* s
 
     const size_t until = line.rfind(kUntil);
     const size_t to = line.find(kTo);
-    if (until == std::string_view::npos || to == std::string_view::npos || to > until) {
+    if (until == std::string::npos || to == std::string::npos || to > until) {
         setting->from = withLines(unescaped(line), kind->lineMark);
         setting->to = setting->from;
         return "";
@@ -146,10 +141,10 @@ std::string Scenario::parseLine(std::string_view line, int64_t start, Setting* s
         return "a time later than " + std::to_string(start) +
                " s, such as '90 s', must follow 'until'";
     }
-    const std::string_view first = line.substr(0, to);
-    const std::string_view second = line.substr(to + kTo.size(), until - to - kTo.size());
-    setting->from = withLines(unescaped(trimmed(first)), kind->lineMark);
-    setting->to = withLines(unescaped(trimmed(second)), kind->lineMark);
+    const std::string first = Trim(line.substr(0, to));
+    const std::string second = Trim(line.substr(to + kTo.size(), until - to - kTo.size()));
+    setting->from = withLines(unescaped(first), kind->lineMark);
+    setting->to = withLines(unescaped(second), kind->lineMark);
     if (!sameShape(pieces(setting->from), pieces(setting->to))) {
         return "the texts before and behind 'to' differ in more than their numbers";
     }
@@ -162,7 +157,7 @@ std::variant<Scenario, std::string> Scenario::parse(std::string_view text) {
     int number = 0;
     for (const std::string& raw : android::base::Split(std::string(text), "\n")) {
         ++number;
-        std::string_view line = trimmed(raw);
+        const std::string line = Trim(raw);
         if (line.empty() || line.front() == '#') continue;
         std::string reason;
         int64_t next = 0;

@@ -51,7 +51,7 @@ class Scenario {
     };
 
     static std::string textAt(const Setting& setting, int64_t second);
-    static std::string parseLine(std::string_view line, int64_t start, Setting* setting);
+    static std::string parseLine(std::string line, int64_t start, Setting* setting);
 
     std::vector<Setting> mSettings;  // in the order of the text
 };

@@ -1,16 +1,15 @@
 #include "vdevice/system/firststage/AbsentServices.h"
 
 #include <android-base/file.h>
-#include <errno.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 #include <set>
 
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/lib/profile/RcServices.h"
+#include "vdevice/system/firststage/StageLog.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -51,7 +50,7 @@ std::string disableAbsentServices() {
         text.insert(text.find('\n') + 1, "    override\n    disabled\n");
         // Mode 0644, because init ignores rc files that others may write.
         if (!android::base::WriteStringToFile(text, path, 0644, 0, 0)) {
-            return path + ": " + strerror(errno);
+            return failed(path);
         }
         if (service.name == kDaemon)
             unlink((std::string(kSystemExtRc) + "/" + kDaemon + ".rc").c_str());

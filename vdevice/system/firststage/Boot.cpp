@@ -10,12 +10,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 
 #include "vdevice/lib/profile/ProfileFiles.h"
 #include "vdevice/system/firststage/OverlayPlan.h"
 #include "vdevice/system/firststage/ProcLinks.h"
+#include "vdevice/system/firststage/StageLog.h"
 
 namespace zstats::vdevice {
 namespace {
@@ -57,10 +57,6 @@ constexpr FileSystem kLabelledFileSystems[] = {{"tmpfs", "/tmp", "mode=1777"},
 void mountOne(const FileSystem& fileSystem) {
     mkdir(fileSystem.path, 0755);
     mount(fileSystem.type, fileSystem.path, fileSystem.type, 0, fileSystem.options);
-}
-
-std::string failed(const std::string& what) {
-    return what + ": " + strerror(errno);
 }
 
 bool apply(const OverlayStep& step) {

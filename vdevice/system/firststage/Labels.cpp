@@ -55,10 +55,6 @@ int labelEntry(const char* path, const struct stat* /*status*/, int type, FTW* /
     return 0;
 }
 
-std::string failed(const std::string& what) {
-    return what + ": " + strerror(errno);
-}
-
 }  // namespace
 
 std::string loadPolicy() {

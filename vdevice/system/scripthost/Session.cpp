@@ -17,6 +17,7 @@
 namespace zstats::vdevice {
 namespace {
 
+using android::base::Pipe;
 using android::base::unique_fd;
 
 constexpr char kShell[] = "/bin/sh";
@@ -24,28 +25,15 @@ constexpr int32_t kStatusNotBegun = 126;
 constexpr size_t kPipeBytes = 65536;
 constexpr size_t kMaxTextBytes = 131072;  // the kernel's limit of an argument
 
-struct Pipe {
-    unique_fd reads;
-    unique_fd writes;
-};
-
-bool makePipe(Pipe* made) {
-    int fds[2];
-    if (pipe2(fds, O_CLOEXEC) != 0) return false;
-    made->reads.reset(fds[0]);
-    made->writes.reset(fds[1]);
-    return true;
-}
-
 void setNonBlocking(const unique_fd& fd) {
     fcntl(fd.get(), F_SETFL, fcntl(fd.get(), F_GETFL) | O_NONBLOCK);
 }
 
 winsize sizeIn(std::string_view bytes) {
     winsize size = {};
-    size.ws_row = static_cast<uint16_t>(decodeNumber(bytes, sizeof(size.ws_row)));
-    bytes.remove_prefix(std::min(bytes.size(), sizeof(size.ws_row)));
-    size.ws_col = static_cast<uint16_t>(decodeNumber(bytes, sizeof(size.ws_col)));
+    const uint32_t linesAndColumns = decodeNumber(bytes);
+    size.ws_row = static_cast<uint16_t>(linesAndColumns);
+    size.ws_col = static_cast<uint16_t>(linesAndColumns >> 16);
     return size;
 }
 
@@ -91,25 +79,21 @@ void Session::begin(const Frame& frame) {
 }
 
 void Session::startOnPipes(bool hasInput, const std::vector<const char*>& command) {
-    Pipe input;
-    Pipe output;
-    Pipe errors;
-    if (!makePipe(&input) || !makePipe(&output) || !makePipe(&errors)) return fail("pipe2");
+    unique_fd input, output, errors;
+    if (!Pipe(&input, &mInput) || !Pipe(&mOutput, &output) || !Pipe(&mErrors, &errors)) {
+        return fail("pipe2");
+    }
     if (!hasInput) {
-        input.reads.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
-        input.writes.reset();
+        input.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        mInput.reset();
     }
     mPid = fork();
     if (mPid < 0) return fail("fork");
     if (mPid == 0) {
         becomeChild();
         setsid();
-        execProgram(kShell, command.data(),
-                    {input.reads.get(), output.writes.get(), errors.writes.get()});
+        execProgram(kShell, command.data(), {input.get(), output.get(), errors.get()});
     }
-    mInput = std::move(input.writes);
-    mOutput = std::move(output.reads);
-    mErrors = std::move(errors.reads);
     for (const unique_fd* fd : {&mInput, &mOutput, &mErrors}) setNonBlocking(*fd);
 }
 
@@ -204,11 +188,8 @@ void Session::sayTaken(size_t count) {
 void Session::flush() {
     for (const auto& [from, type] :
          {std::pair{&mOutput, FrameType::kOutput}, std::pair{&mErrors, FrameType::kErrors}}) {
-        size_t passed = 0;
-        for (size_t left = kPipeBytes; left > 0; left -= passed) {
-            passed = passOnce(from, type, left);
-            if (passed == 0) break;
-        }
+        size_t left = kPipeBytes;
+        while (const size_t passed = passOnce(from, type, left)) left -= passed;
     }
 }
 

@@ -1,3 +1,4 @@
+#include <android-base/unique_fd.h>
 #include <android/os/IThermalService.h>
 #include <dirent.h>
 #include <fcntl.h>
@@ -22,20 +23,20 @@ namespace {
 using namespace cli;
 
 using aidl::vendor::norda::hardware::handlefactory::HandleResult;
+using android::IBinder;
 using android::Parcel;
 using android::String16;
+using android::os::IThermalService;
 using vendor::norda::hardware::touch::INordaTouch;
 
 using Calls = std::vector<BareCall>;
 
 /** Opens, reads to the end, closes. */
 void readFile(const std::string& path) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return;
+    const android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     char bytes[4096];
-    while (read(fd, bytes, sizeof(bytes)) > 0) {
+    while (fd.ok() && read(fd, bytes, sizeof(bytes)) > 0) {
     }
-    close(fd);
 }
 
 void listFolder(const char* path) {
@@ -72,48 +73,46 @@ void addFiles(const ValueSource& source, Calls* calls) {
     });
 }
 
+/** Adds a call to a service that is there. */
+template <typename Service, typename Call>
+void addCall(Calls* calls, const Service& service, Call call) {
+    if (service != nullptr) calls->push_back([service, call] { call(*service); });
+}
+
 void addCharger(const std::string& method, Calls* calls) {
-    const auto charger = findCharger();
-    if (charger == nullptr) return;
-    calls->push_back([charger, getter = chargerGetter(method)] {
+    addCall(calls, findCharger(), [getter = chargerGetter(method)](ICharger& charger) {
         int32_t value = 0;
-        ((*charger).*getter)(&value);
+        (charger.*getter)(&value);
     });
 }
 
 void addKey(const std::string& key, Calls* calls) {
-    const auto factory = findHandleFactory();
-    if (factory == nullptr) return;
-    calls->push_back([factory, key] {
+    addCall(calls, findHandleFactory(), [key](IHandleFactory& factory) {
         HandleResult result;
-        factory->readHandle(key, 0, &result);
+        factory.readHandle(key, 0, &result);
     });
 }
 
 void addCalda(uint32_t code, Calls* calls) {
-    const auto calda = findService(kCaldaService);
-    if (calda == nullptr) return;
-    calls->push_back([calda, code] {
+    addCall(calls, findService(kCaldaService), [code](IBinder& calda) {
         Parcel reply;
-        transactCalda(*calda, code, &reply);
+        transactCalda(calda, code, &reply);
     });
 }
 
 void addTouch(Calls* calls) {
     const auto touch = INordaTouch::asInterface(findService(kTouchService));
-    if (touch == nullptr) return;
-    calls->push_back([touch] {
+    addCall(calls, touch, [](INordaTouch& service) {
         String16 text;
-        static_cast<void>(touch->touchReadNodeFile(kTouchDevice, kRefreshRateNode, &text));
+        static_cast<void>(service.touchReadNodeFile(kTouchDevice, kRefreshRateNode, &text));
     });
 }
 
 void addThermal(Calls* calls) {
-    const auto thermal = android::os::IThermalService::asInterface(findService(kThermalService));
-    if (thermal == nullptr) return;
-    calls->push_back([thermal] {
+    const auto thermal = IThermalService::asInterface(findService(kThermalService));
+    addCall(calls, thermal, [](IThermalService& service) {
         std::vector<android::os::Temperature> list;
-        static_cast<void>(thermal->getCurrentTemperaturesWithType(kCpuTemperatureType, &list));
+        static_cast<void>(service.getCurrentTemperaturesWithType(kCpuTemperatureType, &list));
     });
 }
 

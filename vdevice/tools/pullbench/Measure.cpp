@@ -1,3 +1,4 @@
+#include <android-base/hex.h>
 #include <utils/SystemClock.h>
 
 #include <algorithm>
@@ -78,9 +79,7 @@ std::map<int32_t, PullingStatsd::Pull> warmUp(PullingStatsd& statsd, const Kind&
 void printEvents(const std::map<int32_t, PullingStatsd::Pull>& answers) {
     for (const auto& [tag, answer] : answers) {
         for (const std::string& event : answer.events) {
-            printf("event ");
-            for (const char byte : event) printf("%02x", static_cast<uint8_t>(byte));
-            putchar('\n');
+            printf("event %s\n", android::base::HexString(event.data(), event.size()).c_str());
         }
     }
     puts("answered");
