@@ -49,25 +49,22 @@ std::string helpOf(const std::vector<Command>& commands) {
 }
 
 /** Adds the options that the command's usage names. */
-void addOptions(const Command& command, CommandLine* line, CommandArguments* arguments) {
+void addOptions(const Command& command, CommandLine* line, CommandArguments* to) {
     const auto has = [&](const char* name) {
         return std::string_view(command.usage).find("--" + std::string(name)) !=
                std::string_view::npos;
     };
     const std::pair<const char*, bool*> flags[] = {
-            {"json", &arguments->json},    {"settle", &arguments->settle},
-            {"fresh", &arguments->fresh},  {"parallel", &arguments->parallel},
-            {"stall", &arguments->stall},  {"wait", &arguments->wait},
-            {"any", &arguments->any},      {"units", &arguments->units},
-            {"schema", &arguments->schema}};
+            {"json", &to->json},         {"settle", &to->settle}, {"fresh", &to->fresh},
+            {"parallel", &to->parallel}, {"stall", &to->stall},   {"wait", &to->wait},
+            {"any", &to->any},           {"units", &to->units},   {"schema", &to->schema}};
     for (const auto& [name, target] : flags) {
         if (has(name)) line->flag(name, target);
     }
-    if (has("csv")) line->text("csv", &arguments->csv);
+    if (has("csv")) line->text("csv", &to->csv);
     const std::pair<const char*, std::optional<int>*> numbers[] = {
-            {"uid", &arguments->uid},       {"for", &arguments->seconds},
-            {"count", &arguments->count},   {"threads", &arguments->threads},
-            {"pause", &arguments->pauseMs}, {"above", &arguments->above}};
+            {"uid", &to->uid},         {"for", &to->seconds},   {"count", &to->count},
+            {"threads", &to->threads}, {"pause", &to->pauseMs}, {"above", &to->above}};
     for (const auto& [name, target] : numbers) {
         if (has(name)) line->number(name, target, 0, INT_MAX);
     }

@@ -1,7 +1,8 @@
 #include "vdevice/tools/statsctl/ControlledStatsd.h"
 
+#include <android-base/stringprintf.h>
+
 #include <chrono>
-#include <cstdio>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -12,6 +13,7 @@
 namespace zstats::vdevice {
 namespace {
 
+using android::base::StringPrintf;
 using cli::kNoStatsd;
 using cli::PulledAtom;
 using cli::PulledEvent;
@@ -19,11 +21,23 @@ using cli::PulledEvent;
 constexpr std::chrono::milliseconds kStep(50);
 constexpr int kMaxSteps = 60;
 
-/** Decodes an encoded event, as far as possible. */
-PulledEvent decodeEvent(std::string_view bytes) {
-    auto event = readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+std::optional<ReadEvent> read(const control::Event& event) {
+    const std::string& bytes = event.encoded();
+    return readEvent(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+}
+
+/** An event as far as it could be decoded. */
+PulledEvent decoded(std::optional<ReadEvent> event) {
     if (!event) return {};
     return {event->valid(), std::move(event->fields)};
+}
+
+/** Sends statsd the request of which this field is set; no value without a statsd. */
+template <typename Value>
+std::optional<control::Reply> ask(void (control::Request::*set)(Value), Value value) {
+    control::Request request;
+    (request.*set)(value);
+    return askStatsd(request);
 }
 
 PulledAtom pulled(int32_t tag, const std::optional<control::Reply>& reply) {
@@ -38,31 +52,25 @@ PulledAtom pulled(int32_t tag, const std::optional<control::Reply>& reply) {
         atom.failure = outcome.failure();
         return atom;
     }
-    for (const auto& event : outcome.events()) atom.events.push_back(decodeEvent(event.encoded()));
-    for (const auto& event : outcome.rejected()) {
-        atom.events.push_back(decodeEvent(event.encoded()));
-    }
+    for (const auto& event : outcome.events()) atom.events.push_back(decoded(read(event)));
+    for (const auto& event : outcome.rejected()) atom.events.push_back(decoded(read(event)));
     return atom;
 }
 
 /** Registrations in the order of arrival; no value if statsd does not answer. */
 std::optional<control::Reply> askForRegistrations() {
-    control::Request request;
-    request.set_registrations(true);
-    return askStatsd(request);
+    return ask(&control::Request::set_registrations, true);
 }
 
 std::string rowOf(int number, const control::Registration& entry) {
     std::string additive;
     for (int32_t field : entry.additive_fields()) additive += std::to_string(field) + " ";
-    char row[256];
-    snprintf(row, sizeof(row), "%-4d %-8d %-31s %-6d %-10s %-9s %s%s", number, entry.atom_tag(),
-             cli::atomInfo(entry.atom_tag()).name.c_str(), entry.uid(),
-             (std::to_string(entry.cool_down_millis()) + " ms").c_str(),
-             (std::to_string(entry.timeout_millis()) + " ms").c_str(),
-             additive.empty() ? "none" : additive.c_str(),
-             entry.alive() ? "" : "  (its process has died)");
-    return row;
+    return StringPrintf("%-4d %-8d %-31s %-6d %-10s %-9s %s%s", number, entry.atom_tag(),
+                        cli::atomInfo(entry.atom_tag()).name.c_str(), entry.uid(),
+                        (std::to_string(entry.cool_down_millis()) + " ms").c_str(),
+                        (std::to_string(entry.timeout_millis()) + " ms").c_str(),
+                        additive.empty() ? "none" : additive.c_str(),
+                        entry.alive() ? "" : "  (its process has died)");
 }
 
 }  // namespace
@@ -72,9 +80,7 @@ std::string ControlledStatsd::unavailable() {
 }
 
 PulledAtom ControlledStatsd::pull(int32_t tag, bool* fromCache) {
-    control::Request request;
-    request.set_pull(tag);
-    const auto reply = askStatsd(request);
+    const auto reply = ask(&control::Request::set_pull, tag);
     if (fromCache != nullptr) *fromCache = reply && reply->outcome().from_cache();
     return pulled(tag, reply);
 }
@@ -84,9 +90,7 @@ PulledAtom ControlledStatsd::pull(int32_t tag) {
 }
 
 PulledAtom ControlledStatsd::pullNow(int32_t tag) {
-    control::Request request;
-    request.set_pull_now(tag);
-    return pulled(tag, askStatsd(request));
+    return pulled(tag, ask(&control::Request::set_pull_now, tag));
 }
 
 std::map<int32_t, PulledAtom> ControlledStatsd::pullFresh(const std::vector<int32_t>& tags) {
@@ -103,9 +107,7 @@ std::map<int32_t, PulledAtom> ControlledStatsd::pullFresh(const std::vector<int3
 }
 
 void ControlledStatsd::setParallel(bool parallel) {
-    control::Request request;
-    request.set_parallel_pulls(parallel);
-    askStatsd(request);
+    ask(&control::Request::set_parallel_pulls, parallel);
 }
 
 std::optional<std::set<int32_t>> ControlledStatsd::registered() {
@@ -133,10 +135,9 @@ std::string ControlledStatsd::registrationText(int32_t tag) {
 std::vector<std::string> ControlledStatsd::registrationTable() {
     const auto reply = askForRegistrations();
     if (!reply) return {};
-    char heading[128];
-    snprintf(heading, sizeof(heading), "%-4s %-8s %-31s %-6s %-10s %-9s %s", "#", "tag", "atom",
-             "uid", "cool-down", "time-out", "additive fields");
-    std::vector<std::string> lines{heading};
+    std::vector<std::string> lines{StringPrintf("%-4s %-8s %-31s %-6s %-10s %-9s %s", "#", "tag",
+                                                "atom", "uid", "cool-down", "time-out",
+                                                "additive fields")};
     int number = 0;
     for (const control::Registration& entry : reply->registrations()) {
         lines.push_back(rowOf(++number, entry));
@@ -145,16 +146,13 @@ std::vector<std::string> ControlledStatsd::registrationTable() {
 }
 
 std::optional<std::vector<PulledAtom>> ControlledStatsd::pushed() {
-    control::Request request;
-    request.set_pushed(true);
-    const auto reply = askStatsd(request);
+    const auto reply = ask(&control::Request::set_pushed, true);
     if (!reply) return std::nullopt;
     std::vector<PulledAtom> atoms;
     for (const control::Event& entry : reply->pushed()) {
-        const std::string& encoded = entry.encoded();
-        const auto event =
-                readEvent(reinterpret_cast<const uint8_t*>(encoded.data()), encoded.size());
-        atoms.push_back({event ? event->atomId : 0, "", {decodeEvent(encoded)}});
+        auto event = read(entry);
+        const int32_t tag = event ? event->atomId : 0;
+        atoms.push_back({tag, "", {decoded(std::move(event))}});
     }
     return atoms;
 }
