@@ -32,6 +32,9 @@ def _signal(program, pid, number):
     return _said(_INIT + "Service '%s' (pid %d) received signal %d" % (program, pid, number))
 
 
+# The head and the check of a case that makes one.
+_ONE = "# checks: 1\nok first\n"
+
 # Name, text, output.
 _CASES = (
     ("passes", "# checks: 2\nok first\nok second\n",
@@ -53,35 +56,37 @@ _CASES = (
     ("silent", "true\n", ["not ok silent/ended: printed no result"]),
     ("no_rounds", "# checks: 3\nok first\nfor each in; do ok $each; done\n",
      ["ok no_rounds/first", "not ok no_rounds/ended: made 1 checks, and its head says 3"]),
-    ("leaves_a_process", "sleep 1000 &\nok first\n",
+    ("no_number", "ok first\n",
+     ["ok no_number/first", "not ok no_number/ended: made 1 checks, and its head says nothing"]),
+    ("leaves_a_process", "sleep 1000 &\n" + _ONE,
      ["ok leaves_a_process/first", "ok leaves_a_process/ended"]),
-    ("crash", "ok first\n" + _signal("statsd", 60, 11),
+    ("crash", _ONE + _signal("statsd", 60, 11),
      ["ok crash/first", "not ok crash/crashes: +statsd 11", "ok crash/ended"]),
-    ("named_crash", "# crash: statsd 9\nok first\n" + _signal("statsd", 61, 9),
+    ("named_crash", "# crash: statsd 9\n" + _ONE + _signal("statsd", 61, 9),
      ["ok named_crash/first", "ok named_crash/ended"]),
-    ("another_crash", "# crash: statsd 9\nok first\n" + _signal("zstats_pullerd", 62, 6),
+    ("another_crash", "# crash: statsd 9\n" + _ONE + _signal("zstats_pullerd", 62, 6),
      ["ok another_crash/first", "not ok another_crash/crashes: -statsd 9",
       "not ok another_crash/crashes: +zstats_pullerd 6", "ok another_crash/ended"]),
     ("stopped_by_init",
-     "ok first\n" + _said(_INIT + "Sending signal 9 to service 'calda' (pid 63) process group...") +
+     _ONE + _said(_INIT + "Sending signal 9 to service 'calda' (pid 63) process group...") +
      _signal("calda", 63, 9), ["ok stopped_by_init/first", "ok stopped_by_init/ended"]),
     ("abort_in_the_log",
-     "ok first\n" + _said("11-22 02:52:25.087     0    64    65 F calda: Check failed: false"),
+     _ONE + _said("11-22 02:52:25.087     0    64    65 F calda: Check failed: false"),
      ["ok abort_in_the_log/first", "not ok abort_in_the_log/crashes: +calda 6",
       "ok abort_in_the_log/ended"]),
     ("by_no_service",
-     "ok first\n" + _said("[    7.1] potentially unexpected fatal signal 11.") +
+     _ONE + _said("[    7.1] potentially unexpected fatal signal 11.") +
      _said("[    7.1] CPU: 1 PID: 66 Comm: statsctl Not tainted 6.1.0 #1") +
      _said("[    7.2] busybox: cmd: potentially unexpected fatal signal 6.") +
      _said("[    7.2] CPU: 0 UID: 0 PID: 67 Comm: cmd Not tainted 6.12.0 #1"),
      ["ok by_no_service/first", "not ok by_no_service/crashes: +cmd 6",
       "not ok by_no_service/crashes: +statsctl 11", "ok by_no_service/ended"]),
     ("a_thread",
-     "ok first\n" + _signal("zstats_pullerd", 70, 11) +
+     _ONE + _signal("zstats_pullerd", 70, 11) +
      _said("[    7.1] potentially unexpected fatal signal 11.") +
      _said("[    7.1] CPU: 1 PID: 72 Comm: binder:70_2 Not tainted 6.1.0 #1"),
      ["ok a_thread/first", "not ok a_thread/crashes: +zstats_pullerd 11", "ok a_thread/ended"]),
-    ("denied", "# denial: { read }\nok first\n" + _said("avc:  denied  { write }"),
+    ("denied", "# denial: { read }\n" + _ONE + _said("avc:  denied  { write }"),
      ["ok denied/first", "ok denied/ended"]),
 )
 _AFTER_ALL = ["not ok denials: -{ read }", "not ok denials: +{ write }"]
@@ -132,7 +137,7 @@ class Cases(_Boot):
 
     def test_crashes_before_and_after(self):
         self.write("log", _INIT + "Service 'touch' (pid 9) received signal 11\n")
-        self.assertEqual(self.boot(600, [("passes", "ok first\n")]),
+        self.assertEqual(self.boot(600, [("passes", _ONE)]),
                          ["not ok boot/crashes: +touch 11", "ok passes/first", "ok passes/ended",
                           "ok denials"])
 

@@ -1,4 +1,5 @@
 # profile: tests/system/profiles/absent
+# checks: 14
 # Services that the profile lists as absent, or has no file for, wait for "start".
 
 running() { getprop | sed -n 's/^\[init\.svc\.\(.*\)\]: \[running\]$/\1/p' | grep -x "$1"; }

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 23
 # Every battery atom against the profile's files, as shipped and with limits.
 
 node() { cat /profile/nodes/$1; }

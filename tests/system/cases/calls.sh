@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 87
 # The device's programs print help and refuse wrong calls.
 
 # program COMMAND...: its help is on standard output, and begins with its usage.

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 5
 # A service may write into the output and errors of a shell's command: pipes, like this case's, and a
 # pseudo-terminal.
 

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 2
 # crash: calda 6
 # crash: sh 11
 # Processes of init and of a shell that a signal ends. The lines above fail unless both are noticed.

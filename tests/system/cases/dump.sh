@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 14
 # The dump changes levels only for root and system.
 
 has root/help 'dumpsys zstats_pullerd --rgbLog INPUT_1_OR_0' "$(dumpsys zstats_pullerd 2>&1)"

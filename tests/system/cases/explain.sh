@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 18
 # `statsctl explain`: why an atom is empty.
 
 text=$(statsctl explain 150005)

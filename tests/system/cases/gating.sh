@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 13
 # A daemon that may not run logs the reason, ends with 255, and stays stopped.
 
 daemon=/system_ext/bin/zstats_pullerd

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 56
 # crash: charger 9
 # crash: openfileprobe 9
 # crash: zstats_pullerd 9

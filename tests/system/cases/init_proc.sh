@@ -1,4 +1,5 @@
 # profile: mtk
+# checks: 9
 # A profile with files in a folder that /proc lacks: processes are still visible in /proc.
 
 has device_tree "$(cat '/profile/root/proc/device-tree/chosen/atag,chipid')" \

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 15
 # A release build opens only the scheduler's channel, and turns its records into pushed atoms.
 
 pushed() { statsctl pushed 2>/dev/null | grep -c 100207; }

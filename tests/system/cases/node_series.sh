@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 7
 # Successive contents of a node are counted for each reading process.
 
 is each_tag_once '150030 150005' "$(pull 150030 150005 150030 | sed 's/.*"atom":\([0-9]*\).*/\1/' | xargs)"

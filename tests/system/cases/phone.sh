@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 30
 # The programs of every device ask statsd as they do on a phone: by its shell commands and through
 # "atomacq". What they print is what this device's own statsctl prints, which has a socket of statsd's.
 # All run as root in the domain of a userdebug build's root shell, which the policy lets be served.

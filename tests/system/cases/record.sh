@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 22
 # A recording of the device equals the profile: its files are the same, and the daemon gives the same answers
 # from them.
 

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 5
 # A recording has its device and time; `diff` shows what changed between two.
 
 # All atoms for some seconds, into a file.

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 28
 # The registrations of the daemon: atoms, order and terms.
 
 restart_daemon

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 10
 # What the daemon holds, and what a hostile caller reaches.
 
 restart_daemon

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 25
 # The domains of processes, and the answers of the service manager and init to them.
 # denial: { set } for property=ctl.stop$statsd scontext=u:r:zstats_pullerd:s0 tcontext=u:object_r:ctl_stop_prop:s0 tclass=property_service
 # denial: { set } for property=ctl.start$zstats_pullerd scontext=u:r:zstats_pullerd:s0 tcontext=u:object_r:ctl_start_prop:s0 tclass=property_service

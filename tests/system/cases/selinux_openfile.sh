@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 27
 # Files that `cmd` opens for a command: SELinux decides for the context that the command names.
 caller=u:r:probe_caller:s0
 dir=/tmp/probe

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 39
 # Services that die, return, answer wrongly or refuse.
 
 restart_daemon

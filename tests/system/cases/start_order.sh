@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 15
 # The daemon starts when the boot is complete, and whenever the property is set again.
 
 # position TEXT: the number of the first log line with the text.

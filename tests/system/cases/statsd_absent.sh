@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 15
 # crash: statsd 9
 # Without statsd at its start, the daemon serves but gets no pulls. A statsd that dies later gets the
 # registrations again.

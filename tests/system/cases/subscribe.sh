@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 38
 # Streams of atoms through "atomacq", their permitted callers, and the command client.
 lines() { grep -c "\"atom\":$1," "$2"; }
 has_line() { [ "$(lines "$1" "$2")" -ge "${3:-1}" ]; }

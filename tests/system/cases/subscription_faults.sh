@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 15
 # Invalid configurations end only their own subscription.
 
 running() { cmd stats print-stats | sed -n '1s/.*, \(.*\) subscriptions/\1/p'; }

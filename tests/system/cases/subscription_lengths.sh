@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 9
 # Calls with long lists succeed with any number of open pipes, because each pipe is as large as its frame. With
 # pipes of 64 KiB, those of a user without capabilities would shrink to 8 KiB from the 1,025th on.
 

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 20
 # What subscriptions leave in the daemon: a descriptor for each accepted call, and no thread.
 pid=$(daemon_pid)
 fds() { ls /proc/$pid/fd | wc -l; }

@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 26
 # A reader that stops reading stops every subscription and all pushed atoms until it ends, and with nine later
 # subscribers every call to statsd. With O_NONBLOCK it only stops its own stream.
 

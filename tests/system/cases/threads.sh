@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 8
 # Each hanging handler blocks a thread. There are six: four of the pool, its first, and the main thread.
 
 pid=$(daemon_pid)

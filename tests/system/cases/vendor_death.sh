@@ -1,4 +1,5 @@
 # profile: qcom
+# checks: 13
 # crash: charger 9
 # crash: handlefactory 9
 # Killed vendor services: pulls without them, and after their return.

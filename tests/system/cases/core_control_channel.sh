@@ -1,4 +1,5 @@
 # profile: bare
+# checks: 4
 # An unlocked debug build also opens the core control's channel.
 
 count=$(statsctl pushed 2>/dev/null | grep -c 100207)
