@@ -12,23 +12,22 @@ using BatteryChargerAtomsTest = ChargerRowsTest;
 
 TEST_F(BatteryChargerAtomsTest, carryWhatTheirCallsAnswer) {
     set({{"battery_typical_capacity", "20"}});
-    expectChargerRows({
-            {150008, "BatteryHealth", {"getUIsohValue"}, "[-11]", 528, 534},
-            {150009, "BatteryCycleCount", {"getPsyBatteryCC"}, "[-11]", 547, 553},
-            {150010, "BatteryVoltageNow", {"getBatteryVoltageNow"}, "[-11]", 566, 572},
-            {150011, "BatteryCurrentNow", {"getPsyBatteryCurrentNow"}, "[-11]", 585, 591},
-            {150022, "BatteryFullChargedCapacity", {"getPsyBatteryFcc"}, "[-11]", 604, 610},
-            {150025, "BatteryPassedChg", {"getPsyBatteryPchg"}, "[-11]", 662, 668},
-            {150026, "BatteryPchgResetCount", {"getPsyBatteryPchgResetCount"}, "[-11]", 681, 687},
-            {150030, "BatteryTemperature", {"getPsyBatteryTemp"}, "[0, -1100]", 921, 927, "[0, 0]"},
-            {150138,
-             "BatteryCapacityLossRatio",
-             {"getPsyBatteryFcc"},
-             "[20, -11, 155]",
-             1378,
-             1384,
-             "[20, 0, 100]"},
-    });
+    expectChargerRows(
+            {{150008, "BatteryHealth", {"getUIsohValue"}, "[-11]", 528, 534},
+             {150009, "BatteryCycleCount", {"getPsyBatteryCC"}, "[-11]", 547, 553},
+             {150010, "BatteryVoltageNow", {"getBatteryVoltageNow"}, "[-11]", 566, 572},
+             {150011, "BatteryCurrentNow", {"getPsyBatteryCurrentNow"}, "[-11]", 585, 591},
+             {150022, "BatteryFullChargedCapacity", {"getPsyBatteryFcc"}, "[-11]", 604, 610},
+             {150025, "BatteryPassedChg", {"getPsyBatteryPchg"}, "[-11]", 662, 668},
+             {150026, "BatteryPchgResetCount", {"getPsyBatteryPchgResetCount"}, "[-11]", 681, 687},
+             {150030, "BatteryTemperature", {"getPsyBatteryTemp"}, "[0, -1100]", 921, 927, "[0, 0]"},
+             {150138,
+              "BatteryCapacityLossRatio",
+              {"getPsyBatteryFcc"},
+              "[20, -11, 155]",
+              1378,
+              1384,
+              "[20, 0, 100]"}});
     EXPECT_EQ(factory.reads().size(), 1 + 2 * 3u) << "only a call that succeeds has the node read";
 }
 
@@ -42,25 +41,23 @@ TEST_F(BatteryAtomsTest, carryTheirNodes) {
     constexpr char kReal[] = "battery_level";
     constexpr char kUi[] = "battery_ui_level";
     constexpr char kPower[] = "remaining_battery_power";
-    expectRows({
-            {150005, {{kReal, "80\n"}, {kUi, "082"}}, {levels("80", "82"), "[80, 82, -2, 2]"}},
-            {150005, {{kReal, "90"}, {kUi, "85"}}, {levels("90", "85"), "[90, 85, 5, 5]"}},
-            {150005, {{kReal, "-1"}, {kUi, ""}}, {levels("-1", "-1"), "[-1, -1, 0, 0]"}},
-            {150005, {{kReal, "0"}, {kUi, "1"}}, {levels("0", "1"), "[0, 1, -1, 1]"}},
-            {150005, {{kReal, "80"}}, {kRefused, levels("80", "-1"), "[80, -1, 81, 81]"}},
-            {150005, {{kUi, "80"}}, {kRefused, levels("-1", "80"), "[-1, 80, -81, 81]"}},
-            {150005,
-             {{kReal, "2147483647"}, {kUi, "-1"}},
-             {levels("2147483647", "-1"), "[2147483647, -1, -2147483648, -2147483648]"}},
-            {150006, {{"battery_dod", "0x10"}}, {"[0]"}},
-            {150006, {}, {kRefused, "[-1]"}},
-            {150167, {{"gauge_car_c", "-1250"}}, {"[-1250]"}},
-            {150167, {}, {kRefused, "[-1]"}},
-            {150123, {{kPower, "04123\n"}}, {"[4123]"}},
-            {150123, {{kPower, "-1"}}, {"[-1]"}},
-            {150123, {{kPower, "n/a"}}, {"[0]"}},
-            {150123, {{kPower, ""}}, {emptyNode(kPower)}},
-    });
+    expectRows({{150005, {{kReal, "80\n"}, {kUi, "082"}}, {levels("80", "82"), "[80, 82, -2, 2]"}},
+                {150005, {{kReal, "90"}, {kUi, "85"}}, {levels("90", "85"), "[90, 85, 5, 5]"}},
+                {150005, {{kReal, "-1"}, {kUi, ""}}, {levels("-1", "-1"), "[-1, -1, 0, 0]"}},
+                {150005, {{kReal, "0"}, {kUi, "1"}}, {levels("0", "1"), "[0, 1, -1, 1]"}},
+                {150005, {{kReal, "80"}}, {kRefused, levels("80", "-1"), "[80, -1, 81, 81]"}},
+                {150005, {{kUi, "80"}}, {kRefused, levels("-1", "80"), "[-1, 80, -81, 81]"}},
+                {150005,
+                 {{kReal, "2147483647"}, {kUi, "-1"}},
+                 {levels("2147483647", "-1"), "[2147483647, -1, -2147483648, -2147483648]"}},
+                {150006, {{"battery_dod", "0x10"}}, {"[0]"}},
+                {150006, {}, {kRefused, "[-1]"}},
+                {150167, {{"gauge_car_c", "-1250"}}, {"[-1250]"}},
+                {150167, {}, {kRefused, "[-1]"}},
+                {150123, {{kPower, "04123\n"}}, {"[4123]"}},
+                {150123, {{kPower, "-1"}}, {"[-1]"}},
+                {150123, {{kPower, "n/a"}}, {"[0]"}},
+                {150123, {{kPower, ""}}, {emptyNode(kPower)}}});
 }
 
 TEST_F(BatteryAtomsTest, temperatureIsRoundedLopsidedly) {
@@ -96,8 +93,7 @@ TEST_F(BatteryAtomsTest, capacityLossIsATruncatedPercentage) {
              {emptyNode(kTypical), warning + "1390, String batteryTypicalCapacity is empty"}},
             // 100 times the capacity wraps, here to INT_MIN, whose negation overflows.
             {INT32_MAX, "1", {"[1, 2147483647, 200]"}},
-            {-1610612736, "-1", {"[-1, -1610612736, -2147483548]"}},
-    };
+            {-1610612736, "-1", {"[-1, -1610612736, -2147483548]"}}};
     for (const auto& [full, typical, expected] : rows) {
         charger.set("getPsyBatteryFcc", full);
         set({{kTypical, typical}});

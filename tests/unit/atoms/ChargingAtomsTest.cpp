@@ -9,21 +9,19 @@ TEST_F(ChargingAtomsTest, carryTheirNodes) {
     constexpr char kAc[] = "power_supply_ac_online";
     constexpr char kUsb[] = "power_supply_usb_online";
     constexpr char kPort[] = "power_supply_pc_port_online";
-    expectRows({
-            {150024, {{"usb_input_voltage", "08950000\n"}}, {"[8950000]"}},
-            {150024, {{"usb_input_voltage", "0"}}, {"[0]"}},
-            {150024, {}, {kRefused, "[-1]"}},
-            {150124, {{kAc, "0"}, {kUsb, "1\n"}, {kPort, "0x1"}}, {"[1]"}},
-            {150124, {{kAc, "2"}, {kUsb, "1"}, {kPort, "010"}}, {"[11]"}},
-            {150124, {{kAc, "1"}, {kUsb, "1"}, {kPort, "1"}}, {"[1]"}},
-            {150124,
-             {{kAc, ""}, {kUsb, ""}, {kPort, "-1"}},
-             {emptyNode(kAc), emptyNode(kUsb), "[-1]"}},
-            {150124,
-             {},
-             {kRefused, emptyNode(kAc), kRefused, emptyNode(kUsb), kRefused, emptyNode(kPort),
-              "[0]"}},
-    });
+    expectRows({{150024, {{"usb_input_voltage", "08950000\n"}}, {"[8950000]"}},
+                {150024, {{"usb_input_voltage", "0"}}, {"[0]"}},
+                {150024, {}, {kRefused, "[-1]"}},
+                {150124, {{kAc, "0"}, {kUsb, "1\n"}, {kPort, "0x1"}}, {"[1]"}},
+                {150124, {{kAc, "2"}, {kUsb, "1"}, {kPort, "010"}}, {"[11]"}},
+                {150124, {{kAc, "1"}, {kUsb, "1"}, {kPort, "1"}}, {"[1]"}},
+                {150124,
+                 {{kAc, ""}, {kUsb, ""}, {kPort, "-1"}},
+                 {emptyNode(kAc), emptyNode(kUsb), "[-1]"}},
+                {150124,
+                 {},
+                 {kRefused, emptyNode(kAc), kRefused, emptyNode(kUsb), kRefused, emptyNode(kPort),
+                  "[0]"}}});
 }
 
 TEST_F(ChargingAtomsTest, carryWhatTheirCallsAnswer) {

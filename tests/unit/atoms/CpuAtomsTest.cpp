@@ -108,20 +108,18 @@ TEST_F(CpuAtomsTest, carryTheirNodes) {
     constexpr char kSched[] = "perf_schedinfo";
     const std::string leakage =
             "D2 PullAtomCallback handleCpuLeakageInformation handler for cpuLeakageType = ";
-    expectRows({
-            {150018, {{kType, "03\n"}, {kCore, "8"}}, {leakage + "3, cpuCore = 8", "[3, 8]"}},
-            {150018, {{kType, "0"}, {kCore, "x"}}, {leakage + "0, cpuCore = 0", "[0, 0]"}},
-            {150018, {}, {kRefused, kRefused, leakage + "-1, cpuCore = -1", "[-1, -1]"}},
-            {kSchedTag, {{kSched, "cpu3:123456789012"}}, {"[3, 2, 901, 8, 7, 3456, 12]"}},
-            {kSchedTag, {{kSched, "cpu0:99123456789012"}}, {"[0, 2, 901, 8, 7, 3456, 12]"}},
-            {kSchedTag,
-             {{kSched, "cpu1:5 cpu0:0\ncpu1:0017"}},
-             {"[0, 0, 0, 0, 0, 0, 0]", "[1, 7, 1, 0, 0, 0, 0]"}},
-            {kSchedTag, {{kSched, "xcpu2:12345y"}}, {"[2, 5, 234, 1, 0, 0, 0]"}},
-            {kSchedTag, {{kSched, "cpu9:9223372036854775807"}}, {"[9, 7, 580, 7, 7, 6854, 3]"}},
-            {kSchedTag, {{kSched, "cpu10:5 cpu2: 5 cpu3:-1 CPU4:1 cpu5=5 cpu6 :5 cpu7:+5"}}, {}},
-            {kSchedTag, {{kSched, ""}}, {emptyNode(kSched)}},
-    });
+    expectRows({{150018, {{kType, "03\n"}, {kCore, "8"}}, {leakage + "3, cpuCore = 8", "[3, 8]"}},
+                {150018, {{kType, "0"}, {kCore, "x"}}, {leakage + "0, cpuCore = 0", "[0, 0]"}},
+                {150018, {}, {kRefused, kRefused, leakage + "-1, cpuCore = -1", "[-1, -1]"}},
+                {kSchedTag, {{kSched, "cpu3:123456789012"}}, {"[3, 2, 901, 8, 7, 3456, 12]"}},
+                {kSchedTag, {{kSched, "cpu0:99123456789012"}}, {"[0, 2, 901, 8, 7, 3456, 12]"}},
+                {kSchedTag,
+                 {{kSched, "cpu1:5 cpu0:0\ncpu1:0017"}},
+                 {"[0, 0, 0, 0, 0, 0, 0]", "[1, 7, 1, 0, 0, 0, 0]"}},
+                {kSchedTag, {{kSched, "xcpu2:12345y"}}, {"[2, 5, 234, 1, 0, 0, 0]"}},
+                {kSchedTag, {{kSched, "cpu9:9223372036854775807"}}, {"[9, 7, 580, 7, 7, 6854, 3]"}},
+                {kSchedTag, {{kSched, "cpu10:5 cpu2: 5 cpu3:-1 CPU4:1 cpu5=5 cpu6 :5 cpu7:+5"}}, {}},
+                {kSchedTag, {{kSched, ""}}, {emptyNode(kSched)}}});
     set({{kSched, "cpu0:1 cpu1:9223372036854775808"}});
     AStatsEventList list;
     EXPECT_THROW(pullInto(&list, callback, kSchedTag), std::out_of_range);

@@ -28,8 +28,7 @@ TEST_F(MemoryAtomsTest, ddrLinesAreReadByTheirMarks) {
             {"Freq:-2 Mhz Time(msec):-3", {"[-2, -3L]"}},
             {"Freq:0x10 Mhz Time(msec):0x10", {"[0, 0L]"}},
             {"Freq:1 Mhz Time(msec):\f\n7", {"[1, 0L]"}},  // a number ends with its line
-            {"x", {}},
-    };
+            {"x", {}}};
     useQcom();
     for (const auto& [content, events] : rows) {
         ZStatsPullAtomCallback fresh;
@@ -88,26 +87,25 @@ TEST_F(MemoryAtomsTest, carryTheirNodes) {
     const auto missing = [](const std::string& key) {
         return "E PullAtomCallback getValueByKey node Key: " + key + " not exist.";
     };
-    expectRows({
-            {150013,
-             {{kLpm, "sleep4: 5\nself_refresh:01\nsleep3:0x4\nsleep2 : -3\nsleep1:2"}},
-             {"[1, 2, -3, 0, 5]"}},
-            {150013,
-             {{kLpm, ""}},
-             {emptyNode(kLpm), missing("self_refresh"), missing("sleep1"), missing("sleep2"),
-              missing("sleep3"), missing("sleep4"), "[-1, -1, -1, -1, -1]"}},
-            {150028, {{kTime, "active_time: 07\nsleep_time: 8"}}, {"[7, 8]"}},
-            {150028, {{kTime, "x"}}, {missing("active_time"), missing("sleep_time"), "[-1, -1]"}},
-            {150028, {{kTime, ""}}, {emptyNode(kTime), "E Ufs get Node file is fail"}},
-            {150113, {{kStall, "017\n"}}, {"[17L]"}},
-            {150113, {{kStall, "-1"}}, {"[-1L]"}},
-            {150113, {{kStall, "4294967297"}}, {"[1L]"}},  // read as an int, not as the field's type
-            {150113, {{kStall, ""}}, {emptyNode(kStall), "[0L]"}},
-            {150135, {{kReads, "01024\n"}, {kWrites, "x"}}, {"[1024, 0]"}},
-            {150135, {{kReads, "x"}, {kWrites, "02"}}, {"[0, 2]"}},
-            {150135, {{kReads, "1"}, {kWrites, ""}}, {emptyNode(kWrites)}},
-            {150135, {{kReads, ""}, {kWrites, "2"}}, {emptyNode(kReads)}},
-    });
+    expectRows(
+            {{150013,
+              {{kLpm, "sleep4: 5\nself_refresh:01\nsleep3:0x4\nsleep2 : -3\nsleep1:2"}},
+              {"[1, 2, -3, 0, 5]"}},
+             {150013,
+              {{kLpm, ""}},
+              {emptyNode(kLpm), missing("self_refresh"), missing("sleep1"), missing("sleep2"),
+               missing("sleep3"), missing("sleep4"), "[-1, -1, -1, -1, -1]"}},
+             {150028, {{kTime, "active_time: 07\nsleep_time: 8"}}, {"[7, 8]"}},
+             {150028, {{kTime, "x"}}, {missing("active_time"), missing("sleep_time"), "[-1, -1]"}},
+             {150028, {{kTime, ""}}, {emptyNode(kTime), "E Ufs get Node file is fail"}},
+             {150113, {{kStall, "017\n"}}, {"[17L]"}},
+             {150113, {{kStall, "-1"}}, {"[-1L]"}},
+             {150113, {{kStall, "4294967297"}}, {"[1L]"}},  // read as an int, not as the field's type
+             {150113, {{kStall, ""}}, {emptyNode(kStall), "[0L]"}},
+             {150135, {{kReads, "01024\n"}, {kWrites, "x"}}, {"[1024, 0]"}},
+             {150135, {{kReads, "x"}, {kWrites, "02"}}, {"[0, 2]"}},
+             {150135, {{kReads, "1"}, {kWrites, ""}}, {emptyNode(kWrites)}},
+             {150135, {{kReads, ""}, {kWrites, "2"}}, {emptyNode(kReads)}}});
     for (const auto& [tag, key] : {std::pair(150013, kLpm), std::pair(150028, kTime)}) {
         set({{key, "sleep1:\nactive_time:"}});
         EXPECT_THROW(pull(tag), std::out_of_range);

@@ -1,4 +1,3 @@
-#include <limits>
 
 #include "tests/support/AtomTest.h"
 

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <string>
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"

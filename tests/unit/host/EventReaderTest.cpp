@@ -34,8 +34,7 @@ TEST(EventReaderTest, judgesAsStatsdDoes) {
             {"negative length", with({0x02, 0xff, 0xff, 0xff, 0xff}), 3, false, false},
             {"length beyond the end", with({0x02, 2, 0, 0, 0, 'a'}), 3, false, false},
             {"list", with({0x03, 0, 0x00}), 3, false, false},
-            {"field with an annotation", with({0x15, 1, 1, 0x05, 1}), 3, false, false},
-    };
+            {"field with an annotation", with({0x15, 1, 1, 0x05, 1}), 3, false, false}};
     for (const RawCase& rawCase : cases) {
         SCOPED_TRACE(rawCase.name);
         Bytes bytes = {0x07, rawCase.elements, 0x01, 1, 0, 0, 0, 0, 0, 0, 0};

@@ -38,8 +38,7 @@ TEST_F(GpuReaderTest, mtkLinesNeedALeadIn) {
             {"f 9000 -5\nf 2999 x\nf 3000\nf 4000,5",
              {noTime("f 2999 x"), noTime("f 3000"), noTime("f 4000,5"), "{ 9, 2, 3, 4 } { -5 }"}},
             {"no number", {noFreq("no number"), noTime("no number"), "{} {}"}},
-            {"", {"{} {}"}},
-    };
+            {"", {"{} {}"}}};
     for (const auto& [content, expected] : rows) {
         expectAtLevels(expected, [&, content = content] {
             std::vector<int> freqs;

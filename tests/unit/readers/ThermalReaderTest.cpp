@@ -69,8 +69,7 @@ TEST_F(ThermalReaderTest, repliesAreReadByType) {
             {kStatus, {-3, 5}, {exception + "-3", "-1 { 99 }"}},
             {kStatus, {1, 5}, {exception + "1", "-1 { 99 }"}},
             {kStatus, {0, -5}, {"0 { -5 }"}},
-            {kStatus, {}, {"0 { 0 }"}},
-    };
+            {kStatus, {}, {"0 { 0 }"}}};
     for (auto [type, reply, expected] : rows) {
         SCOPED_TRACE(testing::PrintToString(reply));
         for (const uint32_t code : {4, 21, 25}) calda.set(code, {9, 9, 9});

@@ -14,12 +14,11 @@ using NodeContentTest = HandlerTest;
 TEST_F(NodeContentTest, ReadsValuesAsAtoiDoesWhateverTheResultCode) {
     FakeHandleFactory service;
     const std::pair<const char*, int32_t> rows[] = {
-            {"12\n", 12},      {"abc", 0}, {"  -7x", -7},
-            {"\t+3 4", 3},     {"-1", -1}, {"007", 7},
-            {"0x10", 0},       {"\n", 0},  {"2147483647", 2147483647},
-            {"- 5", 0},        {"", -1},   {"-2147483648\n", INT32_MIN},
-            {"4294967297", 1},
-    };
+            {"12\n", 12},     {"abc", 0}, {"  -7x", -7},
+            {"\t+3 4", 3},    {"-1", -1}, {"007", 7},
+            {"0x10", 0},      {"\n", 0},  {"2147483647", 2147483647},
+            {"- 5", 0},       {"", -1},   {"-2147483648\n", INT32_MIN},
+            {"4294967297", 1}};
     for (const auto& [text, value] : rows) {
         for (const int32_t code : {0, -1, 5}) {
             service.set("k", text, code);
@@ -78,8 +77,7 @@ TEST_F(NodeContentTest, ParsesKeyColonValueLines) {
             {"b: \r1\na\r:2", {{"a", "2"}, {"b", "1"}}},
             {": 1", {{"", "1"}}},
             {" \t:2\n\n::3", {{"", ":3"}}},
-            {"a:1\nlast: 9", {{"a", "1"}, {"last", "9"}}},
-    };
+            {"a:1\nlast: 9", {{"a", "1"}, {"last", "9"}}}};
     for (const auto& [content, map] : rows) {
         EXPECT_EQ(nodes::parseKeyValueFromContent(content), map) << '"' << content << '"';
     }

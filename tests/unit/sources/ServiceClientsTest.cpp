@@ -1,7 +1,5 @@
 #include <chrono>
 #include <cstring>
-#include <functional>
-#include <limits>
 #include <thread>
 
 #include "sources/AudioClient.h"

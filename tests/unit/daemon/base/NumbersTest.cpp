@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <random>
-#include <string>
 
 #include "daemon/base/Numbers.h"
 

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "vdevice/lib/Frames.h"
 
 namespace zstats::vdevice {
