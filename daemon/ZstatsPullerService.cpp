@@ -10,8 +10,8 @@
 #include <algorithm>
 
 #include "daemon/AtomTable.h"
-#include "daemon/PullDispatch.h"
 #include "daemon/CoreControlChannel.h"
+#include "daemon/PullDispatch.h"
 #include "daemon/base/Callers.h"
 #include "daemon/base/Log.h"
 #include "daemon/base/ManualInterface.h"
