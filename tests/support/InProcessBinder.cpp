@@ -40,6 +40,7 @@ constexpr int64_t kCallerPid = 1;
 class Target : public RemoteService {
   public:
     Target(int32_t handle, sp<IBinder> local) : mHandle(handle), mLocal(std::move(local)) {}
+    ~Target() override { Target::drainOneway(); }
 
     /** Made once, after the target is in the table of handles. */
     void makeProxy() {
@@ -125,16 +126,19 @@ class Target : public RemoteService {
 
     /** Has the call served after the one-way call before it. */
     status_t enqueue(uint32_t code, const Parcel& data, uint32_t flags) {
-        const auto copy = std::make_shared<Parcel>();
+        auto copy = std::make_shared<Parcel>();
         const status_t status = copy->appendFrom(&data, 0, data.dataSize());
         if (status != android::OK) return status;
         const ScopedLock lock(mLock);
-        mLastOneway = std::async(std::launch::async, [=, before = mLastOneway]() mutable {
+        std::packaged_task<void()> call([=, before = mLastOneway]() mutable {
             if (before.valid()) before.wait();
             before = {};
             Parcel unwanted;
             if (alive()) serve(code, *copy, &unwanted, flags);
+            copy = nullptr;  // the references in it go before the call counts as done
         });
+        mLastOneway = call.get_future().share();
+        std::thread(std::move(call)).detach();
         return android::OK;
     }
 
