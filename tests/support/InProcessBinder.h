@@ -4,6 +4,7 @@
 #include <binder/Binder.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>

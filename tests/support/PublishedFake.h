@@ -4,6 +4,9 @@
 #include <binder/IServiceManager.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <string>
+
 #include "tests/support/InProcessBinder.h"
 
 namespace zstats {

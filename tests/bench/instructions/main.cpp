@@ -15,8 +15,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <sstream>
+#include <vector>
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"

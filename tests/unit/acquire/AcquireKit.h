@@ -7,7 +7,10 @@
 #include <binder/TextOutput.h>
 #include <utils/String8.h>
 
+#include <functional>
 #include <mutex>
+#include <string>
+#include <utility>
 
 #include "tests/support/InProcessBinder.h"
 #include "tests/support/LogCapture.h"

@@ -6,6 +6,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <functional>
+#include <string>
+#include <utility>
 
 #include "tests/support/LogCapture.h"
 

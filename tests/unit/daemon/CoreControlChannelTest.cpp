@@ -1,6 +1,10 @@
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "daemon/CoreControlChannel.h"
 #include "host/properties/PropertyStore.h"
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <string>
 
 #include "daemon/AtomTable.h"
 #include "daemon/PullDispatch.h"

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "daemon/Startup.h"
 #include "daemon/base/Log.h"

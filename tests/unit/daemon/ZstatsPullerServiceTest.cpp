@@ -9,7 +9,10 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "daemon/PullDispatch.h"
 #include "daemon/ZstatsPullerService.h"

@@ -6,6 +6,8 @@
 #include <binder/Parcel.h>
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "tests/support/InProcessBinder.h"
 
 namespace zstats {

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "host/log/LogFile.h"
 

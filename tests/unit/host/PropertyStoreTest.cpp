@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include "host/properties/PropertyStore.h"
@@ -85,7 +87,7 @@ TEST_F(PropertyTest, neverShowsAMixtureOfTwoValues) {
     reader.join();
 }
 
-/** With a path for an area. */
+/** Tests of an area in a file. */
 class PropertyFileTest : public testing::Test {
   protected:
     ~PropertyFileTest() override { unlink(mPath.c_str()); }

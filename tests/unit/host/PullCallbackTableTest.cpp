@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <stats_pull_atom_callback.h>
 
+#include <functional>
 #include <map>
 #include <thread>
 

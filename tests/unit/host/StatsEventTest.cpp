@@ -4,6 +4,9 @@
 #include <stats_event.h>
 
 #include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "host/stats/EventReader.h"
 #include "host/stats/StatsEventFormat.h"

@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <memory>
+#include <string>
 
 #include "host/stats/StatsSocketWriter.h"
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 
 #include "daemon/base/Log.h"
 #include "kernel/BpfEventChannel.h"

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <thread>
 
 #include "sources/AudioClient.h"

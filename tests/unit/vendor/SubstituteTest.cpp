@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <mutex>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/SubstituteProfile.h"
 #include "vendor/include/zbpf_connection.h"

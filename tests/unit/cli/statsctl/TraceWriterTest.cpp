@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <map>
+#include <set>
 
 #include "cli/statsctl/TraceWriter.h"
 

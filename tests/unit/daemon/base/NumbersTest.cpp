@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <random>
+#include <string>
 
 #include "daemon/base/Numbers.h"
 

@@ -1,6 +1,8 @@
 #include <android-base/file.h>
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "vdevice/system/scripthost/Session.h"
 
 namespace zstats::vdevice {
