@@ -38,10 +38,11 @@ int requestProperty(const std::string& path, const std::string& name, const std:
     appendNumber(&message, PROP_MSG_SETPROP2);
     appendText(&message, name);
     appendText(&message, value);
-    // No SIGPIPE if init has closed the socket. The socket waits until all is sent.
-    if (TEMP_FAILURE_RETRY(send(fd.get(), message.data(), message.size(), MSG_NOSIGNAL)) < 0) {
-        return -errno;
-    }
+    // No SIGPIPE if init has closed the socket. Only a signal ends the call before all is sent.
+    const ssize_t sent =
+            TEMP_FAILURE_RETRY(send(fd.get(), message.data(), message.size(), MSG_NOSIGNAL));
+    if (sent < 0) return -errno;
+    if (static_cast<size_t>(sent) != message.size()) return -EINTR;
     int32_t result = 0;
     if (!android::base::ReadFully(fd.get(), &result, sizeof(result))) return -EPIPE;
     return result;

@@ -49,7 +49,7 @@ class Link:
 
     def __init__(self, connection, selector, on_frames):
         """`on_frames` gets an iterator of the frames that have arrived, or None at the end. The
-        iterator raises Failure at what is no frame."""
+        iterator raises Failure for bytes that are no frame."""
         connection.setblocking(False)
         self.connection = connection
         self._selector = selector

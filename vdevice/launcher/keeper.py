@@ -134,11 +134,11 @@ class Keeper:
 
     def _on_frames(self, client, some):
         try:
-            are_requests = some is not None and all(
-                self._on_request(client, kind, payload) for kind, _, payload in some)
-        except Failure:
-            are_requests = False
-        if not are_requests:
+            requests = None if some is None else list(some)
+        except Failure:  # its bytes are no frames
+            requests = None
+        if requests is None or not all(self._on_request(client, kind, payload)
+                                       for kind, _, payload in requests):
             self._remove(client)
 
     def _on_request(self, client, kind, payload):
