@@ -94,8 +94,9 @@ int run(const Command& command, int argc, char** argv, Statsd& statsd) {
     std::vector<std::string> others;
     addOptions(command, &line, &arguments);
     if (const auto ended = line.read(argc, argv, &others)) return *ended;
-    if (arguments.json && !arguments.csv.empty())
+    if (arguments.json && !arguments.csv.empty()) {
         return line.complain("takes --json or --csv, not both");
+    }
     auto word = others.begin();
     if (others.size() < command.files) {
         return line.complain(command.files == 1 ? "wants FILE, or -" : "wants two files");

@@ -144,8 +144,9 @@ void endFollowingOnSignal() {
 
 int followStream(const CommandArguments& arguments, const StreamUser& user) {
     unique_fd stream, out;
-    if (!becomeUser(arguments.uid) || !openStream(arguments.stall, &stream, &out))
+    if (!becomeUser(arguments.uid) || !openStream(arguments.stall, &stream, &out)) {
         return kExitFailed;
+    }
     const int status = request(arguments.ids, std::move(out));
     if (status != kExitOk) return status;
     std::optional<Clock::time_point> end;
