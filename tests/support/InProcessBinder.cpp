@@ -124,7 +124,7 @@ class Target : public RemoteService {
         return status;
     }
 
-    /** Has the call served after the one-way call before it. */
+    /** Queues the call behind the one-way calls before it. */
     status_t enqueue(uint32_t code, const Parcel& data, uint32_t flags) {
         auto copy = std::make_shared<Parcel>();
         const status_t status = copy->appendFrom(&data, 0, data.dataSize());
@@ -174,7 +174,7 @@ struct Services {
 struct Process {
     Mutex lock;
     std::condition_variable_any changed;  // of what the lock guards
-    /** Behind the handles from 1. They live on: a proxy may outlast everything that a test holds. */
+    /** By handle, from 1. Never removed, because a proxy may outlive the test that made it. */
     std::vector<std::shared_ptr<Target>> targets GUARDED_BY(lock);
     Services services GUARDED_BY(lock);
 };
