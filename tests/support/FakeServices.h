@@ -245,7 +245,6 @@ struct AudioService : android::BBinder {
 class FakeAudio : public PublishedCppFake<AudioService> {
   public:
     static constexpr char kName[] = "audio";
-    static constexpr uint32_t kMonitor = AudioService::kMonitor;
 
     FakeAudio() : PublishedCppFake(kName) {}
 

@@ -236,7 +236,7 @@ TEST_F(ServiceClientsTest, OfAudioSaysWhyItsCallFails) {
         expectLines(log, {"E Error invoking remote service: " + text + "\n"},
                     [] { EXPECT_EQ(readAmplifierMonitor(), std::nullopt); });
     }
-    EXPECT_EQ(audio.remote().calls(FakeAudio::kMonitor), 2 + 3 * 3 + 1) << "one each";
+    EXPECT_EQ(audio.remote().calls(AudioService::kMonitor), 2 + 3 * 3 + 1) << "one each";
     const FakeAudio successor;
     EXPECT_TRUE(kAudio.finds());
 }

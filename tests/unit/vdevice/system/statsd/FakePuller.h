@@ -17,6 +17,7 @@ class FakePuller : public aidl::android::os::BnPullAtomCallback {
     ndk::ScopedAStatus onPullAtom(int32_t tag, const Receiver& receiver) override {
         const int32_t number = ++pulls;
         if (meanwhile) meanwhile();
+        if (dies) return ndk::ScopedAStatus(AStatus_fromStatus(STATUS_DEAD_OBJECT));
         AStatsEvent* event = AStatsEvent_obtain();
         AStatsEvent_setAtomId(event, static_cast<uint32_t>(tag));
         AStatsEvent_writeInt32(event, number);
@@ -32,6 +33,7 @@ class FakePuller : public aidl::android::os::BnPullAtomCallback {
     std::atomic<int32_t> pulls{0};
     std::function<void()> meanwhile;
     bool success = true;
+    bool dies = false;   // during the call
     bool builds = true;  // false: the event stays unbuilt
 };
 

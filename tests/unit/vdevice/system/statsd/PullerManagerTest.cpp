@@ -13,7 +13,6 @@ namespace {
 using namespace cli;
 
 constexpr int32_t kTag = 150005;
-constexpr std::chrono::seconds kPatience(20);
 
 class PullerManagerTest : public testing::Test {
   protected:
@@ -112,13 +111,22 @@ TEST_F(PullerManagerTest, pullsOneAfterTheOtherUnlessAskedOtherwise) {
         asked.get_future().wait();
         auto second =
                 std::async(std::launch::async, [&] { return mManager.pull({0}, kTag + 1, 1); });
-        const auto wait = parallel ? kPatience : std::chrono::milliseconds(100);
+        const auto wait = std::chrono::milliseconds(parallel ? 20000 : 100);
         EXPECT_EQ(parallel, second.wait_for(wait) == std::future_status::ready);
         EXPECT_EQ(parallel ? 1 : 0, quick->pulls);
         release.set_value();
         EXPECT_EQ("OK 1", text(first.get()));
         EXPECT_TRUE(second.get().success);
     }
+}
+
+TEST_F(PullerManagerTest, removesThePullerThatDiedAndNotTheNextOfTheRestartedProcess) {
+    mManager.setParallel(true);
+    const auto dying = add(0, kTag);
+    dying->dies = true;
+    dying->meanwhile = [&] { add(0, kTag); };
+    EXPECT_EQ("the puller's process has died", pull({0}));
+    EXPECT_EQ("OK 1", pull({0}));
 }
 
 }  // namespace
