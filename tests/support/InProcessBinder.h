@@ -4,9 +4,11 @@
 #include <binder/Binder.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 /**
@@ -87,6 +89,21 @@ struct Claiming : android::BBinder {
     const android::String16& getInterfaceDescriptor() const override { return descriptor; }
 
     const android::String16 descriptor;
+};
+
+/** Dies while its death is first linked: the notice waits for what the linking thread has locked. */
+struct DyingAsLinked : Claiming {
+    using Claiming::Claiming;
+    android::status_t linkToDeath(const android::sp<DeathRecipient>& to, void*, uint32_t) override {
+        if (++links > 1) return android::OK;
+        notice = std::thread([this, to] { to->binderDied(this); });
+        // Time for a notice that waits for nothing.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return android::OK;
+    }
+
+    int links = 0;
+    std::thread notice;  // joined by the test
 };
 
 }  // namespace zstats

@@ -8,10 +8,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "daemon/PullDispatch.h"
@@ -37,19 +35,6 @@ using android::base::unique_fd;
 
 constexpr int32_t kTags[] = {
 #include "tests/registered_atoms"
-};
-
-/** A statsd that dies during the call that links its death. */
-struct DyingStatsd : Claiming {
-    DyingStatsd() : Claiming("android.os.IStatsd") {}
-    android::status_t linkToDeath(const sp<DeathRecipient>& to, void*, uint32_t) override {
-        if (++links > 1) return android::OK;
-        notice = std::thread([this, to] { to->binderDied(this); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // dies after linking
-        return android::OK;
-    }
-    int links = 0;
-    std::thread notice;
 };
 
 class ZstatsPullerServiceTest : public testing::Test {
@@ -186,7 +171,7 @@ TEST_F(ZstatsPullerServiceTest, LetsGoOfADeadStatsdAndDoesNothingElse) {
               (Lines{"E " + ofCallback, "E statsd service died, will try to reconnect."}));
     EXPECT_EQ(gLibraries.calls.size(), std::size(kTags) + 2UL * 4 + 1);
 
-    const sp<DyingStatsd> dying(new DyingStatsd);
+    const sp<DyingAsLinked> dying(new DyingAsLinked("android.os.IStatsd"));
     android::defaultServiceManager()->addService(String16("stats"), dying);
     const int32_t held = dying->getStrongCount();
     const sp<ZstatsPullerService> late(new ZstatsPullerService);

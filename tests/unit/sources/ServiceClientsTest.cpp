@@ -1,4 +1,3 @@
-#include <chrono>
 #include <cstring>
 #include <functional>
 #include <thread>
@@ -126,20 +125,9 @@ TEST_F(ServiceClientsTest, OfAVendorTakeNoServiceOfAnotherInterface) {
     }
 }
 
-/** A handle factory that dies during the call that links its death. */
-struct DyingHandles : Claiming {
-    using Claiming::Claiming;
-    android::status_t linkToDeath(const android::sp<DeathRecipient>& to, void*, uint32_t) override {
-        notice = std::thread([this, to] { to->binderDied(this); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // dies after linking
-        return android::OK;
-    }
-    std::thread notice;
-};
-
 TEST_F(ServiceClientsTest, OfHandlesDropsAServiceThatDiesAsItIsLinked) {
     using aidl::vendor::norda::hardware::handlefactory::IHandleFactory;
-    const android::sp<DyingHandles> dying(new DyingHandles(IHandleFactory::descriptor));
+    const android::sp<DyingAsLinked> dying(new DyingAsLinked(IHandleFactory::descriptor));
     const android::String16 name(FakeHandleFactory::kName);
     android::defaultServiceManager()->addService(name, dying);
     EXPECT_TRUE(kFactory.finds());
