@@ -38,3 +38,10 @@ function(precompile target headers)
         target_precompile_headers(${target} REUSE_FROM ${headers})
     endif()
 endfunction()
+
+# compile_together(TARGET FILE...): compiles the C++ sources of a target of foreign code a dozen at a time, since
+# reading the headers takes most of the time. The files are compiled alone: their names would collide.
+function(compile_together target)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
