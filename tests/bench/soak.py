@@ -1,8 +1,13 @@
 #!/usr/bin/env python3
-"""Whether the daemon keeps its size under many pulls and subscriptions, in the virtual device. Prints a
-text chart of each quantity; the exit status is 1 if one of them grew, or if an answer was wrong.
+"""Whether the daemon keeps its size under many pulls and subscriptions, in the virtual device, while services
+and statsd die and return. Prints a text chart of each quantity; the exit status is 1 if one of them grew, or if
+an answer was wrong.
 
-usage: soak.py [--short]
+usage: soak.py [--short | --long]
+
+Every hundred pulls (--short: 400), a service is killed and started; then each atom is pulled until it is
+answered as at first, within 20 s. What stands in statsd's place is killed 20 times (--short: twice), after its
+last pull.
 
 The criterion: a straight line is fitted to the samples from the 1,000th pull to the last (--short: the
 4,000th). Memory may rise over these pulls by less than it would if one pull in ten (--short: each pull)
@@ -20,6 +25,12 @@ import in_device
 SMALLEST_BYTES = 32
 COLUMNS = 60
 ROWS = 6
+# By kind. "pause" and "restarts" divide "pulls" without a rest.
+NUMBERS = {
+    "": {"pulls": 100000, "pause": 100, "restarts": 20, "subscriptions": 5000, "seconds": 7200},
+    "short": {"pulls": 8000, "pause": 400, "restarts": 2, "subscriptions": 60, "seconds": 3600},
+    "long": {"pulls": 1000000, "pause": 100, "restarts": 20, "subscriptions": 5000, "seconds": 43200},
+}
 MEMORY = ("Rss", "Uss", "Anonymous", "Heap")
 
 SCRIPT = """
@@ -37,27 +48,45 @@ sample() {
     echo "sample $1 Descriptors $(grep -c -v 'pipe:\\|^total' /tmp/fds)"
     echo "sample $1 Threads $(ls /proc/$pid/task | wc -l)"
 }
-in_place_of_statsd soak %(pulls)d >/tmp/soak &
-server=$!
-has_said /tmp/soak published 1
-as_daemon $DAEMON >/dev/null &
-pid=$!
-has_said /tmp/soak at 1
-sample 0
-pullbench subscribe %(subscriptions)d >/tmp/subscribed &
-subscriber=$!
-seen=0
-while kill -0 $server 2>/dev/null; do
-    last=$(sed -n 's/^at //p' /tmp/soak | tail -n 1)
-    [ "$last" = "$seen" ] || sample "$last"
-    seen=$last
-    usleep 200000
+is_stopped() { grep -q '^State:.*stopped' /proc/$server/status 2>/dev/null; }
+# next_dies: one of the services that the daemon looks up again is killed and started, each in turn.
+services="charger handlefactory audio calda"
+next_dies() {
+    services="${services#* } ${services%%%% *}"
+    victim=$(pidof "${services##* }")
+    kill -9 "$victim"
+    while [ -d "/proc/$victim" ]; do usleep 10000; done
+    start "${services##* }"
+}
+pulls=0
+for segment in $(seq %(restarts)d); do
+    rm -f /tmp/soak
+    in_place_of_statsd soak $((%(pulls)d / %(restarts)d)) %(pause)d >/tmp/soak &
+    server=$!
+    has_said /tmp/soak published 1
+    if [ $segment -eq 1 ]; then
+        as_daemon $DAEMON >/dev/null &
+        pid=$!
+    fi
+    has_said /tmp/soak pulling 1
+    [ $segment -gt 1 ] || sample 0
+    pullbench subscribe $((%(subscriptions)d / %(restarts)d)) >>/tmp/subscribed &
+    subscriber=$!
+    until grep -q '^pulled ' /tmp/soak; do
+        kill -0 $server 2>/dev/null || { echo "the pulls ended after $pulls" >&2; exit 1; }
+        is_stopped || { usleep 20000; continue; }
+        pulls=$((pulls + %(pause)d))
+        [ $((pulls %% (%(pulls)d / 100))) -ne 0 ] || sample $pulls
+        next_dies
+        kill -CONT $server
+    done
+    wait $subscriber || true
+    grep '^pulled ' /tmp/soak
+    kill -9 $server
+    wait $server || true
 done
-wait $server || echo "the pulls ended with status $?" >&2
-wait $subscriber || true
 sleep 2
-sample %(pulls)d
-grep '^pulled ' /tmp/soak
+sample $pulls
 cat /tmp/subscribed
 """
 
@@ -105,26 +134,34 @@ def judge(name, points, allowed):
 def main():
     parser = argparse.ArgumentParser(prog="bench soak")
     parser.add_argument("--short", action="store_true")
-    short = parser.parse_args().short
-    numbers = {"pulls": 8000 if short else 100000, "subscriptions": 60 if short else 5000}
-    lines = in_device.run(SCRIPT % numbers, 3600, "build/bench/soak.txt")
+    parser.add_argument("--long", action="store_true")
+    words = parser.parse_args()
+    kind = "short" if words.short else "long" if words.long else ""
+    short = words.short
+    numbers = dict(NUMBERS[kind])
+    lines = in_device.run(SCRIPT % numbers, numbers.pop("seconds"), "build/bench/soak.txt")
     samples = {}
     for _, pulls, name, value in (line for line in lines if line[0] == "sample"):
         samples.setdefault(name, []).append((int(pulls), int(value)))
-    print("\n" + in_device.heading("./bench soak" + (" --short" if short else "")) + "\n\n```")
+    print("\n" + in_device.heading("./bench soak" + (" --" + kind if kind else "")) + "\n\n```")
     pipes = samples.pop("Pipes")
     good, first = True, 4000 if short else 1000
     allowed = SMALLEST_BYTES * (numbers["pulls"] - first) / (1 if short else 10) / 1024
     for name, points in sorted(samples.items()):
         good &= judge(name, [point for point in points if point[0] >= first],
                       allowed if name in MEMORY else 0.5)
-    (_, pulls, wrong, nanos), = (line for line in lines if line[0] == "pulled")
-    (_, asked, refused), = (line for line in lines if line[0] == "subscribed")
+    pulled = [[int(word) for word in line[1:]] for line in lines if line[0] == "pulled"]
+    subscribed = [[int(word) for word in line[1:]] for line in lines if line[0] == "subscribed"]
+    pulls, wrong, nanos, _ = (sum(column) for column in zip(*pulled))
+    asked, refused = (sum(column) for column in zip(*subscribed))
     kept = pipes[-1][1] - pipes[0][1]
-    print("%s pulls in %.0f s, %s of them not answered as at first" % (pulls, int(nanos) / 1e9, wrong))
-    print("%s subscriptions, %s of them without data; %d ends of pipes kept" % (asked, refused, kept))
+    print("%d pulls in %.0f s, %d of them not answered as at first" % (pulls, nanos / 1e9, wrong))
+    print("%d times a service died, %d times statsd" % (pulls / numbers["pause"], len(pulled)))
+    print("%d subscriptions, %d of them without data; %d ends of pipes kept" % (asked, refused, kept))
+    good &= len({events for _, _, _, events in pulled}) == 1
+    good &= (pulls, asked) == (numbers["pulls"], numbers["subscriptions"])
     print("```")
-    return 0 if good and wrong == refused == "0" and kept == int(asked) else 1
+    return 0 if good and wrong == refused == 0 and kept == asked else 1
 
 
 sys.exit(main())

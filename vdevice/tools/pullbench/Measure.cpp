@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -165,16 +166,37 @@ void measureLoad(PullingStatsd& statsd, const Load& load, const std::vector<size
     }
 }
 
-/** Pulls all tags in turn until `left` is used up. A pull that differs from before is a failure. */
-void pullAll(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected, int total,
-             std::atomic<int>* next, std::atomic<int>* failures) {
+/** Pulls all atoms in turn, four at a time, from the pull number `from` to the one before `to`. A
+ * wrong answer has not as many events as expected. Returns their number. */
+int pullInTurn(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected, int from, int to) {
+    constexpr int kThreads = 4;
     const std::vector<int32_t> tags = cli::pulledAtomIds();
-    for (int i = (*next)++; i < total; i = (*next)++) {
-        const int32_t tag = tags[static_cast<size_t>(i) % tags.size()];
-        const auto pull = statsd.pull(tag);
-        if (!pull.answered || pull.events.size() != expected.at(tag)) ++*failures;
-        constexpr int kSamples = 100;
-        if ((i + 1) % (total / kSamples) == 0) printf("at %d\n", i + 1);
+    std::atomic<int> next = from;
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&] {
+            for (int pull = next++; pull < to; pull = next++) {
+                const int32_t tag = tags[static_cast<size_t>(pull) % tags.size()];
+                if (pullOrDie(statsd, tag).events.size() != expected.at(tag)) ++wrong;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    return wrong;
+}
+
+/** Pulls each atom until its answer has as many events as expected; ends the process after 20 s. */
+void pullUntilRight(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected) {
+    const int64_t end = android::uptimeNanos() + 20'000'000'000;
+    for (const auto& [tag, events] : expected) {
+        while (pullOrDie(statsd, tag).events.size() != events) {
+            if (android::uptimeNanos() > end) {
+                fprintf(stderr, "pullbench: %d is not answered as at first\n", tag);
+                exit(EXIT_FAILURE);
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
     }
 }
 
@@ -219,22 +241,24 @@ int pullUnderLoad(std::string_view name, int millis) {
     return EXIT_FAILURE;
 }
 
-int soak(int pulls) {
-    constexpr int kThreads = 4;
+int soak(int pulls, int pause) {
     const auto statsd = publishForDaemon();
     std::map<int32_t, size_t> expected;
     for (int32_t tag : cli::pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events.size();
-    std::atomic<int> next = 0;
-    std::atomic<int> failures = 0;
-    const int64_t start = android::uptimeNanos();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] { pullAll(*statsd, expected, pulls, &next, &failures); });
+    puts("pulling");
+    int wrong = 0;
+    int64_t nanos = 0;
+    for (int from = 0; from < pulls; from += pause) {
+        const int64_t start = android::uptimeNanos();
+        wrong += pullInTurn(*statsd, expected, from, std::min(from + pause, pulls));
+        nanos += android::uptimeNanos() - start;
+        raise(SIGSTOP);
+        pullUntilRight(*statsd, expected);
     }
-    for (std::thread& thread : threads) thread.join();
-    printf("pulled %d %d %lld\n", pulls, failures.load(),
-           static_cast<long long>(android::uptimeNanos() - start));
-    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    size_t events = 0;
+    for (const auto& [tag, count] : expected) events += count;
+    printf("pulled %d %d %lld %zu\n", pulls, wrong, static_cast<long long>(nanos), events);
+    for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 }  // namespace zstats::vdevice

@@ -33,7 +33,8 @@ constexpr char kUsage[] =
         "       pullbench latency ROUNDS REPEATS     needs the daemon, then a puller\n"
         "       pullbench throughput MILLIS REPEATS  likewise\n"
         "       pullbench load NAME MILLIS           eight callers; needs the daemon\n"
-        "       pullbench soak PULLS                 needs the daemon\n";
+        "       pullbench soak PULLS PAUSE           needs the daemon; stops itself after each\n"
+        "                                            PAUSE pulls\n";
 
 /** As init starts the daemon: without capabilities, and without what a shell has open. */
 void dropPossessions() {
@@ -94,7 +95,8 @@ constexpr Command kCommands[] = {
          [](const Call& call) { return measureThroughput(call.numbers[0], call.numbers[1]); }},
         {"load", "NAME MILLIS", 1, 1, false,
          [](const Call& call) { return pullUnderLoad(call.words[0], call.numbers[0]); }},
-        {"soak", "PULLS", 0, 1, false, [](const Call& call) { return soak(call.numbers[0]); }},
+        {"soak", "PULLS PAUSE", 0, 2, false,
+         [](const Call& call) { return soak(call.numbers[0], call.numbers[1]); }},
 };
 
 int run(const Command& command, int argc, char** argv) {
