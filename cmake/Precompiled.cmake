@@ -39,8 +39,9 @@ function(precompile target headers)
     endif()
 endfunction()
 
-# compile_together(TARGET FILE...): compiles the C++ sources of a target of foreign code a dozen at a time, since
-# reading the headers takes most of the time. The files are compiled alone: their names would collide.
+# compile_together(TARGET FILE...): compiles the sources of a target twelve to a unit, because most of the
+# compiler's time for foreign code goes into headers. Each FILE stays alone: its names collide with others, or
+# it is the project's.
 function(compile_together target)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
