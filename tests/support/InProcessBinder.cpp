@@ -195,7 +195,9 @@ class Manager : public android::FakeServiceManager {
         return lookUp("waitFor ", name, true);
     }
 
-    Vector<String16> listServices(int /*dumpFlags*/) override {
+    /** Empty for less than all priorities, because the services here have none. */
+    Vector<String16> listServices(int dumpFlags) override {
+        if (dumpFlags != DUMP_FLAG_PRIORITY_ALL) return {};
         const ScopedLock lock(gProcess.lock);
         Vector<String16> names;
         for (const auto& [name, service] : gProcess.services.byName) names.push_back(name);

@@ -189,6 +189,7 @@ _WRONG_CALLS = (
     ("./fuzz abc", "fuzz: no target 'abc' (there are: bpf_record cpu_range "),
     ("./bench abc", "bench: unknown kind 'abc' ("),
     ("./bench --record", "bench: --record is for instructions or device, alone"),
+    ("./bench soak parsers --long", "bench: --long is for soak, alone"),
     (".ci/run unit", "run: takes no word ('unit')"),
     ("tools/build folder", "build: wants FOLDER TARGET... ["),
     ("tools/check-blueprint tests", "check-blueprint: 'tests' was not configured with CMake"),
