@@ -83,7 +83,7 @@ for segment in $(seq %(restarts)d); do
     wait $subscriber || true
     grep '^pulled ' /tmp/soak
     kill -9 $server
-    wait $server || true
+    wait $server 2>/dev/null || true  # the shell says how it ended
 done
 sleep 2
 sample $pulls
