@@ -57,7 +57,7 @@ wrong "zstats_record: --samples: '0' is no number from 1 to 2147483647" zstats_r
 wrong "scenario: wants FILE" scenario
 wrong "scenario: takes --now or --values, not both" scenario --now --values 1 file
 wrong "pullbench: wants a command (--help lists them)" pullbench
-wrong "pullbench soak: wants PULLS" pullbench soak
+wrong "pullbench soak: wants PULLS PAUSE" pullbench soak
 wrong "pullbench latency: '0' is no number from 1" pullbench latency 5 0
 wrong "pullbench registrations: takes no word" pullbench registrations 3
 wrong "openfileprobe: wants [--late] PATH CONTEXT MODE, or --label PATH CONTEXT" cmd openfileprobe
