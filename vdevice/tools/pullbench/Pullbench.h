@@ -64,9 +64,10 @@ int serveRegistrations();
 int measureLatency(int rounds, int repeats);
 int measureThroughput(int millis, int repeats);
 int pullUnderLoad(std::string_view load, int millis);
-/** Stops itself (SIGSTOP) after each `pause` pulls. When it is continued, it waits until every atom
- * is answered as at first, so that a service can be killed and started meanwhile. Does not return
- * after the last pull. */
+
+/** Likewise. Stops itself (SIGSTOP) after each `pause` pulls. When it is continued, it waits until
+ * every atom is answered as at first, so that a service can be killed and started meanwhile. Does
+ * not return after the last pull. */
 int soak(int pulls, int pause);
 
 /** Subscriptions that come and go, `count` of them; to be run as root or system. */
