@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <iostream>
 #include <map>
 #include <numeric>
 #include <thread>
@@ -166,38 +167,41 @@ void measureLoad(PullingStatsd& statsd, const Load& load, const std::vector<size
     }
 }
 
-/** Pulls all atoms in turn, four at a time, from the pull number `from` to the one before `to`. A
- * wrong answer has not as many events as expected. Returns their number. */
-int pullInTurn(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected, int from, int to) {
+/** Makes the pulls from number `from` to the one before `to`, of all atoms in turn, four at a time. */
+void pullInTurn(int from, int to, const std::function<void(int32_t tag)>& pull) {
     constexpr int kThreads = 4;
     const std::vector<int32_t> tags = cli::pulledAtomIds();
     std::atomic<int> next = from;
-    std::atomic<int> wrong = 0;
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] {
-            for (int pull = next++; pull < to; pull = next++) {
-                const int32_t tag = tags[static_cast<size_t>(pull) % tags.size()];
-                if (pullOrDie(statsd, tag).events.size() != expected.at(tag)) ++wrong;
+            for (int number = next++; number < to; number = next++) {
+                pull(tags[static_cast<size_t>(number) % tags.size()]);
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
-    return wrong;
 }
 
-/** Pulls each atom until its answer has as many events as expected; ends the process after 20 s. */
-void pullUntilRight(PullingStatsd& statsd, const std::map<int32_t, size_t>& expected) {
+/** Pulls the atom until its answer has as many events as expected; ends the process after 20 s. */
+void pullUntilRight(PullingStatsd& statsd, int32_t tag, size_t events) {
     const int64_t end = android::uptimeNanos() + 20'000'000'000;
-    for (const auto& [tag, events] : expected) {
-        while (pullOrDie(statsd, tag).events.size() != events) {
-            if (android::uptimeNanos() > end) {
-                fprintf(stderr, "pullbench: %d is not answered as at first\n", tag);
-                exit(EXIT_FAILURE);
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    while (pullOrDie(statsd, tag).events.size() != events) {
+        if (android::uptimeNanos() > end) {
+            fprintf(stderr, "pullbench: %d is not answered as at first\n", tag);
+            exit(EXIT_FAILURE);
         }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
+}
+
+/** Prints "paused" and waits for a line; ends the process if none comes. */
+void pauseUntilLine() {
+    puts("paused");
+    std::string line;
+    if (std::getline(std::cin, line)) return;
+    fputs("pullbench: standard input ended during a pause\n", stderr);
+    exit(EXIT_FAILURE);
 }
 
 }  // namespace
@@ -246,18 +250,21 @@ int soak(int pulls, int pause) {
     std::map<int32_t, size_t> expected;
     for (int32_t tag : cli::pulledAtomIds()) expected[tag] = pullOrDie(*statsd, tag).events.size();
     puts("pulling");
-    int wrong = 0;
+    std::atomic<int> wrong = 0;
     int64_t nanos = 0;
     for (int from = 0; from < pulls; from += pause) {
         const int64_t start = android::uptimeNanos();
-        wrong += pullInTurn(*statsd, expected, from, std::min(from + pause, pulls));
+        pullInTurn(from, std::min(from + pause, pulls), [&](int32_t tag) {
+            if (pullOrDie(*statsd, tag).events.size() != expected.at(tag)) ++wrong;
+        });
         nanos += android::uptimeNanos() - start;
-        raise(SIGSTOP);
-        pullUntilRight(*statsd, expected);
+        pauseUntilLine();
+        pullInTurn(0, static_cast<int>(expected.size()),
+                   [&](int32_t tag) { pullUntilRight(*statsd, tag, expected.at(tag)); });
     }
     size_t events = 0;
     for (const auto& [tag, count] : expected) events += count;
-    printf("pulled %d %d %lld %zu\n", pulls, wrong, static_cast<long long>(nanos), events);
+    printf("pulled %d %d %lld %zu\n", pulls, wrong.load(), static_cast<long long>(nanos), events);
     for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 

@@ -65,13 +65,14 @@ int measureLatency(int rounds, int repeats);
 int measureThroughput(int millis, int repeats);
 int pullUnderLoad(std::string_view load, int millis);
 
-/** Likewise. Stops itself (SIGSTOP) after each `pause` pulls. When it is continued, it waits until
- * every atom is answered as at first, so that a service can be killed and started meanwhile. Does
- * not return after the last pull. */
+/** Likewise. Prints "paused" after each `pause` pulls and waits for a line of standard input, so
+ * that a service can be killed and started meanwhile; then pulls each atom until it is answered as
+ * at first. Does not return after the last pull. */
 int soak(int pulls, int pause);
 
-/** Subscriptions that come and go, `count` of them; to be run as root or system. */
-int subscribe(int count);
+/** Subscriptions that come and go, `count` of them, each `every`th with a long list; to be run as
+ * root or system. */
+int subscribe(int count, int every);
 
 /**
  * Registers a list of `ids` pulled ids `count` times, for streams that have no reader, and prints

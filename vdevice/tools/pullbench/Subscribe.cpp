@@ -17,13 +17,12 @@ namespace {
 
 using android::base::unique_fd;
 
-// A pushed atom and a pulled one; in every 50th list also pulled ones that have no puller, as many
-// as the 50 KiB that statsd takes.
+// A pushed atom and a pulled one; in a long list also pulled ones that have no puller, as many as
+// the 50 KiB that statsd takes.
 constexpr int32_t kPushed = 100207;
 constexpr int32_t kPulled = 150010;
 constexpr int32_t kWithoutPuller = 200000;
 constexpr size_t kLongList = 1137;
-constexpr int kLongEach = 50;
 // statsd serves 20 at a time, and one whose reader has gone for up to a second more.
 constexpr size_t kAtATime = 6;
 
@@ -52,11 +51,11 @@ int32_t registerIds(IAtomsAcquire& service, const std::vector<int32_t>& ids, uni
     return result;
 }
 
-/** The end to read from of the stream that is opened as the `number`th. */
-unique_fd openStream(int number) {
+/** The end to read from of a new stream. */
+unique_fd openStream(bool withLongList) {
     unique_fd stream;
     std::vector<int32_t> ids = {kPushed, kPulled};
-    if (number % kLongEach == 0) ids.resize(kLongList, kWithoutPuller);
+    if (withLongList) ids.resize(kLongList, kWithoutPuller);
     if (registerIds(*atomsAcquire(), ids, &stream) != 1) {
         fprintf(stderr, "pullbench: the daemon does not hand a subscription over\n");
         exit(EXIT_FAILURE);
@@ -77,12 +76,12 @@ size_t readyOf(const std::vector<unique_fd>& streams) {
 
 }  // namespace
 
-int subscribe(int count) {
+int subscribe(int count, int every) {
     std::vector<unique_fd> streams;
     int refused = 0;
     for (int opened = 0, served = 0; served + refused < count;) {
         while (streams.size() < kAtATime && opened < count) {
-            streams.push_back(openStream(++opened));
+            streams.push_back(openStream(++opened % every == 0));
         }
         const size_t ready = readyOf(streams);
         char bytes[4096];

@@ -26,15 +26,16 @@ constexpr char kUsage[] =
         "usage: pullbench puller [EVENT...]          the bare puller\n"
         "       pullbench launch LABEL PROGRAM [ARGUMENT...]\n"
         "                                            prints pid and time, and becomes PROGRAM\n"
-        "       pullbench subscribe COUNT            subscriptions that come and go\n"
+        "       pullbench subscribe COUNT EVERY      subscriptions that come and go, each\n"
+        "                                            EVERYth with a long list\n"
         "       pullbench register COUNT IDS         what so many lists of ids are answered\n"
         "in statsd's place and domain:\n"
         "       pullbench registrations              prints when they came\n"
         "       pullbench latency ROUNDS REPEATS     needs the daemon, then a puller\n"
         "       pullbench throughput MILLIS REPEATS  likewise\n"
         "       pullbench load NAME MILLIS           eight callers; needs the daemon\n"
-        "       pullbench soak PULLS PAUSE           needs the daemon; stops itself after each\n"
-        "                                            PAUSE pulls\n";
+        "       pullbench soak PULLS PAUSE           needs the daemon; after each PAUSE pulls\n"
+        "                                            it says \"paused\" and waits for a line\n";
 
 /** As init starts the daemon: without capabilities, and without what a shell has open. */
 void dropPossessions() {
@@ -84,8 +85,8 @@ struct Command {
 constexpr Command kCommands[] = {
         {"puller", "", 0, 0, true, [](const Call& call) { return servePuller(call.words); }},
         {"launch", "LABEL PROGRAM [ARGUMENT...]", 2, 0, true, launch},
-        {"subscribe", "COUNT", 0, 1, false,
-         [](const Call& call) { return subscribe(call.numbers[0]); }},
+        {"subscribe", "COUNT EVERY", 0, 2, false,
+         [](const Call& call) { return subscribe(call.numbers[0], call.numbers[1]); }},
         {"register", "COUNT IDS", 0, 2, false,
          [](const Call& call) { return registerLists(call.numbers[0], call.numbers[1]); }},
         {"registrations", "", 0, 0, false, [](const Call&) { return serveRegistrations(); }},
