@@ -27,7 +27,8 @@ def _close_others(kept):
 
 def _leave_call(told):
     """Notifies the call of `vdev start`, which then ends."""
-    die_with_parent(0)
+    die_with_parent(0)  # before the call can end
+    os.write(told, _UP)
     os.chdir("/")
     nothing = os.open(os.devnull, os.O_RDWR)
     for descriptor in (0, 1, 2, told):
@@ -42,10 +43,10 @@ def _keep(options, work, told, only):
     def on_up():
         nonlocal is_up
         is_up = True
-        os.write(told, _UP)
         if only is None:
             _leave_call(told)
         else:
+            os.write(told, _UP)
             sys.stderr.reconfigure(newline="\r\n")  # the terminal is in raw mode then
 
     with contextlib.ExitStack() as stack:
