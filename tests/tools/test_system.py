@@ -174,6 +174,16 @@ class Devices(_Boot):
             "not ok boot/qcom: the device ended with status 125 "
             "(see build/test-output/system/cases-qcom.log)"])
 
+    def test_many_cases_are_dealt_out_to_two_devices(self):
+        names = ["case%02d" % number for number in range(13)]
+        for name in names:
+            self.write("tests/system/cases/%s.sh" % name, "# profile: qcom\n")
+        self.program("vdev", "echo boot >>boots")
+        self.assertEqual(sorted(self.verdicts(*names)),
+                         ["not ok %s/ended: the device ended first" % name for name in names])
+        with open(os.path.join(self.folder, "boots"), encoding="utf-8") as file:
+            self.assertEqual(file.read(), "boot\nboot\n")
+
     def test_a_device_in_which_a_program_crashes(self):
         self.program("run", "while [ $# -gt 0 ]; do [ $1 != --log ] || log=$2; shift; done",
                      "echo \"I init: Service 'statsd' (pid 7) received signal 11\" >$log",
