@@ -1,22 +1,20 @@
-# Precompiled headers, only with g++. With clang++ each source is compiled without them, so that CI finds
-# missing includes and clang-tidy gets flags that it knows.
+# Precompiled headers. They could hide a missing include: tools/tidy compiles each of the project's sources
+# without them.
 #
-# A precompiled header has to be included first, so it begins with the prelude that aosp_headers otherwise
-# adds to each source. g++ ignores it and reads the headers if flags or macros differ.
+# g++ takes a precompiled header only if it is included first, so it begins with the prelude that aosp_headers
+# adds to each source that has none. g++ ignores it and reads the headers if flags or macros differ; clang++
+# stops.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    set(ZSTATS_PRECOMPILE ON)
-    # Needed by ccache.
-    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)
-    # Lets programs and libraries share them.
-    set(CMAKE_CXX_COMPILE_OPTIONS_PIE ${CMAKE_CXX_COMPILE_OPTIONS_PIC})
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)  # needed by ccache
+else()
+    add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-Xclang -fno-pch-timestamp>")  # needed by ccache
 endif()
+# Lets programs and libraries share them.
+set(CMAKE_CXX_COMPILE_OPTIONS_PIE ${CMAKE_CXX_COMPILE_OPTIONS_PIC})
 
 # precompiled_headers(TARGET [OPTIONS OPTION...] [LIBRARIES LIBRARY...] HEADERS HEADER...): defines TARGET
 # for precompile(). OPTIONS are those that define or change macros.
 function(precompiled_headers target)
-    if(NOT ZSTATS_PRECOMPILE)
-        return()
-    endif()
     cmake_parse_arguments(ARG "" "" "OPTIONS;LIBRARIES;HEADERS" ${ARGN})
     file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp CONTENT "")
     add_library(${target} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp)
@@ -34,9 +32,7 @@ set(ZSTATS_USUAL_HEADERS ${CMAKE_SOURCE_DIR}/host/aosp/include/platform_prelude.
 
 # precompile(TARGET HEADERS): compiles TARGET with the precompiled headers of the target HEADERS.
 function(precompile target headers)
-    if(ZSTATS_PRECOMPILE)
-        target_precompile_headers(${target} REUSE_FROM ${headers})
-    endif()
+    target_precompile_headers(${target} REUSE_FROM ${headers})
 endfunction()
 
 # compile_together(TARGET FILE...): compiles the sources of a target twelve to a unit, because most of the

@@ -14,6 +14,14 @@ if(ZSTATS_STDLIB STREQUAL "libc++")
     endforeach()
     add_subdirectory(${PROTOBUF} ${CMAKE_BINARY_DIR}/protobuf EXCLUDE_FROM_ALL SYSTEM)
     add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+    foreach(library libprotobuf libprotobuf-lite)
+        target_precompile_headers(${library} PRIVATE <algorithm> <map> <memory> <sstream> <string> <unordered_map>
+            <google/protobuf/io/coded_stream.h> <google/protobuf/io/zero_copy_stream_impl.h>
+            <google/protobuf/extension_set.h> <google/protobuf/generated_message_util.h>
+            <google/protobuf/message_lite.h> <google/protobuf/stubs/strutil.h>)
+    endforeach()
+    target_precompile_headers(libprotobuf PRIVATE <google/protobuf/descriptor.h> <google/protobuf/descriptor.pb.h>
+        <google/protobuf/map_field.h> <google/protobuf/message.h> <google/protobuf/wire_format.h>)
     # Ignore the warnings of foreign code.
     foreach(library libprotobuf libprotobuf-lite gtest gtest_main gmock gmock_main)
         target_compile_options(${library} PRIVATE ${ZSTATS_FOREIGN})
