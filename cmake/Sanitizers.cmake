@@ -8,8 +8,7 @@ if(ZSTATS_SANITIZE STREQUAL "address")
         add_compile_options(-fsanitize=fuzzer-no-link)
     endif()
 elseif(ZSTATS_SANITIZE STREQUAL "thread")
-    # The sanitizer does not model fences. RefBase.cpp, which uses them, is compiled without.
-    add_compile_options(-fsanitize=thread -Wno-tsan -fno-omit-frame-pointer)
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
     add_link_options(-fsanitize=thread)
 elseif(ZSTATS_SANITIZE STREQUAL "trap")
     set(ZSTATS_DAEMON_SANITIZERS -fsanitize-trap=all

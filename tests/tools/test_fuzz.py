@@ -8,10 +8,10 @@ import unittest
 _ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 _EDGES = "COVERED_FUNC: hits: 1 edges: 2/5 name %s:12\n"
 _COUNTED = (
-    ("a relative path", "build/fuzz/../../atoms/A.cpp"),
+    ("a relative path", "build/asan/../../atoms/A.cpp"),
     ("an absolute path", "atoms/A.cpp"),
 )
-_NOT_COUNTED = ("build/fuzz/aidl/A.cpp", "build/fuzz/../../tests/fuzz/a.cpp", "tests/fuzz/a.cpp", "../b.cpp")
+_NOT_COUNTED = ("build/asan/aidl/A.cpp", "build/asan/../../tests/fuzz/a.cpp", "tests/fuzz/a.cpp", "../b.cpp")
 
 
 class Report(unittest.TestCase):
