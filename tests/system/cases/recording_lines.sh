@@ -8,8 +8,9 @@ record() {
         xargs statsctl subscribe --for 4 --json >"$1"
 }
 
-# After each node's series of contents, differences to the previous pull are constant.
-for tag in 150027 150029 150027 150029 150027 150029; do pull $tag >/dev/null; done
+# After each node's series of contents, differences to the previous pull are constant. One pull more: a recording may
+# begin with the last one, from statsd's cache.
+for tag in 150027 150029 150027 150029 150027 150029 150027 150029; do pull $tag >/dev/null; done
 record before
 is header "$(printf '{"recording":"subscribe","device":"%s","fingerprint":"%s","boot_id":"%s"}' \
     "$(getprop ro.product.device)" "$(getprop ro.build.fingerprint)" \
