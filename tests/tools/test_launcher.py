@@ -80,6 +80,11 @@ class LauncherTest(LauncherCase):
                 self.assertEqual((130, [], "new"), (process.returncode, self.left_over(),
                                                     self.read("t")))
 
+    def test_a_device_that_hangs_shows_its_console(self):
+        self.device('print("stuck", flush=True)\n' + _UP + _STAYS)
+        self.assertEqual((124, ["  console: stuck", "vdev: the script was not done after 1 s"]),
+                         self.machine.run(*self.call("exec", "--timeout", "1", "--", "true")))
+
     def test_a_full_disk_is_one_line(self):
         for program, line in (("cp", "No space left"), ("cat", "No space left"),
                               ("cpio", "No space left"), ("chmod", "status 3")):

@@ -35,6 +35,12 @@ def die_with_parent(number=signal.SIGKILL):
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, number)
 
 
+def show_console(lines):
+    """Prints lines of the kernel's console."""
+    for line in lines:
+        sys.stderr.write("  console: %s\n" % line)
+
+
 class Device:
     """One boot. Its owner has these methods: `on_up()` is called when sessions may begin,
     `on_frame(kind, session, payload)` with each frame of a session, `on_log(data)` with what is
@@ -174,13 +180,17 @@ class Device:
         console = self._console_rest()
         panic = console.find("Kernel panic")
         self.show_log()
-        for line in console[max(panic, 0):].splitlines()[:_CONSOLE_LINES_SHOWN]:
-            sys.stderr.write("  console: %s\n" % line)
+        show_console(console[max(panic, 0):].splitlines()[:_CONSOLE_LINES_SHOWN])
         raise Failure("the device's kernel panicked: " + console[panic:].splitlines()[0]
                       if panic >= 0 else "the device died before the script ended", STATUS_DIED)
 
+    def show_ends(self):
+        """Prints the ends of the log and of the console, for diagnosis."""
+        self.show_log()
+        show_console(self._console.decode("utf-8", "replace").splitlines()[-_CONSOLE_LINES_SHOWN:])
+
     def show_log(self):
-        """Prints the end of the log, for diagnosis."""
+        """Prints the end of the log."""
         lines = self._log_end.decode("utf-8", "replace").splitlines()
         say("the device's log (the last %d of %d lines):" %
             (min(len(lines), _LOG_LINES_SHOWN), self._log_lines))
@@ -212,5 +222,5 @@ class _Limits:
         elif None not in (self._up, self._timeout) and now - self._up > self._timeout:
             reason = "the script was not done after %g s" % self._timeout
         if reason is not None:
-            device.show_log()
+            device.show_ends()
             raise Failure(reason, STATUS_TIMED_OUT)
