@@ -106,6 +106,23 @@ class BuildTest(unittest.TestCase):
         self.assertEqual(["configure", "end", "cmake", "end", "cmake", "end"], self._steps())
 
 
+class TidyTest(unittest.TestCase):
+    def test_compiles_without_precompiled_headers(self):
+        with tempfile.TemporaryDirectory() as folder:
+            machine = Machine(folder, clang_tidy='cat "$2/compile_commands.json"', nproc="echo 1",
+                              xargs='exec /usr/bin/xargs "$@"')
+            stops = "tidy: '%s' has precompiled headers in another form than clang++'s" % folder
+            for command, expected in (
+                    ("-a -Xclang -include-pch -Xclang /b/cmake_pch.hxx.pch -Xclang -include "
+                     "-Xclang /b/cmake_pch.hxx -c", (0, [], "-a -c")),
+                    ("-a -Xclang -include-pch /b/cmake_pch.hxx.pch -c", (1, [stops], "")),
+                    ("-a -include /b/cmake_pch.hxx -c", (1, [stops], ""))):
+                with open(folder + "/compile_commands.json", "w", encoding="utf-8") as file:
+                    file.write(command)
+                with self.subTest(command=command):
+                    self.assertEqual(expected, machine.outcome("tools/tidy", folder, "a.cpp"))
+
+
 class FetchTest(unittest.TestCase):
     """host/aosp/apt-private with an archive that serves the source's folder in two pieces."""
 
