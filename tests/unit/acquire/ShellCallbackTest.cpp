@@ -132,6 +132,8 @@ TEST_F(ShellCallbackTest, OpensAsItsModeTells) {
 TEST_F(ShellCallbackTest, SaysWhyItDoesNotOpen) {
     const std::string directory = std::filesystem::current_path();
     const std::string name = std::filesystem::path(directory).filename();
+    std::filesystem::create_directory("proc");  // below the kernel's, no file can be created
+    std::filesystem::copy_file("there", "proc/there");
     const std::tuple<std::string, std::string, int> rows[] = {{"there", "a", -EINVAL},
                                                               {"missing", "", -EINVAL},
                                                               {"there", "rw", -EINVAL},
@@ -141,7 +143,7 @@ TEST_F(ShellCallbackTest, SaysWhyItDoesNotOpen) {
                                                               {"missing", "r+", -1},
                                                               {"no/such/directory", "w", -1},
                                                               {".", "w", -1},
-                                                              {"/there", "r", -1},
+                                                              {"/proc/there", "r", -1},
                                                               {"./no/../there", "r", -1},
                                                               {"", "r", 0},
                                                               {"./../" + name + "/there", "r", 0},
@@ -151,6 +153,7 @@ TEST_F(ShellCallbackTest, SaysWhyItDoesNotOpen) {
         EXPECT_EQ(mError.take(), result == -EINVAL ? "Invalid mode requested: " + mode + "\n" : "");
     }
     EXPECT_EQ(content(), "old");
+    std::filesystem::remove_all("proc");
 }
 
 TEST_F(ShellCallbackTest, ARefusalClosesTheFileThenSaysWhyThenFreesTheContext) {
